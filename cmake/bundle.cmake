@@ -1,0 +1,35 @@
+# The application is one folder, made in the build folder and ready to run from there:
+#   Quorvantel.app/Contents/{Info.plist, MacOS/, Resources/{tools,fonts,en.lproj,fr.lproj}}
+set(QV_BUNDLE ${PROJECT_BINARY_DIR}/Quorvantel.app)
+set(QV_CONTENTS ${QV_BUNDLE}/Contents)
+set(QV_RESOURCES ${QV_CONTENTS}/Resources)
+file(MAKE_DIRECTORY ${QV_CONTENTS}/MacOS ${QV_RESOURCES}/tools ${QV_RESOURCES}/fonts)
+
+configure_file(resources/Info.plist.in ${QV_CONTENTS}/Info.plist @ONLY)
+foreach(language en fr)
+  foreach(table Localized fields)
+    configure_file(resources/${language}.lproj/${table}.strings
+      ${QV_RESOURCES}/${language}.lproj/${table}.strings COPYONLY)
+  endforeach()
+endforeach()
+
+# The installed ffmpeg serves unless a packager puts one into the tools folder.
+find_program(QV_FFMPEG ffmpeg REQUIRED)
+if(NOT EXISTS ${QV_RESOURCES}/tools/ffmpeg)
+  file(CREATE_LINK ${QV_FFMPEG} ${QV_RESOURCES}/tools/ffmpeg SYMBOLIC)
+endif()
+
+# Fonts that the sheets can count on: Latin, Greek, Cyrillic first, then other scripts and emoji.
+set(QV_FONT_FOLDERS /usr/share/fonts/truetype/noto /usr/share/fonts/opentype/noto)
+foreach(font NotoSans-Regular.ttf NotoSansArabic-Regular.ttf NotoSansHebrew-Regular.ttf
+             NotoSansDevanagari-Regular.ttf NotoSansBengali-Regular.ttf NotoSansTamil-Regular.ttf
+             NotoSansThai-Regular.ttf NotoSansGeorgian-Regular.ttf NotoSansArmenian-Regular.ttf
+             NotoSansSymbols-Regular.ttf NotoSansSymbols2-Regular.ttf NotoSansCJK-Regular.ttc
+             NotoColorEmoji.ttf)
+  find_file(QV_FONT_${font} ${font} PATHS ${QV_FONT_FOLDERS} NO_DEFAULT_PATH)
+  if(QV_FONT_${font})
+    file(CREATE_LINK ${QV_FONT_${font}} ${QV_RESOURCES}/fonts/${font} SYMBOLIC)
+  else()
+    message(WARNING "The font ${font} is not installed; sheets fall back to the system's fonts.")
+  endif()
+endforeach()

@@ -1,0 +1,15 @@
+# Warnings and sanitizers, as one interface target that every folder links.
+add_library(qv_options INTERFACE)
+target_compile_options(qv_options INTERFACE
+  -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual
+  -Wcast-align -Wformat=2)
+target_compile_definitions(qv_options INTERFACE
+  QT_NO_CAST_TO_ASCII QT_NO_KEYWORDS QT_STRICT_ITERATORS QT_NO_FOREACH)
+if(QV_WERROR)
+  target_compile_options(qv_options INTERFACE -Werror)
+endif()
+if(QV_SANITIZE)
+  target_compile_options(qv_options INTERFACE
+    -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  target_link_options(qv_options INTERFACE -fsanitize=address,undefined)
+endif()

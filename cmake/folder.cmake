@@ -1,0 +1,28 @@
+# One library target a folder: qv_folder(<name> DEPENDS <folders and libraries...>).
+# Every source of the folder belongs to it, so a new file needs no line here.
+function(qv_folder name)
+  cmake_parse_arguments(ARG "" "" "DEPENDS" ${ARGN})
+  file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp
+       ${CMAKE_CURRENT_SOURCE_DIR}/*.h)
+  if(NOT sources)
+    return()
+  endif()
+  add_library(qv_${name} STATIC ${sources})
+  target_include_directories(qv_${name} PUBLIC ${PROJECT_SOURCE_DIR}/src)
+  target_link_libraries(qv_${name} PUBLIC ${ARG_DEPENDS} PRIVATE qv_options)
+endfunction()
+
+# qv_test(<folder> DEPENDS <...>): one test program a folder, run through CTest.
+function(qv_test name)
+  cmake_parse_arguments(ARG "" "" "DEPENDS" ${ARGN})
+  file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp
+       ${CMAKE_CURRENT_SOURCE_DIR}/*.h)
+  if(NOT sources)
+    return()
+  endif()
+  add_executable(${name}_tests ${sources})
+  target_include_directories(${name}_tests PRIVATE ${PROJECT_SOURCE_DIR}/tests)
+  target_link_libraries(${name}_tests PRIVATE ${ARG_DEPENDS} qv_test_main qv_options)
+  gtest_discover_tests(${name}_tests DISCOVERY_TIMEOUT 60
+    PROPERTIES TIMEOUT 300 ENVIRONMENT "QT_QPA_PLATFORM=offscreen;LC_ALL=C.UTF-8")
+endfunction()
