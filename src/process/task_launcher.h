@@ -1,0 +1,133 @@
+#pragma once
+
+#include "process/child_process.h"
+
+#include <QObject>
+#include <QSocketNotifier>
+#include <QStringList>
+#include <QTimer>
+
+#include <memory>
+#include <optional>
+#include <vector>
+
+// One tool, or a pipeline of tools, run without blocking the event loop.
+namespace qv
+{
+
+class taskLauncher;
+
+// What a run tells, in this order; everything on the event loop's thread.
+class TaskLauncherDelegate
+{
+  public:
+    virtual ~TaskLauncherDelegate() = default;
+    // A chunk of output or error text, as it came: not split into lines.
+    virtual void didReceiveNewString(taskLauncher &, const QString &) {}
+    // The same as raw bytes, when the launcher was told not to convert.
+    virtual void didReceiveNewData(taskLauncher &, const QByteArray &) {}
+    virtual void taskLauncherTaskDidSuspend(taskLauncher &) {}
+    virtual void taskLauncherTaskDidResume(taskLauncher &) {}
+    // Once, whatever the cause. The launcher may be given up here with deleteLater().
+    virtual void taskLauncherTaskDidEnd(taskLauncher &) {}
+};
+
+// Wishes to whichever launcher answers to an identifier: "fabKillTasks", "fabPauseTasks",
+// "fabResumeTasks". The identifier is compared as an object, not by its number.
+class TaskBroadcast : public QObject
+{
+    Q_OBJECT
+
+  public:
+    static TaskBroadcast &instance();
+    void post(const QString &name, const std::shared_ptr<const int> &identifier);
+
+  Q_SIGNALS:
+    void posted(const QString &name, const std::shared_ptr<const int> &identifier);
+};
+
+// For one launch only.
+class taskLauncher : public QObject
+{
+    Q_OBJECT
+
+  public:
+    // terminationStatus() of a run that was ended before its last process had ended by itself.
+    static constexpr int killMark = -7654312;
+
+    enum LaunchResult {
+        Launched = 0,
+        NoArguments = 1,
+        EmptyGroup = 2,
+        ToolNotFound = 3, // neither as given nor as a resource of the bundle
+        CannotStart = 4,  // it is there, but the system refuses to run it
+    };
+
+    explicit taskLauncher(QObject *parent = nullptr);
+    ~taskLauncher() override;
+
+    void setDelegate(TaskLauncherDelegate *delegate) { m_delegate = delegate; }
+    TaskLauncherDelegate *delegate() const { return m_delegate; }
+    // Before the launch: chunks then come as bytes. Text chunks that are not ASCII are dropped, so
+    // whoever needs every word of a tool takes the bytes.
+    void dontConvertDataToString(bool raw) { m_convert = raw; }
+
+    // One of LaunchResult. After a failure nothing is reported to the delegate.
+    int launchTasksWithArguments(const QStringList &arguments);
+
+    // Stops and continues every process of the pipeline, the consumer end first and last.
+    void suspend();
+    void resume();
+    // Kills what still runs and reports the end. Nothing before a launch.
+    void tasklauncherTerminate();
+
+    bool isRunning() const { return m_isRunning; }
+    bool isSuspended() const { return m_isSuspended; }
+    // Exit status of the last process (the signal's number when it crashed), or killMark.
+    int terminationStatus() const { return m_terminationStatus; }
+    // The same, told apart: exited, crashed, stopped, hung.
+    ToolOutcome outcome() const { return m_outcome; }
+
+    // The identifier under which TaskBroadcast reaches this launcher, made at the first call.
+    std::shared_ptr<const int> uid();
+
+  private:
+    struct Stream {
+        FileDescriptor handle;
+        std::unique_ptr<QSocketNotifier> notifier;
+        bool atEnd = false;
+    };
+
+    int createTasks(const QList<QStringList> &groups);
+    void startReading(Stream &stream);
+    void gotData(Stream &stream);
+    void drain(Stream &stream);
+    void atEndOfFile(Stream &stream);
+    void pollForExit();
+    void watch();
+    void endNaturally();
+    void deliver(const QByteArray &data);
+    void sendNotificationWithString(const QString &text);
+    void sendNotificationWithData(const QByteArray &data);
+    void notifyThatTaskEnded();
+    void stopListening();
+
+    std::optional<std::vector<ChildProcess>> m_tasks; // in pipe order; missing before the launch
+    Stream m_output;
+    Stream m_stdErr;
+    TaskLauncherDelegate *m_delegate = nullptr;
+    bool m_alreadyNotified = false;
+    bool m_isRunning = false;
+    int m_terminationStatus = 0;
+    bool m_isSuspended = false;
+    bool m_terminateNoAbort = false;
+    bool m_convert = false;
+    bool m_hung = false;
+    std::shared_ptr<const int> m_nuid;
+    ToolOutcome m_outcome;
+    IdleWatch m_watch;
+    QTimer m_watchTimer;
+    QTimer m_exitTimer;
+};
+
+} // namespace qv

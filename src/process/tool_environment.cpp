@@ -1,0 +1,96 @@
+#include "process/tool_environment.h"
+
+#include "support/files.h"
+#include "support/log.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+
+#include <unistd.h>
+
+extern char **environ;
+
+namespace qv
+{
+namespace
+{
+
+QString &temporaryFolderSlot()
+{
+    static QString folder;
+    return folder;
+}
+
+void setVariable(QList<QByteArray> &environment, const QByteArray &name, const QByteArray &value)
+{
+    const QByteArray start = name + '=';
+    environment.removeIf([&](const QByteArray &entry) { return entry.startsWith(start); });
+    environment.append(start + value);
+}
+
+bool isUsableTool(const QString &path)
+{
+    return QFileInfo(path).isFile();
+}
+
+} // namespace
+
+QString temporaryFolder()
+{
+    const QString &folder = temporaryFolderSlot();
+    return folder.isEmpty() ? QStringLiteral("/private/tmp/") + Bundle::main().name() : folder;
+}
+
+void setTemporaryFolder(const QString &path)
+{
+    temporaryFolderSlot() = path;
+}
+
+bool prepareTemporaryFolder(const QString &path, const Bundle &bundle)
+{
+    rmCocoa(path);
+    if (!mkdir(path)) {
+        return false;
+    }
+    QFile::link(bundle.path(), appendPath(path, QStringLiteral("app.app")));
+    setTemporaryFolder(path);
+    logLine(QStringLiteral("TMPFOLDER           : %1").arg(path));
+    return true;
+}
+
+QString ffmpegPath()
+{
+    const Bundle &bundle = Bundle::main();
+    const QString name = QStringLiteral("ffmpeg");
+    const QString support = appendPath(QStringLiteral("~/Library/Application Support"), bundle.name());
+    for (const QString &candidate :
+         {bundle.toolPath(name), appendPath(bundle.resourcePath(), name),
+          appendPath(expandTilde(support), name)}) {
+        if (isUsableTool(candidate)) {
+            return candidate;
+        }
+    }
+    return QStringLiteral("");
+}
+
+QList<QByteArray> applicationEnvironment()
+{
+    QList<QByteArray> environment;
+    for (char **entry = environ; entry != nullptr && *entry != nullptr; ++entry) {
+        environment.append(*entry);
+    }
+    return environment;
+}
+
+QList<QByteArray> toolEnvironment()
+{
+    QList<QByteArray> environment = applicationEnvironment();
+    setVariable(environment, "LC_CTYPE", "en_US.UTF-8");
+    const QString fonts = appendPath(temporaryFolder(), QStringLiteral("app.app")) +
+                          QStringLiteral("/Contents/Resources/fonts");
+    setVariable(environment, "CUSTOMCONFIGDIR", QFile::encodeName(fonts));
+    return environment;
+}
+
+} // namespace qv

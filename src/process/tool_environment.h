@@ -1,0 +1,30 @@
+#pragma once
+
+#include "support/bundle.h"
+
+#include <QList>
+#include <QString>
+
+// What every tool run shares: the scratch folder, where the tools are, and their environment.
+namespace qv
+{
+
+// The application's scratch folder; "/private/tmp/<CFBundleName>" while none is set.
+QString temporaryFolder();
+void setTemporaryFolder(const QString &path);
+
+// Empties and recreates the folder and links "app.app" in it to the bundle, whose fonts folder the
+// tool environment names through that link. False when it can't be made.
+bool prepareTemporaryFolder(const QString &path, const Bundle &bundle);
+
+// ffmpeg of the bundle (tools folder, then resource folder), then of the user's application
+// support folder. Looked up each time; an empty text, never null, when there is none.
+QString ffmpegPath();
+
+// "NAME=value" of every variable: the application's own with LC_CTYPE and CUSTOMCONFIGDIR set.
+// Built afresh for every process.
+QList<QByteArray> toolEnvironment();
+// The application's own environment unchanged.
+QList<QByteArray> applicationEnvironment();
+
+} // namespace qv

@@ -1,0 +1,378 @@
+#include "process/tool_run.h"
+
+#include "process/argument_array.h"
+#include "process/child_process.h"
+#include "process/tool_environment.h"
+#include "support/alerts.h"
+#include "support/files.h"
+#include "support/log.h"
+
+#include <QStringDecoder>
+
+#include <atomic>
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <functional>
+#include <optional>
+#include <poll.h>
+#include <pthread.h>
+#include <unistd.h>
+#include <vector>
+
+namespace qv
+{
+namespace
+{
+
+constexpr size_t readSize = 65536;
+
+std::atomic<bool> g_interrupted = false;
+
+// One read; nothing at the end of the stream.
+std::optional<QByteArray> readChunk(int fd)
+{
+    QByteArray chunk(readSize, Qt::Uninitialized);
+    ssize_t n = 0;
+    do {
+        n = ::read(fd, chunk.data(), readSize);
+    } while (n < 0 && errno == EINTR);
+    if (n <= 0) {
+        return std::nullopt;
+    }
+    chunk.truncate(n);
+    return chunk;
+}
+
+bool waitForInput(int fd, int milliseconds)
+{
+    pollfd request{fd, POLLIN, 0};
+    return ::poll(&request, 1, milliseconds) > 0;
+}
+
+// The processes of one blocking run.
+class BlockingRun
+{
+  public:
+    // False (logged) when the tool can't be started; the caller then gives nothing.
+    bool start(const SpawnRequest &request)
+    {
+        auto child = ChildProcess::spawn(request);
+        if (!child) {
+            logLine(QStringLiteral("task                :-( %1: %2")
+                        .arg(request.command.value(0), qt_error_string(child.error())));
+            return false;
+        }
+        m_children.push_back(std::move(*child));
+        return true;
+    }
+
+    void readToEnd(int fd, const std::function<void(const QByteArray &)> &take)
+    {
+        while (true) {
+            if (!waitForInput(fd, IdleWatch::askInterval())) {
+                killIfNeeded();
+                continue;
+            }
+            const auto chunk = readChunk(fd);
+            if (!chunk) {
+                return;
+            }
+            m_watch.sawOutput();
+            take(*chunk);
+        }
+    }
+
+    QByteArray readToEnd(int fd)
+    {
+        QByteArray output;
+        readToEnd(fd, [&](const QByteArray &chunk) { output += chunk; });
+        return output;
+    }
+
+    void waitForEnd()
+    {
+        for (int wait = 1; m_children.back().isRunning(); wait = std::min(wait * 2, 50)) {
+            ::poll(nullptr, 0, wait);
+            killIfNeeded();
+        }
+    }
+
+  private:
+    void killIfNeeded()
+    {
+        quint64 ticks = 0;
+        for (const ChildProcess &child : m_children) {
+            ticks += child.processorTicks();
+        }
+        if (!m_watch.isHung(ticks) && !g_interrupted) {
+            return;
+        }
+        logLine(QStringLiteral("task                :-( hung or interrupted, killed"));
+        for (ChildProcess &child : m_children) {
+            child.sendSignal(SIGKILL);
+        }
+        m_watch.sawOutput();
+    }
+
+    std::vector<ChildProcess> m_children;
+    IdleWatch m_watch;
+};
+
+// Null unless the bytes are UTF-8.
+QString decodedUtf8(const QByteArray &bytes)
+{
+    QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
+    QString text = decoder.decode(bytes);
+    return decoder.hasError() ? QString() : text;
+}
+
+QString outputText(const QByteArray &bytes)
+{
+    const QString text = decodedUtf8(bytes);
+    for (const char *blank : {"", " ", "\n", " \n"}) {
+        if (text == QLatin1String(blank)) {
+            return {};
+        }
+    }
+    return text;
+}
+
+// The tools of a one-pipe run, or nothing when the array can't be run.
+struct OnePipe {
+    QStringList first;
+    QStringList second;
+};
+
+std::optional<OnePipe> onePipe(const QStringList &arguments)
+{
+    OnePipe tools;
+    tools.first.append(expandedArgument(arguments.first()));
+    for (qsizetype i = 1; i < arguments.size(); ++i) {
+        if (arguments.at(i) != QLatin1String("|")) {
+            (tools.second.isEmpty() ? tools.first : tools.second)
+                .append(expandedArgument(arguments.at(i)));
+            continue;
+        }
+        if (!tools.second.isEmpty()) {
+            alertReport(
+                QStringLiteral("taskArray1PipeMax is limited to one pipe only (actually) :-("),
+                arguments.join(QLatin1Char(' ')), 2, AlertPlace::ApplicationModal);
+            return std::nullopt;
+        }
+        if (++i == arguments.size() || !fileExists(expandedArgument(arguments.at(i)))) {
+            return std::nullopt;
+        }
+        tools.second.append(expandedArgument(arguments.at(i)));
+    }
+    // A tool is never run bare.
+    return tools.first.size() < 2 ? std::nullopt : std::optional(tools);
+}
+
+} // namespace
+
+QString taskArray1PipeMax(const QStringList &arguments, ErrorText errorText)
+{
+    logLine(QStringLiteral("taskArray1PipeMax   - deb"));
+    if (arguments.isEmpty() || !fileExists(arguments.first())) {
+        return {};
+    }
+    const auto tools = onePipe(arguments);
+    if (!tools) {
+        return {};
+    }
+    // The first tool sees an open, silent input rather than the application's.
+    Pipe silence = Pipe::create();
+    Pipe result = Pipe::create();
+    Pipe between = Pipe::create();
+    if (!result.readEnd.isOpen() || !silence.readEnd.isOpen() || !between.readEnd.isOpen()) {
+        return {};
+    }
+    const int error = errorText == ErrorText::Merged ? result.writeEnd.get() : -1;
+    const bool piped = !tools->second.isEmpty();
+    BlockingRun run;
+    if (!run.start({tools->first, toolEnvironment(), silence.readEnd.get(),
+                    piped ? between.writeEnd.get() : result.writeEnd.get(), piped ? -1 : error, {}})) {
+        return {};
+    }
+    between.writeEnd.close();
+    if (piped && !run.start({tools->second, applicationEnvironment(), between.readEnd.get(),
+                             result.writeEnd.get(), error, {}})) {
+        return {};
+    }
+    between.readEnd.close();
+    result.writeEnd.close();
+    return outputText(run.readToEnd(result.readEnd.get()));
+}
+
+QString taskArrayPipes(const QStringList &arguments)
+{
+    logLine(QStringLiteral("taskArrayPipes      - deb"));
+    if (arguments.isEmpty() || !fileExists(arguments.first())) {
+        return {};
+    }
+    const auto groups = splitPipeline(arguments);
+    if (!groups) {
+        return {};
+    }
+    for (const QStringList &group : *groups) {
+        if (!fileExists(group.first())) {
+            logLine(QStringLiteral("taskArrayPipes      :-( tool !present '%1'").arg(group.first()));
+            return {};
+        }
+    }
+    BlockingRun run;
+    FileDescriptor input;
+    for (qsizetype i = 0; i < groups->size(); ++i) {
+        Pipe output = Pipe::create();
+        const bool last = i + 1 == groups->size();
+        const int out = output.writeEnd.get();
+        if (!output.readEnd.isOpen() ||
+            !run.start({groups->at(i), toolEnvironment(), input.get(), out, last ? out : -1, {}})) {
+            return {};
+        }
+        input = std::move(output.readEnd);
+    }
+    return outputText(run.readToEnd(input.get()));
+}
+
+QString taskWithStr(const QString &commandLine, const QString &workingFolder)
+{
+    Pipe result = Pipe::create();
+    if (!result.readEnd.isOpen()) {
+        return {};
+    }
+    QString folder;
+    if (!workingFolder.isEmpty() && fileExists(workingFolder)) {
+        folder = expandTilde(workingFolder);
+        logLine(QStringLiteral("cd : %1").arg(folder));
+    }
+    BlockingRun run;
+    if (!run.start({{QStringLiteral("/bin/sh"), QStringLiteral("-c"), commandLine},
+                    toolEnvironment(),
+                    -1,
+                    result.writeEnd.get(),
+                    -1,
+                    folder})) {
+        return {};
+    }
+    result.writeEnd.close();
+    run.waitForEnd();
+    // One read of what the pipe holds by now: this is for answers that fit into its buffer.
+    QByteArray bytes;
+    if (waitForInput(result.readEnd.get(), 0)) {
+        bytes = readChunk(result.readEnd.get()).value_or(QByteArray());
+    }
+    QString text = decodedUtf8(bytes);
+    if (text.isNull()) {
+        return {};
+    }
+    if (text.endsWith(QLatin1Char('\n'))) {
+        text.chop(1);
+    }
+    if (text.isEmpty()) {
+        logLine(QStringLiteral("stringOutput        :-/ '%1'").arg(text));
+        return {};
+    }
+    return text;
+}
+
+bool isStringSafe4Task(const QString &text)
+{
+    if (text.isNull()) {
+        return false;
+    }
+    if (text == QLatin1String("|")) {
+        return true;
+    }
+    for (const QChar unsafe : QStringLiteral(" ()&`><")) {
+        if (text.contains(unsafe)) {
+            return false;
+        }
+    }
+    // The echo only serves the trace; whatever it says, the answer is no.
+    if (isDebug()) {
+        QString quoted = text;
+        quoted.replace(QLatin1Char('\''), QStringLiteral("'\\''"));
+        const QString echoed =
+            taskWithStr(QStringLiteral("/bin/echo '%1' 2>&1").arg(quoted), QString());
+        if (echoed == text) {
+            logLine(QStringLiteral("isStringSafe4TaskWit:-( '%1' > '%2'").arg(text, echoed));
+        }
+    }
+    return false;
+}
+
+namespace
+{
+
+// What the blocking runner's thread works on; process-wide, hence one run at a time.
+struct BlockingRunnerSlots {
+    QStringList arguments;
+    QString text;
+};
+BlockingRunnerSlots &runnerSlots()
+{
+    static BlockingRunnerSlots instance;
+    return instance;
+}
+
+// The part of a chunk before its first zero byte.
+QString eightBitText(const QByteArray &chunk)
+{
+    const qsizetype zero = chunk.indexOf('\0');
+    return QString::fromLatin1(zero < 0 ? chunk : chunk.left(zero));
+}
+
+void *runShellOnThread(void *inputReadEnd)
+{
+    BlockingRunnerSlots &shared = runnerSlots();
+    Pipe output = Pipe::create();
+    BlockingRun run;
+    const QStringList command =
+        QStringList{QStringLiteral("/bin/sh"), QStringLiteral("-c")} + shared.arguments;
+    const int out = output.writeEnd.get();
+    if (!output.readEnd.isOpen() ||
+        !run.start({command, applicationEnvironment(), *static_cast<int *>(inputReadEnd), out, out, {}})) {
+        return nullptr;
+    }
+    output.writeEnd.close();
+    run.readToEnd(output.readEnd.get(), [&](const QByteArray &chunk) {
+        shared.text += eightBitText(chunk);
+        logLine(QStringLiteral("str release"));
+    });
+    return nullptr;
+}
+
+} // namespace
+
+QString taskBloquante::verbose(const QStringList &arguments)
+{
+    logLine(QStringLiteral("verboseStr argsArray : %1").arg(arguments.join(QLatin1Char(' '))));
+    BlockingRunnerSlots &shared = runnerSlots();
+    shared = {arguments, {}};
+    Pipe input = Pipe::create();
+    int inputEnd = input.readEnd.get();
+    pthread_t thread{};
+    if ((errno = ::pthread_create(&thread, nullptr, runShellOnThread, &inputEnd)) != 0) {
+        std::perror("pthread_create failed");
+        return {};
+    }
+    if ((errno = ::pthread_join(thread, nullptr)) != 0) {
+        std::perror("pthread_join failed");
+        return {};
+    }
+    QString text = std::exchange(shared, {}).text;
+    if (text.endsWith(QLatin1Char('\n'))) {
+        text.chop(1);
+    }
+    logLine(QStringLiteral("newstr def : %1").arg(text));
+    return text.isEmpty() ? QString() : text;
+}
+
+void interruptBlockingRuns()
+{
+    g_interrupted = true;
+}
+
+} // namespace qv

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <QString>
+#include <QStringList>
+
+// Tools run to their end on the calling thread. The result is everything that was printed, as one
+// text, or a null text when there was nothing or it was not UTF-8; never an empty one. Exit
+// statuses are not looked at. A tool that neither prints nor computes for the idle limit is
+// terminated, and what it printed until then counts.
+namespace qv
+{
+
+enum class ErrorText { Inherited, Merged };
+
+// One tool, or two joined by exactly one "|". Only the first gets the tool environment.
+QString taskArray1PipeMax(const QStringList &arguments, ErrorText errorText);
+
+// A pipeline of any length; the last tool's error text is merged.
+QString taskArrayPipes(const QStringList &arguments);
+
+// A shell command line, in a working folder when one is given. One final newline is removed.
+QString taskWithStr(const QString &commandLine, const QString &workingFolder);
+
+// Only "|" is ever judged safe.
+bool isStringSafe4Task(const QString &text);
+
+// A shell command line (further elements are its positional parameters) run on a second thread
+// that the caller joins; 8-bit text, error text merged. Not reentrant.
+class taskBloquante
+{
+  public:
+    static QString verbose(const QStringList &arguments);
+};
+
+// Ends the blocking run in progress and every later one as soon as it starts: the process is asked
+// to stop. May be called from a signal handler.
+void interruptBlockingRuns();
+
+} // namespace qv
