@@ -1,0 +1,101 @@
+#include "controller/admission.h"
+
+#include "support/files.h"
+
+#include <QFile>
+#include <QFileInfo>
+
+#include <cerrno>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace qv
+{
+namespace
+{
+
+bool isNoVideoExtension(const QString &extension)
+{
+    const QString lower = extension.toLower();
+    return lower == QLatin1String("eyetv") || lower == QLatin1String("imovieproject");
+}
+
+QString statProblem(int error)
+{
+    switch (error) {
+    case ENOENT:
+    case ENOTDIR:
+        return QStringLiteral("no such file");
+    case EACCES:
+        return QStringLiteral("its folder may not be entered (no permission)");
+    case ENAMETOOLONG:
+        return QStringLiteral("its path is too long for this system");
+    case ELOOP:
+        return QStringLiteral("it is a link that leads in circles");
+    default:
+        return qt_error_string(error);
+    }
+}
+
+} // namespace
+
+QSet<QString> admittedExtensions(const QStringList &declared)
+{
+    QSet<QString> admitted;
+    for (const QString &extension : declared) {
+        if (isNoVideoExtension(extension) || extension.isEmpty()) {
+            continue;
+        }
+        const QString lower = extension.toLower();
+        admitted << extension << lower << extension.toUpper()
+                 << lower.left(1).toUpper() + lower.mid(1);
+    }
+    return admitted;
+}
+
+QStringList expandedDrop(const QStringList &paths)
+{
+    if (paths.isEmpty()) {
+        return paths;
+    }
+    QStringList expanded = paths;
+    if (!QFileInfo(expanded.first()).isDir()) {
+        if (const QString target = resolveAlias(expanded.first()); !target.isNull()) {
+            expanded.first() = target;
+        }
+    }
+    return QFileInfo(expanded.first()).isDir() ? subpaths(expanded.first()) : expanded;
+}
+
+QStringList withAdmittedExtension(const QStringList &paths, const QSet<QString> &extensions)
+{
+    QStringList admitted;
+    for (const QString &path : paths) {
+        if (extensions.contains(pathExtension(path))) {
+            admitted.append(path);
+        }
+    }
+    return admitted;
+}
+
+QString sourceProblem(const QString &path)
+{
+    const QByteArray name = QFile::encodeName(path);
+    struct stat status {
+    };
+    if (::stat(name.constData(), &status) != 0) {
+        return statProblem(errno);
+    }
+    if (S_ISDIR(status.st_mode)) {
+        return QStringLiteral("it is a folder");
+    }
+    if (!S_ISREG(status.st_mode)) {
+        return QStringLiteral("it is no regular file");
+    }
+    if (::access(name.constData(), R_OK) != 0) {
+        return QStringLiteral("it may not be read (no permission)");
+    }
+    return status.st_size == 0 ? QStringLiteral("the file is empty (0 bytes)") : QString();
+}
+
+} // namespace qv

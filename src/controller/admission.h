@@ -1,0 +1,30 @@
+#pragma once
+
+#include "support/bundle.h"
+
+#include <QSet>
+#include <QString>
+#include <QStringList>
+
+#include <functional>
+
+// Which paths become sources.
+namespace qv
+{
+
+// The declared extensions in four spellings each: as declared, lower, upper, capitalised. The
+// library and project bundles that only look like videos are left out.
+QSet<QString> admittedExtensions(const QStringList &declared);
+
+// The drop's first path decides: an alias is resolved, a folder stands for everything below it and
+// displaces the rest of the drop.
+QStringList expandedDrop(const QStringList &paths);
+
+// The paths whose extension, in exactly this spelling, is admitted.
+QStringList withAdmittedExtension(const QStringList &paths, const QSet<QString> &extensions);
+
+// Why a file can't be a source at all (missing, no regular file, unreadable, empty), in words for
+// people; a null text when nothing speaks against it.
+QString sourceProblem(const QString &path);
+
+} // namespace qv

@@ -1,0 +1,337 @@
+#include "controller/app_delegate.h"
+
+#include "controller/admission.h"
+#include "support/alerts.h"
+#include "support/bundle.h"
+#include "support/files.h"
+#include "support/localized_strings.h"
+#include "support/log.h"
+#include "support/variant_values.h"
+
+#include <QFileInfo>
+#include <QTimer>
+
+namespace qv
+{
+namespace
+{
+
+constexpr double removeAllQuestionSeconds = 60;
+
+} // namespace
+
+appDelegate::appDelegate(PreferencesStore &preferences, Face &face, MovieFramework &movies,
+                         Placement placement)
+    : m_taskSlots(m_window, [this] { m_context.windowChanged(); }),
+      m_context{preferences, face,      movies,
+                m_table,     m_window,  m_taskSlots,
+                placement,   [] { return QDateTime::currentDateTime(); }},
+      m_analysis(m_context), m_encoding(m_context),
+      m_admitted(qv::admittedExtensions(Bundle::main().documentExtensions()))
+{
+    m_taskSlots.analysisRunEnded = [this] { m_analysis.analysisLater(); };
+    m_taskSlots.encodingRunEnded = [this] { m_encoding.encSend(QStringLiteral("encProcesses")); };
+    m_analysis.resumePausedBatch = [this] { resumeAfterAdmission(); };
+}
+
+appDelegate::~appDelegate()
+{
+    m_taskSlots.analysisRunEnded = nullptr;
+    m_taskSlots.encodingRunEnded = nullptr;
+}
+
+// ---- what comes in
+
+void appDelegate::dragNDropPerformDrag(const QStringList &paths)
+{
+    draggedFiles(paths);
+}
+
+void appDelegate::applicationOpenFiles(const QStringList &paths)
+{
+    QTimer::singleShot(0, this, [this, paths] { performOpenFiles(paths); });
+}
+
+void appDelegate::performOpenFiles(const QStringList &paths)
+{
+    draggedFiles(paths);
+}
+
+void appDelegate::iba_menuOpen()
+{
+    if (!m_context.gateOpen) {
+        return;
+    }
+    const QStringList chosen = m_context.face.chooseSources(
+        localized(QStringLiteral("selectFileStr")), Bundle::main().documentExtensions());
+    draggedFiles(chosen);
+}
+
+void appDelegate::draggedFiles(const QStringList &paths)
+{
+    logLine(QStringLiteral("drag'n'drop         -> draggedFiles : %1").arg(paths.size()));
+    admit(paths, expandedDrop);
+}
+
+void appDelegate::admitSources(const QStringList &paths)
+{
+    admit(paths, [](const QStringList &p) { return p; });
+}
+
+void appDelegate::admit(const QStringList &paths, QStringList (*expand)(const QStringList &))
+{
+    if (paths.isEmpty() || !m_context.gateOpen) {
+        return;
+    }
+    showBusy();
+    m_context.setGate(false);
+    pauseForAdmission();
+    const QStringList fresh = withoutDuplicates(expand(paths));
+    const QStringList admitted = withAdmittedExtension(fresh, m_admitted);
+    if (admitted.isEmpty()) {
+        admitNothing(!fresh.isEmpty());
+        return;
+    }
+    logLine(QStringLiteral("drag'n'drop, final  = %1").arg(admitted.size()));
+    m_analysis.handOver(admitted);
+    m_window.analysisStopShown = true;
+    m_window.analysisStopEnabled = true;
+    m_context.windowChanged();
+    m_analysis.analysisLater();
+}
+
+QStringList appDelegate::withoutDuplicates(const QStringList &paths) const
+{
+    QStringList fresh;
+    for (qsizetype i = 0; i < paths.size(); ++i) {
+        if (m_table.indexOfSource(paths.at(i)) < 0) {
+            fresh.append(paths.at(i));
+            continue;
+        }
+        logLine(QStringLiteral(
+                    "doublon             : pas de sur-analyse pour rien ;-) #%1/%2 : %3")
+                    .arg(QString::number(i + 1), QString::number(paths.size()), paths.at(i)));
+    }
+    return fresh;
+}
+
+void appDelegate::admitNothing(bool wrongTypes)
+{
+    logLine(QStringLiteral("no compatible file (or no new files ;-))"));
+    if (wrongTypes) {
+        alertReport(localized(QStringLiteral("dndNonCompliantFolderFilesTitle")),
+                    localized(QStringLiteral("D_go_source3")), 0, AlertPlace::SheetOnWindow);
+    }
+    showIdle();
+    resumeAfterAdmission();
+    m_window.goEnabled = m_window.goEnabled || (!m_table.isEmpty() && !m_window.goPressed);
+    m_context.setGate(true);
+    m_context.windowChanged();
+    m_context.face.analysisEnded();
+}
+
+void appDelegate::showBusy()
+{
+    m_window.dropImage = QStringLiteral("%1Off").arg(QStringLiteral("dndApp"));
+    m_window.dropCaptionShown = false;
+    m_window.actionCaptionShown = true;
+    m_window.analysisWheel = true;
+    m_context.windowChanged();
+}
+
+void appDelegate::showIdle()
+{
+    m_window.dropImage = QStringLiteral("dndApp");
+    m_window.dropCaptionShown = true;
+    m_window.actionCaptionShown = false;
+    m_window.analysisWheel = false;
+}
+
+// ---- pausing a batch while a drop is analysed
+
+void appDelegate::pauseForAdmission()
+{
+    if (!m_window.goPressed) {
+        return;
+    }
+    m_pausedByAdmission = !m_encoding.isPaused();
+    if (m_window.stop.hasTwoSegments() && m_window.stop.offersPause()) {
+        m_window.stop.enabled = false;
+        m_window.stop.selected = StopControl::pauseSegment;
+        iba_taskStopBt(StopControl::pauseSegment);
+    } else {
+        tasklauncherSuspend();
+    }
+    logLine(QStringLiteral("was in progress     : to suspend"));
+    m_window.goEnabled = false;
+}
+
+// Only what the admission itself paused: a batch that the user paused stays paused.
+void appDelegate::resumeAfterAdmission()
+{
+    if (!std::exchange(m_pausedByAdmission, false)) {
+        m_window.stop.enabled = true;
+        return;
+    }
+    if (m_window.stop.hasTwoSegments() && m_window.stop.selected == StopControl::pauseSegment) {
+        m_window.stop.enabled = true;
+        iba_taskStopBt(StopControl::pauseSegment);
+    } else {
+        tasklauncherResume();
+    }
+    logLine(QStringLiteral("was suspended       : to resume"));
+}
+
+void appDelegate::tasklauncherSuspend()
+{
+    m_encoding.setPaused(true);
+    m_taskSlots.tasklauncherSuspend();
+}
+
+void appDelegate::tasklauncherResume()
+{
+    m_taskSlots.tasklauncherResume();
+    m_encoding.setPaused(false);
+}
+
+void appDelegate::iba_taskStopBt(int segment)
+{
+    StopControl &stop = m_window.stop;
+    stop.selected = segment;
+    if (segment == StopControl::stopSegment) {
+        stop.images[StopControl::pauseSegment] = QStringLiteral("btPause");
+        m_encoding.stop();
+    } else if (stop.offersPause()) {
+        stop.images[StopControl::pauseSegment] = QStringLiteral("btResume");
+        tasklauncherSuspend();
+    } else {
+        stop.images[StopControl::pauseSegment] = QStringLiteral("btPause");
+        tasklauncherResume();
+    }
+    m_context.windowChanged();
+}
+
+void appDelegate::iba_analysisStopBt()
+{
+    m_analysis.stop();
+}
+
+// ---- the batch table
+
+int appDelegate::encBatchInprogressRowIdentification() const
+{
+    return m_encoding.encBatchInprogressRowIdentification();
+}
+
+void appDelegate::encBatchRemove(Sender sender)
+{
+    logLine(QStringLiteral("encBatchRemove      - deb"));
+    QList<int> selection = m_table.selection();
+    if (selection.isEmpty() && sender == Sender::Internal && !m_table.isEmpty()) {
+        selection = {0};
+    }
+    if (selection.isEmpty()) {
+        return;
+    }
+    if (sender == Sender::Button && selection.contains(encBatchInprogressRowIdentification())) {
+        logLine(QStringLiteral("pas de suppression de la source en cours d'encodage ;-)"));
+        alertReport(localized(QStringLiteral("D_batch_1")), QString(), 0,
+                    AlertPlace::SheetOnWindow);
+        return;
+    }
+    removeRows(selection);
+}
+
+void appDelegate::removeRows(const QList<int> &indexes)
+{
+    for (const int index : indexes) {
+        rmCocoa(stringIn(m_table.row(index).dico, QStringLiteral("imgPathStr")));
+    }
+    m_table.remove(QSet<int>(indexes.begin(), indexes.end()));
+    if (m_table.isEmpty()) {
+        m_window.goEnabled = false;
+        m_window.drawerOpen = false;
+    }
+    m_context.face.rowsChanged();
+    m_context.windowChanged();
+}
+
+void appDelegate::encBatchRemoveAll(Sender sender)
+{
+    if (m_table.isEmpty()) {
+        return;
+    }
+    if (sender == Sender::Button) {
+        const QString cancel = localized(QStringLiteral("D_Annuler"));
+        const utilsAlert::Answer answer = utilsAlert::timedQuestion(
+            localized(QStringLiteral("D_batch_4")), localized(QStringLiteral("D_batch_5")), 0,
+            localized(QStringLiteral("D_oui")), cancel, QString(), removeAllQuestionSeconds,
+            QString());
+        if (answer.text == cancel) {
+            return;
+        }
+    }
+    const int inProgress = encBatchInprogressRowIdentification();
+    if (inProgress < 0) {
+        m_window.goEnabled = false;
+        m_window.drawerOpen = false;
+        m_table.clear();
+        m_context.face.rowsChanged();
+        m_context.windowChanged();
+        return;
+    }
+    QList<int> others;
+    for (int i = 0; i < m_table.count(); ++i) {
+        if (i != inProgress) {
+            others.append(i);
+        }
+    }
+    removeRows(others);
+}
+
+// ---- Go
+
+// False when there is nowhere to write; the user has then been asked for a folder.
+bool appDelegate::prepareDestination()
+{
+    Face &face = m_context.face;
+    const QString destination = expandTilde(face.destination());
+    if (destination.isEmpty() || !fileExists(destination)) {
+        const QString movies = expandTilde(QStringLiteral("~/Movies/"));
+        if (destination == movies || destination + QLatin1Char('/') == movies) {
+            mkdir(destination);
+        } else {
+            face.setDestination(QString());
+            alertReport(localized(QStringLiteral("D_go_dossier_destination1")),
+                        localized(QStringLiteral("D_go_dossier_destination3")), 2,
+                        AlertPlace::ApplicationModal);
+            face.chooseDestination();
+        }
+    }
+    if (face.destination().isEmpty() && fileExists(face.defaultDestination())) {
+        face.setDestination(face.defaultDestination());
+    }
+    return !face.destination().isEmpty();
+}
+
+void appDelegate::iba_batchGoBt()
+{
+    logLine(QStringLiteral("-------------------- iba_batchGoBt"));
+    if (m_table.isEmpty() || !prepareDestination()) {
+        return;
+    }
+    Face &face = m_context.face;
+    if (face.defaultDestination().isEmpty()) {
+        face.setDefaultDestination(face.destination());
+    }
+    m_window.goEnabled = false;
+    m_window.goPressed = true;
+    for (int i = 0; i < m_table.count(); ++i) {
+        m_table.row(i).resultat = RowMark::Puce;
+    }
+    face.rowsChanged();
+    m_context.windowChanged();
+    encSend(QStringLiteral("encBatch"));
+}
+
+} // namespace qv

@@ -1,0 +1,93 @@
+#pragma once
+
+#include "controller/analysis_driver.h"
+#include "controller/batch_table.h"
+#include "controller/context.h"
+#include "controller/encoding_driver.h"
+#include "controller/face.h"
+#include "controller/task_slots.h"
+
+#include <QObject>
+#include <QSet>
+#include <QStringList>
+
+// The controller: sources come in and become rows of the batch, rows become sheets. The window and
+// the headless command drive it through this interface and see it through a Face.
+namespace qv
+{
+
+class appDelegate : public QObject
+{
+    Q_OBJECT
+
+  public:
+    appDelegate(PreferencesStore &preferences, Face &face, MovieFramework &movies,
+                Placement placement);
+    ~appDelegate() override;
+
+    // Who asks for a removal: its button, or the controller itself.
+    enum class Sender { Button, Internal };
+
+    // ---- what comes in
+    // Admits dropped or opened paths and starts their analysis; ignored while the gate is closed.
+    void draggedFiles(const QStringList &paths);
+    // The same for paths that already are what they stand for: no alias is resolved and no folder
+    // walked.
+    void admitSources(const QStringList &paths);
+    void dragNDropPerformDrag(const QStringList &paths);
+    void applicationOpenFiles(const QStringList &paths);
+    void performOpenFiles(const QStringList &paths);
+    void iba_menuOpen();
+
+    // ---- the batch table
+    BatchTable &whichArrayController() { return m_table; }
+    const BatchTable &table() const { return m_table; }
+    const WindowState &window() const { return m_window; }
+    bool isGateOpen() const { return m_context.gateOpen; }
+    void encBatchRemove(Sender sender);
+    void encBatchRemoveAll(Sender sender);
+    int encBatchInprogressRowIdentification() const;
+    void iba_batchGoBt();
+
+    // ---- the step machines
+    void analysis() { m_analysis.analysis(); }
+    void encSend(const QString &stepNameStr) { m_encoding.encSend(stepNameStr); }
+    void taskLauncherDone() { m_taskSlots.taskLauncherDone(nullptr); }
+    void tasklauncherSuspend();
+    void tasklauncherResume();
+
+    // ---- the stop controls
+    // The batch's control: its first segment pauses and resumes, its second stops the batch.
+    void iba_taskStopBt(int segment);
+    void iba_analysisStopBt();
+
+    // Where a source's sheet goes.
+    QString sheetPath(const QString &sourcePath, int dpi)
+    {
+        return m_encoding.sheetPath(sourcePath, dpi);
+    }
+    QString destinationFolder() const { return m_encoding.destinationFolder(); }
+    QSet<QString> admittedExtensions() const { return m_admitted; }
+
+  private:
+    void admit(const QStringList &paths, QStringList (*expand)(const QStringList &));
+    QStringList withoutDuplicates(const QStringList &paths) const;
+    void showBusy();
+    void showIdle();
+    void pauseForAdmission();
+    void resumeAfterAdmission();
+    void admitNothing(bool wrongTypes);
+    void removeRows(const QList<int> &indexes);
+    bool prepareDestination();
+
+    BatchTable m_table;
+    WindowState m_window;
+    TaskSlots m_taskSlots;
+    ControllerContext m_context;
+    AnalysisDriver m_analysis;
+    EncodingDriver m_encoding;
+    QSet<QString> m_admitted;
+    bool m_pausedByAdmission = false;
+};
+
+} // namespace qv

@@ -1,0 +1,43 @@
+#pragma once
+
+#include "analysis/media_info_record.h"
+
+#include <QImage>
+#include <QString>
+#include <QVector>
+
+// One row of the batch table.
+namespace qv
+{
+
+// The status mark that a row shows, named after its picture.
+enum class RowMark { Puce, PuceCurrent, PuceSuccess, PuceFailure };
+QString markPictureName(RowMark mark);
+
+// Styled text: runs of one colour each, font size 11.
+struct StyledRun {
+    QString text;
+    QString color; // "black" or "silver"
+};
+using StyledText = QVector<StyledRun>;
+QString plainText(const StyledText &text);
+
+struct BatchItem {
+    int order = 0;                    // 1-based position
+    RowMark resultat = RowMark::Puce; // waiting, being encoded, sheet written, failed
+    int out = 1;                      // layout index
+    int dpi = 0;                      // picture choice
+    MediaInfoRecord dico;             // the record with srcPathStr, imgPathStr, intraFailure, dstPathStr
+    StyledText src;                   // caption
+    QString reason;                   // why the row failed; null otherwise
+
+    QString sourcePath() const;
+    // The preview, read from the file when asked for, so that ten thousand rows hold no pictures;
+    // null when the file is missing or no picture.
+    QImage img() const;
+};
+
+// A new row's caption: name, size with field order and frame rate, duration.
+StyledText rowCaption(const MediaInfoRecord &record, const QString &sourcePath);
+
+} // namespace qv

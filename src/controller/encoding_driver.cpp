@@ -1,0 +1,544 @@
+#include "controller/encoding_driver.h"
+
+#include "controller/sheet_delivery.h"
+#include "controller/store_keys.h"
+#include "process/tool_environment.h"
+#include "sheet/caption_texts.h"
+#include "sheet/composer.h"
+#include "sheet/extraction_plan.h"
+#include "support/alerts.h"
+#include "support/diagnostics.h"
+#include "support/files.h"
+#include "support/foreign_names.h"
+#include "support/localized_strings.h"
+#include "support/log.h"
+#include "support/numbers.h"
+#include "support/variant_values.h"
+
+#include <QFileInfo>
+
+#include <algorithm>
+
+namespace qv
+{
+namespace
+{
+
+const QString stepBatch = QStringLiteral("encBatch");
+const QString stepProcesses = QStringLiteral("encProcesses");
+const QString flagFinish = QStringLiteral("encFin");
+const QString cancelled = QStringLiteral("cancel");
+// Matches no row: what stands for the row before the first.
+const QString noRow = QStringLiteral("totoCestLePlusBeau");
+
+constexpr double neededMegabytes = 1.0;
+constexpr double diskAlertSeconds = 30;
+constexpr double overwriteQuestionSeconds = 10;
+
+} // namespace
+
+EncodingDriver::EncodingDriver(ControllerContext &context) : m_context(context) {}
+
+QStringList EncodingDriver::encArray()
+{
+    return {QStringLiteral("encDeb"),    QStringLiteral("encV"),
+            QStringLiteral("appkyThQt"), QStringLiteral("appkyThFf"),
+            QStringLiteral("appkyDisplay"), flagFinish};
+}
+
+void EncodingDriver::encSend(const QString &stepNameStr)
+{
+    logLine(QStringLiteral("stepNameStr         ? %1").arg(stepNameStr));
+    const bool posted = !m_pendingStep.isEmpty();
+    m_pendingStep = stepNameStr;
+    if (posted) {
+        return;
+    }
+    QMetaObject::invokeMethod(
+        this, [this] { enc(std::exchange(m_pendingStep, {})); }, Qt::QueuedConnection);
+}
+
+void EncodingDriver::enc(const QString &stepNameStr)
+{
+    if (m_context.taskSlots.isEncodingRunning()) {
+        return;
+    }
+    if (isStopping()) {
+        noteStop();
+    } else if (m_paused) {
+        m_heldStep = stepNameStr;
+        return;
+    }
+    if (stepNameStr == stepBatch) {
+        encBatch();
+    } else if (stepNameStr == stepProcesses) {
+        encProcesses();
+    }
+    m_context.windowChanged();
+}
+
+void EncodingDriver::stop()
+{
+    if (!m_context.window.goPressed) {
+        return;
+    }
+    m_encStopInt = 1;
+    m_paused = false;
+    m_heldStep.clear();
+    if (m_context.taskSlots.isEncodingRunning()) {
+        m_context.taskSlots.terminateEncoding();
+    } else {
+        encSend(stepProcesses);
+    }
+}
+
+// A pause may fall between two runs; the step that was due waits.
+void EncodingDriver::setPaused(bool paused)
+{
+    m_paused = paused;
+    if (!paused && !m_heldStep.isEmpty()) {
+        encSend(std::exchange(m_heldStep, {}));
+    }
+}
+
+void EncodingDriver::noteStop()
+{
+    logLine(QStringLiteral("enc stop            = 1"));
+    PreferencesStore &store = m_context.preferences;
+    store.prefWrite(keys::currentFile, cancelled);
+    store.prefDelete(keys::work);
+    store.prefWrite(flagFinish, 1);
+}
+
+int EncodingDriver::encBatchInprogressRowIdentification() const
+{
+    const QVariant current = m_context.preferences.prefRead(keys::currentFile);
+    return current.isValid() ? m_context.table.indexOfSource(current.toString()) : -1;
+}
+
+QString EncodingDriver::destinationFolder() const
+{
+    const QString field = expandTilde(m_context.face.destination());
+    const QString own = QStringLiteral("Quorvantel");
+    if (!m_context.placement.ownSubfolder || field.isEmpty() || field.endsWith(own) ||
+        field.endsWith(own + QLatin1Char('/'))) {
+        return field;
+    }
+    return appendPath(field, own);
+}
+
+QString EncodingDriver::sheetBase(const QString &sourcePath)
+{
+    const QString folder = destinationFolder();
+    if (m_context.placement.stillsInTemporaryFolder) {
+        return m_names.baseFor(sourcePath, folder);
+    }
+    // A folder of the name that the user made stays the user's.
+    return m_names.baseFor(sourcePath, folder, mayUseStillsFolder);
+}
+
+QString EncodingDriver::sheetPath(const QString &sourcePath, int dpi)
+{
+    return sheetBase(sourcePath) + QLatin1Char('.') + sheetExtension(dpi);
+}
+
+// ---- choosing rows
+
+void EncodingDriver::encBatch()
+{
+    logLine(QStringLiteral("stepNameStr         : encBatch"));
+    mkdir(destinationFolder());
+    const int current = encBatchInprogressRowIdentification();
+    const int next = current < 0 ? 0 : current + 1;
+    if (next >= m_context.table.count() || isStopping()) {
+        endBatch();
+        return;
+    }
+    logLine(QStringLiteral("new indexBatchInt   = %1").arg(next));
+    if (fileExists(m_context.table.row(next).sourcePath())) {
+        beginRow(next);
+    } else {
+        dropVanishedRow(next);
+    }
+    encSend(stepProcesses);
+}
+
+void EncodingDriver::beginRow(int index)
+{
+    BatchItem &row = m_context.table.row(index);
+    PreferencesStore &store = m_context.preferences;
+    m_row = {};
+    m_row.source = row.sourcePath();
+    m_row.duration = numberIn(row.dico, QStringLiteral("w_duration")).value_or(0);
+    m_row.started = m_context.now();
+    m_row.clock.start();
+    row.reason.clear();
+    store.prefWrite(keys::currentFile, m_row.source);
+    store.prefWriteDico(keys::work, row.dico);
+    setChild(QStringLiteral("encDeb"), 1);
+    setMark(RowMark::PuceCurrent);
+}
+
+void EncodingDriver::dropVanishedRow(int index)
+{
+    BatchTable &table = m_context.table;
+    m_row = {};
+    m_row.source = table.row(index).sourcePath();
+    m_row.reason = QStringLiteral("the file has vanished since it was analysed");
+    m_row.clock.start();
+    m_context.preferences.prefWrite(keys::currentFile,
+                                    index > 0 ? table.row(index - 1).sourcePath() : noRow);
+    rmCocoa(stringIn(table.row(index).dico, QStringLiteral("imgPathStr")));
+    table.remove({index});
+    m_context.face.rowsChanged();
+    report(RowResult::Status::Failed);
+    m_context.preferences.prefWrite(flagFinish, 1);
+}
+
+void EncodingDriver::endBatch()
+{
+    logLine(QStringLiteral("enc fini            :-)"));
+    PreferencesStore &store = m_context.preferences;
+    WindowState &window = m_context.window;
+    window.goPressed = false;
+    window.goEnabled = true;
+    m_encStopInt = 0;
+    m_context.setGate(true);
+    window.stepCaption.clear();
+    window.stepValue = window.stepMaximum = 0;
+    window.encoding.actionCaption.clear();
+    store.prefDelete(keys::currentFile);
+    store.prefDelete(keys::replaceFiles);
+    m_context.windowChanged();
+    m_context.face.batchEnded(localized(QStringLiteral("D_fin_GUI")), destinationFolder());
+}
+
+// ---- one row, step by step
+
+void EncodingDriver::encProcesses()
+{
+    if (isDue(QStringLiteral("encDeb"))) {
+        startRow();
+    } else if (takeChild(QStringLiteral("encV"))) {
+        runPlan();
+        setChild(QStringLiteral("encVPostDeb"), 1);
+        goOn();
+    } else if (isDue(QStringLiteral("appkyThQt"))) {
+        launchMovieFramework();
+    } else if (continuePictures()) {
+        return;
+    } else if (isDue(QStringLiteral("appkyDisplay"))) {
+        composeRow();
+        goOn();
+    } else if (isDue(flagFinish)) {
+        finishRow();
+    }
+}
+
+// A step that launched nothing: the next one that is due follows; when none is, the row rests.
+void EncodingDriver::goOn()
+{
+    logDebug([] { return QStringLiteral("argsArray           :-( nil || empty"); });
+    const QStringList steps = encArray();
+    if (std::any_of(steps.begin(), steps.end(), [this](const QString &s) { return isDue(s); })) {
+        encSend(stepProcesses);
+    }
+}
+
+void EncodingDriver::startRow()
+{
+    takeChild(QStringLiteral("encDeb"));
+    setChild(flagFinish, 1);
+    const int index = encBatchInprogressRowIdentification();
+    const BatchItem *item = index < 0 ? nullptr : &m_context.table.row(index);
+    const QVariantMap work = m_context.preferences.prefReadDico(keys::work).toMap();
+    m_row.out = intIn(work, QStringLiteral("out")).value_or(item != nullptr ? item->out : 1);
+    m_row.dpi = intIn(work, QStringLiteral("dpi")).value_or(item != nullptr ? item->dpi : 0);
+    logLine(QStringLiteral("out                 = %1 (%2)")
+                .arg(QString::number(m_row.out), m_context.face.layoutLabel(m_row.out)));
+    m_row.sheet = sheetPath(m_row.source, m_row.dpi);
+    m_row.stills = m_context.placement.stillsInTemporaryFolder
+                       ? appendPath(temporaryFolder(),
+                                    QStringLiteral("stills-%1").arg(++m_stillsCounter))
+                       : sheetBase(m_row.source);
+    setChild(QStringLiteral("dstPathStr"), m_row.stills);
+    if (index >= 0) {
+        m_context.table.row(index).dico.insert(QStringLiteral("dstPathStr"), m_row.sheet);
+    }
+    if (!mayWriteSheet(m_row.sheet) || !hasFreeSpace()) {
+        return;
+    }
+    resumeLogAppend(
+        QStringLiteral("\n----------\n\nsource              : %1\n").arg(shownPath(m_row.source)));
+    resumeLogAppend(QStringLiteral("destination         : %1\n").arg(m_row.sheet));
+    setChild(QStringLiteral("encQtEnc"), 1);
+    m_context.window.stepCaption.clear();
+    m_context.window.encoding.actionCaption = lastPathComponent(shownPath(m_row.source));
+    runPlan();
+}
+
+// A sheet that is there already: the answer given for all, or the question.
+bool EncodingDriver::mayWriteSheet(const QString &sheet)
+{
+    if (!fileExists(sheet)) {
+        return true;
+    }
+    PreferencesStore &store = m_context.preferences;
+    bool replace = false;
+    if (const QVariant stored = store.prefRead(keys::replaceFiles); stored.isValid()) {
+        replace = numberValue(stored).value_or(0) != 0;
+    } else {
+        const QString replaceText = localized(QStringLiteral("D_replace"));
+        const utilsAlert::Answer answer = utilsAlert::timedQuestion(
+            localized(QStringLiteral("D_go_dossier_destination4Bis")), sheet, 0,
+            localized(QStringLiteral("D_keep")), replaceText, QString(), overwriteQuestionSeconds,
+            localized(QStringLiteral("D_applyToAll")));
+        replace = answer.text == replaceText;
+        if (answer.suppressed == 1) {
+            store.prefWrite(keys::replaceFiles, replace ? 1 : 0);
+        }
+    }
+    if (!replace) {
+        m_row.kept = true;
+        failRow(QStringLiteral("a sheet of that name is there already"));
+    }
+    return replace;
+}
+
+bool EncodingDriver::hasFreeSpace()
+{
+    const int freeMegabytes = freeDiskSpace(destinationFolder());
+    logLine(QString::asprintf("free necessary space: %.1f vs %d (MB)", neededMegabytes,
+                              freeMegabytes));
+    if (freeMegabytes < 0 || freeMegabytes >= neededMegabytes) {
+        return true;
+    }
+    utilsAlert::timedQuestion(localized(QStringLiteral("D_go_echec_disque1")),
+                              localized(QStringLiteral("D_go_echec_disque2")), 0, QString(),
+                              QString(), QString(), diskAlertSeconds, QString());
+    failRow(QStringLiteral("the destination has no space left (%1 MB free)").arg(freeMegabytes));
+    return false;
+}
+
+// Plans the stills; the plan's entries in the store make the next steps due.
+void EncodingDriver::runPlan()
+{
+    QVariantMap plan = m_context.preferences.prefReadDico(keys::work).toMap();
+    plan.insert(QStringLiteral("thNumberInt"), m_context.face.thumbnailCount(m_row.out));
+    encodage(m_row.out, Bundle::main().version(), plan, m_context.preferences);
+    const QVariant display = child(QStringLiteral("appkyDisplay"));
+    if (!display.isValid()) {
+        failRow(QStringLiteral("the folder %1 for its stills can't be made, or is not this "
+                               "application's to empty")
+                    .arg(m_row.stills));
+        return;
+    }
+    m_row.asked = static_cast<int>(mapIn(display.toMap(), QStringLiteral("timecode")).size());
+    if (m_row.asked == 0) {
+        failRow(QStringLiteral("fewer pictures are asked for than the layout has columns"));
+        return;
+    }
+    goOn();
+}
+
+void EncodingDriver::composeRow()
+{
+    const tl::expected<ComposedSheet, QString> composed = composeSheet(m_row.dpi, displayOfRow());
+    const bool nothingDrawn = composed && composed->drawn == 0;
+    setChild(QStringLiteral("postProcessPurge"), m_row.stills);
+    takeChild(QStringLiteral("appkyDisplay"));
+    if (!composed) {
+        m_row.reason = composed.error();
+        return;
+    }
+    m_row.drawn = composed->drawn;
+    if (nothingDrawn) {
+        rmCocoa(composed->path);
+        if (m_row.reason.isEmpty()) {
+            m_row.reason = QStringLiteral("no picture could be taken from it");
+        }
+        return;
+    }
+    placeSheet(composed->path);
+}
+
+QVariantMap EncodingDriver::displayOfRow() const
+{
+    const PreferencesStore &store = m_context.preferences;
+    QVariantMap display = child(QStringLiteral("appkyDisplay")).toMap();
+    // By index and with its holes: a picture that did not come leaves its own cell empty.
+    QStringList stills;
+    for (int i = 0; i < m_row.asked; ++i) {
+        stills.append(pictureFile(m_row.stills, i));
+    }
+    display.insert(QStringLiteral("dstPathStr"), m_row.stills);
+    display.insert(QStringLiteral("th"), stills);
+    display.insert(QStringLiteral("bigMedMinMix"), m_row.out);
+    display.insert(QStringLiteral("borderColor"), store.prefRead(QStringLiteral("prefBorderColor")));
+    display.insert(QStringLiteral("borderSize"), store.prefRead(QStringLiteral("prefBorderSize")));
+    display.insert(QStringLiteral("bkgColor"), store.prefRead(QStringLiteral("pageBkgColor")));
+    for (const CaptionSwitch &caption : captionSwitches()) {
+        if (!m_context.face.captionShown(caption.caption)) {
+            display.remove(caption.caption);
+        }
+    }
+    return display;
+}
+
+void EncodingDriver::placeSheet(const QString &composed)
+{
+    if (composed == m_row.sheet) {
+        m_row.written = true;
+        return;
+    }
+    const bool replace =
+        numberValue(m_context.preferences.prefRead(keys::replaceFiles)).value_or(0) != 0;
+    const auto placed =
+        deliverSheet(composed, m_row.sheet, replace ? Existing::Replace : Existing::Keep);
+    rmCocoa(composed);
+    m_row.written = placed.has_value();
+    if (!placed) {
+        m_row.kept = placed.error().kept;
+        m_row.reason = m_row.kept ? QStringLiteral("a sheet of that name is there already")
+                                  : placed.error().reason;
+    }
+}
+
+// ---- the row's end
+
+void EncodingDriver::finishRow()
+{
+    takeChild(flagFinish);
+    m_context.preferences.prefDelete(flagFinish);
+    purgeStills();
+    m_context.window.stepCaption.clear();
+    m_context.window.encoding.actionCaption.clear();
+    if (isStopping()) {
+        finishStopped();
+        return;
+    }
+    markRow();
+    m_context.preferences.prefDelete(keys::work);
+    encSend(stepBatch);
+}
+
+void EncodingDriver::markRow()
+{
+    const int index = encBatchInprogressRowIdentification();
+    if (index < 0 || m_context.table.row(index).sourcePath() != m_row.source) {
+        return;
+    }
+    BatchItem &row = m_context.table.row(index);
+    if (row.resultat == RowMark::PuceCurrent) {
+        const bool made = m_row.written && fileExists(m_row.sheet);
+        if (!made && m_row.reason.isEmpty()) {
+            m_row.reason = QStringLiteral("the sheet could not be written");
+        }
+        setMark(made ? RowMark::PuceSuccess : RowMark::PuceFailure);
+    }
+    row.reason = m_row.reason;
+    if (row.resultat == RowMark::PuceSuccess) {
+        row.reason.clear();
+        writeSummary();
+        report(RowResult::Status::Made);
+    } else {
+        report(m_row.kept ? RowResult::Status::Kept : RowResult::Status::Failed);
+    }
+}
+
+void EncodingDriver::finishStopped()
+{
+    m_context.preferences.prefDelete(keys::work);
+    m_context.preferences.prefDelete(keys::replaceFiles);
+    m_encStopInt = 0;
+    WindowState &window = m_context.window;
+    window.goPressed = false;
+    window.goEnabled = !m_context.table.isEmpty();
+    window.stepValue = window.stepMaximum = 0;
+    m_context.setGate(true);
+    m_row.reason = QStringLiteral("stopped");
+    report(RowResult::Status::Stopped);
+    m_context.windowChanged();
+    m_context.face.batchStopped();
+}
+
+void EncodingDriver::writeSummary()
+{
+    const qint64 elapsed = std::max<qint64>(1, m_row.started.secsTo(m_context.now()));
+    resumeLogAppend(QString::asprintf("   Total speed      : real time / %.2f\n",
+                                      m_row.duration / static_cast<double>(elapsed)) +
+                    QStringLiteral("date                : %1\n(made by Quorvantel)\n")
+                        .arg(m_context.now().toString(Qt::ISODate)));
+}
+
+void EncodingDriver::report(RowResult::Status status)
+{
+    RowResult result;
+    result.status = status;
+    result.source = m_row.source;
+    const bool there = status == RowResult::Status::Made || status == RowResult::Status::Kept;
+    result.sheet = there ? m_row.sheet : QString();
+    result.reason = status == RowResult::Status::Made ? QString() : m_row.reason;
+    result.picturesAsked = m_row.asked;
+    result.picturesDrawn = m_row.drawn;
+    result.duration = m_row.duration;
+    result.seconds = static_cast<double>(m_row.clock.elapsed()) / 1000;
+    m_context.face.rowFinished(result);
+}
+
+// The row's remaining steps are dropped but the last.
+void EncodingDriver::failRow(const QString &reason)
+{
+    logLine(QStringLiteral("enc                 :-( %1: %2").arg(m_row.source, reason));
+    m_row.reason = reason;
+    setMark(RowMark::PuceFailure);
+    for (const QString &flag : encArray()) {
+        takeChild(flag);
+    }
+    setChild(flagFinish, 1);
+    encSend(stepProcesses);
+}
+
+void EncodingDriver::purgeStills()
+{
+    if (!m_row.stills.isEmpty()) {
+        purgeStillsFolder(m_row.stills);
+    }
+    m_row.stills.clear();
+    m_row.picture.reset();
+}
+
+// ---- the store's child entries
+
+QVariant EncodingDriver::child(const QString &key) const
+{
+    return m_context.preferences.prefReadChildDico(keys::work, key);
+}
+
+bool EncodingDriver::isDue(const QString &key) const
+{
+    return child(key).isValid() || (key == flagFinish && m_context.preferences.prefRead(key).isValid());
+}
+
+bool EncodingDriver::takeChild(const QString &key)
+{
+    const bool due = child(key).isValid();
+    m_context.preferences.prefDeleteChildDico(keys::work, key);
+    return due;
+}
+
+void EncodingDriver::setChild(const QString &key, const QVariant &value)
+{
+    m_context.preferences.prefWriteChildDico(keys::work, key, value);
+}
+
+void EncodingDriver::setMark(RowMark mark)
+{
+    const int index = encBatchInprogressRowIdentification();
+    if (index >= 0) {
+        m_context.table.row(index).resultat = mark;
+        m_context.face.rowChanged(index);
+    }
+}
+
+} // namespace qv

@@ -1,0 +1,120 @@
+#pragma once
+
+#include "controller/context.h"
+#include "controller/sheet_names.h"
+
+#include <QElapsedTimer>
+#include <QObject>
+#include <QStringList>
+
+#include <optional>
+
+// Turns the rows of the batch into sheets, one after the other. A step machine like the analysis:
+// its state stands in the preferences store, and each tool's end brings the next step.
+namespace qv
+{
+
+class EncodingDriver : public QObject
+{
+    Q_OBJECT
+
+  public:
+    explicit EncodingDriver(ControllerContext &context);
+
+    // Asks for a step, "encBatch" (choose the next row) or "encProcesses" (advance the current
+    // one). It runs from the event loop, so that the stack never grows.
+    void encSend(const QString &stepNameStr);
+
+    // The child flags in the order in which their steps come.
+    static QStringList encArray();
+
+    // Index of the row being encoded, or -1.
+    int encBatchInprogressRowIdentification() const;
+
+    // The stop control: the running tool ends and the batch with it.
+    void stop();
+    bool isStopping() const { return m_encStopInt == 1; }
+
+    // While paused no step begins.
+    void setPaused(bool paused);
+    bool isPaused() const { return m_paused; }
+
+    // The folder that the sheets go into, and a source's sheet in it (without and with extension).
+    QString destinationFolder() const;
+    QString sheetBase(const QString &sourcePath);
+    QString sheetPath(const QString &sourcePath, int dpi);
+
+  private:
+    void enc(const QString &stepNameStr);
+    void noteStop();
+
+    void encBatch();
+    void beginRow(int index);
+    void dropVanishedRow(int index);
+    void endBatch();
+
+    void encProcesses();
+    void goOn();
+    void startRow();
+    bool mayWriteSheet(const QString &sheet);
+    bool hasFreeSpace();
+    void runPlan();
+    void launchMovieFramework();
+    bool continuePictures();
+    bool retryPicture();
+    void launchNextPicture();
+    void launchPicture(const QStringList &arguments, int total);
+    void composeRow();
+    QVariantMap displayOfRow() const;
+    void placeSheet(const QString &composed);
+    void finishRow();
+    void markRow();
+    void finishStopped();
+    void writeSummary();
+    void report(RowResult::Status status);
+    void failRow(const QString &reason);
+    void purgeStills();
+
+    QVariant child(const QString &key) const;
+    bool isDue(const QString &key) const;
+    bool takeChild(const QString &key);
+    void setChild(const QString &key, const QVariant &value);
+    void setMark(RowMark mark);
+
+    // The picture whose run is in progress or has just ended.
+    struct PictureRun {
+        int index = 0;
+        int attempt = 0; // 0: as planned
+        QStringList planned;
+        QString file;
+    };
+    // What is known of the current row beside the store.
+    struct Row {
+        QString source;
+        QString sheet;
+        QString stills;     // folder of the stills, purged at the end
+        QString reason;
+        int out = 1;
+        int dpi = 0;
+        bool kept = false;
+        bool written = false;
+        int asked = 0;
+        int drawn = 0;
+        int hungRuns = 0;
+        double duration = 0;
+        QDateTime started;
+        QElapsedTimer clock;
+        std::optional<PictureRun> picture;
+    };
+
+    ControllerContext &m_context;
+    SheetNames m_names;
+    Row m_row;
+    int m_encStopInt = 0;
+    bool m_paused = false;
+    QString m_pendingStep;
+    QString m_heldStep;
+    int m_stillsCounter = 0;
+};
+
+} // namespace qv

@@ -1,0 +1,66 @@
+#pragma once
+
+#include "controller/window_state.h"
+
+#include <QString>
+#include <QStringList>
+
+// What the controller shows and asks. A window, a command and a test's recorder implement it; the
+// controller knows no widget.
+namespace qv
+{
+
+// How one row's encoding ended.
+struct RowResult {
+    enum class Status { Made, Kept, Failed, Stopped };
+    Status status = Status::Failed;
+    QString source;
+    QString sheet;        // of Made and Kept; empty otherwise
+    QString reason;       // for people; empty when made
+    int picturesAsked = 0;
+    int picturesDrawn = 0;
+    double duration = 0;  // of the source, seconds
+    double seconds = 0;   // that the row took
+};
+
+class Face
+{
+  public:
+    virtual ~Face() = default;
+
+    // Something in the state changed; called often, so a window may gather several.
+    virtual void windowChanged(const WindowState &) {}
+    virtual void rowsChanged() {}
+    virtual void rowChanged(int) {}
+    virtual void gateChanged(bool) {}
+
+    // A source that makes no row, and why.
+    virtual void sourceSkipped(const QString &, const QString &) {}
+    // The analysis of everything that was admitted is over, stopped or not.
+    virtual void analysisEnded() {}
+    virtual void rowFinished(const RowResult &) {}
+    // The batch is over; the text for people, and the folder with the sheets to reveal.
+    virtual void batchEnded(const QString &, const QString &) {}
+    // The batch was stopped: no message, nothing to reveal.
+    virtual void batchStopped() {}
+
+    // The destination fields of the main window and of the preferences panel.
+    virtual QString destination() const = 0;
+    virtual void setDestination(const QString &) = 0;
+    virtual QString defaultDestination() const = 0;
+    virtual void setDefaultDestination(const QString &) = 0;
+
+    // What new rows get, and what a layout means at this moment.
+    virtual int layoutIndex() const = 0;
+    virtual int pictureChoice() const = 0;
+    virtual QString layoutLabel(int out) const = 0;
+    virtual int thumbnailCount(int out) const = 0;
+    virtual bool captionShown(const QString &caption) const = 0;
+
+    // The file chooser, restricted to these extensions; empty when cancelled.
+    virtual QStringList chooseSources(const QString &, const QStringList &) { return {}; }
+    // The folder chooser of the destination field.
+    virtual void chooseDestination() {}
+};
+
+} // namespace qv

@@ -1,0 +1,110 @@
+#include "controller/preview.h"
+
+#include "process/tool_environment.h"
+#include "support/files.h"
+#include "support/numbers.h"
+#include "support/variant_values.h"
+
+#include <QFile>
+#include <QRandomGenerator>
+
+#include <algorithm>
+#include <cmath>
+
+namespace qv
+{
+namespace
+{
+
+// The longest name that common file systems take, in bytes.
+constexpr qsizetype nameLimit = 255;
+
+QString startOffset(const MediaInfoRecord &record)
+{
+    const double duration = numberIn(record, QStringLiteral("w_duration")).value_or(0);
+    for (const int offset : {120, 60, 10}) {
+        if (duration > offset) {
+            return QString::number(offset);
+        }
+    }
+    return QStringLiteral("0");
+}
+
+// The name cut so that it fits with `extra` more bytes.
+QString fittingName(QString name, qsizetype extra)
+{
+    while (QFile::encodeName(name).size() + extra > nameLimit && !name.isEmpty()) {
+        name.chop(name.size() > 1 && name.back().isLowSurrogate() ? 2 : 1);
+    }
+    return name;
+}
+
+} // namespace
+
+float previewAspect(const MediaInfoRecord &record)
+{
+    if (const QString dar = stringIn(record, QStringLiteral("v0_dar")); !dar.isNull()) {
+        return fractionStr2Float(dar);
+    }
+    const int width = intIn(record, QStringLiteral("v0_width")).value_or(0);
+    const int height = intIn(record, QStringLiteral("v0_height")).value_or(0);
+    if (width <= 0 || height <= 0) {
+        return 1.77F;
+    }
+    const float aspect = nbArrondi(static_cast<float>(width) / static_cast<float>(height), 2);
+    if (std::abs(aspect - 1.7F) <= 0.1F) {
+        return 1.77F;
+    }
+    return std::abs(aspect - 1.3F) <= 0.1F ? 1.33F : aspect;
+}
+
+int previewHeight(float aspect)
+{
+    if (!(aspect > 0.01F)) {
+        return previewWidth;
+    }
+    return std::max(1, static_cast<int>(static_cast<float>(previewWidth) / aspect));
+}
+
+QString previewPath(const QString &sourcePath)
+{
+    QString name = lastPathComponent(sourcePath);
+    // ffmpeg takes a "%" in a picture's name for a pattern.
+    name.replace(QLatin1Char('%'), QLatin1Char('_'));
+    const QString stem = fittingName(withoutExtension(name), 32);
+    const QString plain =
+        appendPath(temporaryFolder(), stem + QStringLiteral(".jpg"));
+    if (!fileExists(plain)) {
+        return plain;
+    }
+    const auto random = static_cast<qlonglong>(QRandomGenerator::global()->generate());
+    return appendPath(temporaryFolder(), QStringLiteral("%1_%2.jpg").arg(stem).arg(random));
+}
+
+QStringList previewArguments(const MediaInfoRecord &record, const QString &sourcePath,
+                             const QString &picturePath, PreviewFrame frame)
+{
+    const QString selector =
+        frame == PreviewFrame::Intra ? QStringLiteral("select=eq(pict_type\\,I),") : QString();
+    const QString filter =
+        selector + QStringLiteral("scale=160:%1").arg(previewHeight(previewAspect(record)));
+    return {ffmpegPath(),
+            QStringLiteral("-loglevel"),
+            QStringLiteral("info"),
+            QStringLiteral("-ss"),
+            startOffset(record),
+            QStringLiteral("-t"),
+            QStringLiteral("12"),
+            QStringLiteral("-i"),
+            sourcePath,
+            QStringLiteral("-vframes"),
+            QStringLiteral("1"),
+            QStringLiteral("-vf"),
+            filter,
+            QStringLiteral("-an"),
+            QStringLiteral("-sn"),
+            QStringLiteral("-y"),
+            picturePath};
+}
+
+} // namespace qv

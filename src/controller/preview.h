@@ -1,0 +1,27 @@
+#pragma once
+
+#include "analysis/media_info_record.h"
+
+#include <QString>
+#include <QStringList>
+
+// The small picture that a row shows.
+namespace qv
+{
+
+inline constexpr int previewWidth = 160;
+
+// Display aspect of a record: v0_dar, else the picture size snapped to the common ratios, else 1.77.
+float previewAspect(const MediaInfoRecord &record);
+// 160 divided by the aspect, at least 1.
+int previewHeight(float aspect);
+
+// A free path for it in the temporary folder, named after the source.
+QString previewPath(const QString &sourcePath);
+
+enum class PreviewFrame { Intra, Any };
+// The ffmpeg run that makes it, from somewhere inside the film.
+QStringList previewArguments(const MediaInfoRecord &record, const QString &sourcePath,
+                             const QString &picturePath, PreviewFrame frame);
+
+} // namespace qv

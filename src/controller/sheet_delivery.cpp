@@ -1,0 +1,151 @@
+#include "controller/sheet_delivery.h"
+
+#include "process/child_process.h"
+#include "support/files.h"
+
+#include <QFile>
+
+#include <cerrno>
+#include <cstdio>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace qv
+{
+namespace
+{
+
+DeliveryFailure failure(const char *what, int error)
+{
+    return {error == EEXIST,
+            QStringLiteral("the sheet could not be %1: %2")
+                .arg(QLatin1String(what), qt_error_string(error))};
+}
+
+bool copyBytes(int from, int to)
+{
+    char buffer[65536];
+    while (true) {
+        const ssize_t n = ::read(from, buffer, sizeof buffer);
+        if (n < 0 && errno == EINTR) {
+            continue;
+        }
+        if (n <= 0) {
+            return n == 0;
+        }
+        for (ssize_t done = 0; done < n;) {
+            const ssize_t written = ::write(to, buffer + done, static_cast<size_t>(n - done));
+            if (written < 0 && errno != EINTR) {
+                return false;
+            }
+            done += std::max<ssize_t>(written, 0);
+        }
+    }
+}
+
+// A name beside the destination for the one moment that a replacement needs, or for file systems
+// that have no files without a name.
+QByteArray passingName(const QString &destination)
+{
+    static int counter = 0;
+    const QString folder = destination.left(destination.lastIndexOf(QLatin1Char('/')));
+    return QFile::encodeName(folder) + "/.quorvantel-" +
+           QByteArray::number(static_cast<qint64>(::getpid())) + '-' +
+           QByteArray::number(++counter) + ".part";
+}
+
+// Removes the passing name however the function that uses it is left.
+class PassingFile
+{
+  public:
+    explicit PassingFile(QByteArray name) : m_name(std::move(name)) {}
+    ~PassingFile() { ::unlink(m_name.constData()); }
+    PassingFile(const PassingFile &) = delete;
+    PassingFile &operator=(const PassingFile &) = delete;
+    const char *path() const { return m_name.constData(); }
+
+  private:
+    QByteArray m_name;
+};
+
+// A file without a name in the destination's folder; closed when the file system has no such thing.
+FileDescriptor namelessFile(const QString &destination)
+{
+    const QString folder = destination.left(destination.lastIndexOf(QLatin1Char('/')));
+    return FileDescriptor(::open(QFile::encodeName(folder).constData(),
+                                 O_TMPFILE | O_WRONLY | O_CLOEXEC, 0666));
+}
+
+int linkNameless(int fd, const char *name)
+{
+    const QByteArray self = "/proc/self/fd/" + QByteArray::number(fd);
+    return ::linkat(AT_FDCWD, self.constData(), AT_FDCWD, name, AT_SYMLINK_FOLLOW);
+}
+
+// An existing destination makes link() fail and rename() replace it.
+bool giveName(const char *from, const char *to, Existing existing)
+{
+    return (existing == Existing::Replace ? ::rename(from, to) : ::link(from, to)) == 0;
+}
+
+tl::expected<void, DeliveryFailure> nameNameless(int fd, const QString &destination,
+                                                 Existing existing)
+{
+    const QByteArray name = QFile::encodeName(destination);
+    if (existing == Existing::Keep) {
+        if (linkNameless(fd, name.constData()) != 0) {
+            return tl::make_unexpected(failure("named", errno));
+        }
+        return {};
+    }
+    const PassingFile passing(passingName(destination));
+    if (linkNameless(fd, passing.path()) != 0 ||
+        !giveName(passing.path(), name.constData(), existing)) {
+        return tl::make_unexpected(failure("named", errno));
+    }
+    return {};
+}
+
+tl::expected<void, DeliveryFailure> deliverThroughPassingName(int source,
+                                                              const QString &destination,
+                                                              Existing existing)
+{
+    const PassingFile passing(passingName(destination));
+    const FileDescriptor target(
+        ::open(passing.path(), O_CREAT | O_EXCL | O_WRONLY | O_CLOEXEC, 0666));
+    if (!target.isOpen() || !copyBytes(source, target.get()) || ::fsync(target.get()) != 0) {
+        return tl::make_unexpected(failure("written", errno));
+    }
+    const QByteArray name = QFile::encodeName(destination);
+    if (giveName(passing.path(), name.constData(), existing)) {
+        return {};
+    }
+    // No hard links here: look, then rename.
+    if (existing == Existing::Keep && errno != EEXIST && !QFile::exists(destination) &&
+        ::rename(passing.path(), name.constData()) == 0) {
+        return {};
+    }
+    return tl::make_unexpected(failure("named", errno));
+}
+
+} // namespace
+
+tl::expected<void, DeliveryFailure> deliverSheet(const QString &file, const QString &destination,
+                                                 Existing existing)
+{
+    const FileDescriptor source(::open(QFile::encodeName(file).constData(), O_RDONLY | O_CLOEXEC));
+    if (!source.isOpen()) {
+        return tl::make_unexpected(failure("read", errno));
+    }
+    const FileDescriptor target = namelessFile(destination);
+    if (!target.isOpen()) {
+        return deliverThroughPassingName(source.get(), destination, existing);
+    }
+    if (!copyBytes(source.get(), target.get()) || ::fsync(target.get()) != 0) {
+        return tl::make_unexpected(failure("written", errno));
+    }
+    return nameNameless(target.get(), destination, existing);
+}
+
+} // namespace qv

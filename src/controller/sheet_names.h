@@ -1,0 +1,35 @@
+#pragma once
+
+#include <QHash>
+#include <QString>
+
+#include <functional>
+
+// The names of the sheets of one destination: one a source, no two the same.
+namespace qv
+{
+
+class SheetNames
+{
+  public:
+    // The sheet's path without extension for a source: the folder plus the source's display name.
+    // A source whose name another one has already taken gets one that tells them apart: its
+    // folder's name or its own extension in parentheses, then a number. The answer for a source
+    // stays the same as long as the folder does. A name that `mayUse` refuses is passed over.
+    QString baseFor(const QString &sourcePath, const QString &folder,
+                    const std::function<bool(const QString &base)> &mayUse = nullptr);
+    void forget();
+
+  private:
+    QString freeBase(const QString &sourcePath, const QString &folder,
+                     const std::function<bool(const QString &)> &mayUse) const;
+
+    QString m_folder;
+    QHash<QString, QString> m_baseOfSource;
+    QHash<QString, QString> m_sourceOfBase;
+};
+
+// Whether the source's sheet does not have the source's plain name.
+bool isRenamed(const QString &sourcePath, const QString &base);
+
+} // namespace qv

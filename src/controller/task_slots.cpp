@@ -1,0 +1,236 @@
+#include "controller/task_slots.h"
+
+#include "controller/progress_readers.h"
+#include "support/localized_strings.h"
+#include "support/log.h"
+
+#include <algorithm>
+
+namespace qv
+{
+namespace
+{
+
+// A sentinel that no real time stamp can equal.
+constexpr double noPreviousTime = -123456.0;
+
+// What is kept of a run's output to explain a failure.
+constexpr qsizetype tailLength = 8192;
+// An analysis report is some hundred kilobytes; a tool that prints without end is cut here.
+constexpr qsizetype reportLimit = 64 * 1024 * 1024;
+
+} // namespace
+
+TaskSlots::TaskSlots(WindowState &window, std::function<void()> changed)
+    : m_changed(std::move(changed)), m_encoding(window.encoding), m_analysis(window.analysis)
+{
+}
+
+TaskSlots::~TaskSlots()
+{
+    for (Slot *slot : {&m_encoding, &m_analysis}) {
+        if (slot->taskClass) {
+            slot->taskClass->setDelegate(nullptr);
+            slot->taskClass->tasklauncherTerminate();
+        }
+    }
+}
+
+int TaskSlots::tasklauncherStart(const QStringList &argsArray, float progressMaxValueFloat,
+                                 int parseInt, const RunControls &controls, bool isTaskOther)
+{
+    if (argsArray.isEmpty()) {
+        logLine(QStringLiteral("tl start argsArray  :-( nil || empty"));
+        return 0;
+    }
+    Slot &slot = isTaskOther ? m_analysis : m_encoding;
+    slot.taskProgressMaxValue = progressMaxValueFloat;
+    slot.taskParseInt = parseInt;
+    slot.taskPreviousTime = noPreviousTime;
+    slot.taskArgsVArray = argsArray;
+    slot.decoder = QStringDecoder(QStringDecoder::Utf8);
+    slot.pendingLine.clear();
+    slot.report = {};
+    if (isTaskOther && parseInt == CollectOutput) {
+        m_analysisOutput = QStringLiteral("");
+        logLine(QStringLiteral("analysisTaskVerboseM:-) alloc"));
+    }
+    prepareControls(slot, controls);
+    slot.taskClass = std::make_unique<taskLauncher>();
+    slot.taskClass->setDelegate(this);
+    // Names and tags in any script stand in the tools' output, and text chunks must be ASCII; so
+    // the bytes are taken and decoded here.
+    slot.taskClass->dontConvertDataToString(true);
+    const int code = slot.taskClass->launchTasksWithArguments(argsArray);
+    if (code != taskLauncher::Launched) {
+        logLine(QStringLiteral("tlStart launch error:-( = %1 (from: %2)")
+                    .arg(QString::number(code), argsArray.join(QLatin1Char(' '))));
+        taskLauncherDone(slot.taskClass.get());
+        return 0;
+    }
+    m_changed();
+    return 1;
+}
+
+void TaskSlots::prepareControls(Slot &slot, const RunControls &controls)
+{
+    SlotControls &shown = slot.controls;
+    if (slot.taskProgressMaxValue > 0 && slot.taskParseInt != PictureRuns) {
+        shown.determinate = controls.progressBar;
+        shown.minimum = 0;
+        shown.maximum = static_cast<double>(slot.taskProgressMaxValue);
+    } else {
+        shown.wheelSpinning = true;
+    }
+    shown.stopShown = controls.stopBt;
+}
+
+TaskSlots::Slot &TaskSlots::slotOf(const taskLauncher *launcher)
+{
+    if (launcher != nullptr && launcher == m_encoding.taskClass.get()) {
+        return m_encoding;
+    }
+    return m_analysis.taskClass ? m_analysis : m_encoding;
+}
+
+void TaskSlots::didReceiveNewData(taskLauncher &launcher, const QByteArray &data)
+{
+    Slot &slot = slotOf(&launcher);
+    const QString text = slot.decoder.decode(data);
+    slot.report.tail = (slot.report.tail + text).right(tailLength);
+    if (slot.taskParseInt == CollectOutput) {
+        if (&slot == &m_analysis && m_analysisOutput.size() < reportLimit) {
+            m_analysisOutput += text;
+        }
+        return;
+    }
+    takeText(slot, text);
+}
+
+// Progress lines end with a lone carriage return; a chunk may end anywhere.
+void TaskSlots::takeText(Slot &slot, const QString &text)
+{
+    slot.pendingLine += text;
+    qsizetype from = 0;
+    for (qsizetype i = 0; i < slot.pendingLine.size(); ++i) {
+        const QChar c = slot.pendingLine.at(i);
+        if (c == QLatin1Char('\r') || c == QLatin1Char('\n')) {
+            takeLine(slot, slot.pendingLine.mid(from, i - from));
+            from = i + 1;
+        }
+    }
+    slot.pendingLine = slot.pendingLine.mid(from).right(tailLength);
+}
+
+void TaskSlots::takeLine(Slot &slot, const QString &line)
+{
+    const float value = progressValue(slot.taskParseInt, line);
+    if (value > 0 && slot.taskProgressMaxValue > 0 &&
+        static_cast<double>(value) != slot.taskPreviousTime) {
+        slot.taskPreviousTime = static_cast<double>(value);
+        showProgress(slot, value);
+    }
+}
+
+void TaskSlots::showProgress(Slot &slot, float value)
+{
+    slot.controls.value = static_cast<double>(value);
+    if (slot.taskParseInt != PercentageQuiet) {
+        const double percentage =
+            static_cast<double>(value) * 100.0 / static_cast<double>(slot.taskProgressMaxValue);
+        slot.controls.percent =
+            QStringLiteral("%1 %").arg(static_cast<int>(std::clamp(percentage, 0.0, 1e6)));
+    }
+    m_changed();
+}
+
+void TaskSlots::taskLauncherTaskDidSuspend(taskLauncher &launcher)
+{
+    logLine(QStringLiteral("process             : suspend"));
+    Slot &slot = slotOf(&launcher);
+    m_progressActionStrBeforePause = slot.controls.actionCaption;
+    slot.controls.actionCaption = localized(QStringLiteral("D_action_pause"));
+    m_changed();
+}
+
+void TaskSlots::taskLauncherTaskDidResume(taskLauncher &launcher)
+{
+    logLine(QStringLiteral("process             : resume"));
+    slotOf(&launcher).controls.actionCaption = std::exchange(m_progressActionStrBeforePause, {});
+    m_changed();
+}
+
+void TaskSlots::taskLauncherTaskDidEnd(taskLauncher &launcher)
+{
+    taskLauncherDone(&launcher);
+}
+
+void TaskSlots::resetControls(Slot &slot)
+{
+    const QString caption = slot.controls.actionCaption;
+    slot.controls = {};
+    slot.controls.actionCaption = caption;
+}
+
+void TaskSlots::taskLauncherDone(taskLauncher *launcher)
+{
+    Slot &slot = slotOf(launcher);
+    resetControls(slot);
+    if (slot.taskClass) {
+        slot.taskClass->setDelegate(nullptr);
+        slot.taskClass->tasklauncherTerminate();
+        slot.report.outcome = slot.taskClass->outcome();
+        // It may be the one that is calling.
+        slot.taskClass.release()->deleteLater();
+    }
+    slot.taskPreviousTime.reset();
+    const bool analysis = &slot == &m_analysis;
+    if (analysis || slot.taskParseInt != PictureRuns) {
+        slot.taskProgressMaxValue = 0;
+        slot.taskParseInt = CollectOutput;
+    }
+    slot.taskArgsVArray.clear();
+    if (!analysis) {
+        m_progressActionStrBeforePause.clear();
+    }
+    m_changed();
+    const auto &ended = analysis ? analysisRunEnded : encodingRunEnded;
+    if (ended) {
+        ended();
+    }
+}
+
+void TaskSlots::tasklauncherSuspend()
+{
+    if (m_encoding.taskClass) {
+        m_encoding.taskClass->suspend();
+    }
+}
+
+void TaskSlots::tasklauncherResume()
+{
+    if (m_encoding.taskClass) {
+        m_encoding.taskClass->resume();
+    }
+}
+
+bool TaskSlots::isEncodingSuspended() const
+{
+    return m_encoding.taskClass && m_encoding.taskClass->isSuspended();
+}
+
+void TaskSlots::terminateEncoding()
+{
+    if (m_encoding.taskClass) {
+        m_encoding.taskClass->tasklauncherTerminate();
+    }
+}
+
+void TaskSlots::terminateAnalysis()
+{
+    if (m_analysis.taskClass) {
+        m_analysis.taskClass->tasklauncherTerminate();
+    }
+}
+
+} // namespace qv

@@ -1,0 +1,109 @@
+#pragma once
+
+#include "controller/window_state.h"
+#include "process/task_launcher.h"
+
+#include <QPointer>
+#include <QStringDecoder>
+
+#include <functional>
+#include <memory>
+#include <optional>
+
+// The two places in which long tool runs happen: one for the encoding, one for the analysis, so
+// that a drop can be analysed while a batch is paused.
+namespace qv
+{
+
+// Which of the slot's controls a run uses.
+struct RunControls {
+    bool progressBar = false;
+    bool verboseField = false;
+    QString parsePathStr;
+    bool stopBt = false;
+    bool progressWheel = false;
+};
+
+// What became of a slot's last run.
+struct RunReport {
+    ToolOutcome outcome;
+    QString tail; // the last lines that the tool printed
+};
+
+class TaskSlots : public QObject, private TaskLauncherDelegate
+{
+    Q_OBJECT
+
+  public:
+    // The controls of both slots live in the window's state; `changed` is told of each change.
+    TaskSlots(WindowState &window, std::function<void()> changed);
+    ~TaskSlots() override;
+
+    // Called when a run of the slot has ended, or could not be started. May start the next run.
+    std::function<void()> encodingRunEnded;
+    std::function<void()> analysisRunEnded;
+
+    // Launches the tool; 1 when it runs, 0 otherwise. A tool that can't be launched ends at once
+    // like any other run, so that the step machine behind it goes on.
+    int tasklauncherStart(const QStringList &argsArray, float progressMaxValueFloat, int parseInt,
+                          const RunControls &controls, bool isTaskOther);
+
+    // Ends a run: resets the slot's controls, gives up the launcher and re-enters the slot's step
+    // machine. Without a launcher it means the analysis slot when that is occupied.
+    void taskLauncherDone(taskLauncher *launcher);
+
+    // Pause and continue the batch's run.
+    void tasklauncherSuspend();
+    void tasklauncherResume();
+    bool isEncodingRunning() const { return m_encoding.taskClass != nullptr; }
+    bool isAnalysisRunning() const { return m_analysis.taskClass != nullptr; }
+    bool isEncodingSuspended() const;
+
+    // Kills the running tool; its end comes through the usual way.
+    void terminateEncoding();
+    void terminateAnalysis();
+
+    // Everything that the running or last analysis run printed.
+    QString analysisTaskVerboseMStr() const { return m_analysisOutput; }
+    void releaseAnalysisOutput() { m_analysisOutput.clear(); }
+
+    const RunReport &lastEncodingRun() const { return m_encoding.report; }
+    const RunReport &lastAnalysisRun() const { return m_analysis.report; }
+    float taskProgressMaxValue() const { return m_encoding.taskProgressMaxValue; }
+    int taskParseInt() const { return m_encoding.taskParseInt; }
+
+  private:
+    struct Slot {
+        explicit Slot(SlotControls &c) : controls(c) {}
+        SlotControls &controls;
+        std::unique_ptr<taskLauncher> taskClass;
+        float taskProgressMaxValue = 0;
+        int taskParseInt = CollectMode;
+        std::optional<double> taskPreviousTime;
+        QStringList taskArgsVArray;
+        QStringDecoder decoder{QStringDecoder::Utf8};
+        QString pendingLine;
+        RunReport report;
+        static constexpr int CollectMode = -1;
+    };
+
+    void didReceiveNewData(taskLauncher &launcher, const QByteArray &data) override;
+    void taskLauncherTaskDidSuspend(taskLauncher &launcher) override;
+    void taskLauncherTaskDidResume(taskLauncher &launcher) override;
+    void taskLauncherTaskDidEnd(taskLauncher &launcher) override;
+
+    Slot &slotOf(const taskLauncher *launcher);
+    void prepareControls(Slot &slot, const RunControls &controls);
+    void takeText(Slot &slot, const QString &text);
+    void takeLine(Slot &slot, const QString &line);
+    void showProgress(Slot &slot, float value);
+    void resetControls(Slot &slot);
+
+    std::function<void()> m_changed;
+    Slot m_encoding;
+    Slot m_analysis;
+    QString m_analysisOutput;
+    QString m_progressActionStrBeforePause;
+};
+
+} // namespace qv
