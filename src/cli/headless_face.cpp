@@ -1,0 +1,113 @@
+#include "cli/headless_face.h"
+
+#include "sheet/caption_texts.h"
+#include "support/numbers.h"
+
+namespace qv
+{
+namespace
+{
+
+template <typename Callback, typename... Arguments>
+void tell(const Callback &callback, const Arguments &...arguments)
+{
+    if (callback) {
+        callback(arguments...);
+    }
+}
+
+QString countPreference(SheetLayout layout)
+{
+    switch (layout) {
+    case SheetLayout::Big:
+        return QStringLiteral("prefLimitBig");
+    case SheetLayout::Medium:
+        return QStringLiteral("prefLimitMed");
+    case SheetLayout::Minimum:
+        return QStringLiteral("prefLimitMin");
+    case SheetLayout::Mixed:
+        break;
+    }
+    return QStringLiteral("prefLimitMix");
+}
+
+} // namespace
+
+HeadlessFace::HeadlessFace(const Options &options, const PreferencesStore &preferences)
+    : m_options(options), m_preferences(preferences),
+      m_destination(options.output.isEmpty() ? defaultDestination() : options.output)
+{
+}
+
+void HeadlessFace::windowChanged(const WindowState &window)
+{
+    tell(onWindowChanged, window);
+}
+
+void HeadlessFace::sourceSkipped(const QString &source, const QString &reason)
+{
+    tell(onSourceSkipped, source, reason);
+}
+
+void HeadlessFace::analysisEnded()
+{
+    tell(onAnalysisEnded);
+}
+
+void HeadlessFace::rowFinished(const RowResult &result)
+{
+    tell(onRowFinished, result);
+}
+
+void HeadlessFace::batchEnded(const QString &, const QString &)
+{
+    tell(onBatchOver);
+}
+
+void HeadlessFace::batchStopped()
+{
+    tell(onBatchOver);
+}
+
+QString HeadlessFace::defaultDestination() const
+{
+    return m_preferences.prefReadString(QStringLiteral("prefDefautDstPathStr"));
+}
+
+int HeadlessFace::pictureChoice() const
+{
+    return m_options.pictureChoice.value_or(
+        intValue(m_preferences.prefReadString(QStringLiteral("prefDpi"))));
+}
+
+QString HeadlessFace::layoutLabel(int out) const
+{
+    return layoutName(sheetLayout(out));
+}
+
+int HeadlessFace::thumbnailCount(int out) const
+{
+    return m_options.count.value_or(
+        intValue(m_preferences.prefReadString(countPreference(sheetLayout(out)))));
+}
+
+bool HeadlessFace::captionShown(const QString &caption) const
+{
+    if (m_options.noTimecode && caption == QLatin1String("timecode")) {
+        return false;
+    }
+    if (m_options.captions) {
+        // A list of captions says nothing about the stamps unless it names them.
+        return m_options.captions->contains(caption) ||
+               (caption == QLatin1String("timecode") && !m_options.noTimecode &&
+                intValue(m_preferences.prefReadString(QStringLiteral("prefTimecode"))) != 0);
+    }
+    for (const CaptionSwitch &known : captionSwitches()) {
+        if (known.caption == caption) {
+            return intValue(m_preferences.prefReadString(known.preference)) != 0;
+        }
+    }
+    return true;
+}
+
+} // namespace qv

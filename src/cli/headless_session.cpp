@@ -1,0 +1,126 @@
+#include "cli/headless_session.h"
+
+#include "process/child_process.h"
+#include "process/tool_environment.h"
+#include "support/bundle.h"
+#include "support/diagnostics.h"
+#include "support/files.h"
+#include "support/foreign_names.h"
+#include "support/localized_strings.h"
+#include "support/log.h"
+
+#include <QDir>
+#include <QFileInfo>
+
+namespace qv
+{
+
+tl::expected<std::unique_ptr<HeadlessSession>, QString>
+HeadlessSession::start(const Options &options)
+{
+    std::unique_ptr<HeadlessSession> session(new HeadlessSession(options));
+    if (auto opened = session->openLog(); !opened) {
+        return tl::make_unexpected(opened.error());
+    }
+    if (ffmpegPath().isEmpty()) {
+        return tl::make_unexpected(
+            QStringLiteral("there is no ffmpeg: neither %1 nor one in %2. Install ffmpeg, or put "
+                           "it there.")
+                .arg(Bundle::main().toolPath(QStringLiteral("ffmpeg")),
+                     expandTilde(QStringLiteral("~/Library/Application Support/Quorvantel"))));
+    }
+    if (auto opened = session->openScratch(); !opened) {
+        return tl::make_unexpected(opened.error());
+    }
+    if (options.hangTimeout) {
+        setToolIdleLimit(*options.hangTimeout);
+    }
+    setLocalizationBundle(Bundle::main());
+    setLocalizationTable(QStringLiteral("Localized"));
+    session->loadPreferences();
+    session->m_face =
+        std::make_unique<HeadlessFace>(session->m_options, *session->m_preferences);
+    session->m_controller = std::make_unique<appDelegate>(
+        *session->m_preferences, *session->m_face, session->m_movies,
+        Placement{options.output.isEmpty(), true});
+    return session;
+}
+
+HeadlessSession::~HeadlessSession()
+{
+    m_controller.reset();
+    setLogSink(nullptr);
+    setTemporaryFolder(QString());
+    setLogFolder(QString());
+}
+
+// Without a log file trace lines go nowhere, or to standard error when they were asked for.
+tl::expected<void, QString> HeadlessSession::openLog()
+{
+    setDebug(m_options.verbose);
+    if (m_options.logFile.isEmpty()) {
+        setLogSink(m_options.verbose ? LogSink() : [](const QByteArray &) {});
+        return {};
+    }
+    m_log.setFileName(m_options.logFile);
+    if (!m_log.open(QIODevice::WriteOnly | QIODevice::Append | QIODevice::Unbuffered)) {
+        return tl::make_unexpected(QStringLiteral("the log file %1 can't be written: %2")
+                                       .arg(m_options.logFile, m_log.errorString()));
+    }
+    setLogSink([this](const QByteArray &line) { m_log.write(line); });
+    return {};
+}
+
+tl::expected<void, QString> HeadlessSession::openScratch()
+{
+    m_scratch = ScratchFolder::create();
+    const QString folder =
+        m_scratch ? appendPath(m_scratch->path(), Bundle::main().name()) : QString();
+    if (!m_scratch || !prepareTemporaryFolder(folder, Bundle::main())) {
+        return tl::make_unexpected(QStringLiteral("no temporary folder can be made in %1. Set "
+                                                  "TMPDIR to a folder that can be written.")
+                                       .arg(QDir::tempPath()));
+    }
+    setForeignNamesFolder(appendPath(m_scratch->path(), QStringLiteral("names")));
+    setLogFolder(appendPath(m_scratch->path(), QStringLiteral("logs")));
+    mkdir(logFolder());
+    return {};
+}
+
+void HeadlessSession::loadPreferences()
+{
+    m_preferences = std::make_unique<PreferencesStore>(
+        PreferencesStore::userFile(Bundle::main().identifier()), PreferencesStore::Saving::ReadOnly);
+    m_preferences->prefsPurgeUnknownKeys();
+    m_preferences->prefsFillMissingDefaults();
+    if (!m_options.background.isEmpty()) {
+        m_preferences->prefWrite(QStringLiteral("pageBkgColor"), m_options.background);
+    }
+    if (!m_options.borderColor.isEmpty()) {
+        m_preferences->prefWrite(QStringLiteral("prefBorderColor"), m_options.borderColor);
+    }
+    if (m_options.borderSize) {
+        m_preferences->prefWrite(QStringLiteral("prefBorderSize"), *m_options.borderSize);
+    }
+}
+
+tl::expected<void, QString> HeadlessSession::openDestination()
+{
+    if (!m_options.output.isEmpty()) {
+        m_face->setDestination(QDir::cleanPath(QDir::current().absoluteFilePath(m_options.output)));
+    }
+    if (m_face->destination().isEmpty()) {
+        return tl::make_unexpected(
+            QStringLiteral("the preferences name no destination. Name one with --output."));
+    }
+    const QString folder = m_controller->destinationFolder();
+    if (mkdir(folder) && QFileInfo(folder).isDir() && droitsAcces(folder)) {
+        return {};
+    }
+    return tl::make_unexpected(
+        QStringLiteral("the destination %1 can't be made or written. Name another one with "
+                       "--output.")
+            .arg(folder));
+}
+
+} // namespace qv

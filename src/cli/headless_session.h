@@ -1,0 +1,50 @@
+#pragma once
+
+#include "analysis/movie_framework.h"
+#include "cli/headless_face.h"
+#include "cli/options.h"
+#include "cli/scratch_folder.h"
+#include "controller/app_delegate.h"
+#include "settings/preferences_store.h"
+
+#include <QFile>
+
+#include <tl/expected.hpp>
+
+#include <memory>
+
+// Everything that a command needs to work: scratch folder, settings (read, never written), log,
+// controller. Working state stays in memory, so copies don't meet.
+namespace qv
+{
+
+class HeadlessSession
+{
+  public:
+    // The session, or why nothing can work here.
+    static tl::expected<std::unique_ptr<HeadlessSession>, QString> start(const Options &options);
+    ~HeadlessSession();
+
+    HeadlessFace &face() { return *m_face; }
+    appDelegate &controller() { return *m_controller; }
+    PreferencesStore &preferences() { return *m_preferences; }
+
+    // Makes the destination when missing and tries to write there; gives why it can't be used.
+    tl::expected<void, QString> openDestination();
+
+  private:
+    explicit HeadlessSession(const Options &options) : m_options(options) {}
+    tl::expected<void, QString> openLog();
+    tl::expected<void, QString> openScratch();
+    void loadPreferences();
+
+    Options m_options;
+    QFile m_log;
+    std::unique_ptr<ScratchFolder> m_scratch;
+    std::unique_ptr<PreferencesStore> m_preferences;
+    NoMovieFramework m_movies;
+    std::unique_ptr<HeadlessFace> m_face;
+    std::unique_ptr<appDelegate> m_controller;
+};
+
+} // namespace qv

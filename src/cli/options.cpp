@@ -1,0 +1,386 @@
+#include "cli/options.h"
+
+#include "settings/preferences_store.h"
+#include "sheet/caption_texts.h"
+
+#include <QColor>
+#include <QCommandLineParser>
+
+#include <cmath>
+
+namespace qv
+{
+namespace
+{
+
+struct LayoutName {
+    const char *name;
+    SheetLayout layout;
+};
+constexpr LayoutName layouts[] = {{"big", SheetLayout::Big},
+                                  {"medium", SheetLayout::Medium},
+                                  {"minimum", SheetLayout::Minimum},
+                                  {"mixed", SheetLayout::Mixed}};
+
+constexpr int countLimit = 2000;
+constexpr double borderLimit = 100;
+
+// What people call the captions whose stored names are old.
+struct CaptionAlias {
+    const char *alias;
+    const char *caption;
+};
+constexpr CaptionAlias captionAliases[] = {
+    {"picture", "vIdentity"}, {"size", "poids"}, {"contents", "essence"}};
+
+template <typename T> using Parsed = tl::expected<T, QString>;
+
+tl::unexpected<QString> wrong(const QString &text)
+{
+    return tl::make_unexpected(text);
+}
+
+Parsed<SheetLayout> parseLayout(const QString &text)
+{
+    for (const LayoutName &known : layouts) {
+        if (text == QLatin1String(known.name)) {
+            return known.layout;
+        }
+    }
+    return wrong(QStringLiteral("unknown layout '%1': it is big, medium, minimum or mixed").arg(text));
+}
+
+Parsed<int> parseCount(const QString &text, SheetLayout layout)
+{
+    bool isNumber = false;
+    const int count = text.toInt(&isNumber);
+    if (!isNumber || count < 1 || count > countLimit) {
+        return wrong(QStringLiteral("the count '%1' is no whole number from 1 to %2")
+                         .arg(text, QString::number(countLimit)));
+    }
+    if (count < columnsOf(layout)) {
+        return wrong(QStringLiteral("%1 pictures fill no row: the %2 layout has %3 columns")
+                         .arg(QString::number(count), layoutName(layout),
+                              QString::number(columnsOf(layout))));
+    }
+    return count;
+}
+
+Parsed<int> parseFormat(const QString &text)
+{
+    if (text == QLatin1String("jpg") || text == QLatin1String("jpeg")) {
+        return 0;
+    }
+    if (text == QLatin1String("png")) {
+        return 1;
+    }
+    return wrong(QStringLiteral("unknown format '%1': it is jpg or png").arg(text));
+}
+
+// "white", "#202020" or "0.10,0.10,0.10,1.00".
+Parsed<QString> parseColor(const QString &text)
+{
+    if (text.contains(QLatin1Char(','))) {
+        const auto components = colorFromText(text);
+        return components ? Parsed<QString>(colorText(*components))
+                          : wrong(QStringLiteral("the colour '%1' needs four parts: red,green,blue,"
+                                                 "alpha, each from 0 to 1")
+                                      .arg(text));
+    }
+    const QColor color(text);
+    if (!color.isValid()) {
+        return wrong(QStringLiteral("unknown colour '%1': give a name, #rrggbb, or "
+                                    "red,green,blue,alpha from 0 to 1")
+                         .arg(text));
+    }
+    return colorText({color.redF(), color.greenF(), color.blueF(), color.alphaF()});
+}
+
+QString captionNamed(const QString &name)
+{
+    for (const CaptionAlias &alias : captionAliases) {
+        if (name.compare(QLatin1String(alias.alias), Qt::CaseInsensitive) == 0) {
+            return QLatin1String(alias.caption);
+        }
+    }
+    for (const CaptionSwitch &known : captionSwitches()) {
+        if (name.compare(known.caption, Qt::CaseInsensitive) == 0) {
+            return known.caption;
+        }
+    }
+    return {};
+}
+
+Parsed<QSet<QString>> parseCaptions(const QString &list)
+{
+    QSet<QString> captions;
+    for (const QString &part : list.split(QLatin1Char(','), Qt::SkipEmptyParts)) {
+        const QString name = part.trimmed();
+        if (name == QLatin1String("none")) {
+            continue;
+        }
+        const QString caption = captionNamed(name);
+        if (caption.isEmpty()) {
+            return wrong(QStringLiteral("unknown caption '%1': they are name, location, date, "
+                                        "duration, picture, size, contents, timecode (or none)")
+                             .arg(name));
+        }
+        captions.insert(caption);
+    }
+    return captions;
+}
+
+Parsed<double> parseNumber(const QString &text, const char *what, double from, double to)
+{
+    bool isNumber = false;
+    const double number = text.toDouble(&isNumber);
+    if (!isNumber || !std::isfinite(number) || number < from || number > to) {
+        return wrong(QStringLiteral("the %1 '%2' is no number from %3 to %4")
+                         .arg(QLatin1String(what), text, QString::number(from), QString::number(to)));
+    }
+    return number;
+}
+
+// The options of one command, declared and read.
+class CommandParser
+{
+  public:
+    explicit CommandParser(Command command) : m_command(command) { declare(); }
+
+    Parsed<Options> parse(const QStringList &arguments)
+    {
+        QStringList withProgram{QStringLiteral("quorvantel-cli")};
+        withProgram += arguments;
+        if (!m_parser.parse(withProgram)) {
+            return wrong(m_parser.errorText());
+        }
+        Options options;
+        options.command = m_command;
+        if (m_parser.isSet(QStringLiteral("help"))) {
+            options.command = Command::Help;
+            options.helpText = m_parser.helpText();
+            return options;
+        }
+        return read(options);
+    }
+
+  private:
+    void add(const QStringList &names, const char *description, const char *value = nullptr)
+    {
+        QCommandLineOption option(names, QString::fromUtf8(description));
+        if (value != nullptr) {
+            option.setValueName(QLatin1String(value));
+        }
+        m_parser.addOption(option);
+    }
+
+    void declare()
+    {
+        add({QStringLiteral("h"), QStringLiteral("help")}, "Shows this help.");
+        if (m_command == Command::Sheet) {
+            m_parser.setApplicationDescription(QStringLiteral(
+                "Makes an index sheet of each video file, named or found in a named folder.\n"
+                "The sheets' paths go to standard output, one a line."));
+            declareSheetOptions();
+        }
+        if (m_command != Command::Info) {
+            add({QStringLiteral("l"), QStringLiteral("layout")},
+                "big (2 columns), medium (3), minimum (6) or mixed (6 and a large picture). "
+                "Default: medium.",
+                "LAYOUT");
+            add({QStringLiteral("n"), QStringLiteral("count")},
+                "Number of pictures, rounded down to whole rows. Default: the layout's setting.",
+                "N");
+        }
+        if (m_command == Command::Info) {
+            m_parser.setApplicationDescription(
+                QStringLiteral("Shows what is known about each video file."));
+        }
+        if (m_command == Command::Plan) {
+            m_parser.setApplicationDescription(QStringLiteral(
+                "Shows which pictures a sheet would take, and how, without taking them."));
+        }
+        add({QStringLiteral("json")}, "Results as JSON, one object a line and source.");
+        add({QStringLiteral("log")}, "Appends trace lines to FILE.", "FILE");
+        add({QStringLiteral("verbose")}, "Traces in detail (to standard error without --log).");
+        add({QStringLiteral("quiet")}, "Only errors on standard error.");
+        add({QStringLiteral("hang-timeout")},
+            "Ends a tool that has neither printed nor computed for so long. Default: 60.",
+            "SECONDS");
+        m_parser.addPositionalArgument(QStringLiteral("SOURCE"),
+                                       QStringLiteral("A video file or a folder."),
+                                       m_command == Command::Plan ? QStringLiteral("SOURCE")
+                                                                  : QStringLiteral("SOURCE..."));
+    }
+
+    void declareSheetOptions()
+    {
+        add({QStringLiteral("o"), QStringLiteral("output")},
+            "Folder that the sheets go straight into, made when missing. Default: the folder "
+            "Quorvantel in the destination of the preferences.",
+            "DIR");
+        add({QStringLiteral("f"), QStringLiteral("format")},
+            "jpg (960 pixels wide) or png (1920). Default: the preference.", "FORMAT");
+        add({QStringLiteral("keep")}, "Keeps a sheet that is there already (default).");
+        add({QStringLiteral("replace")}, "Replaces a sheet that is there already.");
+        add({QStringLiteral("no-timecode")}, "No time codes on the pictures.");
+        add({QStringLiteral("caption")},
+            "Captions shown, joined by commas: name, location, date, duration, picture, size, "
+            "contents, timecode; or none. Default: the preferences.",
+            "LIST");
+        add({QStringLiteral("background")}, "Colour of the sheet: a name, #rrggbb, or r,g,b,a.",
+            "COLOR");
+        add({QStringLiteral("border-color")}, "Colour of the pictures' borders.", "COLOR");
+        add({QStringLiteral("border-size")}, "Thickness of the borders in points.", "SIZE");
+    }
+
+    bool isSet(const char *name) const { return m_parser.isSet(QLatin1String(name)); }
+    QString value(const char *name) const { return m_parser.value(QLatin1String(name)); }
+
+    // Stores what `parse` makes of an option that is given; false when it makes nothing of it.
+    template <typename Target, typename Parse>
+    bool take(const char *name, Target &target, Parse reader)
+    {
+        if (!isSet(name)) {
+            return true;
+        }
+        auto parsed = reader(value(name));
+        if (!parsed) {
+            m_error = parsed.error();
+            return false;
+        }
+        target = *parsed;
+        return true;
+    }
+
+    Parsed<Options> read(Options options)
+    {
+        options.json = isSet("json");
+        options.verbose = isSet("verbose");
+        options.quiet = isSet("quiet");
+        options.logFile = value("log");
+        options.sources = m_parser.positionalArguments();
+        if (!take("hang-timeout", options.hangTimeout, [](const QString &text) {
+                return parseNumber(text, "time-out", 0.1, 1e6);
+            })) {
+            return wrong(m_error);
+        }
+        if (m_command != Command::Info && !readPlanOptions(options)) {
+            return wrong(m_error);
+        }
+        if (m_command == Command::Sheet && !readSheetOptions(options)) {
+            return wrong(m_error);
+        }
+        if (options.sources.isEmpty()) {
+            return wrong(QStringLiteral("no source is named"));
+        }
+        if (m_command == Command::Plan && options.sources.size() > 1) {
+            return wrong(QStringLiteral("plan takes one source"));
+        }
+        return options;
+    }
+
+    bool readPlanOptions(Options &options)
+    {
+        return take("layout", options.layout, parseLayout) &&
+               take("count", options.count, [&](const QString &text) {
+                   return parseCount(text, options.layout);
+               });
+    }
+
+    bool readSheetOptions(Options &options)
+    {
+        options.output = value("output");
+        options.replace = isSet("replace");
+        options.noTimecode = isSet("no-timecode");
+        if (options.replace && isSet("keep")) {
+            m_error = QStringLiteral("--keep and --replace exclude each other");
+            return false;
+        }
+        if (isSet("output") && options.output.isEmpty()) {
+            m_error = QStringLiteral("the output folder has no name");
+            return false;
+        }
+        return take("format", options.pictureChoice, parseFormat) &&
+               take("caption", options.captions, parseCaptions) &&
+               take("background", options.background, parseColor) &&
+               take("border-color", options.borderColor, parseColor) &&
+               take("border-size", options.borderSize, [](const QString &text) {
+                   return parseNumber(text, "border size", 0, borderLimit);
+               });
+    }
+
+    Command m_command;
+    QCommandLineParser m_parser;
+    QString m_error;
+};
+
+QString generalHelp()
+{
+    return QStringLiteral(
+        "Usage: quorvantel-cli COMMAND [options] SOURCE...\n"
+        "Turns video files into index sheets: one picture a video, with its stills.\n"
+        "\n"
+        "Commands:\n"
+        "  sheet SOURCE...   makes the sheets of files and folders\n"
+        "  info SOURCE...    shows what is known about each source\n"
+        "  plan SOURCE       shows which pictures a sheet would take\n"
+        "\n"
+        "quorvantel-cli COMMAND --help shows a command's options, --version the version.\n"
+        "Exit status: 0 all made or kept, 1 some source skipped or failed, 2 wrong usage,\n"
+        "3 cannot work here, 130 stopped by Ctrl-C.\n");
+}
+
+QString hintFor(const QString &command)
+{
+    return command.isEmpty() ? QStringLiteral("Try 'quorvantel-cli --help'.")
+                             : QStringLiteral("Try 'quorvantel-cli %1 --help'.").arg(command);
+}
+
+} // namespace
+
+QString layoutName(SheetLayout layout)
+{
+    for (const LayoutName &known : layouts) {
+        if (known.layout == layout) {
+            return QLatin1String(known.name);
+        }
+    }
+    return {};
+}
+
+tl::expected<Options, QString> parseOptions(const QStringList &arguments)
+{
+    const QString word = arguments.value(0);
+    Options options;
+    if (word == QLatin1String("--help") || word == QLatin1String("-h") ||
+        word == QLatin1String("help")) {
+        options.helpText = generalHelp();
+        return options;
+    }
+    if (word == QLatin1String("--version")) {
+        options.command = Command::Version;
+        return options;
+    }
+    Command command = Command::Sheet;
+    if (word == QLatin1String("info")) {
+        command = Command::Info;
+    } else if (word == QLatin1String("plan")) {
+        command = Command::Plan;
+    } else if (word != QLatin1String("sheet")) {
+        const QString problem = word.isEmpty() ? QStringLiteral("no command is given")
+                                               : QStringLiteral("unknown command '%1'").arg(word);
+        return wrong(problem + QLatin1Char('\n') + hintFor({}));
+    }
+    auto parsed = CommandParser(command).parse(arguments.mid(1));
+    if (!parsed) {
+        return wrong(parsed.error() + QLatin1Char('\n') + hintFor(word));
+    }
+    if (parsed->command == Command::Help) {
+        parsed->helpText.replace(QStringLiteral("quorvantel-cli ["),
+                                 QStringLiteral("quorvantel-cli %1 [").arg(word));
+    }
+    return parsed;
+}
+
+} // namespace qv

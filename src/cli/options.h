@@ -1,0 +1,49 @@
+#pragma once
+
+#include "controller/admission.h"
+#include "sheet/layout.h"
+
+#include <QList>
+#include <QSet>
+#include <QString>
+#include <QStringList>
+
+#include <tl/expected.hpp>
+
+#include <optional>
+
+// The command line, understood.
+namespace qv
+{
+
+enum class Command { Sheet, Info, Plan, Help, Version };
+
+struct Options {
+    Command command = Command::Help;
+    QString helpText; // of Help
+    QStringList sources;
+
+    QString output; // empty: the preferences' destination
+    SheetLayout layout = SheetLayout::Medium;
+    std::optional<int> count;
+    std::optional<int> pictureChoice; // 0 JPEG, 1 PNG
+    bool replace = false;
+    bool noTimecode = false;
+    std::optional<QSet<QString>> captions; // of captionSwitches()
+    QString background;                    // colour texts; empty: the preference
+    QString borderColor;
+    std::optional<double> borderSize;
+
+    bool json = false;
+    QString logFile;
+    bool verbose = false;
+    bool quiet = false;
+    std::optional<double> hangTimeout; // seconds
+};
+
+// `arguments` without the program's name. The error says what is wrong and where help is.
+tl::expected<Options, QString> parseOptions(const QStringList &arguments);
+
+QString layoutName(SheetLayout layout);
+
+} // namespace qv

@@ -1,0 +1,86 @@
+#include "cli/progress_line.h"
+
+#include <algorithm>
+
+namespace qv
+{
+namespace
+{
+
+// An estimate from less than this share of the work would jump about.
+constexpr double estimableShare = 0.01;
+
+} // namespace
+
+ProgressLine::ProgressLine(const Streams &streams, bool wanted, int total)
+    : m_streams(streams), m_active(wanted && streams.errIsTerminal), m_total(total)
+{
+    m_clock.start();
+}
+
+void ProgressLine::source(int number, const QString &name)
+{
+    m_number = number;
+    m_name = printable(name);
+    m_caption.clear();
+    m_part = 0;
+    show();
+}
+
+void ProgressLine::step(const QString &caption, double part)
+{
+    if (caption == m_caption && part <= m_part) {
+        return;
+    }
+    m_caption = caption;
+    m_part = std::clamp(part, 0.0, 1.0);
+    show();
+}
+
+void ProgressLine::show()
+{
+    if (!m_active) {
+        return;
+    }
+    QString line = QStringLiteral("[%1/%2] %3")
+                       .arg(QString::number(m_number), QString::number(m_total), m_name);
+    QString tail = m_caption.isEmpty() ? QString() : QStringLiteral(": ") + m_caption.toLower();
+    tail += timeLeft();
+    const qsizetype room = std::max<qsizetype>(8, m_streams.terminalColumns - tail.size() - 1);
+    if (line.size() > room) {
+        line = line.left(room - 1) + QChar(0x2026);
+    }
+    m_streams.err(("\r" + line + tail).toUtf8() + "\033[K");
+    m_shown = true;
+}
+
+QString ProgressLine::timeLeft() const
+{
+    const double done = (m_number - 1 + m_part) / std::max(1, m_total);
+    if (done < estimableShare) {
+        return {};
+    }
+    const double elapsed = static_cast<double>(m_clock.elapsed()) / 1000;
+    return QStringLiteral(", ") + timeLeftText(elapsed / done - elapsed);
+}
+
+void ProgressLine::clear()
+{
+    if (std::exchange(m_shown, false)) {
+        m_streams.err("\r\033[K");
+    }
+}
+
+QString timeLeftText(double seconds)
+{
+    const auto whole = static_cast<qint64>(std::clamp(seconds, 0.0, 1e9));
+    if (whole < 60) {
+        return QStringLiteral("about %1 s left").arg(whole);
+    }
+    if (whole < 3600) {
+        return QStringLiteral("about %1 min %2 s left").arg(whole / 60).arg(whole % 60);
+    }
+    return QStringLiteral("about %1 h %2 min left").arg(whole / 3600).arg(whole / 60 % 60);
+}
+
+} // namespace qv

@@ -1,0 +1,44 @@
+#pragma once
+
+#include "cli/streams.h"
+
+#include <QElapsedTimer>
+#include <QString>
+
+// One line on the terminal that tells how far the work is, rewritten in place and gone at the end.
+namespace qv
+{
+
+class ProgressLine
+{
+  public:
+    // Shows nothing unless standard error is a terminal and `wanted`.
+    ProgressLine(const Streams &streams, bool wanted, int total);
+    ~ProgressLine() { clear(); }
+
+    // Source `number` (from 1) is worked on.
+    void source(int number, const QString &name);
+    // Its step, such as "Picture 3/15", and how much of it is done (0 to 1).
+    void step(const QString &caption, double part);
+    // Takes the line away, so that a message can be printed.
+    void clear();
+
+  private:
+    void show();
+    QString timeLeft() const;
+
+    const Streams &m_streams;
+    bool m_active;
+    int m_total;
+    int m_number = 0;
+    double m_part = 0;
+    bool m_shown = false;
+    QString m_name;
+    QString m_caption;
+    QElapsedTimer m_clock;
+};
+
+// "about 1 min 20 s left".
+QString timeLeftText(double seconds);
+
+} // namespace qv

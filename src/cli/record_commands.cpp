@@ -1,0 +1,94 @@
+#include "cli/record_commands.h"
+
+#include "cli/exit_status.h"
+#include "cli/interrupt.h"
+#include "cli/results.h"
+#include "process/tool_environment.h"
+#include "support/files.h"
+
+#include <functional>
+
+namespace qv
+{
+namespace
+{
+
+using RecordPrinter = std::function<void(const Source &, const MediaInfoRecord &)>;
+
+// Analyses each source and hands its record to the printer.
+class RecordRunner : public SourceRunner
+{
+  public:
+    RecordRunner(HeadlessSession &session, const Options &options, const Streams &streams,
+                 QList<Source> sources, RecordPrinter print)
+        : SourceRunner(session, options, streams, std::move(sources)), m_print(std::move(print))
+    {
+    }
+
+    int run()
+    {
+        if (!SourceRunner::run()) {
+            m_streams.message(QStringLiteral("stopped"));
+            return SignalBase + Interrupt::signalNumber();
+        }
+        return m_bad ? SomeFailed : AllDone;
+    }
+
+  protected:
+    void rowMade(const Source &source) override
+    {
+        m_print(source, m_session.controller().table().row(0).dico);
+        next();
+    }
+
+    void skipped(const Source &source, const QString &reason) override
+    {
+        m_bad = true;
+        say(QStringLiteral("skipped: %1: %2").arg(printable(source.named), reason));
+    }
+
+  private:
+    RecordPrinter m_print;
+    bool m_bad = false;
+};
+
+} // namespace
+
+int runInfoCommand(HeadlessSession &session, const Options &options, const Streams &streams,
+                   const QList<Source> &sources)
+{
+    bool first = true;
+    RecordRunner runner(session, options, streams, sources,
+                        [&](const Source &source, const MediaInfoRecord &record) {
+                            if (options.json) {
+                                streams.out(jsonLine(infoJson(source.named, record)) + '\n');
+                                return;
+                            }
+                            const QString gap = std::exchange(first, false)
+                                                    ? QString()
+                                                    : QStringLiteral("\n");
+                            streams.out((gap + infoText(source.named, record)).toUtf8());
+                        });
+    return runner.run();
+}
+
+int runPlanCommand(HeadlessSession &session, const Options &options, const Streams &streams,
+                   const QList<Source> &sources)
+{
+    const int out = static_cast<int>(options.layout);
+    RecordRunner runner(
+        session, options, streams, sources,
+        [&](const Source &source, const MediaInfoRecord &record) {
+            QVariantMap input = record;
+            input.insert(QStringLiteral("thNumberInt"), session.face().thumbnailCount(out));
+            input.insert(QStringLiteral("dstPathStr"),
+                         appendPath(temporaryFolder(), QStringLiteral("stills-1")));
+            const ExtractionPlan plan = planExtraction(out, input);
+            streams.out(options.json
+                            ? jsonLine(planJson(source.named, options.layout, plan)) + '\n'
+                            : planText(source.named, options.layout, plan).toUtf8());
+        });
+    return runner.run();
+}
+
+} // namespace qv

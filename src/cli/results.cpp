@@ -1,0 +1,165 @@
+#include "cli/results.h"
+
+#include "cli/options.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QRegularExpression>
+
+namespace qv
+{
+namespace
+{
+
+// A float's own digits: 29.97, not 29.969999313354492.
+QJsonValue jsonValue(const QVariant &value)
+{
+    if (value.typeId() == QMetaType::Float) {
+        return QString::number(value.toFloat(), 'g', 7).toDouble();
+    }
+    if (value.typeId() == QMetaType::QVariantList) {
+        QJsonArray array;
+        for (const QVariant &element : value.toList()) {
+            array.append(jsonValue(element));
+        }
+        return array;
+    }
+    return QJsonValue::fromVariant(value);
+}
+
+QString textValue(const QVariant &value)
+{
+    if (value.typeId() == QMetaType::Float) {
+        return QString::number(value.toFloat(), 'g', 7);
+    }
+    if (value.typeId() == QMetaType::QVariantList) {
+        QStringList texts;
+        for (const QVariant &element : value.toList()) {
+            texts.append(textValue(element));
+        }
+        return texts.join(QStringLiteral(", "));
+    }
+    return printable(value.toString());
+}
+
+QJsonArray argumentsJson(const QStringList &arguments)
+{
+    return QJsonArray::fromStringList(arguments);
+}
+
+} // namespace
+
+QString statusWord(SheetOutcome::Status status)
+{
+    switch (status) {
+    case SheetOutcome::Status::Made:
+        return QStringLiteral("made");
+    case SheetOutcome::Status::Kept:
+        return QStringLiteral("kept");
+    case SheetOutcome::Status::Skipped:
+        return QStringLiteral("skipped");
+    case SheetOutcome::Status::Failed:
+        return QStringLiteral("failed");
+    }
+    return {};
+}
+
+QJsonObject sheetJson(const SheetOutcome &outcome)
+{
+    const QJsonValue nothing(QJsonValue::Null);
+    return {{QStringLiteral("source"), outcome.source},
+            {QStringLiteral("sheet"),
+             outcome.sheet.isEmpty() ? nothing : QJsonValue(outcome.sheet)},
+            {QStringLiteral("status"), statusWord(outcome.status)},
+            {QStringLiteral("reason"),
+             outcome.reason.isEmpty() ? nothing : QJsonValue(outcome.reason)},
+            {QStringLiteral("pictures"),
+             QJsonObject{{QStringLiteral("asked"), outcome.asked},
+                         {QStringLiteral("drawn"), outcome.drawn}}},
+            {QStringLiteral("duration"), outcome.duration},
+            {QStringLiteral("seconds"), outcome.seconds}};
+}
+
+MediaInfoRecord publicRecord(const MediaInfoRecord &record)
+{
+    MediaInfoRecord shown = record;
+    shown.remove(QStringLiteral("srcPathStr"));
+    shown.remove(QStringLiteral("imgPathStr"));
+    return shown;
+}
+
+QJsonObject infoJson(const QString &source, const MediaInfoRecord &record)
+{
+    QJsonObject keys;
+    const MediaInfoRecord shown = publicRecord(record);
+    for (auto it = shown.begin(); it != shown.end(); ++it) {
+        keys.insert(it.key(), jsonValue(it.value()));
+    }
+    return {{QStringLiteral("source"), source}, {QStringLiteral("record"), keys}};
+}
+
+QString infoText(const QString &source, const MediaInfoRecord &record)
+{
+    QString text = QStringLiteral("source: ") + printable(source) + QLatin1Char('\n');
+    const MediaInfoRecord shown = publicRecord(record);
+    for (auto it = shown.begin(); it != shown.end(); ++it) {
+        text += it.key() + QStringLiteral(": ") + textValue(it.value()) + QLatin1Char('\n');
+    }
+    return text;
+}
+
+QJsonObject planJson(const QString &source, SheetLayout layout, const ExtractionPlan &plan)
+{
+    QJsonArray pictures;
+    for (const PlannedPicture &picture : plan.pictures) {
+        pictures.append(QJsonObject{{QStringLiteral("index"), picture.index},
+                                    {QStringLiteral("time"), picture.time},
+                                    {QStringLiteral("timecode"), picture.timecode},
+                                    {QStringLiteral("arguments"), argumentsJson(picture.arguments)}});
+    }
+    return {{QStringLiteral("source"), source},
+            {QStringLiteral("layout"), layoutName(layout)},
+            {QStringLiteral("count"), plan.count},
+            {QStringLiteral("wTh"), plan.size.width},
+            {QStringLiteral("hTh"), plan.size.height},
+            {QStringLiteral("interval"), plan.interval},
+            {QStringLiteral("pictures"), pictures}};
+}
+
+QString planText(const QString &source, SheetLayout layout, const ExtractionPlan &plan)
+{
+    QString text = QStringLiteral("source: %1\nlayout: %2\ncount: %3\nsize: %4 x %5\n"
+                                  "interval: %6 s\n")
+                       .arg(printable(source), layoutName(layout), QString::number(plan.count),
+                            QString::number(plan.size.width), QString::number(plan.size.height),
+                            QString::number(plan.interval, 'f', 2));
+    for (const PlannedPicture &picture : plan.pictures) {
+        text += QStringLiteral("%1  %2  %3 s  %4\n")
+                    .arg(QString::number(picture.index).rightJustified(3), picture.timecode,
+                         QString::number(picture.time, 'f', 2), shellQuoted(picture.arguments));
+    }
+    return text;
+}
+
+QByteArray jsonLine(const QJsonObject &object)
+{
+    return QJsonDocument(object).toJson(QJsonDocument::Compact);
+}
+
+QString shellQuoted(const QStringList &arguments)
+{
+    static const QRegularExpression plain(QStringLiteral("^[A-Za-z0-9_@%+=:,./-]+$"));
+    QStringList quoted;
+    for (const QString &argument : arguments) {
+        if (plain.match(argument).hasMatch()) {
+            quoted.append(argument);
+            continue;
+        }
+        QString inner = argument;
+        inner.replace(QLatin1Char('\''), QStringLiteral("'\\''"));
+        quoted.append(QLatin1Char('\'') + inner + QLatin1Char('\''));
+    }
+    return quoted.join(QLatin1Char(' '));
+}
+
+} // namespace qv

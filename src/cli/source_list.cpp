@@ -1,0 +1,92 @@
+#include "cli/source_list.h"
+
+#include "controller/admission.h"
+#include "support/files.h"
+#include "support/foreign_names.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+
+namespace qv
+{
+namespace
+{
+
+QString absolutePath(const QString &name)
+{
+    return QDir::cleanPath(QDir::current().absoluteFilePath(name));
+}
+
+QByteArray absoluteBytes(const QByteArray &name)
+{
+    return name.startsWith('/') ? name : QFile::encodeName(QDir::currentPath()) + '/' + name;
+}
+
+// "clips/" and "/home/u/clips/a/b.mp4" below "/home/u/clips" give "clips/a/b.mp4".
+QString namedBelow(const QString &folderName, const QString &folder, const QString &path)
+{
+    const QString shown = shownPath(path);
+    return shown.startsWith(folder) ? appendPath(folderName, shown.mid(folder.size() + 1)) : shown;
+}
+
+QList<Source> sourcesOfFolder(const QString &name, const QString &folder,
+                              const QSet<QString> &extensions)
+{
+    QList<Source> sources;
+    for (const QString &path : withAdmittedExtension(subpaths(folder), extensions)) {
+        if (!QFileInfo(path).isDir()) {
+            sources.append({path, namedBelow(name, folder, path), QString()});
+        }
+    }
+    if (sources.isEmpty()) {
+        const bool readable = QFileInfo(folder).isReadable();
+        sources.append({folder, name,
+                        readable ? QStringLiteral("no video in this folder")
+                                 : QStringLiteral("the folder may not be read (no permission)")});
+    }
+    return sources;
+}
+
+Source sourceOfFile(const QString &name, const QString &path, const QSet<QString> &extensions)
+{
+    QString problem = sourceProblem(path);
+    if (problem.isNull() && !extensions.contains(pathExtension(path))) {
+        const QString extension = pathExtension(path);
+        problem = extension.isEmpty()
+                      ? QStringLiteral("its name has no extension that tells a video")
+                      : QStringLiteral("'.%1' is no extension of a video that is known here")
+                            .arg(extension);
+    }
+    return {path, name, problem};
+}
+
+QList<Source> sourcesOf(const QString &name, const QByteArray &raw, const QSet<QString> &extensions)
+{
+    const QString given = raw.isNull() ? absolutePath(name) : usablePath(absoluteBytes(raw));
+    // An alias stands for what it leads to, as in a drop.
+    const QString target = QFileInfo(given).isDir() ? QString() : resolveAlias(given);
+    const QString path = target.isNull() || !raw.isNull() ? given : target;
+    return QFileInfo(path).isDir() ? sourcesOfFolder(name, path, extensions)
+                                   : QList<Source>{sourceOfFile(name, path, extensions)};
+}
+
+} // namespace
+
+QList<Source> listSources(const QStringList &names, const QHash<QString, QByteArray> &rawNames,
+                          const QSet<QString> &admittedExtensions)
+{
+    QList<Source> sources;
+    QSet<QString> seen;
+    for (const QString &name : names) {
+        for (Source &source : sourcesOf(name, rawNames.value(name), admittedExtensions)) {
+            if (!seen.contains(source.path)) {
+                seen.insert(source.path);
+                sources.append(std::move(source));
+            }
+        }
+    }
+    return sources;
+}
+
+} // namespace qv
