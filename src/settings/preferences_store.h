@@ -1,0 +1,89 @@
+#pragma once
+
+#include <QObject>
+#include <QString>
+#include <QStringList>
+#include <QTimer>
+#include <QVariantMap>
+
+#include <optional>
+
+// The user's settings and the working state of the batch, by key. Values are property-list values.
+// "Nothing" is an invalid QVariant. An empty key reads as nothing and is not written.
+namespace qv
+{
+
+// One row a key: the only list of the settings.
+struct Preference {
+    const char *key;
+    QVariant defaultValue;
+};
+
+class PreferencesStore : public QObject
+{
+    Q_OBJECT
+
+public:
+    enum class Saving { Written, ReadOnly };
+
+    // In memory only: nothing is read and nothing is written.
+    PreferencesStore();
+    // Backed by this property-list file. A damaged file is put aside as "<name>.damaged" (only when
+    // saving) and the store starts empty. ReadOnly never touches the disk after reading.
+    PreferencesStore(const QString &path, Saving saving);
+    ~PreferencesStore() override;
+
+    // "~/Library/Preferences/<identifier>.plist", expanded.
+    static QString userFile(const QString &bundleIdentifier);
+
+    QVariant prefRead(const QString &key) const;
+    // Text of any value (a number becomes its decimal text); empty when there is none.
+    QString prefReadString(const QString &key) const;
+    QVariant prefReadDico(const QString &key) const;
+    bool prefWrite(const QString &key, const QVariant &value);
+    bool prefDelete(const QString &key);
+    bool prefWriteDico(const QString &key, const QVariantMap &dico);
+
+    // Child dictionaries: stored whole under the parent; the stored object is replaced, never
+    // changed in place, so a copy taken earlier stays as it was.
+    QVariant prefReadChildDico(const QString &parent, const QString &child) const;
+    bool prefWriteChildDico(const QString &parent, const QString &child, const QVariant &value);
+    bool prefDeleteChildDico(const QString &parent, const QString &child);
+
+    static QVariantMap prefsDefaults();
+    bool prefsResetAll();
+    void prefsFillMissingDefaults();
+    // Deletes every stored key that is no setting, which clears what a crash left behind; keys of
+    // the system's panels ("NSNav...", "DRBurn...") stay.
+    void prefsPurgeUnknownKeys();
+    // Every stored key with its value; nothing when the store is empty.
+    std::optional<QVariantMap> prefsSnapshot() const;
+    // Writes each valid entry, then synchronises.
+    void prefsWriteAll(const QVariantMap &values);
+
+    // Writes the file now, atomically, when something changed since the last time. False when it
+    // could not be written (logged); the values stay in memory.
+    bool synchronize();
+
+private:
+    void load();
+    void changed();
+
+    QString m_path;
+    Saving m_saving = Saving::ReadOnly;
+    QVariantMap m_values;
+    bool m_unsaved = false;
+    QTimer m_saveSoon;
+};
+
+// Colour text "r,g,b,a" with components from 0 to 1: nothing unless there are exactly four parts.
+struct ColorComponents {
+    double red = 0;
+    double green = 0;
+    double blue = 0;
+    double alpha = 1;
+};
+std::optional<ColorComponents> colorFromText(const QString &text);
+QString colorText(const ColorComponents &color);
+
+} // namespace qv

@@ -1,0 +1,232 @@
+#include "support/alerts.h"
+
+#include "support/log.h"
+
+#include <QThread>
+
+#include <utility>
+
+namespace qv
+{
+namespace
+{
+
+// What a click on the middle one of three buttons stops the session with.
+constexpr int middleButtonCode = 1001;
+
+// Nobody to ask: the alert is a line in the log, and the default button is the answer.
+class LoggingPresenter : public AlertPresenter
+{
+public:
+    int runModal(const Alert &alert) override
+    {
+        write(alert);
+        return 0;
+    }
+    void beginSheet(const Alert &alert) override { write(alert); }
+    void endSheet() override {}
+    void beginSession(const Alert &alert, const QList<int> &) override { write(alert); }
+    int runSession() override { return alertStopped; }
+    void endSession() override {}
+    bool suppressionTicked() const override { return false; }
+
+private:
+    static void write(const Alert &alert)
+    {
+        logLine(QStringLiteral("alert               : %1 - %2")
+                    .arg(Alert::shownText(alert.title), Alert::shownText(alert.detail)));
+    }
+};
+
+AlertPresenter *g_presenter = nullptr;
+
+std::function<void(int)> &sleeper()
+{
+    static std::function<void(int)> instance;
+    return instance;
+}
+
+void sleepFor(int milliseconds)
+{
+    if (sleeper()) {
+        sleeper()(milliseconds);
+    } else {
+        QThread::msleep(static_cast<unsigned long>(milliseconds));
+    }
+}
+
+Alert makeAlert(const QString &title, const QString &detail, int style)
+{
+    constexpr int critical = 2;
+    Alert alert;
+    alert.title = alertFormat(title);
+    alert.detail = alertFormat(detail);
+    alert.style = style == critical ? AlertStyle::Critical : AlertStyle::Warning;
+    return alert;
+}
+
+QStringList shownButtons(const QStringList &texts)
+{
+    QStringList shown;
+    for (const QString &text : texts) {
+        if (!text.isEmpty()) {
+            shown.append(text);
+        }
+    }
+    return shown;
+}
+
+QList<int> sessionCodes(qsizetype buttons)
+{
+    if (buttons >= 3) {
+        return {alertStopped, middleButtonCode, alertAborted};
+    }
+    return buttons == 2 ? QList<int>{alertStopped, alertAborted} : QList<int>{alertStopped};
+}
+
+// The session's code, or alertContinues when the time is over.
+int runSessionFor(double seconds)
+{
+    constexpr int stepMilliseconds = 100;
+    int code = alertContinues;
+    for (int step = 0; code == alertContinues && step * 0.1 < seconds; ++step) {
+        code = alertPresenter().runSession();
+        if (code == alertContinues) {
+            sleepFor(stepMilliseconds);
+        }
+    }
+    return code;
+}
+
+// Index of the button whose text answers for a code. With three buttons the texts of the second
+// and the third stand for each other's click; callers count on it.
+int answeredButton(int code)
+{
+    switch (code) {
+    case alertContinues:
+        logLine(QStringLiteral("FERMETURE AUTO      : TIMEOUT"));
+        return 0;
+    case alertStopped:
+        logLine(QStringLiteral("FERMETURE USER      : CLIC=%1").arg(code));
+        return 0;
+    case alertAborted:
+        logLine(QStringLiteral("FERMETURE USER      : CLIC=%1").arg(code));
+        return 1;
+    default:
+        logLine(QStringLiteral("FERMETURE USER      : CLIC=%1").arg(code));
+        return 2;
+    }
+}
+
+void logAnswer(const QString &answer, const QStringList &texts)
+{
+    const QStringList labels{QStringLiteral("btDefault"), QStringLiteral("btAlt"),
+                             QStringLiteral("btOther")};
+    QString line = QStringLiteral("bt                  ? ") + answer;
+    for (qsizetype i = 0; i < labels.size(); ++i) {
+        if (!texts[i].isEmpty()) {
+            line += QStringLiteral(" (%1=%2)").arg(labels[i], texts[i]);
+        }
+    }
+    logLine(line);
+}
+
+QString answerText(int button, const QStringList &texts)
+{
+    const QString text = texts.value(button);
+    return text.isEmpty() ? QStringLiteral("button %1").arg(button + 1) : text;
+}
+
+} // namespace
+
+QString Alert::shownText(const QString &format)
+{
+    QString text = format;
+    return text.replace(QLatin1String("%%"), QLatin1String("%"));
+}
+
+AlertPresenter &alertPresenter()
+{
+    static LoggingPresenter logging;
+    return g_presenter == nullptr ? logging : *g_presenter;
+}
+
+void setAlertPresenter(AlertPresenter *presenter)
+{
+    g_presenter = presenter;
+}
+
+QString alertFormat(const QString &text)
+{
+    QString format = text.isNull() ? QLatin1String("") : text;
+    return format.replace(QLatin1String("%"), QLatin1String("%%"));
+}
+
+int alertReport(const QString &title, const QString &detail, int style, AlertPlace place)
+{
+    const Alert alert = makeAlert(title, detail, style);
+    if (place == AlertPlace::ApplicationModal) {
+        return alertPresenter().runModal(alert);
+    }
+    alertPresenter().beginSheet(alert);
+    return 0;
+}
+
+utilsAlert::Answer utilsAlert::timedQuestion(const QString &title, const QString &message,
+                                             int style, const QString &defaultText,
+                                             const QString &alternateText, const QString &otherText,
+                                             double timeout, const QString &suppressionText)
+{
+    constexpr double usualTimeout = 10.0;
+    const QStringList texts{defaultText, alternateText, otherText};
+    Alert alert = makeAlert(title, message, style);
+    alert.buttons = shownButtons(texts);
+    alert.hasSuppression = !suppressionText.isNull();
+    alert.suppressionTitle = alertFormat(suppressionText);
+
+    AlertPresenter &presenter = alertPresenter();
+    presenter.beginSession(alert, sessionCodes(alert.buttons.size()));
+    const int code = runSessionFor(timeout == 0.0 ? usualTimeout : timeout);
+    const bool isSuppressed = alert.hasSuppression && presenter.suppressionTicked();
+    presenter.endSession();
+
+    const QString answer = answerText(answeredButton(code), texts);
+    logAnswer(answer, texts);
+    return {answer, isSuppressed ? 1 : 0};
+}
+
+void utilsAlert::timedSheet(const QString &title, const QString &message,
+                            const QString &defaultText, const QString &alternateText,
+                            const QString &otherText, int seconds)
+{
+    constexpr int roundMilliseconds = 1000;
+    Alert alert = makeAlert(title, message, 0);
+    alert.buttons = shownButtons({defaultText, alternateText, otherText});
+    alertPresenter().beginSheet(alert);
+    logLine(QStringLiteral("giveUpAfterSeconds : %1").arg(seconds));
+    for (int i = 0; i <= seconds; ++i) {
+        sleepFor(roundMilliseconds);
+        logLine(QStringLiteral("i = %1").arg(i));
+    }
+    alertPresenter().endSheet();
+}
+
+void utilsAlert::alertDidEnd(int returnCode)
+{
+    constexpr int firstButton = 1000;
+    if (returnCode == firstButton) {
+        logLine(QStringLiteral("1m"));
+    }
+    logLine(QStringLiteral("2"));
+    if (returnCode != 0) {
+        logLine(QStringLiteral("returnCode:%1").arg(returnCode));
+    }
+    alertPresenter().endSheet();
+}
+
+void utilsAlert::setSleeper(std::function<void(int milliseconds)> newSleeper)
+{
+    sleeper() = std::move(newSleeper);
+}
+
+} // namespace qv

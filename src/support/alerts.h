@@ -1,0 +1,88 @@
+#pragma once
+
+#include <QString>
+#include <QStringList>
+
+#include <functional>
+
+// Alerts, over an interface that a window, a command or a test answers.
+namespace qv
+{
+
+enum class AlertStyle { Warning = 0, Critical = 2 };
+
+// Answers of a modal session to one round of it.
+inline constexpr int alertStopped = -1000;
+inline constexpr int alertAborted = -1001;
+inline constexpr int alertContinues = -1002;
+
+// What an alert shows. Every "%" in title and detail comes doubled, because they are formats for
+// the presenter; shownText undoes it.
+struct Alert {
+    QString title;
+    QString detail;
+    AlertStyle style = AlertStyle::Warning;
+    QStringList buttons; // in the order default, alternate, other; empty: the single "OK"
+    bool hasSuppression = false;
+    QString suppressionTitle;
+
+    static QString shownText(const QString &format);
+};
+
+class AlertPresenter
+{
+public:
+    virtual ~AlertPresenter() = default;
+    // Shows the alert and waits; gives the index of the button.
+    virtual int runModal(const Alert &alert) = 0;
+    // Shows it as a sheet on the main window and returns at once.
+    virtual void beginSheet(const Alert &alert) = 0;
+    virtual void endSheet() = 0;
+    // A modal session in rounds: begin, run until the answer isn't alertContinues, end. The code of
+    // a click on each button is given by `codes`, in the order of the alert's buttons.
+    virtual void beginSession(const Alert &alert, const QList<int> &codes) = 0;
+    virtual int runSession() = 0;
+    virtual void endSession() = 0;
+    virtual bool suppressionTicked() const = 0;
+};
+
+// The presenter of the process; until one is set, alerts are only logged and answer themselves.
+AlertPresenter &alertPresenter();
+void setAlertPresenter(AlertPresenter *presenter);
+
+// The error report. Style 2 is critical, any other a warning. On the window it is a sheet and the
+// answer is 0; otherwise it waits and gives the button's index.
+enum class AlertPlace { ApplicationModal, SheetOnWindow };
+int alertReport(const QString &title, const QString &detail, int style, AlertPlace place);
+
+// Doubles each "%".
+QString alertFormat(const QString &text);
+
+// Alerts that close by themselves, so that a batch never stalls for want of an answer.
+class utilsAlert
+{
+public:
+    struct Answer {
+        QString text; // of the button taken as answered, or "button 1" to "button 3"
+        int suppressed = 0;
+    };
+
+    // Waits at most `timeout` seconds (0 means 10), counted in steps of a tenth, then answers with
+    // the default button. A suppression text that is not null shows the check box.
+    static Answer timedQuestion(const QString &title, const QString &message, int style,
+                                const QString &defaultText, const QString &alternateText,
+                                const QString &otherText, double timeout,
+                                const QString &suppressionText);
+
+    // Shows a sheet for that many seconds, blocking.
+    static void timedSheet(const QString &title, const QString &message, const QString &defaultText,
+                           const QString &alternateText, const QString &otherText, int seconds);
+
+    // The end notification of a sheet alert; orders its window out.
+    static void alertDidEnd(int returnCode);
+
+    // How the waits above pass their time: sleeping, unless a test says otherwise.
+    static void setSleeper(std::function<void(int milliseconds)> sleeper);
+};
+
+} // namespace qv

@@ -1,0 +1,107 @@
+#include "support/foreign_names.h"
+
+#include "support/log.h"
+
+#include <QDir>
+#include <QFile>
+#include <QHash>
+
+#include <filesystem>
+
+namespace qv
+{
+namespace
+{
+
+constexpr int nameMaxBytes = 255; // what file systems take
+
+struct Registry {
+    QString folder;
+    QHash<QByteArray, QString> linkOf;
+    QHash<QString, QString> shownOf;
+    int lastNumber = 0;
+};
+
+Registry &registry()
+{
+    static Registry instance;
+    return instance;
+}
+
+// Each bad byte becomes three, so the name can outgrow the file system; its extension must stay.
+QString fittingName(const QString &name)
+{
+    const qsizetype dot = name.lastIndexOf(QLatin1Char('.'));
+    QString stem = dot > 0 ? name.left(dot) : name;
+    QString extension = dot > 0 ? name.mid(dot) : QString();
+    while (extension.toUtf8().size() > nameMaxBytes / 2) {
+        extension.chop(1);
+    }
+    while (stem.toUtf8().size() + extension.toUtf8().size() > nameMaxBytes) {
+        stem.chop(1);
+    }
+    return stem + extension;
+}
+
+// A sub-folder that nobody uses yet keeps equal names apart; empty when none can be made.
+QString freshFolder(Registry &names)
+{
+    constexpr int attempts = 1000;
+    for (int i = 0; i < attempts; ++i) {
+        const QString folder =
+            names.folder + QLatin1Char('/') + QString::number(++names.lastNumber);
+        if (!QDir(folder).exists()) {
+            return QDir().mkpath(folder) ? folder : QString();
+        }
+    }
+    return {};
+}
+
+QString makeLink(const QByteArray &rawPath, const QString &shown)
+{
+    const QString folder = freshFolder(registry());
+    if (folder.isEmpty()) {
+        return {};
+    }
+    const QString name = fittingName(shown.mid(shown.lastIndexOf(QLatin1Char('/')) + 1));
+    const QString link = folder + QLatin1Char('/') + name;
+    std::error_code error;
+    std::filesystem::create_symlink(rawPath.toStdString(), QFile::encodeName(link).toStdString(),
+                                    error);
+    return error ? QString() : link;
+}
+
+} // namespace
+
+void setForeignNamesFolder(const QString &path)
+{
+    registry() = Registry();
+    registry().folder = path;
+}
+
+QString usablePath(const QByteArray &rawPath)
+{
+    const QString shown = QString::fromUtf8(rawPath);
+    if (shown.toUtf8() == rawPath) {
+        return shown;
+    }
+    Registry &names = registry();
+    if (const auto known = names.linkOf.constFind(rawPath); known != names.linkOf.cend()) {
+        return *known;
+    }
+    const QString link = names.folder.isEmpty() ? QString() : makeLink(rawPath, shown);
+    if (link.isEmpty()) {
+        logLine(QStringLiteral("File name           :-( not valid UTF-8: ") + shown);
+        return shown;
+    }
+    names.linkOf.insert(rawPath, link);
+    names.shownOf.insert(link, shown);
+    return link;
+}
+
+QString shownPath(const QString &path)
+{
+    return registry().shownOf.value(path, path);
+}
+
+} // namespace qv

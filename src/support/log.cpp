@@ -1,0 +1,73 @@
+#include "support/log.h"
+
+#include <QCoreApplication>
+#include <QDateTime>
+
+#include <mutex>
+#include <unistd.h>
+
+namespace qv
+{
+namespace
+{
+
+bool g_debug = false;
+LogSink g_sink;
+std::mutex g_mutex;
+
+QByteArray prefix()
+{
+    static const QByteArray name = [] {
+        QByteArray n = QCoreApplication::applicationName().toUtf8();
+        return n.isEmpty() ? QByteArray("Quorvantel") : n;
+    }();
+    return QDateTime::currentDateTime()
+               .toString(QStringLiteral("yyyy-MM-dd HH:mm:ss.zzz"))
+               .toUtf8() +
+           ' ' + name + '[' + QByteArray::number(static_cast<qint64>(::getpid())) + "] ";
+}
+
+void writeToStandardError(const QByteArray &line)
+{
+    const char *data = line.constData();
+    auto left = static_cast<size_t>(line.size());
+    while (left > 0) {
+        const ssize_t n = ::write(STDERR_FILENO, data, left);
+        if (n <= 0) {
+            return;
+        }
+        data += n;
+        left -= static_cast<size_t>(n);
+    }
+}
+
+} // namespace
+
+bool isDebug()
+{
+    return g_debug;
+}
+
+void setDebug(bool on)
+{
+    g_debug = on;
+}
+
+void logLine(const QString &text)
+{
+    const QByteArray line = prefix() + text.toUtf8() + '\n';
+    const std::lock_guard lock(g_mutex);
+    if (g_sink) {
+        g_sink(line);
+    } else {
+        writeToStandardError(line);
+    }
+}
+
+void setLogSink(LogSink sink)
+{
+    const std::lock_guard lock(g_mutex);
+    g_sink = std::move(sink);
+}
+
+} // namespace qv

@@ -1,0 +1,164 @@
+#include "support/platform.h"
+
+#include <QFile>
+#include <QFileInfo>
+
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <memory>
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <pwd.h>
+#include <sys/stat.h>
+#include <sys/statvfs.h>
+#include <unistd.h>
+
+namespace qv::platform
+{
+namespace
+{
+
+QDateTime fromSystem(qint64 seconds, quint32 nanoseconds)
+{
+    return QDateTime::fromMSecsSinceEpoch(seconds * 1000 + nanoseconds / 1000000);
+}
+
+EntryKind followedKind(const QByteArray &path)
+{
+    struct stat status = {};
+    if (::stat(path.constData(), &status) != 0) {
+        return EntryKind::Other;
+    }
+    if (S_ISDIR(status.st_mode)) {
+        return EntryKind::LinkToFolder;
+    }
+    return S_ISREG(status.st_mode) ? EntryKind::File : EntryKind::Other;
+}
+
+EntryKind kindOfMode(mode_t mode, const QByteArray &path)
+{
+    if (S_ISLNK(mode)) {
+        return followedKind(path);
+    }
+    if (S_ISDIR(mode)) {
+        return EntryKind::Folder;
+    }
+    return S_ISREG(mode) ? EntryKind::File : EntryKind::Other;
+}
+
+EntryKind kindOf(const dirent &entry, const QByteArray &folder)
+{
+    if (entry.d_type == DT_REG) {
+        return EntryKind::File;
+    }
+    if (entry.d_type == DT_DIR) {
+        return EntryKind::Folder;
+    }
+    const QByteArray path = folder + '/' + entry.d_name;
+    struct stat status = {};
+    if (::lstat(path.constData(), &status) != 0) {
+        return EntryKind::Other;
+    }
+    return kindOfMode(status.st_mode, path);
+}
+
+bool isSelfOrParent(const char *name)
+{
+    return std::strcmp(name, ".") == 0 || std::strcmp(name, "..") == 0;
+}
+
+} // namespace
+
+QString executablePath()
+{
+    return QFileInfo(QStringLiteral("/proc/self/exe")).symLinkTarget();
+}
+
+QString loginName()
+{
+    std::array<char, 4096> buffer = {};
+    passwd entry = {};
+    passwd *found = nullptr;
+    ::getpwuid_r(::getuid(), &entry, buffer.data(), buffer.size(), &found);
+    return found == nullptr ? QString() : QFile::decodeName(found->pw_name);
+}
+
+FreeSpace freeSpace(const QString &path)
+{
+    struct statvfs status = {};
+    if (::statvfs(QFile::encodeName(path).constData(), &status) != 0) {
+        return {std::nullopt, QString::fromLocal8Bit(std::strerror(errno))};
+    }
+    return {quint64{status.f_bavail} * status.f_frsize, QString()};
+}
+
+QDateTime creationTime(const QString &path)
+{
+    struct statx status = {};
+    if (::statx(AT_FDCWD, QFile::encodeName(path).constData(), 0, STATX_BTIME | STATX_MTIME,
+                &status) != 0) {
+        return {};
+    }
+    const bool hasBirth = (status.stx_mask & STATX_BTIME) != 0;
+    const statx_timestamp &time = hasBirth ? status.stx_btime : status.stx_mtime;
+    return fromSystem(time.tv_sec, time.tv_nsec);
+}
+
+bool copyTimes(const QByteArray &rawFrom, const QByteArray &rawTo)
+{
+    struct stat status = {};
+    if (::lstat(rawFrom.constData(), &status) != 0) {
+        return false;
+    }
+    const std::array<timespec, 2> times = {status.st_atim, status.st_mtim};
+    return ::utimensat(AT_FDCWD, rawTo.constData(), times.data(), AT_SYMLINK_NOFOLLOW) == 0;
+}
+
+qint64 itemSize(const QByteArray &rawPath)
+{
+    struct stat status = {};
+    return ::lstat(rawPath.constData(), &status) == 0 ? status.st_size : 0;
+}
+
+bool isMountPoint(const QString &path)
+{
+    const QByteArray rawPath = QFile::encodeName(path);
+    struct stat own = {};
+    struct stat parent = {};
+    return ::lstat(rawPath.constData(), &own) == 0 && S_ISDIR(own.st_mode) &&
+           ::lstat((rawPath + "/..").constData(), &parent) == 0 && own.st_dev != parent.st_dev;
+}
+
+std::optional<std::vector<DirectoryEntry>> readDirectory(const QByteArray &rawPath)
+{
+    const auto close = [](DIR *open) { ::closedir(open); };
+    const std::unique_ptr<DIR, decltype(close)> directory(::opendir(rawPath.constData()), close);
+    if (!directory) {
+        return std::nullopt;
+    }
+    std::vector<DirectoryEntry> entries;
+    while (const dirent *entry = ::readdir(directory.get())) {
+        if (!isSelfOrParent(entry->d_name)) {
+            entries.push_back({QByteArray(entry->d_name), kindOf(*entry, rawPath)});
+        }
+    }
+    return entries;
+}
+
+bool reopenStream(int descriptor, const QString &path)
+{
+    const int file =
+        ::open(QFile::encodeName(path).constData(), O_RDWR | O_CREAT | O_APPEND | O_CLOEXEC, 0666);
+    if (file < 0) {
+        return false;
+    }
+    std::fflush(descriptor == STDOUT_FILENO ? stdout : stderr);
+    const bool done = ::dup2(file, descriptor) == descriptor;
+    ::close(file);
+    return done;
+}
+
+} // namespace qv::platform
