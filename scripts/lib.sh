@@ -1,0 +1,44 @@
+# Shared by the scripts: installs what is missing and builds. Everything is told on standard error.
+
+packages_missing() {
+    local wanted
+    wanted=$(sed -e '/^#/d' -e '/^$/d' "$1/scripts/packages.txt")
+    # shellcheck disable=SC2086
+    comm -23 <(sort <<<"$wanted") <(
+        dpkg-query -W -f='${Package} ${db:Status-Status}\n' $wanted 2>/dev/null |
+            sed -n 's/ installed$//p' | sort
+    )
+}
+
+as_root() {
+    if [ "$(id -u)" = 0 ]; then "$@"; else sudo "$@"; fi
+}
+
+install_packages() {
+    local missing
+    missing=$(packages_missing "$1")
+    [ -n "$missing" ] || return 0
+    echo "Installing: $(echo "$missing" | tr '\n' ' ')" >&2
+    {
+        as_root apt-get update -q &&
+            # shellcheck disable=SC2086
+            as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y -q \
+                --no-install-recommends $missing
+    } >&2
+}
+
+# build <source folder> <preset>
+build() {
+    local log
+    log=$(mktemp)
+    # Once configured, the build itself knows when to configure again.
+    if ! {
+        { [ -f "$1/build/$2/build.ninja" ] || cmake -S "$1" --preset "$2"; } &&
+            cmake --build "$1/build/$2"
+    } >"$log" 2>&1; then
+        cat "$log" >&2
+        rm -f "$log"
+        return 1
+    fi
+    rm -f "$log"
+}

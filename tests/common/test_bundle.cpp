@@ -1,0 +1,77 @@
+#include "common/test_bundle.h"
+
+#include <QDir>
+#include <QFile>
+#include <QImage>
+#include <QPainter>
+#include <QStandardPaths>
+
+namespace
+{
+
+const QString builtBundle = QStringLiteral(QV_BUILT_BUNDLE);
+
+void copyFolder(const QString &from, const QString &to)
+{
+    QDir().mkpath(to);
+    for (const QString &name : QDir(from).entryList(QDir::Files)) {
+        QFile::copy(from + QLatin1Char('/') + name, to + QLatin1Char('/') + name);
+    }
+}
+
+} // namespace
+
+TestBundle::TestBundle(Ffmpeg ffmpeg) : m_before(qv::Bundle::main())
+{
+    const QString contents = path() + QStringLiteral("/Contents");
+    const QString resources = contents + QStringLiteral("/Resources");
+    QDir().mkpath(resources + QStringLiteral("/tools"));
+    QFile::copy(builtBundle + QStringLiteral("/Contents/Info.plist"),
+                contents + QStringLiteral("/Info.plist"));
+    for (const QString &language : {QStringLiteral("/en.lproj"), QStringLiteral("/fr.lproj")}) {
+        copyFolder(builtBundle + QStringLiteral("/Contents/Resources") + language,
+                   resources + language);
+    }
+    QFile::link(builtBundle + QStringLiteral("/Contents/Resources/fonts"),
+                resources + QStringLiteral("/fonts"));
+    if (ffmpeg != Ffmpeg::None) {
+        const QString target = ffmpeg == Ffmpeg::Fake
+                                   ? fakeTool()
+                                   : QStandardPaths::findExecutable(QStringLiteral("ffmpeg"));
+        QFile::link(target, tool(QStringLiteral("ffmpeg")));
+    }
+    qv::Bundle::setMain(qv::Bundle(path()));
+}
+
+TestBundle::~TestBundle()
+{
+    qv::Bundle::setMain(m_before);
+}
+
+QString TestBundle::path() const
+{
+    return m_folder.filePath(QStringLiteral("Test.app"));
+}
+
+QString TestBundle::tool(const QString &name) const
+{
+    return path() + QStringLiteral("/Contents/Resources/tools/") + name;
+}
+
+QString fakeTool()
+{
+    return QStringLiteral(QV_FAKE_TOOL);
+}
+
+QString samplePicture()
+{
+    static const QString path = [] {
+        QImage image(64, 36, QImage::Format_RGB32);
+        image.fill(Qt::darkCyan);
+        QPainter(&image).fillRect(8, 8, 20, 20, Qt::yellow);
+        const QString file = QDir::tempPath() + QStringLiteral("/sample-picture.jpg");
+        image.save(file);
+        return file;
+    }();
+    return path;
+}

@@ -1,0 +1,317 @@
+// Plays every behaviour of a tool.
+//
+// fake_tool play STEP...    plays the steps in order:
+//   out=TEXT err=TEXT   prints (\n, \r, \xHH are escapes)
+//   sleep=MS            waits without using the processor
+//   spin=MS             waits using it
+//   env=NAME            prints the variable's value
+//   cwd                 prints the working folder
+//   cat                 copies standard input to standard output
+//   silent-input=MS     prints "open" when standard input gives neither data nor end for so long
+//   close=out|err       closes the stream
+//   holder=MS           leaves a child behind that holds both streams open
+//   crash=SIGNAL exit=N ends
+//
+// Otherwise it is ffmpeg. The source's name says what happens, in parts between dots:
+//   <phase>-<behaviour>[-<index>], phase analysis, preview, picture or all; index of the picture.
+//   Behaviours: hang, crash, silent (prints nothing), garbage, missing (no output file),
+//   intra (no file while intra frames are selected), slow, flood, refuse, norate
+//   "duration-N" sets the seconds that the report states.
+// FAKE_TOOL_LOG names a file that gets a line "phase index source" per run; FAKE_TOOL_PICTURE one
+// that is copied as the picture.
+
+#include <algorithm>
+#include <chrono>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fcntl.h>
+#include <fstream>
+#include <poll.h>
+#include <string>
+#include <thread>
+#include <unistd.h>
+#include <vector>
+
+namespace
+{
+
+using Texts = std::vector<std::string>;
+
+void writeTo(int fd, const std::string &text)
+{
+    for (size_t done = 0; done < text.size();) {
+        const ssize_t n = ::write(fd, text.data() + done, text.size() - done);
+        if (n <= 0) {
+            return;
+        }
+        done += static_cast<size_t>(n);
+    }
+}
+
+void waitFor(int milliseconds)
+{
+    std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
+}
+
+[[noreturn]] void hang()
+{
+    while (true) {
+        waitFor(1000);
+    }
+}
+
+void spin(int milliseconds)
+{
+    const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(milliseconds);
+    while (std::chrono::steady_clock::now() < end) {
+    }
+}
+
+std::string unescaped(const std::string &text)
+{
+    std::string plain;
+    for (size_t i = 0; i < text.size(); ++i) {
+        if (text[i] != '\\' || i + 1 == text.size()) {
+            plain += text[i];
+        } else if (text[++i] == 'n') {
+            plain += '\n';
+        } else if (text[i] == 'r') {
+            plain += '\r';
+        } else if (text[i] == 'x' && i + 2 < text.size()) {
+            plain += static_cast<char>(std::stoi(text.substr(i + 1, 2), nullptr, 16));
+            i += 2;
+        }
+    }
+    return plain;
+}
+
+void copyInput()
+{
+    char buffer[4096];
+    for (ssize_t n = 0; (n = ::read(STDIN_FILENO, buffer, sizeof buffer)) > 0;) {
+        writeTo(STDOUT_FILENO, std::string(buffer, static_cast<size_t>(n)));
+    }
+}
+
+void tellSilentInput(int milliseconds)
+{
+    pollfd request{STDIN_FILENO, POLLIN, 0};
+    writeTo(STDOUT_FILENO, ::poll(&request, 1, milliseconds) == 0 ? "open" : "not silent");
+}
+
+void leaveHolder(int milliseconds)
+{
+    if (::fork() == 0) {
+        ::setpgid(0, 0);
+        waitFor(milliseconds);
+        std::_Exit(0);
+    }
+}
+
+void playStep(const std::string &step)
+{
+    const size_t equal = step.find('=');
+    const std::string name = step.substr(0, equal);
+    const std::string value = equal == std::string::npos ? "" : step.substr(equal + 1);
+    const int number = std::atoi(value.c_str());
+    if (name == "out") {
+        writeTo(STDOUT_FILENO, unescaped(value));
+    } else if (name == "err") {
+        writeTo(STDERR_FILENO, unescaped(value));
+    } else if (name == "sleep") {
+        waitFor(number);
+    } else if (name == "spin") {
+        spin(number);
+    } else if (name == "env") {
+        const char *found = std::getenv(value.c_str());
+        writeTo(STDOUT_FILENO, found != nullptr ? found : "(none)");
+    } else if (name == "cwd") {
+        char folder[4096];
+        writeTo(STDOUT_FILENO, ::getcwd(folder, sizeof folder) != nullptr ? folder : "");
+    } else if (name == "cat") {
+        copyInput();
+    } else if (name == "silent-input") {
+        tellSilentInput(number);
+    } else if (name == "close") {
+        ::close(value == "out" ? STDOUT_FILENO : STDERR_FILENO);
+    } else if (name == "holder") {
+        leaveHolder(number);
+    } else if (name == "crash") {
+        std::signal(number, SIG_DFL);
+        std::raise(number);
+    } else if (name == "exit") {
+        std::_Exit(number);
+    }
+}
+
+// ---- ffmpeg
+
+struct Run {
+    std::string phase;
+    int index = -1;
+    std::string source;
+    std::string stem; // of the source's name
+    std::string output;
+    bool selectsIntra = false;
+};
+
+std::string lastComponent(const std::string &path)
+{
+    return path.substr(path.find_last_of('/') + 1);
+}
+
+Run understand(const Texts &arguments)
+{
+    Run run;
+    const auto input = std::find(arguments.begin(), arguments.end(), "-i");
+    if (input != arguments.end() && input + 1 != arguments.end()) {
+        run.source = *(input + 1);
+    }
+    run.stem = lastComponent(run.source);
+    run.output = arguments.empty() ? "" : arguments.back();
+    const std::string name = lastComponent(run.output);
+    const bool analysis =
+        std::find(arguments.begin(), arguments.end(), "yuv4mpegpipe") != arguments.end();
+    const bool picture = name.rfind("img", 0) == 0 && name.size() >= 9;
+    run.phase = analysis ? "analysis" : picture ? "picture" : "preview";
+    run.index = picture ? std::atoi(name.c_str() + 3) : -1;
+    run.selectsIntra = std::any_of(arguments.begin(), arguments.end(), [](const std::string &a) {
+        return a.find("pict_type") != std::string::npos;
+    });
+    return run;
+}
+
+void logRun(const Run &run)
+{
+    if (const char *path = std::getenv("FAKE_TOOL_LOG")) {
+        std::ofstream log(path, std::ios::app);
+        log << run.phase << ' ' << run.index << ' ' << lastComponent(run.source) << '\n';
+    }
+}
+
+// The behaviour that the source's name asks of this run.
+std::string behaviourOf(const Run &run)
+{
+    size_t from = 0;
+    while (from < run.stem.size()) {
+        size_t end = run.stem.find('.', from);
+        end = end == std::string::npos ? run.stem.size() : end;
+        const std::string part = run.stem.substr(from, end - from);
+        from = end + 1;
+        const size_t first = part.find('-');
+        const std::string phase = part.substr(0, first);
+        if (first == std::string::npos || (phase != run.phase && phase != "all")) {
+            continue;
+        }
+        const size_t second = part.find('-', first + 1);
+        const std::string behaviour = part.substr(first + 1, second - first - 1);
+        if (second == std::string::npos || std::atoi(part.c_str() + second + 1) == run.index) {
+            return behaviour;
+        }
+    }
+    return "";
+}
+
+int durationOf(const Run &run)
+{
+    const size_t at = run.stem.find("duration-");
+    return at == std::string::npos ? 60 : std::atoi(run.stem.c_str() + at + 9);
+}
+
+void printReport(const Run &run, const std::string &behaviour)
+{
+    char duration[32];
+    const int seconds = durationOf(run);
+    std::snprintf(duration, sizeof duration, "%02d:%02d:%02d.00", seconds / 3600,
+                  seconds / 60 % 60, seconds % 60);
+    const std::string rate = behaviour == "norate" ? "" : ", 25 fps, 25 tbr, 12800 tbn";
+    writeTo(STDERR_FILENO,
+            "ffmpeg version 5.1 Copyright\n"
+            "Input #0, mov,mp4,m4a,3gp,3g2,mj2, from '" +
+                run.source + "':\n  Duration: " + duration +
+                ", start: 0.000000, bitrate: 800 kb/s\n"
+                "  Stream #0:0[0x1](und): Video: h264 (High), yuv420p, 640x360 [SAR 1:1 DAR 16:9], "
+                "700 kb/s" +
+                rate +
+                " (default)\n"
+                "  Stream #0:1[0x2](eng): Audio: aac (LC), 48000 Hz, stereo, fltp, 96 kb/s\n"
+                "Output #0, null, to 'pipe:':\n"
+                "frame=   10 fps=0.0 q=-0.0 size=1k time=00:00:00.40 bitrate=N/A speed=9x\n");
+}
+
+void writeOutput(const Run &run)
+{
+    std::ofstream file(run.output, std::ios::binary);
+    if (run.phase == "analysis") {
+        file << "YUV4MPEG2 W640 H360 F25:1 Ip A1:1 C420jpeg\nFRAME\n";
+        return;
+    }
+    const char *picture = std::getenv("FAKE_TOOL_PICTURE");
+    if (picture != nullptr) {
+        file << std::ifstream(picture, std::ios::binary).rdbuf();
+    } else {
+        file << "no picture at all";
+    }
+}
+
+int refuse(const Run &run)
+{
+    writeTo(STDERR_FILENO, run.source + ": Invalid data found when processing input\n");
+    writeTo(STDERR_FILENO, "Error opening input file: unknown format\n");
+    return 1;
+}
+
+int actAsFfmpeg(const Texts &arguments)
+{
+    const Run run = understand(arguments);
+    const std::string behaviour = behaviourOf(run);
+    logRun(run);
+    if (behaviour == "silent") {
+        return 1;
+    }
+    if (behaviour == "hang") {
+        hang();
+    }
+    if (behaviour == "crash") {
+        std::signal(SIGSEGV, SIG_DFL);
+        std::raise(SIGSEGV);
+    }
+    if (behaviour == "garbage") {
+        std::string noise;
+        for (int i = 0; i < 5000; ++i) {
+            noise += static_cast<char>((i * 131 + 7) & 0xff);
+        }
+        writeTo(STDERR_FILENO, noise);
+        return 0;
+    }
+    if (behaviour == "refuse") {
+        return refuse(run);
+    }
+    printReport(run, behaviour);
+    if (behaviour == "slow") {
+        waitFor(300);
+    }
+    if (behaviour == "flood") {
+        for (int i = 0; i < 20000; ++i) {
+            writeTo(STDERR_FILENO, "frame=1 time=00:00:01.00 bitrate=N/A and so on and so on\r");
+        }
+    }
+    if (behaviour != "missing" && !(behaviour == "intra" && run.selectsIntra)) {
+        writeOutput(run);
+    }
+    return 0;
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    const Texts arguments(argv + 1, argv + argc);
+    if (!arguments.empty() && arguments[0] == "play") {
+        std::for_each(arguments.begin() + 1, arguments.end(), playStep);
+        return 0;
+    }
+    return actAsFfmpeg(arguments);
+}
