@@ -1,0 +1,184 @@
+// What ffmpeg's own words say of a source, apart from the names and tags that it repeats.
+#include "analysis/ffmpeg_probes.h"
+
+#include "analysis/report_text.h"
+#include "support/files.h"
+
+#include <algorithm>
+#include <array>
+
+namespace qv
+{
+namespace
+{
+
+bool has(const QString &text, const char *phrase)
+{
+    return text.contains(QLatin1String(phrase));
+}
+
+qsizetype indentOf(const QString &line)
+{
+    const auto end = std::find_if(line.begin(), line.end(), [](QChar c) { return c != u' '; });
+    return end - line.begin();
+}
+
+// Tags stand below their heading, further in, up to the first line that is not:
+//   Metadata:
+//     title           : Trial and Error
+//                     : and what follows
+//   Duration: 00:01:05.96, start: 0.500000, bitrate: 7000 kb/s
+QStringList withoutTags(const QStringList &lines)
+{
+    QStringList kept;
+    qsizetype headingIndent = -1;
+    for (const QString &line : lines) {
+        const qsizetype indent = indentOf(line);
+        if (headingIndent >= 0 && indent > headingIndent) {
+            continue;
+        }
+        headingIndent = line.trimmed() == QLatin1String("Metadata:") ? indent : -1;
+        kept.append(line);
+    }
+    return kept;
+}
+
+// A name as ffmpeg prints it: most control characters become "?".
+QString asPrinted(const QString &name)
+{
+    QString printed = name;
+    for (QChar &c : printed) {
+        const bool isBlank = c >= QChar(0x08) && c <= QChar(0x0D);
+        c = c < QChar(0x20) && !isBlank ? QChar(u'?') : c;
+    }
+    return printed;
+}
+
+void removeName(QString &report, const QString &name)
+{
+    if (!name.isEmpty()) {
+        report.remove(name).remove(asPrinted(name));
+    }
+}
+
+struct Reason {
+    const char *phrase;
+    const char *words;
+};
+
+QString wordsFor(const QString &text, std::initializer_list<Reason> reasons)
+{
+    const auto found = std::find_if(reasons.begin(), reasons.end(),
+                                    [&](const Reason &r) { return has(text, r.phrase); });
+    return found == reasons.end() ? QString() : QString::fromLatin1(found->words);
+}
+
+// The end of a source that ffmpeg didn't open is its name, which is gone by now, and why:
+//   : Invalid data found when processing input
+QString openingFailure(const QStringList &lines)
+{
+    const auto found = std::find_if(lines.rbegin(), lines.rend(), [](const QString &line) {
+        return line.startsWith(QLatin1String(": "));
+    });
+    return found == lines.rend() ? QString() : found->mid(2).trimmed();
+}
+
+QString openingReason(const QString &report, const QString &failure)
+{
+    const bool isUnrecognised = has(report, "misdetection possible");
+    if (has(failure, "Invalid data found") && has(report, "moov atom not found") &&
+        !isUnrecognised) {
+        return QStringLiteral("the file is incomplete: its index (moov atom) is missing");
+    }
+    const QString words = wordsFor(
+        failure, {{"Invalid data found", "not a video that ffmpeg can read (invalid data)"},
+                  {"Permission denied", "it may not be read (permission denied)"},
+                  {"No such file or directory", "there is no such file"},
+                  {"Is a directory", "it is a folder, not a file"},
+                  {"Input/output error", "the disk can't read it (input/output error)"}});
+    return words.isNull() ? failure : words;
+}
+
+bool isVideoLine(const QString &line)
+{
+    return has(line, "Stream #") && has(line, "Video: ");
+}
+
+QString contentReason(const QString &report, const QStringList &lines)
+{
+    const bool hasVideo = std::any_of(lines.begin(), lines.end(), isVideoLine);
+    if (report.contains(inputMark) && !hasVideo) {
+        return QStringLiteral("no video in it");
+    }
+    const char *const damaged = "it is damaged: ffmpeg can't decode all of its pictures";
+    return wordsFor(
+        report,
+        {{"Unsupported video codec", "ffmpeg has no decoder for its video"},
+         {") not found for input stream", "ffmpeg has no decoder for its video"},
+         {"Could not find codec parameters", "one of its streams is unknown or can't be decoded"},
+         {"does not contain any stream", "no video in it"},
+         {"rror while decoding", damaged},
+         {"rror at MB", damaged},
+         {"corrupt decoded frame", damaged}});
+}
+
+// "[avi @ 0x55f37f60da00] Error reading header" without the part that speaks.
+QString withoutSpeaker(const QString &line)
+{
+    const qsizetype end = line.startsWith(u'[') ? line.indexOf(QLatin1String("] ")) : -1;
+    return (end < 0 ? line : line.mid(end + 2)).trimmed();
+}
+
+bool namesProblem(const QString &line)
+{
+    static constexpr std::array words{"error",     "invalid",   "fail",          "unsupported",
+                                      "could not", "unable",    "cannot",        "denied",
+                                      "corrupt",   "truncated", "not permitted", "unknown format"};
+    const QString lowered = line.toLower();
+    return std::any_of(words.begin(), words.end(),
+                       [&](const char *word) { return has(lowered, word); });
+}
+
+// Words of trouble that ffmpeg has for many a good source.
+bool isHarmless(const QString &line)
+{
+    static constexpr std::array phrases{"decoding errors", "this is harmless", "parser not found",
+                                        "invalid dts/pts combination", "Invalid frame dimensions"};
+    return std::any_of(phrases.begin(), phrases.end(),
+                       [&](const char *phrase) { return has(line, phrase); });
+}
+
+QString lastProblem(const QStringList &lines)
+{
+    constexpr qsizetype longest = 200;
+    const auto found = std::find_if(lines.rbegin(), lines.rend(), [](const QString &line) {
+        return !isHarmless(line) && namesProblem(line);
+    });
+    return found == lines.rend() ? QString() : withoutSpeaker(*found).left(longest);
+}
+
+} // namespace
+
+QString reportWithoutNames(const QString &report, const QString &sourcePath)
+{
+    QString text = report;
+    removeName(text, sourcePath);
+    if (!pathExtension(sourcePath).isEmpty()) {
+        removeName(text, lastPathComponent(sourcePath));
+    }
+    return withoutTags(text.split(u'\n')).join(u'\n');
+}
+
+QString refusalReason(const QString &report, const QString &sourcePath)
+{
+    const QString text = reportWithoutNames(report, sourcePath);
+    const QStringList lines = linesOf(text);
+    const QString failure = text.contains(inputMark) ? QString() : openingFailure(lines);
+    if (!failure.isEmpty()) {
+        return openingReason(text, failure);
+    }
+    const QString reason = contentReason(text, lines);
+    return reason.isNull() ? lastProblem(lines) : reason;
+}
+
+} // namespace qv

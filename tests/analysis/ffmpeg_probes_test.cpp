@@ -1,0 +1,209 @@
+#include "analysis/ffmpeg_probes.h"
+
+#include "analysis/report_files.h"
+#include "support/bundle.h"
+#include "support/localized_strings.h"
+
+#include <gtest/gtest.h>
+
+using namespace qv;
+using qv::tests::reportFile;
+
+namespace
+{
+
+QString q(const char *text)
+{
+    return QString::fromUtf8(text);
+}
+
+TEST(FfmpegSuccess, IsRefusedByAnyOfThePhrases)
+{
+    struct {
+        const char *text;
+        bool expected;
+    } const cases[] = {
+        {"", false},
+        {"x: At least one output file must be specified", true},
+        {"Error while decoding stream #0:0", false},
+        {"decode_slice_header error\nconcealing 12 DC errors", true},
+        {"[avi] UNKNOWN format", false},
+        {"Unsupported video codec", false},
+        {"Could not find codec parameters for stream 0", false},
+        {"Operation not permitted", false},
+        {"I/O error occured", false},
+        {"error reading header: -1", false},
+        {"Error while opening file", false},
+    };
+    for (const auto &[text, expected] : cases) {
+        EXPECT_EQ(isFfmpegSuccess(q(text)), expected) << text;
+    }
+}
+
+TEST(FfmpegSuccess, IsNotDecidedByNamesAndTags)
+{
+    const QString film = reportFile("analysis_film_mkv");
+    EXPECT_FALSE(isFfmpegSuccess(film));
+    EXPECT_TRUE(isFfmpegSuccess(reportWithoutNames(film, q("film.mkv"))));
+
+    const QString path = q("/films/error \x01 unknown format.mkv");
+    const QString report = q("[x] Opening '/films/error ? unknown format.mkv' for reading\n"
+                             "Input #0, x, from '/films/error \x01 unknown format.mkv':");
+    EXPECT_TRUE(isFfmpegSuccess(reportWithoutNames(report, path)));
+}
+
+TEST(FfmpegSuccess, KeepsFfmpegsOwnWords)
+{
+    EXPECT_FALSE(isFfmpegSuccess(
+        reportWithoutNames(reportFile("analysis_damaged_avi"), q("dam_mpeg4.avi"))));
+    const QString report = q("  Metadata:\n    title : x\nError while decoding");
+    EXPECT_EQ(reportWithoutNames(report, {}), q("  Metadata:\nError while decoding"));
+    const QString stream =
+        q("    Metadata:\n      handler_name : Video: a\n    Stream #0:1: Audio: b");
+    EXPECT_EQ(reportWithoutNames(stream, {}), q("    Metadata:\n    Stream #0:1: Audio: b"));
+}
+
+TEST(RefusalReason, IsSaidInWordsForPeople)
+{
+    struct {
+        const char *file;
+        const char *source;
+        const char *expected;
+    } const cases[] = {
+        {"analysis_text_file", "text.mp4", "not a video that ffmpeg can read (invalid data)"},
+        {"analysis_truncated_mp4", "trunc.mp4",
+         "the file is incomplete: its index (moov atom) is missing"},
+        {"analysis_missing", "nothere.mp4", "there is no such file"},
+        {"analysis_audio_only", "audioonly.mp4", "no video in it"},
+        {"info_audio_only", "audioonly.mp4", "no video in it"},
+        {"analysis_damaged_avi", "dam_mpeg4.avi",
+         "it is damaged: ffmpeg can't decode all of its pictures"},
+        {"analysis_h264_mp4", "h264.mp4", nullptr},
+        {"info_film_mkv", "film.mkv", nullptr},
+    };
+    for (const auto &[file, source, expected] : cases) {
+        EXPECT_EQ(refusalReason(reportFile(file), q(source)), q(expected)) << file;
+    }
+}
+
+TEST(RefusalReason, OtherwiseQuotesTheLastLineThatNamesAProblem)
+{
+    struct {
+        const char *report;
+        const char *expected;
+    } const cases[] = {
+        {"/v/a.mov: Permission denied", "it may not be read (permission denied)"},
+        {"/v/a.mov: Protocol is odd", "Protocol is odd"},
+        {"[avi @ 0x55] Failed to read /v/a.mov\n0 decoding errors", "Failed to read"},
+        {"Input #0, avi\nStream #0:0: Video: none\nDecoder (codec none) not found for input stream "
+         "#0:0",
+         "ffmpeg has no decoder for its video"},
+        {"all is well", ""},
+        {"", ""},
+    };
+    for (const auto &[report, expected] : cases) {
+        EXPECT_EQ(refusalReason(q(report), q("/v/a.mov")), q(expected)) << report;
+    }
+    EXPECT_TRUE(refusalReason(q("all is well"), {}).isNull());
+    EXPECT_LE(refusalReason(q("error ") + QString(100000, u'x'), {}).size(), 200);
+}
+
+TEST(FieldOrder, HasAWordForEachMark)
+{
+    Bundle::setMain(Bundle(QStringLiteral(QV_TEST_BUNDLE)));
+    setLanguage(q("en"));
+    EXPECT_EQ(fieldOrderWord(q("t")), q("top field first"));
+    EXPECT_EQ(fieldOrderWord(q("b")), q("bottom field first"));
+    for (const QString &code : {q("p"), q("?"), q(""), QString()}) {
+        EXPECT_EQ(fieldOrderWord(code), q("progressive"));
+    }
+}
+
+TEST(FieldOrder, IsReadFromAStreamHeader)
+{
+    struct {
+        const char *header;
+        const char *expected;
+    } const cases[] = {
+        {"YUV4MPEG2 W720 H576 F25:1 It A16:15 C420mpeg2\nFRAME", "t"},
+        {"YUV4MPEG2 W720 H576 F25:1 Ip", "p"},
+        {"YUV4MPEG2 W720 H576\nFRAME Ib", nullptr},
+        {"YUV4MPEG2 I", nullptr},
+        {"", nullptr},
+    };
+    for (const auto &[header, expected] : cases) {
+        EXPECT_EQ(interlaceMark(header), q(expected)) << header;
+    }
+    EXPECT_TRUE(interlaceMark({}).isNull());
+}
+
+TEST(Vsync, IsAFaultOnlyWithAllThreeSigns)
+{
+    EXPECT_TRUE(isFfmpegVsync({}, q("*** 1 dup!\ntimestamp discontinuity 5"), {}));
+    EXPECT_FALSE(isFfmpegVsync({}, q("*** 1 dup!"), {}));
+}
+
+TEST(Chapters, AreListedOnceEachInReportOrder)
+{
+    const QString lines = q("    Chapter #0:0: start 0.000000, end 300.000000\n"
+                            "    Chapter #0:1: start 300.500000, end 310.000000\n"
+                            "    Chapter #0:2: start 0.000000, end 400.000000\n"
+                            "    Chapter #0:3: begins 5, end 6\n");
+    EXPECT_EQ(ffChapters(lines), (QList<float>{0.0F, 300.5F}));
+    EXPECT_EQ(ffChapters(reportFile("info_film_mkv")), (QList<float>{0.0F, 1.0F}));
+    EXPECT_FALSE(ffChapters(reportFile("info_h264_mp4")));
+    EXPECT_FALSE(ffChapters({}));
+}
+
+TEST(Revision, IsReadFromTheVersionText)
+{
+    struct {
+        const char *text;
+        float expected;
+    } const cases[] = {
+        {"ffmpeg version 5.1.9-0+deb12u1 Copyright (c) 2000-2026\nbuilt with gcc 12", 5.1F},
+        {"ffmpeg version git-N-30610-g1929807, Copyright", 30610.0F},
+        {"tool version 0.6, built on", 60000.0F},
+        {"tool version 7, built on", 7.0F},
+        {"nothing", 0.0F},
+        {"", 0.0F},
+    };
+    for (const auto &[text, expected] : cases) {
+        EXPECT_FLOAT_EQ(ffRevisionFromText(q(text)), expected) << text;
+    }
+}
+
+// "10.0" comes before "9.96": the order is that of texts.
+TEST(KeyFrame, IsTheFirstTimeInTextOrder)
+{
+    const QString lines = q("[showinfo @ 0x1] n:0 pts:1 pts_time:9.96 fmt:x iskey:1 type:I\n"
+                            "[showinfo @ 0x1] n:1 pts:1 pts_time:5.0 fmt:x iskey:0 type:P\n"
+                            "[showinfo @ 0x1] n:2 pts:1 pts_time:10.0 fmt:x iskey:1 type:I\n"
+                            "[other @ 0x1] n:3 pts:1 pts_time:1.0 fmt:x iskey:1 type:I\n");
+    EXPECT_FLOAT_EQ(keyFrameStartTime(lines), 10.0F);
+    EXPECT_EQ(keyFrameStartTime({}), 0.0F);
+}
+
+TEST(AnalysisFf, NeedsAFieldOrderForASourceWithAFrameRate)
+{
+    const QString film = reportFile("info_film_mkv");
+    EXPECT_FALSE(analysisFf(film, {}));
+    EXPECT_FALSE(analysisFf({}, q("progressive")));
+    EXPECT_TRUE(analysisFf(reportFile("info_audio_only"), {}));
+    const QString withKeyFrame =
+        film + q("\n[showinfo @ 0x1] n:0 pts:1 pts_time:0.48 fmt:x iskey:1 type:I\n");
+    const auto record = analysisFf(withKeyFrame, q("progressive"));
+    ASSERT_TRUE(record);
+    EXPECT_EQ(record->value(q("chapters")), QVariant(QVariantList{0.0F, 1.0F}));
+    EXPECT_EQ(record->value(q("intraOffset")), QVariant(0.48F));
+    EXPECT_FALSE(analysisFf(film, q("progressive"))->contains(q("intraOffset")));
+}
+
+TEST(WordLists, DependOnTheKind)
+{
+    EXPECT_EQ(kindDependentWords(q("a")).first(), q("dv"));
+    EXPECT_EQ(kindDependentWords(q("v")).first(), q("ffts"));
+    EXPECT_EQ(kindDependentWords({}).last(), q("unsupportedVideoCodecFfmpeg"));
+}
+
+} // namespace
