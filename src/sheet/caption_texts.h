@@ -1,0 +1,25 @@
+#pragma once
+
+#include <QString>
+#include <QStringList>
+#include <QVariantMap>
+
+// The caption block of a sheet.
+namespace qv
+{
+
+// The texts by key (name, location, date, duration, vIdentity, poids, essence) of a source, from
+// its record and "srcPathStr".
+QVariantMap captionTexts(const QVariantMap &input);
+
+// The caption lines below the title, in the order in which they are drawn.
+QStringList captionLineKeys();
+// Every caption that a switch shows or hides, with the preference that holds the switch:
+// "name" -> "pageName", ..., "timecode" -> "prefTimecode".
+struct CaptionSwitch {
+    QString caption;
+    QString preference;
+};
+const QList<CaptionSwitch> &captionSwitches();
+
+} // namespace qv

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <QColor>
+#include <QImage>
+#include <QString>
+#include <QVariantMap>
+
+#include <tl/expected.hpp>
+
+// Draws an index sheet and writes it.
+namespace qv
+{
+
+struct ComposedSheet {
+    QString path;
+    int drawn = 0; // stills that stand in their cells
+};
+
+// Draws the sheet that `display` describes (dstPathStr, bigMedMinMix, th, wTh, hTh, borderColor,
+// borderSize, bkgColor, the captions, timecode) and writes it to dstPathStr plus "jpg" (dpi 0) or
+// "png". dstPathStr must name an existing folder. Stills that are missing or don't decode leave
+// their cells empty. Gives why when no sheet could be written; then no file is left either.
+tl::expected<ComposedSheet, QString> composeSheet(int dpi, const QVariantMap &display);
+
+// composeSheet, with the failure logged: whether the sheet was written.
+bool sheetPicture(int dpi, const QVariantMap &display);
+
+// The sheet as a bitmap, without writing it; a null image when nothing can be drawn.
+QImage drawSheet(int dpi, const QVariantMap &display, int *drawn = nullptr);
+
+// Colours of the captions, from background and border.
+struct CaptionColors {
+    QColor main;
+    QColor secondary; // same as main unless the rule names one
+};
+CaptionColors captionColors(const QColor &background, const QColor &border);
+
+// alpha x (red + green + blue) / 3
+double brightness(const QColor &color);
+
+// File extension of a picture choice: "jpg" for 0, else "png".
+QString sheetExtension(int dpi);
+
+} // namespace qv

@@ -1,0 +1,276 @@
+#include "sheet/extraction_plan.h"
+
+#include "sheet/caption_texts.h"
+#include "sheet/record_values.h"
+#include "support/bundle.h"
+#include "support/localized_strings.h"
+#include "support/log.h"
+#include "support/numbers.h"
+#include "support/variant_values.h"
+
+#include <QJsonDocument>
+
+#include <algorithm>
+
+namespace qv
+{
+
+namespace
+{
+
+constexpr int unknownCount = 16;
+constexpr int largestCount = 10000;
+
+// The very start of a long video is often black.
+constexpr double longInterval = 40;
+constexpr double firstInstantOfLong = 10;
+constexpr double firstInstantShare = 0.25;
+
+const QString workingKey = QStringLiteral("processEncDico");
+const QString intraSelector = QStringLiteral("select=eq(pict_type\\,I),");
+
+// What all the runs of one source share.
+struct Source {
+    QString path;
+    QString stillsFolder;
+    QString filter;
+    QString tool;
+};
+
+int requestedCount(const QVariantMap &input)
+{
+    const int requested = intIn(input, QStringLiteral("thNumberInt")).value_or(unknownCount);
+    return std::min(requested, largestCount);
+}
+
+StillSize sizeOf(const QVariantMap &input)
+{
+    return stillSize(sourceWidth(input), sourceHeight(input),
+                     stringIn(input, QStringLiteral("v0_dar")));
+}
+
+bool isProgressive(const QVariantMap &input)
+{
+    const QString progressive = localized(QStringLiteral("PFF"), QStringLiteral("fields"));
+    return stringIn(input, QStringLiteral("v0_fields")) == progressive;
+}
+
+// "select=eq(pict_type\,I),yadif=1,scale=1024:576,setsar=1:1"
+QString videoFilter(const QVariantMap &input, const StillSize &size)
+{
+    const bool anyPicture = flagIn(input, QStringLiteral("intraFailure"));
+    return QStringLiteral("%1%2scale=%3:%4,setsar=1:1")
+        .arg(anyPicture ? QString() : intraSelector,
+             isProgressive(input) ? QString() : QStringLiteral("yadif=1,"),
+             QString::number(size.width), QString::number(size.height));
+}
+
+double instantOf(int index, double interval)
+{
+    if (index > 0) {
+        return index * interval;
+    }
+    return interval > longInterval ? firstInstantOfLong : interval * firstInstantShare;
+}
+
+QString seekText(double seconds)
+{
+    return QString::number(seconds, 'f', 2);
+}
+
+QStringList toolArguments(const Source &source, double instant, int index)
+{
+    return {source.tool,
+            QStringLiteral("-ss"),
+            seekText(instant),
+            QStringLiteral("-t"),
+            QStringLiteral("12"),
+            QStringLiteral("-loglevel"),
+            QStringLiteral("info"),
+            QStringLiteral("-i"),
+            source.path,
+            QStringLiteral("-frames:v"),
+            QStringLiteral("1"),
+            QStringLiteral("-vf"),
+            source.filter,
+            QStringLiteral("-b:v"),
+            QStringLiteral("20M"),
+            QStringLiteral("-bt"),
+            QStringLiteral("1000M"),
+            QStringLiteral("-qscale"),
+            QStringLiteral("1"),
+            QStringLiteral("-an"),
+            QStringLiteral("-y"),
+            pictureFile(source.stillsFolder, index)};
+}
+
+PlannedPicture plannedPicture(const ExtractionPlan &plan, const Source &source, int index)
+{
+    PlannedPicture picture;
+    picture.index = index;
+    picture.time = instantOf(index, plan.interval);
+    picture.timecode = float2TimecodeStr(picture.time, 0);
+    if (!plan.byMovieFramework) {
+        picture.arguments = toolArguments(source, picture.time, index);
+    }
+    return picture;
+}
+
+QString shownMap(const QVariantMap &map)
+{
+    return QString::fromUtf8(QJsonDocument::fromVariant(map).toJson(QJsonDocument::Compact));
+}
+
+void tracePlan(const ExtractionPlan &plan, int out, int requested)
+{
+    logDebug([&] {
+        return QStringLiteral("outInt              : %1 -> %2 thumbs").arg(out).arg(requested);
+    });
+    logDebug([&] { return QStringLiteral("intervaleFloat : %1").arg(plan.interval, 0, 'f', 6); });
+    if (isVerboseDebug()) {
+        for (const PlannedPicture &picture : plan.pictures) {
+            logLine(QStringLiteral("argsArray pass #%1/%2: %3")
+                        .arg(QString::number(picture.index), QString::number(plan.count),
+                             picture.arguments.join(QLatin1Char(' '))));
+        }
+    }
+}
+
+QVariantMap commandsOf(const ExtractionPlan &plan)
+{
+    QVariantMap commands;
+    for (const PlannedPicture &picture : plan.pictures) {
+        if (!picture.arguments.isEmpty()) {
+            commands.insert(QString::number(picture.index), picture.arguments);
+        }
+    }
+    return commands;
+}
+
+QVariantMap timecodesOf(const ExtractionPlan &plan)
+{
+    QVariantMap timecodes;
+    for (const PlannedPicture &picture : plan.pictures) {
+        if (!picture.timecode.isNull()) {
+            timecodes.insert(QString::number(picture.index), picture.timecode);
+        }
+    }
+    return timecodes;
+}
+
+QVariantMap displayOf(const ExtractionPlan &plan, const QVariantMap &input)
+{
+    QVariantMap display = captionTexts(input);
+    display.insert(QStringLiteral("wTh"), plan.size.width);
+    display.insert(QStringLiteral("hTh"), plan.size.height);
+    const QVariantMap timecodes = timecodesOf(plan);
+    logDebug([&] { return QStringLiteral("tcMd : %1").arg(shownMap(timecodes)); });
+    if (!timecodes.isEmpty()) {
+        display.insert(QStringLiteral("timecode"), timecodes);
+    }
+    logDebug([&] { return QStringLiteral("md   : %1").arg(shownMap(display)); });
+    return display;
+}
+
+void storePlan(const ExtractionPlan &plan, const QVariantMap &input, PreferencesStore &store)
+{
+    const QVariantMap commands = commandsOf(plan);
+    if (!commands.isEmpty()) {
+        store.prefWriteChildDico(workingKey, QStringLiteral("appkyThFf"), commands);
+    }
+    if (plan.byMovieFramework && plan.count > 0) {
+        store.prefWriteChildDico(workingKey, QStringLiteral("appkyThQt"), 1);
+    }
+    store.prefWriteChildDico(workingKey, QStringLiteral("appkyDisplay"), displayOf(plan, input));
+}
+
+// The position of an option's value; -1 when the command lacks the option.
+qsizetype valuePosition(const QStringList &arguments, const QString &option)
+{
+    const qsizetype at = arguments.indexOf(option);
+    return at >= 0 && at + 1 < arguments.size() ? at + 1 : -1;
+}
+
+QStringList withoutSelector(QStringList arguments)
+{
+    const qsizetype filter = valuePosition(arguments, QStringLiteral("-vf"));
+    if (filter >= 0) {
+        arguments[filter].remove(intraSelector);
+    }
+    return arguments;
+}
+
+QStringList earlier(QStringList arguments, double seconds)
+{
+    const qsizetype seek = valuePosition(arguments, QStringLiteral("-ss"));
+    if (seek >= 0) {
+        const double instant = doubleValue(arguments.at(seek)) - seconds;
+        arguments[seek] = seekText(std::max(0.0, instant));
+    }
+    return arguments;
+}
+
+} // namespace
+
+ExtractionPlan planExtraction(int out, const QVariantMap &input)
+{
+    const SheetLayout layout = sheetLayout(out);
+    ExtractionPlan plan;
+    plan.columns = columnsOf(layout);
+    plan.count = wholeRowsCount(layout, requestedCount(input));
+    plan.size = sizeOf(input);
+    plan.interval = plan.count > 0 ? static_cast<double>(sourceDuration(input)) / plan.count : 0;
+    plan.byMovieFramework = flagIn(input, QStringLiteral("decSkip"));
+
+    const Source source{stringIn(input, QStringLiteral("srcPathStr")),
+                        stringIn(input, QStringLiteral("dstPathStr")),
+                        videoFilter(input, plan.size),
+                        Bundle::main().toolPath(QStringLiteral("ffmpeg"))};
+    plan.pictures.reserve(static_cast<std::size_t>(plan.count));
+    for (int i = 0; i < plan.count; ++i) {
+        plan.pictures.push_back(plannedPicture(plan, source, i));
+    }
+    return plan;
+}
+
+int encodage(int out, const QString &versionText, const QVariantMap &input, PreferencesStore &store)
+{
+    logLine(QStringLiteral("encodage            - deb"));
+    logDebug([&] { return QStringLiteral("version             : %1").arg(versionText); });
+    logDebug([&] { return QStringLiteral("dico : %1").arg(shownMap(input)); });
+    const auto prepared = prepareStillsFolder(stringIn(input, QStringLiteral("dstPathStr")));
+    if (!prepared) {
+        logLine(QStringLiteral("encodage            :-( %1").arg(prepared.error()));
+        return 0;
+    }
+    const ExtractionPlan plan = planExtraction(out, input);
+    tracePlan(plan, out, requestedCount(input));
+    storePlan(plan, input, store);
+    return 0;
+}
+
+std::optional<QStringList> nextAttempt(const QStringList &plannedArguments, int attempt)
+{
+    constexpr double slightlyEarlier = 0.5;
+    constexpr double muchEarlier = 2;
+    const QStringList anyPicture = withoutSelector(plannedArguments);
+    std::vector<QStringList> tried{plannedArguments};
+    for (const QStringList &candidate :
+         {anyPicture, earlier(anyPicture, slightlyEarlier), earlier(anyPicture, muchEarlier)}) {
+        if (candidate != tried.back()) {
+            tried.push_back(candidate);
+        }
+    }
+    if (attempt < 1 || static_cast<std::size_t>(attempt) >= tried.size()) {
+        return {};
+    }
+    return tried[static_cast<std::size_t>(attempt)];
+}
+
+QString pictureFile(const QString &stillsFolder, int index)
+{
+    return QStringLiteral("%1/img%2.jpg")
+        .arg(stillsFolder, QStringLiteral("%1").arg(index, 2, 10, QLatin1Char('0')));
+}
+
+} // namespace qv

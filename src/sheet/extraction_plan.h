@@ -1,0 +1,64 @@
+#pragma once
+
+#include "settings/preferences_store.h"
+#include "sheet/layout.h"
+
+#include <QMap>
+#include <QString>
+#include <QStringList>
+#include <QVariantMap>
+
+#include <tl/expected.hpp>
+
+#include <optional>
+#include <vector>
+
+// Which stills a sheet takes, at which instants, and with which command each.
+namespace qv
+{
+
+struct PlannedPicture {
+    int index = 0;
+    double time = 0;       // seconds from the start of the source
+    QString timecode;      // "0:01:15"
+    QStringList arguments; // tool first; empty on the movie-framework road
+};
+
+struct ExtractionPlan {
+    int columns = 0;
+    int count = 0;
+    StillSize size;
+    double interval = 0; // seconds
+    bool byMovieFramework = false;
+    std::vector<PlannedPicture> pictures;
+};
+
+// The plan of a source, from its record and working entries (srcPathStr, dstPathStr, v0_width,
+// v0_height, w_duration, v0_dar, thNumberInt, v0_fields, intraFailure, decSkip). Touches nothing.
+ExtractionPlan planExtraction(int out, const QVariantMap &input);
+
+// Plans, empties and recreates the stills folder "dstPathStr", and stores the plan in the child
+// dictionary processEncDico: appkyThFf, appkyThQt, appkyDisplay. `versionText` is only logged.
+// Always 0; nothing is stored when the stills folder is not ours to empty (logged).
+int encodage(int out, const QString &versionText, const QVariantMap &input,
+             PreferencesStore &store);
+
+// The command to try when a picture run left no file: the same without the intra selector, then
+// somewhat earlier instants, since nothing may be decodable right at the end of a file. Nothing
+// when all has been tried. `attempt` counts from 1.
+std::optional<QStringList> nextAttempt(const QStringList &plannedArguments, int attempt);
+
+// Where a planned run writes its picture: the last argument.
+QString pictureFile(const QString &stillsFolder, int index);
+
+// Folders of stills carry a hidden mark, so that a folder of the user's that happens to have the
+// name is never emptied or removed.
+bool isOurStillsFolder(const QString &folder);
+// Whether the folder may be used: missing, or ours.
+bool mayUseStillsFolder(const QString &folder);
+// Empties and recreates it, with the mark.
+tl::expected<void, QString> prepareStillsFolder(const QString &folder);
+// Deletes it if it is ours.
+bool purgeStillsFolder(const QString &folder);
+
+} // namespace qv

@@ -1,0 +1,32 @@
+#pragma once
+
+#include "support/variant_values.h"
+
+#include <QVariantMap>
+
+// What a source's record says, with what is assumed where it is silent.
+namespace qv
+{
+
+inline constexpr int unknownWidth = 1280;
+inline constexpr int unknownHeight = 960;
+inline constexpr int unknownDuration = 10; // seconds
+
+inline int sourceWidth(const QVariantMap &record)
+{
+    return intIn(record, QStringLiteral("v0_width")).value_or(unknownWidth);
+}
+
+inline int sourceHeight(const QVariantMap &record)
+{
+    return intIn(record, QStringLiteral("v0_height")).value_or(unknownHeight);
+}
+
+// Whole seconds, never negative.
+inline int sourceDuration(const QVariantMap &record)
+{
+    const int seconds = intIn(record, QStringLiteral("w_duration")).value_or(unknownDuration);
+    return seconds >= 0 ? seconds : unknownDuration;
+}
+
+} // namespace qv

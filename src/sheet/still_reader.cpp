@@ -1,0 +1,80 @@
+#include "sheet/still_reader.h"
+
+#include <QFileInfo>
+#include <QImageReader>
+
+#include <algorithm>
+
+namespace qv
+{
+
+namespace
+{
+
+constexpr int largestSide = 20000;
+constexpr qint64 largestArea = 50'000'000;
+constexpr double oversampling = 2;
+// The decoder shrinks blocks of 8 x 8 pixels while it decodes; to 1, 2 and 4 pixels a side quickly,
+// to other sizes more slowly than it decodes them whole.
+constexpr int blockSide = 8;
+
+bool isUsable(const QSize &size)
+{
+    return !size.isEmpty() && size.width() <= largestSide && size.height() <= largestSide &&
+           static_cast<qint64>(size.width()) * size.height() <= largestArea;
+}
+
+// A pipe under the name of a still would never answer.
+bool isUsableFile(const QString &path)
+{
+    return !path.isEmpty() && QFileInfo(path).isFile();
+}
+
+int scaledSide(int side, int eighths)
+{
+    return (side * eighths + blockSide - 1) / blockSide;
+}
+
+// A size that the decoder gives by itself, without a scaling of its own afterwards.
+QSize decodedSize(const QSize &full, const QSize &wanted)
+{
+    const double share = std::max(static_cast<double>(wanted.width()) / full.width(),
+                                  static_cast<double>(wanted.height()) / full.height());
+    int eighths = 1;
+    while (eighths < blockSide && eighths < share * oversampling * blockSide) {
+        eighths *= 2;
+    }
+    return {scaledSide(full.width(), eighths), scaledSide(full.height(), eighths)};
+}
+
+} // namespace
+
+QImage readStill(const QString &path, const QSize &wanted)
+{
+    if (wanted.isEmpty() || !isUsableFile(path)) {
+        return {};
+    }
+    QImageReader reader(path);
+    reader.setDecideFormatFromContent(true);
+    const QSize full = reader.size();
+    if (!isUsable(full)) {
+        return {};
+    }
+    if (reader.format() == "jpeg") {
+        reader.setScaledSize(decodedSize(full, wanted));
+    }
+    return reader.read();
+}
+
+QSize readStillSize(const QString &path)
+{
+    if (!isUsableFile(path)) {
+        return {};
+    }
+    QImageReader reader(path);
+    reader.setDecideFormatFromContent(true);
+    const QSize size = reader.size();
+    return isUsable(size) ? size : QSize();
+}
+
+} // namespace qv

@@ -1,0 +1,18 @@
+#pragma once
+
+#include <QImage>
+#include <QSize>
+#include <QString>
+
+namespace qv
+{
+
+// A still, decoded at no more than what `wanted` needs: twice that size where the file has as much,
+// so that scaling down by area gives a sharp picture. A null image when the file is missing, does
+// not decode or claims an absurd size.
+QImage readStill(const QString &path, const QSize &wanted);
+
+// Size in pixels that the file's header claims; empty when it isn't a usable picture.
+QSize readStillSize(const QString &path);
+
+} // namespace qv

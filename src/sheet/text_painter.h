@@ -1,0 +1,31 @@
+#pragma once
+
+#include <QColor>
+#include <QFont>
+#include <QPainter>
+#include <QRectF>
+#include <QString>
+
+// Text drawn into a rectangle: one line, cut at the tail, with a soft shadow below bright text.
+namespace qv
+{
+
+struct TextAttributes {
+    QFont font;
+    QColor color;
+    Qt::Alignment alignment;
+    bool shadow = false; // black, alpha 0.6, 1.5 below, blur radius 5
+};
+
+// Size in canvas pixels (negative means 11), colour (white when invalid), alignment by letter:
+// "l", "r", "c", "j", any other left.
+TextAttributes textAttributes(double size, const QColor &color, QChar alignment);
+
+// In the painter's coordinates, centred vertically in the rectangle.
+void drawText(QPainter &painter, const QRectF &rect, const QString &text,
+              const TextAttributes &attributes);
+
+// The families of the sheets' fonts, first choice first; loads the bundle's fonts once.
+QStringList sheetFontFamilies();
+
+} // namespace qv

@@ -1,0 +1,257 @@
+#include "sheet/extraction_plan.h"
+
+#include "support/bundle.h"
+#include "support/files.h"
+#include "support/localized_strings.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QTemporaryDir>
+
+#include <gmock/gmock.h>
+
+#include <cmath>
+#include <limits>
+
+namespace qv
+{
+
+namespace
+{
+
+QVariantMap source(int seconds, int requested)
+{
+    return {{QStringLiteral("srcPathStr"), QStringLiteral("/movies/a %1 b.mov")},
+            {QStringLiteral("dstPathStr"), QStringLiteral("/stills/a %2")},
+            {QStringLiteral("v0_width"), 720},
+            {QStringLiteral("v0_height"), 576},
+            {QStringLiteral("v0_dar"), QStringLiteral("16:9")},
+            {QStringLiteral("w_duration"), seconds},
+            {QStringLiteral("thNumberInt"), requested}};
+}
+
+QVariantMap with(QVariantMap map, const char *key, const QVariant &value)
+{
+    map[QString::fromLatin1(key)] = value;
+    return map;
+}
+
+QStringList seeks(const ExtractionPlan &plan)
+{
+    QStringList texts;
+    for (const PlannedPicture &picture : plan.pictures) {
+        texts << picture.arguments.at(2);
+    }
+    return texts;
+}
+
+QString filterOf(const QVariantMap &input)
+{
+    return planExtraction(0, input).pictures.at(0).arguments.at(12);
+}
+
+} // namespace
+
+TEST(PlanExtraction, BuildsOneCommandPerPicture)
+{
+    const ExtractionPlan plan = planExtraction(1, source(90, 10));
+    ASSERT_EQ(plan.pictures.size(), 9U);
+    EXPECT_EQ(plan.pictures[3].timecode, QStringLiteral("0:00:30"));
+    EXPECT_EQ(plan.pictures[3].arguments.join(QLatin1Char('\n')),
+              Bundle::main().toolsPath() +
+                  QStringLiteral("/ffmpeg\n-ss\n30.00\n-t\n12\n-loglevel\ninfo\n-i\n"
+                                 "/movies/a %1 b.mov\n-frames:v\n1\n-vf\n"
+                                 "select=eq(pict_type\\,I),yadif=1,scale=1024:576,setsar=1:1\n"
+                                 "-b:v\n20M\n-bt\n1000M\n-qscale\n1\n-an\n-y\n"
+                                 "/stills/a %2/img03.jpg"));
+}
+
+TEST(PlanExtraction, SpreadsTheInstantsOverTheDuration)
+{
+    EXPECT_EQ(seeks(planExtraction(0, source(80, 8))).join(QLatin1Char(' ')),
+              QStringLiteral("2.50 10.00 20.00 30.00 40.00 50.00 60.00 70.00"));
+    EXPECT_EQ(seeks(planExtraction(0, source(600, 8))).mid(0, 3).join(QLatin1Char(' ')),
+              QStringLiteral("10.00 75.00 150.00"));
+    EXPECT_EQ(seeks(planExtraction(0, source(320, 8))).at(0), QStringLiteral("10.00"));
+    EXPECT_EQ(seeks(planExtraction(0, source(10, 6))).at(1), QStringLiteral("1.67"));
+}
+
+TEST(PlanExtraction, SelectsAndDeinterlacesOnlyWhereNeeded)
+{
+    const QVariantMap plain = source(80, 8);
+    const QString progressive = localized(QStringLiteral("PFF"), QStringLiteral("fields"));
+    const QString scale = QStringLiteral("scale=1024:576,setsar=1:1");
+    const QString selector = QStringLiteral("select=eq(pict_type\\,I),");
+    const QString yadif = QStringLiteral("yadif=1,");
+    EXPECT_EQ(filterOf(plain), selector + yadif + scale);
+    EXPECT_EQ(filterOf(with(plain, "v0_fields", progressive)), selector + scale);
+    EXPECT_EQ(filterOf(with(plain, "v0_fields", QStringLiteral("i"))), selector + yadif + scale);
+    EXPECT_EQ(filterOf(with(plain, "intraFailure", 1)), yadif + scale);
+    EXPECT_EQ(filterOf(with(plain, "intraFailure", 0)), selector + yadif + scale);
+}
+
+TEST(PlanExtraction, LeavesThePicturesToTheMovieFrameworkWhenAsked)
+{
+    const ExtractionPlan plan = planExtraction(0, with(source(80, 8), "decSkip", 1));
+    EXPECT_TRUE(plan.byMovieFramework);
+    ASSERT_EQ(plan.pictures.size(), 8U);
+    EXPECT_TRUE(plan.pictures[0].arguments.isEmpty());
+    EXPECT_EQ(plan.pictures[1].timecode, QStringLiteral("0:00:10"));
+}
+
+TEST(PlanExtraction, AssumesUsualValuesForAnEmptyRecord)
+{
+    const ExtractionPlan plan = planExtraction(0, {});
+    EXPECT_EQ(plan.count, 16);
+    EXPECT_EQ(plan.size.width, 1280);
+    EXPECT_EQ(plan.size.height, 960);
+    EXPECT_DOUBLE_EQ(plan.interval, 0.625);
+}
+
+TEST(PlanExtraction, StaysSaneForHostileRecords)
+{
+    const QList<QVariant> values{0,
+                                 -1,
+                                 std::numeric_limits<int>::max(),
+                                 1e300,
+                                 std::nan(""),
+                                 QStringLiteral("x"),
+                                 QVariantList{1, 2},
+                                 QStringLiteral("0:0")};
+    for (const char *key : {"v0_width", "v0_height", "v0_dar", "w_duration", "thNumberInt",
+                            "srcPathStr", "v0_fields", "decSkip"}) {
+        for (const QVariant &value : values) {
+            const ExtractionPlan plan = planExtraction(2, with(source(80, 12), key, value));
+            EXPECT_LE(plan.count, 10000) << key;
+            EXPECT_TRUE(std::isfinite(plan.interval)) << key;
+            EXPECT_TRUE(plan.size.width >= 2 && plan.size.height >= 2) << key;
+        }
+    }
+    EXPECT_TRUE(planExtraction(2, source(80, 5)).pictures.empty());
+    EXPECT_EQ(seeks(planExtraction(0, source(0, 2))), QStringList(2, QStringLiteral("0.00")));
+}
+
+TEST(PictureFile, NumbersWithTwoDigitsOrMore)
+{
+    EXPECT_EQ(pictureFile(QStringLiteral("/a %1"), 7), QStringLiteral("/a %1/img07.jpg"));
+    EXPECT_EQ(pictureFile(QStringLiteral("/a"), 100), QStringLiteral("/a/img100.jpg"));
+}
+
+TEST(NextAttempt, DropsTheSelectorThenGoesEarlier)
+{
+    struct Row {
+        const char *seek;
+        bool selector;
+        QList<const char *> attempts;
+    };
+    for (const Row &row :
+         {Row{"70.00", true, {"70.00", "69.50", "68.00"}}, Row{"70.00", false, {"69.50", "68.00"}},
+          Row{"1.00", true, {"1.00", "0.50", "0.00"}}, Row{"0.30", true, {"0.30", "0.00"}},
+          Row{"0.00", true, {"0.00"}}, Row{"0.00", false, {}}}) {
+        QVariantMap input = with(source(80, 8), "intraFailure", row.selector ? 0 : 1);
+        QStringList planned = planExtraction(0, input).pictures.at(7).arguments;
+        planned[2] = QString::fromLatin1(row.seek);
+        int attempt = 0;
+        for (const char *seek : row.attempts) {
+            const auto arguments = nextAttempt(planned, ++attempt);
+            ASSERT_TRUE(arguments) << row.seek << " attempt " << attempt;
+            EXPECT_EQ(arguments->at(2), QLatin1String(seek));
+            EXPECT_EQ(arguments->at(12), QStringLiteral("yadif=1,scale=1024:576,setsar=1:1"));
+            EXPECT_EQ(arguments->last(), planned.last());
+        }
+        EXPECT_FALSE(nextAttempt(planned, attempt + 1)) << row.seek;
+    }
+    EXPECT_FALSE(nextAttempt({}, 1));
+    EXPECT_FALSE(nextAttempt({QStringLiteral("tool"), QStringLiteral("-vf")}, 1));
+}
+
+class Encodage : public testing::Test
+{
+protected:
+    QString folder() const { return m_folder.filePath(QStringLiteral("stills")); }
+    QVariantMap input(int requested) const
+    {
+        return with(source(80, requested), "dstPathStr", folder());
+    }
+    QVariant stored(const char *key) const
+    {
+        return m_store.prefReadChildDico(QStringLiteral("processEncDico"),
+                                         QString::fromLatin1(key));
+    }
+    int run(const QVariantMap &dico) { return encodage(0, QStringLiteral("1.0"), dico, m_store); }
+
+    PreferencesStore m_store;
+    QTemporaryDir m_folder;
+};
+
+TEST_F(Encodage, StoresCommandsCaptionsAndTimecodes)
+{
+    EXPECT_EQ(run(input(8)), 0);
+    const QVariantMap commands = stored("appkyThFf").toMap();
+    ASSERT_EQ(commands.size(), 8);
+    EXPECT_EQ(commands[QStringLiteral("7")].toStringList().last(), pictureFile(folder(), 7));
+    EXPECT_FALSE(stored("appkyThQt").isValid());
+    const QVariantMap display = stored("appkyDisplay").toMap();
+    EXPECT_EQ(display[QStringLiteral("wTh")].toInt(), 1024);
+    EXPECT_EQ(display[QStringLiteral("hTh")].toInt(), 576);
+    EXPECT_EQ(display[QStringLiteral("name")].toString(), QStringLiteral("a %1 b"));
+    EXPECT_EQ(display[QStringLiteral("timecode")].toMap()[QStringLiteral("1")].toString(),
+              QStringLiteral("0:00:10"));
+    EXPECT_TRUE(isOurStillsFolder(folder()));
+}
+
+TEST_F(Encodage, FlagsTheMovieFrameworkInsteadOfCommands)
+{
+    run(with(input(8), "decSkip", 1));
+    EXPECT_EQ(stored("appkyThQt").toInt(), 1);
+    EXPECT_FALSE(stored("appkyThFf").isValid());
+    EXPECT_EQ(stored("appkyDisplay").toMap()[QStringLiteral("timecode")].toMap().size(), 8);
+}
+
+TEST_F(Encodage, StoresOnlyCaptionsForLessThanARow)
+{
+    run(input(1));
+    EXPECT_FALSE(stored("appkyThFf").isValid());
+    EXPECT_TRUE(stored("appkyDisplay").isValid());
+    EXPECT_FALSE(stored("appkyDisplay").toMap().contains(QStringLiteral("timecode")));
+}
+
+TEST_F(Encodage, TouchesNoFolderOfTheUser)
+{
+    ASSERT_TRUE(QDir().mkpath(folder() + QStringLiteral("/photos")));
+    EXPECT_EQ(run(input(8)), 0);
+    EXPECT_TRUE(QFileInfo::exists(folder() + QStringLiteral("/photos")));
+    EXPECT_FALSE(stored("appkyDisplay").isValid());
+    EXPECT_FALSE(purgeStillsFolder(folder()));
+}
+
+TEST_F(Encodage, EmptiesItsOwnFolderAgain)
+{
+    run(input(8));
+    QFile old(pictureFile(folder(), 40));
+    ASSERT_TRUE(old.open(QIODevice::WriteOnly));
+    run(input(8));
+    EXPECT_FALSE(QFileInfo::exists(old.fileName()));
+    EXPECT_TRUE(isOurStillsFolder(folder()));
+    EXPECT_TRUE(purgeStillsFolder(folder()));
+    EXPECT_FALSE(QFileInfo::exists(folder()));
+}
+
+TEST_F(Encodage, NeverFollowsALinkToAFolder)
+{
+    run(input(8));
+    const QString link = m_folder.filePath(QStringLiteral("link"));
+    const QString dangling = m_folder.filePath(QStringLiteral("dangling"));
+    ASSERT_TRUE(QFile::link(folder(), link));
+    ASSERT_TRUE(QFile::link(m_folder.filePath(QStringLiteral("nowhere")), dangling));
+    for (const QString &path : {link, link + QLatin1Char('/'), dangling, QString()}) {
+        EXPECT_FALSE(isOurStillsFolder(path));
+        EXPECT_FALSE(mayUseStillsFolder(path));
+        EXPECT_FALSE(prepareStillsFolder(path));
+        EXPECT_FALSE(purgeStillsFolder(path));
+    }
+    EXPECT_TRUE(isOurStillsFolder(folder()));
+}
+
+} // namespace qv
