@@ -41,8 +41,8 @@ int runOnSources(const Options &options, const DecodedArguments &arguments, cons
         streams.message(session.error());
         return CannotWork;
     }
-    const QList<Source> sources = listSources(options.sources, arguments.raw,
-                                              (*session)->controller().admittedExtensions());
+    const QList<Source> sources =
+        listSources(options.sources, arguments.raw, (*session)->controller().admittedExtensions());
     switch (options.command) {
     case Command::Info:
         return runInfoCommand(**session, options, streams, sources);

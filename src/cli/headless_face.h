@@ -13,7 +13,7 @@ namespace qv
 
 class HeadlessFace : public Face
 {
-  public:
+public:
     HeadlessFace(const Options &options, const PreferencesStore &preferences);
 
     std::function<void(const WindowState &)> onWindowChanged;
@@ -39,7 +39,7 @@ class HeadlessFace : public Face
     int thumbnailCount(int out) const override;
     bool captionShown(const QString &caption) const override;
 
-  private:
+private:
     const Options &m_options;
     const PreferencesStore &m_preferences;
     QString m_destination;

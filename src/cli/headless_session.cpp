@@ -38,11 +38,10 @@ HeadlessSession::start(const Options &options)
     setLocalizationBundle(Bundle::main());
     setLocalizationTable(QStringLiteral("Localized"));
     session->loadPreferences();
-    session->m_face =
-        std::make_unique<HeadlessFace>(session->m_options, *session->m_preferences);
-    session->m_controller = std::make_unique<appDelegate>(
-        *session->m_preferences, *session->m_face, session->m_movies,
-        Placement{options.output.isEmpty(), true});
+    session->m_face = std::make_unique<HeadlessFace>(session->m_options, *session->m_preferences);
+    session->m_controller =
+        std::make_unique<appDelegate>(*session->m_preferences, *session->m_face, session->m_movies,
+                                      Placement{options.output.isEmpty(), true});
     return session;
 }
 
@@ -89,8 +88,9 @@ tl::expected<void, QString> HeadlessSession::openScratch()
 
 void HeadlessSession::loadPreferences()
 {
-    m_preferences = std::make_unique<PreferencesStore>(
-        PreferencesStore::userFile(Bundle::main().identifier()), PreferencesStore::Saving::ReadOnly);
+    m_preferences =
+        std::make_unique<PreferencesStore>(PreferencesStore::userFile(Bundle::main().identifier()),
+                                           PreferencesStore::Saving::ReadOnly);
     m_preferences->prefsPurgeUnknownKeys();
     m_preferences->prefsFillMissingDefaults();
     if (!m_options.background.isEmpty()) {

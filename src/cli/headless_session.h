@@ -20,7 +20,7 @@ namespace qv
 
 class HeadlessSession
 {
-  public:
+public:
     // The session, or why nothing can work here.
     static tl::expected<std::unique_ptr<HeadlessSession>, QString> start(const Options &options);
     ~HeadlessSession();
@@ -32,7 +32,7 @@ class HeadlessSession
     // Makes the destination when missing and tries to write there; gives why it can't be used.
     tl::expected<void, QString> openDestination();
 
-  private:
+private:
     explicit HeadlessSession(const Options &options) : m_options(options) {}
     tl::expected<void, QString> openLog();
     tl::expected<void, QString> openScratch();

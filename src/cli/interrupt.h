@@ -13,7 +13,7 @@ class Interrupt : public QObject
 {
     Q_OBJECT
 
-  public:
+public:
     // Takes over SIGINT, SIGTERM and SIGHUP until destroyed. A second signal ends the process at
     // once.
     explicit Interrupt(std::function<void()> stop);
@@ -22,7 +22,7 @@ class Interrupt : public QObject
     // The signal that came; 0 while none did.
     static int signalNumber();
 
-  private:
+private:
     void arrived();
 
     std::function<void()> m_stop;

@@ -47,7 +47,8 @@ Parsed<SheetLayout> parseLayout(const QString &text)
             return known.layout;
         }
     }
-    return wrong(QStringLiteral("unknown layout '%1': it is big, medium, minimum or mixed").arg(text));
+    return wrong(
+        QStringLiteral("unknown layout '%1': it is big, medium, minimum or mixed").arg(text));
 }
 
 Parsed<int> parseCount(const QString &text, SheetLayout layout)
@@ -135,8 +136,9 @@ Parsed<double> parseNumber(const QString &text, const char *what, double from, d
     bool isNumber = false;
     const double number = text.toDouble(&isNumber);
     if (!isNumber || !std::isfinite(number) || number < from || number > to) {
-        return wrong(QStringLiteral("the %1 '%2' is no number from %3 to %4")
-                         .arg(QLatin1String(what), text, QString::number(from), QString::number(to)));
+        return wrong(
+            QStringLiteral("the %1 '%2' is no number from %3 to %4")
+                .arg(QLatin1String(what), text, QString::number(from), QString::number(to)));
     }
     return number;
 }
@@ -144,7 +146,7 @@ Parsed<double> parseNumber(const QString &text, const char *what, double from, d
 // The options of one command, declared and read.
 class CommandParser
 {
-  public:
+public:
     explicit CommandParser(Command command) : m_command(command) { declare(); }
 
     Parsed<Options> parse(const QStringList &arguments)
@@ -164,7 +166,7 @@ class CommandParser
         return read(options);
     }
 
-  private:
+private:
     void add(const QStringList &names, const char *description, const char *value = nullptr)
     {
         QCommandLineOption option(names, QString::fromUtf8(description));
@@ -207,10 +209,9 @@ class CommandParser
         add({QStringLiteral("hang-timeout")},
             "Ends a tool that has neither printed nor computed for so long. Default: 60.",
             "SECONDS");
-        m_parser.addPositionalArgument(QStringLiteral("SOURCE"),
-                                       QStringLiteral("A video file or a folder."),
-                                       m_command == Command::Plan ? QStringLiteral("SOURCE")
-                                                                  : QStringLiteral("SOURCE..."));
+        m_parser.addPositionalArgument(
+            QStringLiteral("SOURCE"), QStringLiteral("A video file or a folder."),
+            m_command == Command::Plan ? QStringLiteral("SOURCE") : QStringLiteral("SOURCE..."));
     }
 
     void declareSheetOptions()
@@ -260,9 +261,8 @@ class CommandParser
         options.quiet = isSet("quiet");
         options.logFile = value("log");
         options.sources = m_parser.positionalArguments();
-        if (!take("hang-timeout", options.hangTimeout, [](const QString &text) {
-                return parseNumber(text, "time-out", 0.1, 1e6);
-            })) {
+        if (!take("hang-timeout", options.hangTimeout,
+                  [](const QString &text) { return parseNumber(text, "time-out", 0.1, 1e6); })) {
             return wrong(m_error);
         }
         if (m_command != Command::Info && !readPlanOptions(options)) {
@@ -283,9 +283,8 @@ class CommandParser
     bool readPlanOptions(Options &options)
     {
         return take("layout", options.layout, parseLayout) &&
-               take("count", options.count, [&](const QString &text) {
-                   return parseCount(text, options.layout);
-               });
+               take("count", options.count,
+                    [&](const QString &text) { return parseCount(text, options.layout); });
     }
 
     bool readSheetOptions(Options &options)

@@ -11,7 +11,7 @@ namespace qv
 
 class ProgressLine
 {
-  public:
+public:
     // Shows nothing unless standard error is a terminal and `wanted`.
     ProgressLine(const Streams &streams, bool wanted, int total);
     ~ProgressLine() { clear(); }
@@ -23,7 +23,7 @@ class ProgressLine
     // Takes the line away, so that a message can be printed.
     void clear();
 
-  private:
+private:
     void show();
     QString timeLeft() const;
 

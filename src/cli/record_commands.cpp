@@ -18,7 +18,7 @@ using RecordPrinter = std::function<void(const Source &, const MediaInfoRecord &
 // Analyses each source and hands its record to the printer.
 class RecordRunner : public SourceRunner
 {
-  public:
+public:
     RecordRunner(HeadlessSession &session, const Options &options, const Streams &streams,
                  QList<Source> sources, RecordPrinter print)
         : SourceRunner(session, options, streams, std::move(sources)), m_print(std::move(print))
@@ -34,7 +34,7 @@ class RecordRunner : public SourceRunner
         return m_bad ? SomeFailed : AllDone;
     }
 
-  protected:
+protected:
     void rowMade(const Source &source) override
     {
         m_print(source, m_session.controller().table().row(0).dico);
@@ -47,7 +47,7 @@ class RecordRunner : public SourceRunner
         say(QStringLiteral("skipped: %1: %2").arg(printable(source.named), reason));
     }
 
-  private:
+private:
     RecordPrinter m_print;
     bool m_bad = false;
 };
@@ -64,9 +64,8 @@ int runInfoCommand(HeadlessSession &session, const Options &options, const Strea
                                 streams.out(jsonLine(infoJson(source.named, record)) + '\n');
                                 return;
                             }
-                            const QString gap = std::exchange(first, false)
-                                                    ? QString()
-                                                    : QStringLiteral("\n");
+                            const QString gap =
+                                std::exchange(first, false) ? QString() : QStringLiteral("\n");
                             streams.out((gap + infoText(source.named, record)).toUtf8());
                         });
     return runner.run();
@@ -84,9 +83,8 @@ int runPlanCommand(HeadlessSession &session, const Options &options, const Strea
             input.insert(QStringLiteral("dstPathStr"),
                          appendPath(temporaryFolder(), QStringLiteral("stills-1")));
             const ExtractionPlan plan = planExtraction(out, input);
-            streams.out(options.json
-                            ? jsonLine(planJson(source.named, options.layout, plan)) + '\n'
-                            : planText(source.named, options.layout, plan).toUtf8());
+            streams.out(options.json ? jsonLine(planJson(source.named, options.layout, plan)) + '\n'
+                                     : planText(source.named, options.layout, plan).toUtf8());
         });
     return runner.run();
 }

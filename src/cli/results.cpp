@@ -67,17 +67,15 @@ QString statusWord(SheetOutcome::Status status)
 QJsonObject sheetJson(const SheetOutcome &outcome)
 {
     const QJsonValue nothing(QJsonValue::Null);
-    return {{QStringLiteral("source"), outcome.source},
-            {QStringLiteral("sheet"),
-             outcome.sheet.isEmpty() ? nothing : QJsonValue(outcome.sheet)},
-            {QStringLiteral("status"), statusWord(outcome.status)},
-            {QStringLiteral("reason"),
-             outcome.reason.isEmpty() ? nothing : QJsonValue(outcome.reason)},
-            {QStringLiteral("pictures"),
-             QJsonObject{{QStringLiteral("asked"), outcome.asked},
-                         {QStringLiteral("drawn"), outcome.drawn}}},
-            {QStringLiteral("duration"), outcome.duration},
-            {QStringLiteral("seconds"), outcome.seconds}};
+    return {
+        {QStringLiteral("source"), outcome.source},
+        {QStringLiteral("sheet"), outcome.sheet.isEmpty() ? nothing : QJsonValue(outcome.sheet)},
+        {QStringLiteral("status"), statusWord(outcome.status)},
+        {QStringLiteral("reason"), outcome.reason.isEmpty() ? nothing : QJsonValue(outcome.reason)},
+        {QStringLiteral("pictures"), QJsonObject{{QStringLiteral("asked"), outcome.asked},
+                                                 {QStringLiteral("drawn"), outcome.drawn}}},
+        {QStringLiteral("duration"), outcome.duration},
+        {QStringLiteral("seconds"), outcome.seconds}};
 }
 
 MediaInfoRecord publicRecord(const MediaInfoRecord &record)
@@ -112,18 +110,17 @@ QJsonObject planJson(const QString &source, SheetLayout layout, const Extraction
 {
     QJsonArray pictures;
     for (const PlannedPicture &picture : plan.pictures) {
-        pictures.append(QJsonObject{{QStringLiteral("index"), picture.index},
-                                    {QStringLiteral("time"), picture.time},
-                                    {QStringLiteral("timecode"), picture.timecode},
-                                    {QStringLiteral("arguments"), argumentsJson(picture.arguments)}});
+        pictures.append(
+            QJsonObject{{QStringLiteral("index"), picture.index},
+                        {QStringLiteral("time"), picture.time},
+                        {QStringLiteral("timecode"), picture.timecode},
+                        {QStringLiteral("arguments"), argumentsJson(picture.arguments)}});
     }
-    return {{QStringLiteral("source"), source},
-            {QStringLiteral("layout"), layoutName(layout)},
-            {QStringLiteral("count"), plan.count},
-            {QStringLiteral("wTh"), plan.size.width},
-            {QStringLiteral("hTh"), plan.size.height},
-            {QStringLiteral("interval"), plan.interval},
-            {QStringLiteral("pictures"), pictures}};
+    return {
+        {QStringLiteral("source"), source},        {QStringLiteral("layout"), layoutName(layout)},
+        {QStringLiteral("count"), plan.count},     {QStringLiteral("wTh"), plan.size.width},
+        {QStringLiteral("hTh"), plan.size.height}, {QStringLiteral("interval"), plan.interval},
+        {QStringLiteral("pictures"), pictures}};
 }
 
 QString planText(const QString &source, SheetLayout layout, const ExtractionPlan &plan)

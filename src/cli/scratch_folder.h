@@ -11,7 +11,7 @@ namespace qv
 
 class ScratchFolder
 {
-  public:
+public:
     // Null when none can be made.
     static std::unique_ptr<ScratchFolder> create();
     ~ScratchFolder();
@@ -20,7 +20,7 @@ class ScratchFolder
 
     QString path() const { return m_path; }
 
-  private:
+private:
     ScratchFolder(QString path, int lock) : m_path(std::move(path)), m_lock(lock) {}
 
     QString m_path;

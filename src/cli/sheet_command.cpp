@@ -14,7 +14,7 @@ namespace
 
 class SheetRunner : public SourceRunner
 {
-  public:
+public:
     SheetRunner(HeadlessSession &session, const Options &options, const Streams &streams,
                 QList<Source> sources)
         : SourceRunner(session, options, streams, sources)
@@ -50,7 +50,7 @@ class SheetRunner : public SourceRunner
         return text;
     }
 
-  protected:
+protected:
     bool settle(const Source &source) override
     {
         const QString sheet = sheetOf(source);
@@ -82,7 +82,7 @@ class SheetRunner : public SourceRunner
         tell(outcome);
     }
 
-  private:
+private:
     QString sheetOf(const Source &source)
     {
         return m_session.controller().sheetPath(source.path, m_session.face().pictureChoice());

@@ -5,8 +5,8 @@
 namespace qv
 {
 
-SourceRunner::SourceRunner(HeadlessSession &session, const Options &options,
-                           const Streams &streams, QList<Source> sources)
+SourceRunner::SourceRunner(HeadlessSession &session, const Options &options, const Streams &streams,
+                           QList<Source> sources)
     : m_session(session), m_options(options), m_streams(streams), m_sources(std::move(sources)),
       m_progress(streams, !options.quiet, static_cast<int>(m_sources.size()))
 {
@@ -73,8 +73,8 @@ void SourceRunner::analysisEnded()
     if (m_stopping) {
         next();
     } else if (m_session.controller().table().isEmpty()) {
-        skipped(current(), m_skipReason.isEmpty() ? QStringLiteral("it was not admitted")
-                                                  : m_skipReason);
+        skipped(current(),
+                m_skipReason.isEmpty() ? QStringLiteral("it was not admitted") : m_skipReason);
         next();
     } else {
         rowMade(current());

@@ -19,7 +19,7 @@ class SourceRunner : public QObject
 {
     Q_OBJECT
 
-  public:
+public:
     SourceRunner(HeadlessSession &session, const Options &options, const Streams &streams,
                  QList<Source> sources);
     ~SourceRunner() override;
@@ -27,7 +27,7 @@ class SourceRunner : public QObject
     // Works through all; false when a signal ended it early.
     bool run();
 
-  protected:
+protected:
     // Before a source is looked at; true when it is settled without the controller.
     virtual bool settle(const Source &) { return false; }
     // The source has become the controller's only row. Call next() when done with it.
@@ -46,7 +46,7 @@ class SourceRunner : public QObject
     const Options &m_options;
     const Streams &m_streams;
 
-  private:
+private:
     void begin();
     void analysisEnded();
     void interrupted();

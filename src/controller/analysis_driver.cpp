@@ -164,7 +164,8 @@ void AnalysisDriver::dropEverything()
 }
 
 // The queue's first entry has the number that stands under analysisQueueHead: taking one moves that
-// number up instead of renumbering all that follow, so ten thousand sources cost ten thousand steps.
+// number up instead of renumbering all that follow, so ten thousand sources cost ten thousand
+// steps.
 QString AnalysisDriver::takeFromQueue()
 {
     PreferencesStore &store = m_context.preferences;
@@ -183,8 +184,7 @@ QString AnalysisDriver::takeFromQueue()
 
 int AnalysisDriver::queuedCount() const
 {
-    return static_cast<int>(
-        m_context.preferences.prefReadDico(keys::analysisQueue).toMap().size());
+    return static_cast<int>(m_context.preferences.prefReadDico(keys::analysisQueue).toMap().size());
 }
 
 void AnalysisDriver::chooseSource()
@@ -192,8 +192,8 @@ void AnalysisDriver::chooseSource()
     PreferencesStore &store = m_context.preferences;
     const QString current = store.prefReadString(keys::analysisSource);
     const QString head = store.prefReadString(keys::analysisQueueHead);
-    const QVariant next = store.prefReadChildDico(keys::analysisQueue,
-                                                  head.isEmpty() ? QStringLiteral("0") : head);
+    const QVariant next =
+        store.prefReadChildDico(keys::analysisQueue, head.isEmpty() ? QStringLiteral("0") : head);
     if (!next.isValid() || !(current.isEmpty() || current == next.toString())) {
         return;
     }
@@ -216,7 +216,8 @@ void AnalysisDriver::showCaption()
 void AnalysisDriver::stepBegin()
 {
     logLine(QStringLiteral("analysisDeb         - deb"));
-    const QString problem = sourceProblem(m_context.preferences.prefReadString(keys::analysisSource));
+    const QString problem =
+        sourceProblem(m_context.preferences.prefReadString(keys::analysisSource));
     if (problem.isNull()) {
         setFlag(flagFfmpeg);
         return;
@@ -269,9 +270,9 @@ void AnalysisDriver::stepParse()
         return;
     }
     const QString said = refusalReason(output, source);
-    refuse(said.isNull() ? QStringLiteral("ffmpeg does not accept it (%1)")
-                               .arg(outcomeText(run.outcome))
-                         : said);
+    refuse(said.isNull()
+               ? QStringLiteral("ffmpeg does not accept it (%1)").arg(outcomeText(run.outcome))
+               : said);
 }
 
 QString AnalysisDriver::readInterlacing() const
@@ -406,10 +407,10 @@ bool AnalysisDriver::ensurePreview(MediaInfoRecord &record)
 {
     const QString picture = m_context.preferences.prefReadString(keys::previewPath);
     if (!fileExists(picture)) {
-        const QString said =
-            taskArray1PipeMax(previewArguments(record, stringIn(record, QStringLiteral("srcPathStr")),
-                                               picture, PreviewFrame::Any),
-                              ErrorText::Merged);
+        const QString said = taskArray1PipeMax(
+            previewArguments(record, stringIn(record, QStringLiteral("srcPathStr")), picture,
+                             PreviewFrame::Any),
+            ErrorText::Merged);
         if (!fileExists(picture)) {
             const bool noVideo = !record.contains(QStringLiteral("v0_codec"));
             const QString why = refusalReason(said, stringIn(record, QStringLiteral("srcPathStr")));

@@ -17,7 +17,7 @@ class AnalysisDriver : public QObject
 {
     Q_OBJECT
 
-  public:
+public:
     explicit AnalysisDriver(ControllerContext &context);
 
     // Called at the end of an analysis run, to continue a batch that the drop had paused.
@@ -35,7 +35,7 @@ class AnalysisDriver : public QObject
     // The stop control: the current source makes no row and the rest of the queue is dropped.
     void stop();
 
-  private:
+private:
     bool take(const QString &flag);
     void setFlag(const QString &flag);
 

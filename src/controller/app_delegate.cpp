@@ -23,9 +23,8 @@ constexpr double removeAllQuestionSeconds = 60;
 appDelegate::appDelegate(PreferencesStore &preferences, Face &face, MovieFramework &movies,
                          Placement placement)
     : m_taskSlots(m_window, [this] { m_context.windowChanged(); }),
-      m_context{preferences, face,      movies,
-                m_table,     m_window,  m_taskSlots,
-                placement,   [] { return QDateTime::currentDateTime(); }},
+      m_context{preferences, face,        movies,    m_table,
+                m_window,    m_taskSlots, placement, [] { return QDateTime::currentDateTime(); }},
       m_analysis(m_context), m_encoding(m_context),
       m_admitted(qv::admittedExtensions(Bundle::main().documentExtensions()))
 {
@@ -108,8 +107,7 @@ QStringList appDelegate::withoutDuplicates(const QStringList &paths) const
             fresh.append(paths.at(i));
             continue;
         }
-        logLine(QStringLiteral(
-                    "doublon             : pas de sur-analyse pour rien ;-) #%1/%2 : %3")
+        logLine(QStringLiteral("doublon             : pas de sur-analyse pour rien ;-) #%1/%2 : %3")
                     .arg(QString::number(i + 1), QString::number(paths.size()), paths.at(i)));
     }
     return fresh;

@@ -20,7 +20,7 @@ class appDelegate : public QObject
 {
     Q_OBJECT
 
-  public:
+public:
     appDelegate(PreferencesStore &preferences, Face &face, MovieFramework &movies,
                 Placement placement);
     ~appDelegate() override;
@@ -69,7 +69,7 @@ class appDelegate : public QObject
     QString destinationFolder() const { return m_encoding.destinationFolder(); }
     QSet<QString> admittedExtensions() const { return m_admitted; }
 
-  private:
+private:
     void admit(const QStringList &paths, QStringList (*expand)(const QStringList &));
     QStringList withoutDuplicates(const QStringList &paths) const;
     void showBusy();

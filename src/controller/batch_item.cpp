@@ -46,9 +46,8 @@ QImage BatchItem::img() const
 
 StyledText rowCaption(const MediaInfoRecord &record, const QString &sourcePath)
 {
-    const bool progressive =
-        stringIn(record, QStringLiteral("v0_fields")) ==
-        localized(QStringLiteral("PFF"), QStringLiteral("fields"));
+    const bool progressive = stringIn(record, QStringLiteral("v0_fields")) ==
+                             localized(QStringLiteral("PFF"), QStringLiteral("fields"));
     const double rate = numberIn(record, QStringLiteral("v0_fps")).value_or(0) + 0.5;
     const int wholeRate = rate > 0 && rate < 1e6 ? static_cast<int>(rate) : 0;
     // The parenthesis stands around the width alone; people know the caption this way.

@@ -27,9 +27,9 @@ struct BatchItem {
     RowMark resultat = RowMark::Puce; // waiting, being encoded, sheet written, failed
     int out = 1;                      // layout index
     int dpi = 0;                      // picture choice
-    MediaInfoRecord dico;             // the record with srcPathStr, imgPathStr, intraFailure, dstPathStr
-    StyledText src;                   // caption
-    QString reason;                   // why the row failed; null otherwise
+    MediaInfoRecord dico; // the record with srcPathStr, imgPathStr, intraFailure, dstPathStr
+    StyledText src;       // caption
+    QString reason;       // why the row failed; null otherwise
 
     QString sourcePath() const;
     // The preview, read from the file when asked for, so that ten thousand rows hold no pictures;

@@ -14,7 +14,7 @@ namespace qv
 
 class BatchTable
 {
-  public:
+public:
     int count() const { return static_cast<int>(m_rows.size()); }
     bool isEmpty() const { return m_rows.empty(); }
     BatchItem &row(int index) { return *m_rows.at(static_cast<size_t>(index)); }
@@ -33,7 +33,7 @@ class BatchTable
     QList<int> selection() const { return m_selection; }
     void select(const QList<int> &indexes);
 
-  private:
+private:
     std::vector<std::unique_ptr<BatchItem>> m_rows;
     QHash<QString, const BatchItem *> m_bySource;
     QList<int> m_selection;

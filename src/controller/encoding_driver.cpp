@@ -41,8 +41,8 @@ EncodingDriver::EncodingDriver(ControllerContext &context) : m_context(context) 
 
 QStringList EncodingDriver::encArray()
 {
-    return {QStringLiteral("encDeb"),    QStringLiteral("encV"),
-            QStringLiteral("appkyThQt"), QStringLiteral("appkyThFf"),
+    return {QStringLiteral("encDeb"),       QStringLiteral("encV"),
+            QStringLiteral("appkyThQt"),    QStringLiteral("appkyThFf"),
             QStringLiteral("appkyDisplay"), flagFinish};
 }
 
@@ -257,10 +257,10 @@ void EncodingDriver::startRow()
     logLine(QStringLiteral("out                 = %1 (%2)")
                 .arg(QString::number(m_row.out), m_context.face.layoutLabel(m_row.out)));
     m_row.sheet = sheetPath(m_row.source, m_row.dpi);
-    m_row.stills = m_context.placement.stillsInTemporaryFolder
-                       ? appendPath(temporaryFolder(),
-                                    QStringLiteral("stills-%1").arg(++m_stillsCounter))
-                       : sheetBase(m_row.source);
+    m_row.stills =
+        m_context.placement.stillsInTemporaryFolder
+            ? appendPath(temporaryFolder(), QStringLiteral("stills-%1").arg(++m_stillsCounter))
+            : sheetBase(m_row.source);
     setChild(QStringLiteral("dstPathStr"), m_row.stills);
     if (index >= 0) {
         m_context.table.row(index).dico.insert(QStringLiteral("dstPathStr"), m_row.sheet);
@@ -308,8 +308,8 @@ bool EncodingDriver::mayWriteSheet(const QString &sheet)
 bool EncodingDriver::hasFreeSpace()
 {
     const int freeMegabytes = freeDiskSpace(destinationFolder());
-    logLine(QString::asprintf("free necessary space: %.1f vs %d (MB)", neededMegabytes,
-                              freeMegabytes));
+    logLine(
+        QString::asprintf("free necessary space: %.1f vs %d (MB)", neededMegabytes, freeMegabytes));
     if (freeMegabytes < 0 || freeMegabytes >= neededMegabytes) {
         return true;
     }
@@ -374,7 +374,8 @@ QVariantMap EncodingDriver::displayOfRow() const
     display.insert(QStringLiteral("dstPathStr"), m_row.stills);
     display.insert(QStringLiteral("th"), stills);
     display.insert(QStringLiteral("bigMedMinMix"), m_row.out);
-    display.insert(QStringLiteral("borderColor"), store.prefRead(QStringLiteral("prefBorderColor")));
+    display.insert(QStringLiteral("borderColor"),
+                   store.prefRead(QStringLiteral("prefBorderColor")));
     display.insert(QStringLiteral("borderSize"), store.prefRead(QStringLiteral("prefBorderSize")));
     display.insert(QStringLiteral("bkgColor"), store.prefRead(QStringLiteral("pageBkgColor")));
     for (const CaptionSwitch &caption : captionSwitches()) {
@@ -517,7 +518,8 @@ QVariant EncodingDriver::child(const QString &key) const
 
 bool EncodingDriver::isDue(const QString &key) const
 {
-    return child(key).isValid() || (key == flagFinish && m_context.preferences.prefRead(key).isValid());
+    return child(key).isValid() ||
+           (key == flagFinish && m_context.preferences.prefRead(key).isValid());
 }
 
 bool EncodingDriver::takeChild(const QString &key)

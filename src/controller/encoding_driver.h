@@ -18,7 +18,7 @@ class EncodingDriver : public QObject
 {
     Q_OBJECT
 
-  public:
+public:
     explicit EncodingDriver(ControllerContext &context);
 
     // Asks for a step, "encBatch" (choose the next row) or "encProcesses" (advance the current
@@ -44,7 +44,7 @@ class EncodingDriver : public QObject
     QString sheetBase(const QString &sourcePath);
     QString sheetPath(const QString &sourcePath, int dpi);
 
-  private:
+private:
     void enc(const QString &stepNameStr);
     void noteStop();
 
@@ -62,6 +62,7 @@ class EncodingDriver : public QObject
     void launchMovieFramework();
     bool continuePictures();
     bool retryPicture();
+    bool retakePrevious();
     void launchNextPicture();
     void launchPicture(const QStringList &arguments, int total);
     void composeRow();
@@ -87,12 +88,13 @@ class EncodingDriver : public QObject
         int attempt = 0; // 0: as planned
         QStringList planned;
         QString file;
+        bool retake = false; // of the one before, because this one shows the same frame
     };
     // What is known of the current row beside the store.
     struct Row {
         QString source;
         QString sheet;
-        QString stills;     // folder of the stills, purged at the end
+        QString stills; // folder of the stills, purged at the end
         QString reason;
         int out = 1;
         int dpi = 0;
@@ -105,6 +107,7 @@ class EncodingDriver : public QObject
         QDateTime started;
         QElapsedTimer clock;
         std::optional<PictureRun> picture;
+        std::optional<PictureRun> before; // the last one that arrived
     };
 
     ControllerContext &m_context;

@@ -11,6 +11,7 @@
 #include "support/numbers.h"
 #include "support/variant_values.h"
 
+#include <QFile>
 #include <QFileInfo>
 
 namespace qv
@@ -27,6 +28,15 @@ const QString pendingKey = QStringLiteral("appkyThFf");
 bool hasArrived(const QString &file)
 {
     return QFileInfo(file).size() > 0;
+}
+
+// The same frame through the same encoder gives the same bytes.
+bool isSameFile(const QString &one, const QString &other)
+{
+    QFile a(one);
+    QFile b(other);
+    return QFileInfo(one).size() == QFileInfo(other).size() && a.open(QIODevice::ReadOnly) &&
+           b.open(QIODevice::ReadOnly) && a.readAll() == b.readAll();
 }
 
 // The entry with the lowest number as its key.
@@ -52,19 +62,18 @@ void EncodingDriver::launchMovieFramework()
     for (int i = 0; i < timecodes.size(); ++i) {
         instants.append(stringIn(timecodes, QString::number(i)));
     }
-    const QStringList arguments{
-        Bundle::main().toolPath(QStringLiteral("qtThumbs")),
-        QStringLiteral("-i"),
-        m_row.source,
-        QStringLiteral("-w"),
-        QString::number(intIn(display, QStringLiteral("wTh")).value_or(0)),
-        QStringLiteral("-h"),
-        QString::number(intIn(display, QStringLiteral("hTh")).value_or(0)),
-        QStringLiteral("-tc"),
-        instants.join(QLatin1Char('-')),
-        QStringLiteral("-y"),
-        QStringLiteral("-o"),
-        m_row.stills};
+    const QStringList arguments{Bundle::main().toolPath(QStringLiteral("qtThumbs")),
+                                QStringLiteral("-i"),
+                                m_row.source,
+                                QStringLiteral("-w"),
+                                QString::number(intIn(display, QStringLiteral("wTh")).value_or(0)),
+                                QStringLiteral("-h"),
+                                QString::number(intIn(display, QStringLiteral("hTh")).value_or(0)),
+                                QStringLiteral("-tc"),
+                                instants.join(QLatin1Char('-')),
+                                QStringLiteral("-y"),
+                                QStringLiteral("-o"),
+                                m_row.stills};
     m_context.taskSlots.tasklauncherStart(arguments, static_cast<float>(m_row.duration),
                                           PercentageQuiet, {true, false, {}, true, true}, false);
 }
@@ -73,7 +82,7 @@ void EncodingDriver::launchMovieFramework()
 bool EncodingDriver::continuePictures()
 {
     if (m_row.picture) {
-        if (retryPicture()) {
+        if (retryPicture() || retakePrevious()) {
             return true;
         }
         m_row.picture.reset();
@@ -89,7 +98,7 @@ bool EncodingDriver::continuePictures()
 bool EncodingDriver::retryPicture()
 {
     PictureRun &picture = *m_row.picture;
-    if (hasArrived(picture.file)) {
+    if (picture.retake || hasArrived(picture.file)) {
         return false;
     }
     const RunReport &run = m_context.taskSlots.lastEncodingRun();
@@ -123,6 +132,32 @@ bool EncodingDriver::retryPicture()
     return true;
 }
 
+// Where key frames are far apart, several instants lead to the same one, which stands at or after
+// the last of them. So when a still is the very picture of the one before, the one before gets the
+// frame that really stands at its instant.
+bool EncodingDriver::retakePrevious()
+{
+    const PictureRun picture = *m_row.picture;
+    if (picture.retake || !hasArrived(picture.file)) {
+        return false;
+    }
+    const std::optional<PictureRun> before = std::exchange(m_row.before, picture);
+    if (!before || before->index + 1 != picture.index || !isSameFile(before->file, picture.file)) {
+        return false;
+    }
+    const auto anyFrame = anyFrameAttempt(before->planned);
+    if (!anyFrame) {
+        return false;
+    }
+    logLine(QStringLiteral("picture             : #%1 shows the frame of #%2, taken again")
+                .arg(before->index)
+                .arg(picture.index));
+    m_row.picture = before;
+    m_row.picture->retake = true;
+    launchPicture(*anyFrame, m_row.asked);
+    return true;
+}
+
 void EncodingDriver::launchNextPicture()
 {
     QVariantMap pending = child(pendingKey).toMap();
@@ -139,10 +174,11 @@ void EncodingDriver::launchNextPicture()
     }
     window.stepMaximum = total;
     window.stepValue = total - stillPending + 1;
-    window.stepCaption = QStringLiteral("%1 %2/%3")
-                             .arg(localizedCapitalized(QStringLiteral("th")),
-                                  QString::number(total - stillPending + 1), QString::number(total));
-    m_row.picture = PictureRun{index, 0, arguments, pictureFile(m_row.stills, index)};
+    window.stepCaption =
+        QStringLiteral("%1 %2/%3")
+            .arg(localizedCapitalized(QStringLiteral("th")),
+                 QString::number(total - stillPending + 1), QString::number(total));
+    m_row.picture = PictureRun{index, 0, arguments, pictureFile(m_row.stills, index), false};
     launchPicture(arguments, total);
 }
 

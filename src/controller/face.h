@@ -15,17 +15,17 @@ struct RowResult {
     enum class Status { Made, Kept, Failed, Stopped };
     Status status = Status::Failed;
     QString source;
-    QString sheet;        // of Made and Kept; empty otherwise
-    QString reason;       // for people; empty when made
+    QString sheet;  // of Made and Kept; empty otherwise
+    QString reason; // for people; empty when made
     int picturesAsked = 0;
     int picturesDrawn = 0;
-    double duration = 0;  // of the source, seconds
-    double seconds = 0;   // that the row took
+    double duration = 0; // of the source, seconds
+    double seconds = 0;  // that the row took
 };
 
 class Face
 {
-  public:
+public:
     virtual ~Face() = default;
 
     // Something in the state changed; called often, so a window may gather several.

@@ -72,8 +72,7 @@ QString previewPath(const QString &sourcePath)
     // ffmpeg takes a "%" in a picture's name for a pattern.
     name.replace(QLatin1Char('%'), QLatin1Char('_'));
     const QString stem = fittingName(withoutExtension(name), 32);
-    const QString plain =
-        appendPath(temporaryFolder(), stem + QStringLiteral(".jpg"));
+    const QString plain = appendPath(temporaryFolder(), stem + QStringLiteral(".jpg"));
     if (!fileExists(plain)) {
         return plain;
     }

@@ -11,7 +11,8 @@ namespace qv
 
 inline constexpr int previewWidth = 160;
 
-// Display aspect of a record: v0_dar, else the picture size snapped to the common ratios, else 1.77.
+// Display aspect of a record: v0_dar, else the picture size snapped to the common ratios,
+// else 1.77.
 float previewAspect(const MediaInfoRecord &record);
 // 160 divided by the aspect, at least 1.
 int previewHeight(float aspect);

@@ -18,9 +18,8 @@ namespace
 
 DeliveryFailure failure(const char *what, int error)
 {
-    return {error == EEXIST,
-            QStringLiteral("the sheet could not be %1: %2")
-                .arg(QLatin1String(what), qt_error_string(error))};
+    return {error == EEXIST, QStringLiteral("the sheet could not be %1: %2")
+                                 .arg(QLatin1String(what), qt_error_string(error))};
 }
 
 bool copyBytes(int from, int to)
@@ -58,14 +57,14 @@ QByteArray passingName(const QString &destination)
 // Removes the passing name however the function that uses it is left.
 class PassingFile
 {
-  public:
+public:
     explicit PassingFile(QByteArray name) : m_name(std::move(name)) {}
     ~PassingFile() { ::unlink(m_name.constData()); }
     PassingFile(const PassingFile &) = delete;
     PassingFile &operator=(const PassingFile &) = delete;
     const char *path() const { return m_name.constData(); }
 
-  private:
+private:
     QByteArray m_name;
 };
 
@@ -73,8 +72,8 @@ class PassingFile
 FileDescriptor namelessFile(const QString &destination)
 {
     const QString folder = destination.left(destination.lastIndexOf(QLatin1Char('/')));
-    return FileDescriptor(::open(QFile::encodeName(folder).constData(),
-                                 O_TMPFILE | O_WRONLY | O_CLOEXEC, 0666));
+    return FileDescriptor(
+        ::open(QFile::encodeName(folder).constData(), O_TMPFILE | O_WRONLY | O_CLOEXEC, 0666));
 }
 
 int linkNameless(int fd, const char *name)
@@ -107,9 +106,8 @@ tl::expected<void, DeliveryFailure> nameNameless(int fd, const QString &destinat
     return {};
 }
 
-tl::expected<void, DeliveryFailure> deliverThroughPassingName(int source,
-                                                              const QString &destination,
-                                                              Existing existing)
+tl::expected<void, DeliveryFailure>
+deliverThroughPassingName(int source, const QString &destination, Existing existing)
 {
     const PassingFile passing(passingName(destination));
     const FileDescriptor target(

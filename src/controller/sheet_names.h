@@ -11,7 +11,7 @@ namespace qv
 
 class SheetNames
 {
-  public:
+public:
     // The sheet's path without extension for a source: the folder plus the source's display name.
     // A source whose name another one has already taken gets one that tells them apart: its
     // folder's name or its own extension in parentheses, then a number. The answer for a source
@@ -20,7 +20,7 @@ class SheetNames
                     const std::function<bool(const QString &base)> &mayUse = nullptr);
     void forget();
 
-  private:
+private:
     QString freeBase(const QString &sourcePath, const QString &folder,
                      const std::function<bool(const QString &)> &mayUse) const;
 

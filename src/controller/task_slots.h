@@ -34,7 +34,7 @@ class TaskSlots : public QObject, private TaskLauncherDelegate
 {
     Q_OBJECT
 
-  public:
+public:
     // The controls of both slots live in the window's state; `changed` is told of each change.
     TaskSlots(WindowState &window, std::function<void()> changed);
     ~TaskSlots() override;
@@ -72,7 +72,7 @@ class TaskSlots : public QObject, private TaskLauncherDelegate
     float taskProgressMaxValue() const { return m_encoding.taskProgressMaxValue; }
     int taskParseInt() const { return m_encoding.taskParseInt; }
 
-  private:
+private:
     struct Slot {
         explicit Slot(SlotControls &c) : controls(c) {}
         SlotControls &controls;

@@ -31,7 +31,10 @@ struct StopControl {
     bool enabled = true;
 
     bool hasTwoSegments() const { return images.size() >= 2; }
-    bool offersPause() const { return images.value(pauseSegment).contains(QLatin1String("btPause")); }
+    bool offersPause() const
+    {
+        return images.value(pauseSegment).contains(QLatin1String("btPause"));
+    }
 };
 
 struct WindowState {

@@ -46,7 +46,7 @@ std::vector<char *> pointersTo(QList<QByteArray> &texts)
 // Owns the spawn attributes and file actions for one call.
 class SpawnSetup
 {
-  public:
+public:
     SpawnSetup()
     {
         ::posix_spawn_file_actions_init(&m_actions);
@@ -87,7 +87,7 @@ class SpawnSetup
     const posix_spawn_file_actions_t *actions() const { return &m_actions; }
     const posix_spawnattr_t *attributes() const { return &m_attributes; }
 
-  private:
+private:
     posix_spawn_file_actions_t m_actions{};
     posix_spawnattr_t m_attributes{};
 };

@@ -18,7 +18,7 @@ namespace qv
 // A file descriptor that closes itself.
 class FileDescriptor
 {
-  public:
+public:
     FileDescriptor() = default;
     explicit FileDescriptor(int fd) : m_fd(fd) {}
     FileDescriptor(FileDescriptor &&other) noexcept : m_fd(std::exchange(other.m_fd, -1)) {}
@@ -29,7 +29,7 @@ class FileDescriptor
     bool isOpen() const { return m_fd >= 0; }
     void close();
 
-  private:
+private:
     int m_fd = -1;
 };
 
@@ -66,7 +66,7 @@ struct SpawnRequest {
 // when destroyed while running.
 class ChildProcess
 {
-  public:
+public:
     // The running process, or the system's error number.
     static tl::expected<ChildProcess, int> spawn(const SpawnRequest &request);
 
@@ -83,7 +83,7 @@ class ChildProcess
     // Processor time used by the process and its children so far, in clock ticks.
     quint64 processorTicks() const;
 
-  private:
+private:
     explicit ChildProcess(pid_t pid) : m_pid(pid) {}
     void abandon();
 
@@ -99,7 +99,7 @@ void setToolIdleLimit(double seconds);
 // Watches for that: tell it of each sign of life.
 class IdleWatch
 {
-  public:
+public:
     IdleWatch();
     void sawOutput();
     // Whether the limit has passed since the last output or change of the tick count.
@@ -107,7 +107,7 @@ class IdleWatch
     // How often to ask, in milliseconds.
     static int askInterval();
 
-  private:
+private:
     qint64 m_lastSign = 0;
     quint64 m_ticks = 0;
 };

@@ -109,9 +109,12 @@ int taskLauncher::createTasks(const QList<QStringList> &groups)
             return CannotStart;
         }
         const bool last = i + 1 == groups.size();
-        auto child =
-            ChildProcess::spawn({groups.at(i), toolEnvironment(), input.get(),
-                                 output.writeEnd.get(), last ? error.writeEnd.get() : -1, {}});
+        auto child = ChildProcess::spawn({groups.at(i),
+                                          toolEnvironment(),
+                                          input.get(),
+                                          output.writeEnd.get(),
+                                          last ? error.writeEnd.get() : -1,
+                                          {}});
         if (!child) {
             logLine(QStringLiteral("taskLauncher        :-( %1: %2")
                         .arg(groups.at(i).first(), qt_error_string(child.error())));
@@ -191,7 +194,8 @@ void taskLauncher::pollForExit()
     endNaturally();
 }
 
-// What is left in a stream after its process has gone; whoever else holds it open is not waited for.
+// What is left in a stream after its process has gone; whoever else holds it open is not waited
+// for.
 void taskLauncher::drain(Stream &stream)
 {
     while (!stream.atEnd && m_isRunning) {
@@ -214,8 +218,8 @@ void taskLauncher::endNaturally()
         return;
     }
     m_outcome = m_tasks->back().outcome();
-    m_terminationStatus = m_outcome.ending == ToolOutcome::Ending::Crashed ? m_outcome.signal
-                                                                           : m_outcome.exitCode;
+    m_terminationStatus =
+        m_outcome.ending == ToolOutcome::Ending::Crashed ? m_outcome.signal : m_outcome.exitCode;
     m_terminateNoAbort = true;
     tasklauncherTerminate();
 }

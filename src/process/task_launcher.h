@@ -20,7 +20,7 @@ class taskLauncher;
 // What a run tells, in this order; everything on the event loop's thread.
 class TaskLauncherDelegate
 {
-  public:
+public:
     virtual ~TaskLauncherDelegate() = default;
     // A chunk of output or error text, as it came: not split into lines.
     virtual void didReceiveNewString(taskLauncher &, const QString &) {}
@@ -38,11 +38,11 @@ class TaskBroadcast : public QObject
 {
     Q_OBJECT
 
-  public:
+public:
     static TaskBroadcast &instance();
     void post(const QString &name, const std::shared_ptr<const int> &identifier);
 
-  Q_SIGNALS:
+Q_SIGNALS:
     void posted(const QString &name, const std::shared_ptr<const int> &identifier);
 };
 
@@ -51,7 +51,7 @@ class taskLauncher : public QObject
 {
     Q_OBJECT
 
-  public:
+public:
     // terminationStatus() of a run that was ended before its last process had ended by itself.
     static constexpr int killMark = -7654312;
 
@@ -91,7 +91,7 @@ class taskLauncher : public QObject
     // The identifier under which TaskBroadcast reaches this launcher, made at the first call.
     std::shared_ptr<const int> uid();
 
-  private:
+private:
     struct Stream {
         FileDescriptor handle;
         std::unique_ptr<QSocketNotifier> notifier;

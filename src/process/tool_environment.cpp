@@ -63,10 +63,10 @@ QString ffmpegPath()
 {
     const Bundle &bundle = Bundle::main();
     const QString name = QStringLiteral("ffmpeg");
-    const QString support = appendPath(QStringLiteral("~/Library/Application Support"), bundle.name());
-    for (const QString &candidate :
-         {bundle.toolPath(name), appendPath(bundle.resourcePath(), name),
-          appendPath(expandTilde(support), name)}) {
+    const QString support =
+        appendPath(QStringLiteral("~/Library/Application Support"), bundle.name());
+    for (const QString &candidate : {bundle.toolPath(name), appendPath(bundle.resourcePath(), name),
+                                     appendPath(expandTilde(support), name)}) {
         if (isUsableTool(candidate)) {
             return candidate;
         }

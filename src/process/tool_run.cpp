@@ -53,7 +53,7 @@ bool waitForInput(int fd, int milliseconds)
 // The processes of one blocking run.
 class BlockingRun
 {
-  public:
+public:
     // False (logged) when the tool can't be started; the caller then gives nothing.
     bool start(const SpawnRequest &request)
     {
@@ -98,7 +98,7 @@ class BlockingRun
         }
     }
 
-  private:
+private:
     void killIfNeeded()
     {
         quint64 ticks = 0;
@@ -191,13 +191,21 @@ QString taskArray1PipeMax(const QStringList &arguments, ErrorText errorText)
     const int error = errorText == ErrorText::Merged ? result.writeEnd.get() : -1;
     const bool piped = !tools->second.isEmpty();
     BlockingRun run;
-    if (!run.start({tools->first, toolEnvironment(), silence.readEnd.get(),
-                    piped ? between.writeEnd.get() : result.writeEnd.get(), piped ? -1 : error, {}})) {
+    if (!run.start({tools->first,
+                    toolEnvironment(),
+                    silence.readEnd.get(),
+                    piped ? between.writeEnd.get() : result.writeEnd.get(),
+                    piped ? -1 : error,
+                    {}})) {
         return {};
     }
     between.writeEnd.close();
-    if (piped && !run.start({tools->second, applicationEnvironment(), between.readEnd.get(),
-                             result.writeEnd.get(), error, {}})) {
+    if (piped && !run.start({tools->second,
+                             applicationEnvironment(),
+                             between.readEnd.get(),
+                             result.writeEnd.get(),
+                             error,
+                             {}})) {
         return {};
     }
     between.readEnd.close();
@@ -217,7 +225,8 @@ QString taskArrayPipes(const QStringList &arguments)
     }
     for (const QStringList &group : *groups) {
         if (!fileExists(group.first())) {
-            logLine(QStringLiteral("taskArrayPipes      :-( tool !present '%1'").arg(group.first()));
+            logLine(
+                QStringLiteral("taskArrayPipes      :-( tool !present '%1'").arg(group.first()));
             return {};
         }
     }
@@ -333,7 +342,8 @@ void *runShellOnThread(void *inputReadEnd)
         QStringList{QStringLiteral("/bin/sh"), QStringLiteral("-c")} + shared.arguments;
     const int out = output.writeEnd.get();
     if (!output.readEnd.isOpen() ||
-        !run.start({command, applicationEnvironment(), *static_cast<int *>(inputReadEnd), out, out, {}})) {
+        !run.start(
+            {command, applicationEnvironment(), *static_cast<int *>(inputReadEnd), out, out, {}})) {
         return nullptr;
     }
     output.writeEnd.close();

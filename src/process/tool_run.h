@@ -28,7 +28,7 @@ bool isStringSafe4Task(const QString &text);
 // that the caller joins; 8-bit text, error text merged. Not reentrant.
 class taskBloquante
 {
-  public:
+public:
     static QString verbose(const QStringList &arguments);
 };
 

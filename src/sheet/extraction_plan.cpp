@@ -267,6 +267,12 @@ std::optional<QStringList> nextAttempt(const QStringList &plannedArguments, int 
     return tried[static_cast<std::size_t>(attempt)];
 }
 
+std::optional<QStringList> anyFrameAttempt(const QStringList &plannedArguments)
+{
+    const QStringList anyFrame = withoutSelector(plannedArguments);
+    return anyFrame == plannedArguments ? std::nullopt : std::optional(anyFrame);
+}
+
 QString pictureFile(const QString &stillsFolder, int index)
 {
     return QStringLiteral("%1/img%2.jpg")

@@ -48,6 +48,10 @@ int encodage(int out, const QString &versionText, const QVariantMap &input,
 // when all has been tried. `attempt` counts from 1.
 std::optional<QStringList> nextAttempt(const QStringList &plannedArguments, int attempt);
 
+// The command that takes whatever frame stands at the instant instead of the next intra frame;
+// nothing when the planned one does so already.
+std::optional<QStringList> anyFrameAttempt(const QStringList &plannedArguments);
+
 // Where a planned run writes its picture: the last argument.
 QString pictureFile(const QString &stillsFolder, int index);
 

@@ -15,7 +15,10 @@ void setDebug(bool on);
 
 // Developer traces, of every step and every intermediate value. Off for good: the paths that ask
 // are there for whoever turns the constant.
-constexpr bool isVerboseDebug() { return false; }
+constexpr bool isVerboseDebug()
+{
+    return false;
+}
 
 // Writes one line with time, process name and process id, in one write so that lines of several
 // processes and threads do not mix. Goes to standard error unless another sink is set.

@@ -56,7 +56,7 @@ void foldDays(QStringList &fields)
 
 void reportUnread(const QString &text, float value)
 {
-    if (isDebug() && std::abs(double(value)) < 0.1 && str2Float(text) != 0.0F) {
+    if (isVerboseDebug() && std::abs(double(value)) < 0.1 && str2Float(text) != 0.0F) {
         alertReport(QStringLiteral("utils > timecodeStr2Float ? :-/"), text, 2,
                     AlertPlace::ApplicationModal);
     }
