@@ -1,6 +1,7 @@
 #include "sheet/sheet_painter.h"
 
 #include "sheet/still_reader.h"
+#include "sheet/stills_ahead.h"
 #include "sheet/text_painter.h"
 #include "support/files.h"
 #include "support/localized_strings.h"
@@ -46,12 +47,17 @@ void fillDevice(QPainter &painter, const QRect &rect, const QColor &color)
     painter.restore();
 }
 
-void drawDevice(QPainter &painter, const QRect &target, const QImage &picture)
+QImage fittedTo(const QSize &size, const QImage &picture)
 {
-    QImage scaled = picture.scaled(target.size(), Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+    return picture.isNull() ? picture
+                            : picture.scaled(size, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+}
+
+void drawDevice(QPainter &painter, const QPoint &at, const QImage &picture)
+{
     painter.save();
     painter.resetTransform();
-    painter.drawImage(target.topLeft(), scaled);
+    painter.drawImage(at, picture);
     painter.restore();
 }
 
@@ -143,7 +149,8 @@ bool paintHeroFrom(QPainter &painter, const QRect &box, const QString &path)
     if (picture.isNull()) {
         return false;
     }
-    drawDevice(painter, box, picture.copy(centralPart(picture.size(), box.size())));
+    const QImage part = picture.copy(centralPart(picture.size(), box.size()));
+    drawDevice(painter, box.topLeft(), fittedTo(box.size(), part));
     return true;
 }
 
@@ -178,20 +185,49 @@ void paintTimecode(QPainter &painter, const SheetGeometry &sheet, const QRectF &
     painter.restore();
 }
 
-bool paintCell(QPainter &painter, const SheetGeometry &sheet, const SheetContent &content, int i)
+// A cell in device pixels: its frame, and inside it the picture.
+struct DeviceCell {
+    QRect frame;
+    QRect picture;
+};
+
+DeviceCell deviceCell(const QPainter &painter, const SheetGeometry &sheet, int i)
 {
-    const QRectF &cell = sheet.cells[static_cast<std::size_t>(i)];
-    const QRect frame = deviceRect(painter, cell);
+    const QRect frame = deviceRect(painter, sheet.cells[static_cast<std::size_t>(i)]);
     const int border = deviceBorder(painter, sheet.border);
-    const QRect inner = frame.adjusted(border, border, -border, -border);
-    const QImage still = readStill(content.stills.at(i), inner.size());
-    if (still.isNull()) {
-        return false;
+    return {frame, frame.adjusted(border, border, -border, -border)};
+}
+
+void paintCell(QPainter &painter, const SheetGeometry &sheet, const SheetContent &content, int i,
+               const QImage &still)
+{
+    const DeviceCell cell = deviceCell(painter, sheet, i);
+    fillDevice(painter, cell.frame, content.border);
+    drawDevice(painter, cell.picture.topLeft(), still);
+    paintTimecode(painter, sheet, sheet.cells[static_cast<std::size_t>(i)],
+                  stringIn(content.timecodes, QString::number(i)));
+}
+
+// Gives how many stills could be drawn; a cell without one stays background.
+int paintCells(QPainter &painter, const SheetGeometry &sheet, const SheetContent &content)
+{
+    const int count = static_cast<int>(content.stills.size());
+    std::vector<QSize> sizes;
+    for (int i = 0; i < count; ++i) {
+        sizes.push_back(deviceCell(painter, sheet, i).picture.size());
     }
-    fillDevice(painter, frame, content.border);
-    drawDevice(painter, inner, still);
-    paintTimecode(painter, sheet, cell, stringIn(content.timecodes, QString::number(i)));
-    return true;
+    StillsAhead stills(count, [&](int i) {
+        const QSize size = sizes[static_cast<std::size_t>(i)];
+        return fittedTo(size, readStill(content.stills.at(i), size));
+    });
+    int drawn = 0;
+    for (int i = 0; i < count; ++i) {
+        if (const QImage still = stills.next(); !still.isNull()) {
+            paintCell(painter, sheet, content, i, still);
+            ++drawn;
+        }
+    }
+    return drawn;
 }
 
 } // namespace
@@ -206,11 +242,7 @@ int paintSheet(QPainter &painter, const SheetGeometry &sheet, const SheetContent
     if (!sheet.hero.isEmpty()) {
         paintHero(painter, sheet, content);
     }
-    int drawn = 0;
-    for (int i = 0; i < content.stills.size(); ++i) {
-        drawn += paintCell(painter, sheet, content, i) ? 1 : 0;
-    }
-    return drawn;
+    return paintCells(painter, sheet, content);
 }
 
 } // namespace qv

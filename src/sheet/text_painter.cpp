@@ -8,11 +8,13 @@
 #include <QDir>
 #include <QFontDatabase>
 #include <QFontMetricsF>
+#include <QImage>
 #include <QTextLayout>
 
 #include <algorithm>
 #include <cmath>
 #include <optional>
+#include <utility>
 
 namespace qv
 {
@@ -139,6 +141,19 @@ QStringList sheetFontFamilies()
 {
     static const QStringList families = loadedFamilies();
     return families;
+}
+
+void prepareTexts()
+{
+    static bool ready = false;
+    if (std::exchange(ready, true)) {
+        return;
+    }
+    QImage canvas(64, 32, QImage::Format_ARGB32_Premultiplied);
+    canvas.fill(Qt::black);
+    QPainter painter(&canvas);
+    drawText(painter, canvas.rect(), QStringLiteral("0:00:00"),
+             textAttributes(16, Qt::white, QChar(u'l')));
 }
 
 TextAttributes textAttributes(double size, const QColor &color, QChar alignment)

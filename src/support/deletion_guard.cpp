@@ -37,10 +37,9 @@ bool touchesHome(const QString &path)
 // What stands directly in these is a system folder, a mounted disk or somebody's whole home.
 bool isDirectChildOfGuarded(const QString &path)
 {
-    static const QStringList guarded = {QStringLiteral("/"),         QStringLiteral("/Volumes"),
-                                        QStringLiteral("/Users"),    QStringLiteral("/home"),
-                                        QStringLiteral("/media"),    QStringLiteral("/mnt"),
-                                        QStringLiteral("/run/media")};
+    static const QStringList guarded = {QStringLiteral("/"),      QStringLiteral("/Volumes"),
+                                        QStringLiteral("/Users"), QStringLiteral("/home"),
+                                        QStringLiteral("/media"), QStringLiteral("/run/media")};
     return guarded.contains(fichier_dirname(path));
 }
 
