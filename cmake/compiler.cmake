@@ -5,6 +5,8 @@ target_compile_options(qv_options INTERFACE
   -Wcast-align -Wformat=2)
 target_compile_definitions(qv_options INTERFACE
   QT_NO_CAST_TO_ASCII QT_NO_KEYWORDS QT_STRICT_ITERATORS QT_NO_FOREACH)
+# Qt names libraries that only windows need; each one loaded costs start-up time.
+target_link_options(qv_options INTERFACE -Wl,--as-needed)
 if(QV_WERROR)
   target_compile_options(qv_options INTERFACE -Werror)
 endif()

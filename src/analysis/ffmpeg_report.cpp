@@ -67,10 +67,11 @@ std::optional<MediaInfoRecord> parseFfmpegReport(const QString &report)
 
 std::optional<MediaInfoRecord> ffInfos(const QString &sourcePath, const QString &report)
 {
-    if (report.contains(inputMark)) {
+    const bool hasSource = fileExists(sourcePath);
+    if (report.contains(inputMark) || (!report.isNull() && !hasSource)) {
         return parseFfmpegReport(report);
     }
-    if (report.isNull() && !fileExists(sourcePath)) {
+    if (!hasSource) {
         logLine(QStringLiteral("ffInfos             :-( no src & no verbose"));
         logDebug([] { return QStringLiteral("ffmpeg > ffInfos: :-( !src && !verbose"); });
         return std::nullopt;

@@ -30,8 +30,6 @@ const QString flagParse = QStringLiteral("analysisFfmpegParse");
 const QString flagRecord = QStringLiteral("analysisDico");
 const QString flagFinish = QStringLiteral("analysisFin");
 
-const QString cancelled = QStringLiteral("cancel");
-
 QString frameFile()
 {
     return appendPath(temporaryFolder(), QStringLiteral("frame.yuv"));
@@ -74,6 +72,7 @@ void AnalysisDriver::handOver(const QStringList &paths)
     store.prefDelete(keys::analysisQueueHead);
     store.prefWriteDico(keys::analysisQueue, queue);
     setFlag(flagBegin);
+    m_context.analysing = true;
 }
 
 bool AnalysisDriver::take(const QString &flag)
@@ -132,6 +131,8 @@ void AnalysisDriver::analysis()
     }
     if (take(flagFfmpeg)) {
         setFlag(flagParse);
+        // An earlier source's must not be taken for this one's.
+        QFile::remove(frameFile());
         launch(ffmpegArguments());
     } else if (take(flagResult) || take(flagParse)) {
         stepParse();
@@ -156,7 +157,7 @@ void AnalysisDriver::dropEverything()
     store.prefDelete(keys::analysisQueue);
     store.prefDelete(keys::analysisQueueHead);
     store.prefDelete(keys::analysisRecord);
-    store.prefWrite(keys::analysisSource, cancelled);
+    store.prefWrite(keys::analysisSource, keys::cancelled);
     for (const QString &flag : analysisArray()) {
         store.prefDelete(flag);
     }
@@ -370,7 +371,7 @@ void AnalysisDriver::stepFinish()
     const QString source = store.prefReadString(keys::analysisSource);
     const bool made = !record.isEmpty() && makeRow(record);
     store.prefDelete(keys::previewPath);
-    if (!made && source != cancelled) {
+    if (!made && source != keys::cancelled) {
         if (m_reason.isEmpty()) {
             refuse(QStringLiteral("it could not be analysed"));
         }
@@ -428,7 +429,7 @@ bool AnalysisDriver::ensurePreview(MediaInfoRecord &record)
 void AnalysisDriver::finishSource()
 {
     PreferencesStore &store = m_context.preferences;
-    const bool wasCancelled = store.prefReadString(keys::analysisSource) == cancelled;
+    const bool wasCancelled = store.prefReadString(keys::analysisSource) == keys::cancelled;
     store.prefDelete(keys::analysisSource);
     if (queuedCount() > 0 && !wasCancelled && m_analysisStopInt == 0) {
         logLine(QStringLiteral("analysis            - fin (src current)"));
@@ -450,6 +451,7 @@ void AnalysisDriver::finishRun()
     window.analysisCaption.clear();
     window.analysisStopShown = false;
     window.analysisWheel = false;
+    m_context.analysing = false;
     m_context.setGate(true);
     store.prefDelete(flagBegin);
     window.dropImage = QStringLiteral("dndApp");

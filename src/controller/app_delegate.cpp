@@ -1,6 +1,7 @@
 #include "controller/app_delegate.h"
 
 #include "controller/admission.h"
+#include "controller/store_keys.h"
 #include "support/alerts.h"
 #include "support/bundle.h"
 #include "support/files.h"
@@ -29,7 +30,7 @@ appDelegate::appDelegate(PreferencesStore &preferences, Face &face, MovieFramewo
       m_admitted(qv::admittedExtensions(Bundle::main().documentExtensions()))
 {
     m_taskSlots.analysisRunEnded = [this] { m_analysis.analysisLater(); };
-    m_taskSlots.encodingRunEnded = [this] { m_encoding.encSend(QStringLiteral("encProcesses")); };
+    m_taskSlots.encodingRunEnded = [this] { m_encoding.encSend(keys::stepProcesses); };
     m_analysis.resumePausedBatch = [this] { resumeAfterAdmission(); };
 }
 
@@ -102,8 +103,10 @@ void appDelegate::admit(const QStringList &paths, QStringList (*expand)(const QS
 QStringList appDelegate::withoutDuplicates(const QStringList &paths) const
 {
     QStringList fresh;
+    QSet<QString> seen;
     for (qsizetype i = 0; i < paths.size(); ++i) {
-        if (m_table.indexOfSource(paths.at(i)) < 0) {
+        if (m_table.indexOfSource(paths.at(i)) < 0 && !seen.contains(paths.at(i))) {
+            seen.insert(paths.at(i));
             fresh.append(paths.at(i));
             continue;
         }
@@ -167,12 +170,11 @@ void appDelegate::pauseForAdmission()
 // Only what the admission itself paused: a batch that the user paused stays paused.
 void appDelegate::resumeAfterAdmission()
 {
+    m_window.stop.enabled = true;
     if (!std::exchange(m_pausedByAdmission, false)) {
-        m_window.stop.enabled = true;
         return;
     }
     if (m_window.stop.hasTwoSegments() && m_window.stop.selected == StopControl::pauseSegment) {
-        m_window.stop.enabled = true;
         iba_taskStopBt(StopControl::pauseSegment);
     } else {
         tasklauncherResume();
@@ -194,6 +196,9 @@ void appDelegate::tasklauncherResume()
 
 void appDelegate::iba_taskStopBt(int segment)
 {
+    if (!m_window.goPressed) {
+        return;
+    }
     StopControl &stop = m_window.stop;
     stop.selected = segment;
     if (segment == StopControl::stopSegment) {
@@ -294,7 +299,7 @@ bool appDelegate::prepareDestination()
 {
     Face &face = m_context.face;
     const QString destination = expandTilde(face.destination());
-    if (destination.isEmpty() || !fileExists(destination)) {
+    if (destination.isEmpty() || !QFileInfo(destination).isDir()) {
         const QString movies = expandTilde(QStringLiteral("~/Movies/"));
         if (destination == movies || destination + QLatin1Char('/') == movies) {
             mkdir(destination);
@@ -315,7 +320,7 @@ bool appDelegate::prepareDestination()
 void appDelegate::iba_batchGoBt()
 {
     logLine(QStringLiteral("-------------------- iba_batchGoBt"));
-    if (m_table.isEmpty() || !prepareDestination()) {
+    if (m_table.isEmpty() || m_window.goPressed || !prepareDestination()) {
         return;
     }
     Face &face = m_context.face;
@@ -329,7 +334,7 @@ void appDelegate::iba_batchGoBt()
     }
     face.rowsChanged();
     m_context.windowChanged();
-    encSend(QStringLiteral("encBatch"));
+    encSend(keys::stepBatch);
 }
 
 } // namespace qv

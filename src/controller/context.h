@@ -37,6 +37,8 @@ struct ControllerContext {
     // The admission gate: closed while a drop is admitted and analysed, so that a second one can't
     // come in between.
     bool gateOpen = true;
+    // Admitted sources are being analysed; a batch that ends meanwhile leaves the gate closed.
+    bool analysing = false;
 
     void windowChanged() { face.windowChanged(window); }
     void setGate(bool open)

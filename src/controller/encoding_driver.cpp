@@ -1,9 +1,7 @@
 #include "controller/encoding_driver.h"
 
-#include "controller/sheet_delivery.h"
 #include "controller/store_keys.h"
 #include "process/tool_environment.h"
-#include "sheet/caption_texts.h"
 #include "sheet/composer.h"
 #include "sheet/extraction_plan.h"
 #include "support/alerts.h"
@@ -24,10 +22,6 @@ namespace qv
 namespace
 {
 
-const QString stepBatch = QStringLiteral("encBatch");
-const QString stepProcesses = QStringLiteral("encProcesses");
-const QString flagFinish = QStringLiteral("encFin");
-const QString cancelled = QStringLiteral("cancel");
 // Matches no row: what stands for the row before the first.
 const QString noRow = QStringLiteral("totoCestLePlusBeau");
 
@@ -43,7 +37,7 @@ QStringList EncodingDriver::encArray()
 {
     return {QStringLiteral("encDeb"),       QStringLiteral("encV"),
             QStringLiteral("appkyThQt"),    QStringLiteral("appkyThFf"),
-            QStringLiteral("appkyDisplay"), flagFinish};
+            QStringLiteral("appkyDisplay"), keys::finish};
 }
 
 void EncodingDriver::encSend(const QString &stepNameStr)
@@ -69,9 +63,9 @@ void EncodingDriver::enc(const QString &stepNameStr)
         m_heldStep = stepNameStr;
         return;
     }
-    if (stepNameStr == stepBatch) {
+    if (stepNameStr == keys::stepBatch) {
         encBatch();
-    } else if (stepNameStr == stepProcesses) {
+    } else if (stepNameStr == keys::stepProcesses) {
         encProcesses();
     }
     m_context.windowChanged();
@@ -88,7 +82,7 @@ void EncodingDriver::stop()
     if (m_context.taskSlots.isEncodingRunning()) {
         m_context.taskSlots.terminateEncoding();
     } else {
-        encSend(stepProcesses);
+        encSend(keys::stepProcesses);
     }
 }
 
@@ -105,9 +99,10 @@ void EncodingDriver::noteStop()
 {
     logLine(QStringLiteral("enc stop            = 1"));
     PreferencesStore &store = m_context.preferences;
-    store.prefWrite(keys::currentFile, cancelled);
+    store.prefWrite(keys::currentFile, keys::cancelled);
     store.prefDelete(keys::work);
-    store.prefWrite(flagFinish, 1);
+    store.prefWrite(keys::finish, 1);
+    m_row.picture.reset();
 }
 
 int EncodingDriver::encBatchInprogressRowIdentification() const
@@ -160,7 +155,7 @@ void EncodingDriver::encBatch()
     } else {
         dropVanishedRow(next);
     }
-    encSend(stepProcesses);
+    encSend(keys::stepProcesses);
 }
 
 void EncodingDriver::beginRow(int index)
@@ -190,9 +185,17 @@ void EncodingDriver::dropVanishedRow(int index)
                                     index > 0 ? table.row(index - 1).sourcePath() : noRow);
     rmCocoa(stringIn(table.row(index).dico, QStringLiteral("imgPathStr")));
     table.remove({index});
+    m_context.window.drawerOpen = m_context.window.drawerOpen && !table.isEmpty();
     m_context.face.rowsChanged();
     report(RowResult::Status::Failed);
-    m_context.preferences.prefWrite(flagFinish, 1);
+    m_context.preferences.prefWrite(keys::finish, 1);
+}
+
+void EncodingDriver::openGate()
+{
+    if (!m_context.analysing) {
+        m_context.setGate(true);
+    }
 }
 
 void EncodingDriver::endBatch()
@@ -203,7 +206,7 @@ void EncodingDriver::endBatch()
     window.goPressed = false;
     window.goEnabled = true;
     m_encStopInt = 0;
-    m_context.setGate(true);
+    openGate();
     window.stepCaption.clear();
     window.stepValue = window.stepMaximum = 0;
     window.encoding.actionCaption.clear();
@@ -230,7 +233,7 @@ void EncodingDriver::encProcesses()
     } else if (isDue(QStringLiteral("appkyDisplay"))) {
         composeRow();
         goOn();
-    } else if (isDue(flagFinish)) {
+    } else if (isDue(keys::finish)) {
         finishRow();
     }
 }
@@ -241,14 +244,14 @@ void EncodingDriver::goOn()
     logDebug([] { return QStringLiteral("argsArray           :-( nil || empty"); });
     const QStringList steps = encArray();
     if (std::any_of(steps.begin(), steps.end(), [this](const QString &s) { return isDue(s); })) {
-        encSend(stepProcesses);
+        encSend(keys::stepProcesses);
     }
 }
 
 void EncodingDriver::startRow()
 {
     takeChild(QStringLiteral("encDeb"));
-    setChild(flagFinish, 1);
+    setChild(keys::finish, 1);
     const int index = encBatchInprogressRowIdentification();
     const BatchItem *item = index < 0 ? nullptr : &m_context.table.row(index);
     const QVariantMap work = m_context.preferences.prefReadDico(keys::work).toMap();
@@ -257,10 +260,7 @@ void EncodingDriver::startRow()
     logLine(QStringLiteral("out                 = %1 (%2)")
                 .arg(QString::number(m_row.out), m_context.face.layoutLabel(m_row.out)));
     m_row.sheet = sheetPath(m_row.source, m_row.dpi);
-    m_row.stills =
-        m_context.placement.stillsInTemporaryFolder
-            ? appendPath(temporaryFolder(), QStringLiteral("stills-%1").arg(++m_stillsCounter))
-            : sheetBase(m_row.source);
+    m_row.stills = stillsFolder();
     setChild(QStringLiteral("dstPathStr"), m_row.stills);
     if (index >= 0) {
         m_context.table.row(index).dico.insert(QStringLiteral("dstPathStr"), m_row.sheet);
@@ -275,6 +275,16 @@ void EncodingDriver::startRow()
     m_context.window.stepCaption.clear();
     m_context.window.encoding.actionCaption = lastPathComponent(shownPath(m_row.source));
     runPlan();
+}
+
+// ffmpeg takes a "%20d" anywhere in a picture's path for a pattern, so such paths are kept from it.
+QString EncodingDriver::stillsFolder()
+{
+    const QString beside = sheetBase(m_row.source);
+    if (m_context.placement.stillsInTemporaryFolder || beside.contains(QLatin1Char('%'))) {
+        return appendPath(temporaryFolder(), QStringLiteral("stills-%1").arg(++m_stillsCounter));
+    }
+    return beside;
 }
 
 // A sheet that is there already: the answer given for all, or the question.
@@ -302,6 +312,7 @@ bool EncodingDriver::mayWriteSheet(const QString &sheet)
         m_row.kept = true;
         failRow(QStringLiteral("a sheet of that name is there already"));
     }
+    m_row.replace = replace;
     return replace;
 }
 
@@ -341,174 +352,6 @@ void EncodingDriver::runPlan()
     goOn();
 }
 
-void EncodingDriver::composeRow()
-{
-    const tl::expected<ComposedSheet, QString> composed = composeSheet(m_row.dpi, displayOfRow());
-    const bool nothingDrawn = composed && composed->drawn == 0;
-    setChild(QStringLiteral("postProcessPurge"), m_row.stills);
-    takeChild(QStringLiteral("appkyDisplay"));
-    if (!composed) {
-        m_row.reason = composed.error();
-        return;
-    }
-    m_row.drawn = composed->drawn;
-    if (nothingDrawn) {
-        rmCocoa(composed->path);
-        if (m_row.reason.isEmpty()) {
-            m_row.reason = QStringLiteral("no picture could be taken from it");
-        }
-        return;
-    }
-    placeSheet(composed->path);
-}
-
-QVariantMap EncodingDriver::displayOfRow() const
-{
-    const PreferencesStore &store = m_context.preferences;
-    QVariantMap display = child(QStringLiteral("appkyDisplay")).toMap();
-    // By index and with its holes: a picture that did not come leaves its own cell empty.
-    QStringList stills;
-    for (int i = 0; i < m_row.asked; ++i) {
-        stills.append(pictureFile(m_row.stills, i));
-    }
-    display.insert(QStringLiteral("dstPathStr"), m_row.stills);
-    display.insert(QStringLiteral("th"), stills);
-    display.insert(QStringLiteral("bigMedMinMix"), m_row.out);
-    display.insert(QStringLiteral("borderColor"),
-                   store.prefRead(QStringLiteral("prefBorderColor")));
-    display.insert(QStringLiteral("borderSize"), store.prefRead(QStringLiteral("prefBorderSize")));
-    display.insert(QStringLiteral("bkgColor"), store.prefRead(QStringLiteral("pageBkgColor")));
-    for (const CaptionSwitch &caption : captionSwitches()) {
-        if (!m_context.face.captionShown(caption.caption)) {
-            display.remove(caption.caption);
-        }
-    }
-    return display;
-}
-
-void EncodingDriver::placeSheet(const QString &composed)
-{
-    if (composed == m_row.sheet) {
-        m_row.written = true;
-        return;
-    }
-    const bool replace =
-        numberValue(m_context.preferences.prefRead(keys::replaceFiles)).value_or(0) != 0;
-    const auto placed =
-        deliverSheet(composed, m_row.sheet, replace ? Existing::Replace : Existing::Keep);
-    rmCocoa(composed);
-    m_row.written = placed.has_value();
-    if (!placed) {
-        m_row.kept = placed.error().kept;
-        m_row.reason = m_row.kept ? QStringLiteral("a sheet of that name is there already")
-                                  : placed.error().reason;
-    }
-}
-
-// ---- the row's end
-
-void EncodingDriver::finishRow()
-{
-    takeChild(flagFinish);
-    m_context.preferences.prefDelete(flagFinish);
-    purgeStills();
-    m_context.window.stepCaption.clear();
-    m_context.window.encoding.actionCaption.clear();
-    if (isStopping()) {
-        finishStopped();
-        return;
-    }
-    markRow();
-    m_context.preferences.prefDelete(keys::work);
-    encSend(stepBatch);
-}
-
-void EncodingDriver::markRow()
-{
-    const int index = encBatchInprogressRowIdentification();
-    if (index < 0 || m_context.table.row(index).sourcePath() != m_row.source) {
-        return;
-    }
-    BatchItem &row = m_context.table.row(index);
-    if (row.resultat == RowMark::PuceCurrent) {
-        const bool made = m_row.written && fileExists(m_row.sheet);
-        if (!made && m_row.reason.isEmpty()) {
-            m_row.reason = QStringLiteral("the sheet could not be written");
-        }
-        setMark(made ? RowMark::PuceSuccess : RowMark::PuceFailure);
-    }
-    row.reason = m_row.reason;
-    if (row.resultat == RowMark::PuceSuccess) {
-        row.reason.clear();
-        writeSummary();
-        report(RowResult::Status::Made);
-    } else {
-        report(m_row.kept ? RowResult::Status::Kept : RowResult::Status::Failed);
-    }
-}
-
-void EncodingDriver::finishStopped()
-{
-    m_context.preferences.prefDelete(keys::work);
-    m_context.preferences.prefDelete(keys::replaceFiles);
-    m_encStopInt = 0;
-    WindowState &window = m_context.window;
-    window.goPressed = false;
-    window.goEnabled = !m_context.table.isEmpty();
-    window.stepValue = window.stepMaximum = 0;
-    m_context.setGate(true);
-    m_row.reason = QStringLiteral("stopped");
-    report(RowResult::Status::Stopped);
-    m_context.windowChanged();
-    m_context.face.batchStopped();
-}
-
-void EncodingDriver::writeSummary()
-{
-    const qint64 elapsed = std::max<qint64>(1, m_row.started.secsTo(m_context.now()));
-    resumeLogAppend(QString::asprintf("   Total speed      : real time / %.2f\n",
-                                      m_row.duration / static_cast<double>(elapsed)) +
-                    QStringLiteral("date                : %1\n(made by Quorvantel)\n")
-                        .arg(m_context.now().toString(Qt::ISODate)));
-}
-
-void EncodingDriver::report(RowResult::Status status)
-{
-    RowResult result;
-    result.status = status;
-    result.source = m_row.source;
-    const bool there = status == RowResult::Status::Made || status == RowResult::Status::Kept;
-    result.sheet = there ? m_row.sheet : QString();
-    result.reason = status == RowResult::Status::Made ? QString() : m_row.reason;
-    result.picturesAsked = m_row.asked;
-    result.picturesDrawn = m_row.drawn;
-    result.duration = m_row.duration;
-    result.seconds = static_cast<double>(m_row.clock.elapsed()) / 1000;
-    m_context.face.rowFinished(result);
-}
-
-// The row's remaining steps are dropped but the last.
-void EncodingDriver::failRow(const QString &reason)
-{
-    logLine(QStringLiteral("enc                 :-( %1: %2").arg(m_row.source, reason));
-    m_row.reason = reason;
-    setMark(RowMark::PuceFailure);
-    for (const QString &flag : encArray()) {
-        takeChild(flag);
-    }
-    setChild(flagFinish, 1);
-    encSend(stepProcesses);
-}
-
-void EncodingDriver::purgeStills()
-{
-    if (!m_row.stills.isEmpty()) {
-        purgeStillsFolder(m_row.stills);
-    }
-    m_row.stills.clear();
-    m_row.picture.reset();
-}
-
 // ---- the store's child entries
 
 QVariant EncodingDriver::child(const QString &key) const
@@ -519,7 +362,7 @@ QVariant EncodingDriver::child(const QString &key) const
 bool EncodingDriver::isDue(const QString &key) const
 {
     return child(key).isValid() ||
-           (key == flagFinish && m_context.preferences.prefRead(key).isValid());
+           (key == keys::finish && m_context.preferences.prefRead(key).isValid());
 }
 
 bool EncodingDriver::takeChild(const QString &key)

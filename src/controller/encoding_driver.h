@@ -51,11 +51,13 @@ private:
     void encBatch();
     void beginRow(int index);
     void dropVanishedRow(int index);
+    void openGate();
     void endBatch();
 
     void encProcesses();
     void goOn();
     void startRow();
+    QString stillsFolder();
     bool mayWriteSheet(const QString &sheet);
     bool hasFreeSpace();
     void runPlan();
@@ -99,6 +101,8 @@ private:
         int out = 1;
         int dpi = 0;
         bool kept = false;
+        bool replace = false; // the sheet that was there may go
+        bool reported = false;
         bool written = false;
         int asked = 0;
         int drawn = 0;

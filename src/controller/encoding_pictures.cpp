@@ -5,6 +5,7 @@
 #include "controller/progress_readers.h"
 #include "controller/store_keys.h"
 #include "sheet/extraction_plan.h"
+#include "sheet/text_painter.h"
 #include "support/files.h"
 #include "support/localized_strings.h"
 #include "support/log.h"
@@ -75,7 +76,7 @@ void EncodingDriver::launchMovieFramework()
                                 QStringLiteral("-o"),
                                 m_row.stills};
     m_context.taskSlots.tasklauncherStart(arguments, static_cast<float>(m_row.duration),
-                                          PercentageQuiet, {true, false, {}, true, true}, false);
+                                          PercentageQuiet, {true, true, true}, false);
 }
 
 // True while a run for a still has been launched, or the row has failed over one.
@@ -98,10 +99,14 @@ bool EncodingDriver::continuePictures()
 bool EncodingDriver::retryPicture()
 {
     PictureRun &picture = *m_row.picture;
-    if (picture.retake || hasArrived(picture.file)) {
+    const RunReport &run = m_context.taskSlots.lastEncodingRun();
+    if (picture.retake) {
+        m_row.hungRuns += run.outcome.ending == ToolOutcome::Ending::Hung ? 1 : 0;
         return false;
     }
-    const RunReport &run = m_context.taskSlots.lastEncodingRun();
+    if (hasArrived(picture.file)) {
+        return false;
+    }
     const QString what = QStringLiteral("ffmpeg %1").arg(outcomeText(run.outcome));
     logLine(QStringLiteral("picture             :-( #%1, attempt %2: %3")
                 .arg(QString::number(picture.index), QString::number(picture.attempt + 1), what));
@@ -138,7 +143,7 @@ bool EncodingDriver::retryPicture()
 bool EncodingDriver::retakePrevious()
 {
     const PictureRun picture = *m_row.picture;
-    if (picture.retake || !hasArrived(picture.file)) {
+    if (picture.retake || m_row.hungRuns >= hungRunsLimit || !hasArrived(picture.file)) {
         return false;
     }
     const std::optional<PictureRun> before = std::exchange(m_row.before, picture);
@@ -186,7 +191,9 @@ void EncodingDriver::launchPicture(const QStringList &arguments, int total)
 {
     m_context.window.encoding.actionCaption = lastPathComponent(m_row.source);
     m_context.taskSlots.tasklauncherStart(arguments, static_cast<float>(total), PictureRuns,
-                                          {true, false, {}, true, true}, false);
+                                          {true, true, true}, false);
+    // The tool works now; the composer's fonts can be loaded meanwhile.
+    QMetaObject::invokeMethod(this, prepareTexts, Qt::QueuedConnection);
 }
 
 } // namespace qv

@@ -16,8 +16,9 @@ namespace qv
 namespace
 {
 
-// The longest name that common file systems take, in bytes.
-constexpr qsizetype nameLimit = 255;
+// Bytes that leave room for an extension and a random number in the longest name that common file
+// systems take.
+constexpr int stemLimit = 220;
 
 QString startOffset(const MediaInfoRecord &record)
 {
@@ -28,15 +29,6 @@ QString startOffset(const MediaInfoRecord &record)
         }
     }
     return QStringLiteral("0");
-}
-
-// The name cut so that it fits with `extra` more bytes.
-QString fittingName(QString name, qsizetype extra)
-{
-    while (QFile::encodeName(name).size() + extra > nameLimit && !name.isEmpty()) {
-        name.chop(name.size() > 1 && name.back().isLowSurrogate() ? 2 : 1);
-    }
-    return name;
 }
 
 } // namespace
@@ -71,7 +63,7 @@ QString previewPath(const QString &sourcePath)
     QString name = lastPathComponent(sourcePath);
     // ffmpeg takes a "%" in a picture's name for a pattern.
     name.replace(QLatin1Char('%'), QLatin1Char('_'));
-    const QString stem = fittingName(withoutExtension(name), 32);
+    const QString stem = fittedName(withoutExtension(name), QString(), stemLimit);
     const QString plain = appendPath(temporaryFolder(), stem + QStringLiteral(".jpg"));
     if (!fileExists(plain)) {
         return plain;

@@ -4,6 +4,7 @@
 #include "support/files.h"
 
 #include <QFile>
+#include <QRandomGenerator>
 
 #include <cerrno>
 #include <cstdio>
@@ -47,11 +48,9 @@ bool copyBytes(int from, int to)
 // that have no files without a name.
 QByteArray passingName(const QString &destination)
 {
-    static int counter = 0;
     const QString folder = destination.left(destination.lastIndexOf(QLatin1Char('/')));
     return QFile::encodeName(folder) + "/.quorvantel-" +
-           QByteArray::number(static_cast<qint64>(::getpid())) + '-' +
-           QByteArray::number(++counter) + ".part";
+           QByteArray::number(QRandomGenerator::system()->generate64(), 16) + ".part";
 }
 
 // Removes the passing name however the function that uses it is left.

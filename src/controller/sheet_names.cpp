@@ -6,35 +6,21 @@
 #include <QFile>
 #include <QStringList>
 
+#include <algorithm>
+
 namespace qv
 {
 namespace
 {
 
 // Bytes that a file system takes for a name, less what an extension and a temporary name need.
-constexpr qsizetype nameLimit = 240;
-
-QString fitting(QString name)
-{
-    while (QFile::encodeName(name).size() > nameLimit) {
-        name.chop(name.size() > 1 && name.back().isLowSurrogate() ? 2 : 1);
-    }
-    return name;
-}
-
-// Leaves room for the words that tell two names apart.
-QString fittingWith(const QString &name, const QString &suffix)
-{
-    QString cut = name;
-    while (!cut.isEmpty() && QFile::encodeName(cut + suffix).size() > nameLimit) {
-        cut.chop(cut.size() > 1 && cut.back().isLowSurrogate() ? 2 : 1);
-    }
-    return cut + suffix;
-}
+constexpr int nameLimit = 240;
+// A folder's name that tells two sheets apart needs no more.
+constexpr int parentLimit = 80;
 
 QString titleOf(const QString &sourcePath)
 {
-    const QString title = fitting(sourceTitle(sourcePath));
+    const QString title = fittedName(sourceTitle(sourcePath), QString(), nameLimit);
     // A name of dots would be a folder's.
     return title.isEmpty() || title == QLatin1String(".") || title == QLatin1String("..")
                ? QStringLiteral("untitled")
@@ -60,7 +46,7 @@ QString SheetNames::baseFor(const QString &sourcePath, const QString &folder,
 }
 
 QString SheetNames::freeBase(const QString &sourcePath, const QString &folder,
-                             const std::function<bool(const QString &)> &mayUse) const
+                             const std::function<bool(const QString &)> &mayUse)
 {
     const QString title = titleOf(sourcePath);
     const QString parent = lastPathComponent(fichier_dirname(shownPath(sourcePath)));
@@ -71,18 +57,24 @@ QString SheetNames::freeBase(const QString &sourcePath, const QString &folder,
     if (const QString first = m_sourceOfBase.value(appendPath(folder, title)); !first.isNull()) {
         const QString firstParent = lastPathComponent(fichier_dirname(shownPath(first)));
         if (parent != firstParent && !parent.isEmpty()) {
-            names << fittingWith(title, QStringLiteral(" (%1)").arg(fitting(parent)));
+            names << fittedName(
+                title, QStringLiteral(" (%1)").arg(fittedName(parent, QString(), parentLimit)),
+                nameLimit);
         }
-        names << fittingWith(title, QStringLiteral(" (%1)").arg(pathExtension(sourcePath)));
+        names << fittedName(title, QStringLiteral(" (%1)").arg(pathExtension(sourcePath)),
+                            nameLimit);
     }
     for (const QString &name : names) {
         if (isFree(appendPath(folder, name))) {
             return appendPath(folder, name);
         }
     }
-    for (int number = 2;; ++number) {
+    // Numbers go on where the last source of this title left off: ten thousand of one name are no
+    // ten thousand tries each.
+    for (int &number = m_lastNumber[title];;) {
+        number = std::max(2, number + 1);
         const QString base =
-            appendPath(folder, fittingWith(title, QStringLiteral(" %1").arg(number)));
+            appendPath(folder, fittedName(title, QStringLiteral(" %1").arg(number), nameLimit));
         if (isFree(base)) {
             return base;
         }
@@ -94,6 +86,7 @@ void SheetNames::forget()
     m_folder.clear();
     m_baseOfSource.clear();
     m_sourceOfBase.clear();
+    m_lastNumber.clear();
 }
 
 bool isRenamed(const QString &sourcePath, const QString &base)

@@ -22,11 +22,12 @@ public:
 
 private:
     QString freeBase(const QString &sourcePath, const QString &folder,
-                     const std::function<bool(const QString &)> &mayUse) const;
+                     const std::function<bool(const QString &)> &mayUse);
 
     QString m_folder;
     QHash<QString, QString> m_baseOfSource;
     QHash<QString, QString> m_sourceOfBase;
+    QHash<QString, int> m_lastNumber; // given to a source of this title
 };
 
 // Whether the source's sheet does not have the source's plain name.

@@ -13,7 +13,13 @@ inline const QString analysisRecord = QStringLiteral("analysisSrcCurrentDico");
 inline const QString previewPath = QStringLiteral("imgPathStr");
 
 inline const QString currentFile = QStringLiteral("encCurrentProcessingFile");
+// The steps of the encoding, and the flag of the last one.
+inline const QString stepBatch = QStringLiteral("encBatch");
+inline const QString stepProcesses = QStringLiteral("encProcesses");
+inline const QString finish = QStringLiteral("encFin");
 inline const QString work = QStringLiteral("processEncDico");
+// What stands for the source after a stop.
+inline const QString cancelled = QStringLiteral("cancel");
 inline const QString replaceFiles = QStringLiteral("replaceFilesCheck");
 
 } // namespace qv::keys

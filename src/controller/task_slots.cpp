@@ -1,6 +1,5 @@
 #include "controller/task_slots.h"
 
-#include "controller/progress_readers.h"
 #include "support/localized_strings.h"
 #include "support/log.h"
 
@@ -80,7 +79,7 @@ void TaskSlots::prepareControls(Slot &slot, const RunControls &controls)
         shown.minimum = 0;
         shown.maximum = static_cast<double>(slot.taskProgressMaxValue);
     } else {
-        shown.wheelSpinning = true;
+        shown.wheelSpinning = controls.progressWheel;
     }
     shown.stopShown = controls.stopBt;
 }
@@ -212,11 +211,6 @@ void TaskSlots::tasklauncherResume()
     if (m_encoding.taskClass) {
         m_encoding.taskClass->resume();
     }
-}
-
-bool TaskSlots::isEncodingSuspended() const
-{
-    return m_encoding.taskClass && m_encoding.taskClass->isSuspended();
 }
 
 void TaskSlots::terminateEncoding()

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "controller/progress_readers.h"
 #include "controller/window_state.h"
 #include "process/task_launcher.h"
 
@@ -18,8 +19,6 @@ namespace qv
 // Which of the slot's controls a run uses.
 struct RunControls {
     bool progressBar = false;
-    bool verboseField = false;
-    QString parsePathStr;
     bool stopBt = false;
     bool progressWheel = false;
 };
@@ -57,7 +56,6 @@ public:
     void tasklauncherResume();
     bool isEncodingRunning() const { return m_encoding.taskClass != nullptr; }
     bool isAnalysisRunning() const { return m_analysis.taskClass != nullptr; }
-    bool isEncodingSuspended() const;
 
     // Kills the running tool; its end comes through the usual way.
     void terminateEncoding();
@@ -78,13 +76,12 @@ private:
         SlotControls &controls;
         std::unique_ptr<taskLauncher> taskClass;
         float taskProgressMaxValue = 0;
-        int taskParseInt = CollectMode;
+        int taskParseInt = CollectOutput;
         std::optional<double> taskPreviousTime;
         QStringList taskArgsVArray;
         QStringDecoder decoder{QStringDecoder::Utf8};
         QString pendingLine;
         RunReport report;
-        static constexpr int CollectMode = -1;
     };
 
     void didReceiveNewData(taskLauncher &launcher, const QByteArray &data) override;

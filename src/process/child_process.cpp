@@ -8,6 +8,7 @@
 #include <csignal>
 #include <cstring>
 #include <fcntl.h>
+#include <poll.h>
 #include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -17,6 +18,8 @@ namespace qv
 {
 namespace
 {
+
+constexpr int killWaitMilliseconds = 100;
 
 double g_idleLimit = 60;
 
@@ -244,6 +247,10 @@ void ChildProcess::abandon()
 {
     if (m_pid > 0 && isRunning()) {
         sendSignal(SIGKILL);
+        // Death follows in a moment, unless the process is stuck in the kernel.
+        for (int wait = 0; wait < killWaitMilliseconds && isRunning(); ++wait) {
+            ::poll(nullptr, 0, 1);
+        }
         if (isRunning()) {
             abandoned().push_back(m_pid);
         }

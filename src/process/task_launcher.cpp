@@ -22,6 +22,8 @@ namespace
 {
 
 constexpr qsizetype chunkSize = 65536;
+// More than a pipe can hold.
+constexpr int drainedChunks = 32;
 
 // The executable as given, else a resource of that name in the bundle; empty when neither exists.
 QString resolvedExecutable(const QString &element)
@@ -194,11 +196,11 @@ void taskLauncher::pollForExit()
     endNaturally();
 }
 
-// What is left in a stream after its process has gone; whoever else holds it open is not waited
-// for.
+// What is left in a stream after its process has gone. Whoever else holds it open is not waited
+// for, nor read for ever.
 void taskLauncher::drain(Stream &stream)
 {
-    while (!stream.atEnd && m_isRunning) {
+    for (int chunk = 0; chunk < drainedChunks && !stream.atEnd && m_isRunning; ++chunk) {
         QByteArray data(chunkSize, Qt::Uninitialized);
         const ssize_t n = ::read(stream.handle.get(), data.data(), static_cast<size_t>(chunkSize));
         if (n <= 0) {

@@ -26,6 +26,8 @@ namespace
 {
 
 constexpr size_t readSize = 65536;
+// A tool that prints more than this has lost its mind.
+constexpr qsizetype outputLimit = 64 * 1024 * 1024;
 
 std::atomic<bool> g_interrupted = false;
 
@@ -69,9 +71,13 @@ public:
 
     void readToEnd(int fd, const std::function<void(const QByteArray &)> &take)
     {
+        // Once killed it is not waited for: a child of the tool may hold the stream open for ever.
+        qsizetype total = 0;
         while (true) {
             if (!waitForInput(fd, IdleWatch::askInterval())) {
-                killIfNeeded();
+                if (killIfNeeded()) {
+                    return;
+                }
                 continue;
             }
             const auto chunk = readChunk(fd);
@@ -80,6 +86,11 @@ public:
             }
             m_watch.sawOutput();
             take(*chunk);
+            total += chunk->size();
+            if (g_interrupted || total > outputLimit) {
+                kill();
+                return;
+            }
         }
     }
 
@@ -99,16 +110,22 @@ public:
     }
 
 private:
-    void killIfNeeded()
+    bool killIfNeeded()
     {
         quint64 ticks = 0;
         for (const ChildProcess &child : m_children) {
             ticks += child.processorTicks();
         }
         if (!m_watch.isHung(ticks) && !g_interrupted) {
-            return;
+            return false;
         }
-        logLine(QStringLiteral("task                :-( hung or interrupted, killed"));
+        kill();
+        return true;
+    }
+
+    void kill()
+    {
+        logLine(QStringLiteral("task                :-( hung, endless or interrupted, killed"));
         for (ChildProcess &child : m_children) {
             child.sendSignal(SIGKILL);
         }

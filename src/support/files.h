@@ -77,5 +77,8 @@ QString lastPathComponent(const QString &path);
 QString pathExtension(const QString &path);
 QString withoutExtension(const QString &path);
 QString appendPath(const QString &folder, const QString &name);
+// The name cut at its end until name and suffix together take at most `limit` bytes on disk, with
+// the suffix. No character is cut in two.
+QString fittedName(const QString &name, const QString &suffix, int limit);
 
 } // namespace qv

@@ -174,4 +174,13 @@ QString appendPath(const QString &folder, const QString &name)
     return hasSlash ? folder + name : folder + QLatin1Char('/') + name;
 }
 
+QString fittedName(const QString &name, const QString &suffix, int limit)
+{
+    QString cut = name;
+    while (!cut.isEmpty() && QFile::encodeName(cut + suffix).size() > limit) {
+        cut.chop(cut.size() > 1 && cut.back().isLowSurrogate() ? 2 : 1);
+    }
+    return cut + suffix;
+}
+
 } // namespace qv

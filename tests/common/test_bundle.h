@@ -9,7 +9,7 @@
 // process's main bundle while it lives.
 class TestBundle
 {
-  public:
+public:
     enum class Ffmpeg { Fake, Real, None };
     explicit TestBundle(Ffmpeg ffmpeg);
     ~TestBundle();
@@ -17,7 +17,7 @@ class TestBundle
     QString path() const;
     QString tool(const QString &name) const;
 
-  private:
+private:
     QTemporaryDir m_folder;
     qv::Bundle m_before;
 };

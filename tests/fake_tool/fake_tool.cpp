@@ -15,7 +15,8 @@
 // Otherwise it is ffmpeg. The source's name says what happens, in parts between dots:
 //   <phase>-<behaviour>[-<index>], phase analysis, preview, picture or all; index of the picture.
 //   Behaviours: hang, crash, silent (prints nothing), garbage, missing (no output file),
-//   intra (no file while intra frames are selected), slow, flood, refuse, norate
+//   intra (no file while intra frames are selected), slow, flood, refuse, norate, same (all its
+//   pictures are the same file)
 //   "duration-N" sets the seconds that the report states.
 // FAKE_TOOL_LOG names a file that gets a line "phase index source" per run; FAKE_TOOL_PICTURE one
 // that is copied as the picture.
@@ -224,8 +225,8 @@ void printReport(const Run &run, const std::string &behaviour)
 {
     char duration[32];
     const int seconds = durationOf(run);
-    std::snprintf(duration, sizeof duration, "%02d:%02d:%02d.00", seconds / 3600,
-                  seconds / 60 % 60, seconds % 60);
+    std::snprintf(duration, sizeof duration, "%02d:%02d:%02d.00", seconds / 3600, seconds / 60 % 60,
+                  seconds % 60);
     const std::string rate = behaviour == "norate" ? "" : ", 25 fps, 25 tbr, 12800 tbn";
     writeTo(STDERR_FILENO,
             "ffmpeg version 5.1 Copyright\n"
@@ -241,7 +242,8 @@ void printReport(const Run &run, const std::string &behaviour)
                 "frame=   10 fps=0.0 q=-0.0 size=1k time=00:00:00.40 bitrate=N/A speed=9x\n");
 }
 
-void writeOutput(const Run &run)
+// Each picture's file differs, as frames do, unless they are to be the "same".
+void writeOutput(const Run &run, const std::string &behaviour)
 {
     std::ofstream file(run.output, std::ios::binary);
     if (run.phase == "analysis") {
@@ -251,6 +253,7 @@ void writeOutput(const Run &run)
     const char *picture = std::getenv("FAKE_TOOL_PICTURE");
     if (picture != nullptr) {
         file << std::ifstream(picture, std::ios::binary).rdbuf();
+        file << (behaviour == "same" ? "" : std::to_string(run.index));
     } else {
         file << "no picture at all";
     }
@@ -299,7 +302,7 @@ int actAsFfmpeg(const Texts &arguments)
         }
     }
     if (behaviour != "missing" && !(behaviour == "intra" && run.selectsIntra)) {
-        writeOutput(run);
+        writeOutput(run, behaviour);
     }
     return 0;
 }

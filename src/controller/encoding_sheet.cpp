@@ -1,0 +1,194 @@
+// The part of the encoding driver that makes a row's sheet out of its stills and ends the row.
+
+#include "controller/encoding_driver.h"
+
+#include "controller/sheet_delivery.h"
+#include "controller/store_keys.h"
+#include "sheet/caption_texts.h"
+#include "sheet/composer.h"
+#include "sheet/extraction_plan.h"
+#include "support/dates.h"
+#include "support/diagnostics.h"
+#include "support/files.h"
+#include "support/log.h"
+#include "support/variant_values.h"
+
+#include <algorithm>
+
+namespace qv
+{
+
+void EncodingDriver::composeRow()
+{
+    const tl::expected<ComposedSheet, QString> composed = composeSheet(m_row.dpi, displayOfRow());
+    const bool nothingDrawn = composed && composed->drawn == 0;
+    setChild(QStringLiteral("postProcessPurge"), m_row.stills);
+    takeChild(QStringLiteral("appkyDisplay"));
+    if (!composed) {
+        m_row.reason = composed.error();
+        return;
+    }
+    m_row.drawn = composed->drawn;
+    if (nothingDrawn) {
+        rmCocoa(composed->path);
+        if (m_row.reason.isEmpty()) {
+            m_row.reason = QStringLiteral("no picture could be taken from it");
+        }
+        return;
+    }
+    placeSheet(composed->path);
+}
+
+QVariantMap EncodingDriver::displayOfRow() const
+{
+    const PreferencesStore &store = m_context.preferences;
+    QVariantMap display = child(QStringLiteral("appkyDisplay")).toMap();
+    // By index and with its holes: a picture that did not come leaves its own cell empty.
+    QStringList stills;
+    for (int i = 0; i < m_row.asked; ++i) {
+        stills.append(pictureFile(m_row.stills, i));
+    }
+    display.insert(QStringLiteral("dstPathStr"), m_row.stills);
+    display.insert(QStringLiteral("th"), stills);
+    display.insert(QStringLiteral("bigMedMinMix"), m_row.out);
+    display.insert(QStringLiteral("borderColor"),
+                   store.prefRead(QStringLiteral("prefBorderColor")));
+    display.insert(QStringLiteral("borderSize"), store.prefRead(QStringLiteral("prefBorderSize")));
+    display.insert(QStringLiteral("bkgColor"), store.prefRead(QStringLiteral("pageBkgColor")));
+    for (const CaptionSwitch &caption : captionSwitches()) {
+        if (!m_context.face.captionShown(caption.caption)) {
+            display.remove(caption.caption);
+        }
+    }
+    return display;
+}
+
+void EncodingDriver::placeSheet(const QString &composed)
+{
+    if (composed == m_row.sheet) {
+        m_row.written = true;
+        return;
+    }
+    const bool replace =
+        m_row.replace ||
+        numberValue(m_context.preferences.prefRead(keys::replaceFiles)).value_or(0) != 0;
+    const auto placed =
+        deliverSheet(composed, m_row.sheet, replace ? Existing::Replace : Existing::Keep);
+    rmCocoa(composed);
+    m_row.written = placed.has_value();
+    if (!placed) {
+        m_row.kept = placed.error().kept;
+        m_row.reason = m_row.kept ? QStringLiteral("a sheet of that name is there already")
+                                  : placed.error().reason;
+    }
+}
+
+// ---- the row's end
+
+void EncodingDriver::finishRow()
+{
+    takeChild(keys::finish);
+    m_context.preferences.prefDelete(keys::finish);
+    purgeStills();
+    m_context.window.stepCaption.clear();
+    m_context.window.encoding.actionCaption.clear();
+    if (isStopping()) {
+        finishStopped();
+        return;
+    }
+    markRow();
+    m_context.preferences.prefDelete(keys::work);
+    encSend(keys::stepBatch);
+}
+
+void EncodingDriver::markRow()
+{
+    const int index = encBatchInprogressRowIdentification();
+    if (index < 0 || m_context.table.row(index).sourcePath() != m_row.source) {
+        return;
+    }
+    BatchItem &row = m_context.table.row(index);
+    if (row.resultat == RowMark::PuceCurrent) {
+        const bool made = m_row.written && fileExists(m_row.sheet);
+        if (!made && m_row.reason.isEmpty()) {
+            m_row.reason = QStringLiteral("the sheet could not be written");
+        }
+        setMark(made ? RowMark::PuceSuccess : RowMark::PuceFailure);
+    }
+    row.reason = m_row.reason;
+    if (row.resultat == RowMark::PuceSuccess) {
+        row.reason.clear();
+        writeSummary();
+        report(RowResult::Status::Made);
+    } else {
+        report(m_row.kept ? RowResult::Status::Kept : RowResult::Status::Failed);
+    }
+}
+
+void EncodingDriver::finishStopped()
+{
+    m_context.preferences.prefDelete(keys::work);
+    m_context.preferences.prefDelete(keys::replaceFiles);
+    m_encStopInt = 0;
+    WindowState &window = m_context.window;
+    window.goPressed = false;
+    window.goEnabled = !m_context.table.isEmpty();
+    window.stepValue = window.stepMaximum = 0;
+    openGate();
+    m_row.reason = QStringLiteral("stopped");
+    if (!m_row.reported && !m_row.source.isEmpty()) {
+        report(RowResult::Status::Stopped);
+    }
+    m_context.windowChanged();
+    m_context.face.batchStopped();
+}
+
+void EncodingDriver::writeSummary()
+{
+    const qint64 elapsed = std::max<qint64>(1, m_row.started.secsTo(m_context.now()));
+    resumeLogAppend(QString::asprintf("   Total speed      : real time / %.2f\n",
+                                      m_row.duration / static_cast<double>(elapsed)) +
+                    QStringLiteral("date                : %1\n(made by Quorvantel)\n")
+                        .arg(dateDescription(m_context.now())));
+}
+
+void EncodingDriver::report(RowResult::Status status)
+{
+    RowResult result;
+    result.status = status;
+    result.source = m_row.source;
+    const bool there = status == RowResult::Status::Made || status == RowResult::Status::Kept;
+    result.sheet = there ? m_row.sheet : QString();
+    result.reason = status == RowResult::Status::Made ? QString() : m_row.reason;
+    result.picturesAsked = m_row.asked;
+    result.picturesDrawn = m_row.drawn;
+    result.duration = m_row.duration;
+    result.seconds = static_cast<double>(m_row.clock.elapsed()) / 1000;
+    m_row.reported = true;
+    m_context.face.rowFinished(result);
+}
+
+// The row's remaining steps are dropped but the last.
+void EncodingDriver::failRow(const QString &reason)
+{
+    logLine(QStringLiteral("enc                 :-( %1: %2").arg(m_row.source, reason));
+    m_row.reason = reason;
+    m_row.picture.reset();
+    setMark(RowMark::PuceFailure);
+    for (const QString &flag : encArray()) {
+        takeChild(flag);
+    }
+    setChild(keys::finish, 1);
+    encSend(keys::stepProcesses);
+}
+
+void EncodingDriver::purgeStills()
+{
+    if (!m_row.stills.isEmpty()) {
+        purgeStillsFolder(m_row.stills);
+    }
+    m_row.stills.clear();
+    m_row.picture.reset();
+}
+
+} // namespace qv

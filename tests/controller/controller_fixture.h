@@ -1,0 +1,184 @@
+#pragma once
+
+#include "common/log_capture.h"
+#include "common/scripted_presenter.h"
+#include "common/test_bundle.h"
+#include "common/wait_until.h"
+#include "controller/app_delegate.h"
+#include "controller/recording_face.h"
+#include "process/child_process.h"
+#include "process/tool_environment.h"
+#include "support/diagnostics.h"
+#include "support/files.h"
+#include "support/localized_strings.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+#include <memory>
+
+// A controller in a folder of its own, with the fake tool as ffmpeg.
+class ControllerTest : public testing::Test
+{
+protected:
+    explicit ControllerTest(TestBundle::Ffmpeg ffmpeg = TestBundle::Ffmpeg::Fake) : m_bundle(ffmpeg)
+    {
+        const QString scratch = path("scratch");
+        qv::prepareTemporaryFolder(scratch, qv::Bundle::main());
+        qv::setLogFolder(path("logs"));
+        QDir().mkpath(path("logs"));
+        QDir().mkpath(path("out"));
+        qv::setLocalizationBundle(qv::Bundle::main());
+        qv::setLocalizationTable("Localized");
+        qputenv("FAKE_TOOL_LOG", path("runs").toUtf8());
+        qputenv("FAKE_TOOL_PICTURE", samplePicture().toUtf8());
+        m_preferences.prefsFillMissingDefaults();
+        m_face.destinationText = path("out");
+        makeController({});
+    }
+    ~ControllerTest() override
+    {
+        m_controller.reset();
+        qv::setToolIdleLimit(60);
+        qv::setLogFolder({});
+        qv::setTemporaryFolder({});
+        qunsetenv("FAKE_TOOL_LOG");
+        qunsetenv("FAKE_TOOL_PICTURE");
+        EXPECT_TRUE(hasNoChildren()) << "a child is left behind";
+    }
+
+    void makeController(qv::Placement placement)
+    {
+        m_controller.reset();
+        m_controller =
+            std::make_unique<qv::appDelegate>(m_preferences, m_face, *m_movies, placement);
+    }
+
+    QString path(const QString &name) const { return m_folder.filePath(name); }
+    // A source that is there; its name tells the fake tool what to do.
+    QString source(const QString &name) const
+    {
+        write(path(name), "a film");
+        return path(name);
+    }
+    QStringList sources(const QStringList &names) const
+    {
+        QStringList paths;
+        for (const QString &name : names) {
+            paths << source(name);
+        }
+        return paths;
+    }
+    static void write(const QString &file, const QByteArray &content)
+    {
+        QDir().mkpath(QFileInfo(file).path());
+        QFile f(file);
+        ASSERT_TRUE(f.open(QIODevice::WriteOnly));
+        f.write(content);
+    }
+    static QByteArray contentOf(const QString &file)
+    {
+        QFile f(file);
+        return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
+    }
+
+    // ---- analysis
+    bool waitForGate(int milliseconds = 15000)
+    {
+        return waitUntil([this] { return m_controller->isGateOpen(); }, milliseconds);
+    }
+    bool admit(const QStringList &names)
+    {
+        m_controller->draggedFiles(sources(names));
+        return waitForGate();
+    }
+    QStringList rows() const
+    {
+        QStringList names;
+        for (int i = 0; i < m_controller->table().count(); ++i) {
+            const qv::BatchItem &row = m_controller->table().row(i);
+            names << QString::number(row.order) + " " + qv::lastPathComponent(row.sourcePath());
+        }
+        return names;
+    }
+    qv::RowMark markOf(int row) const { return m_controller->table().row(row).resultat; }
+
+    // ---- encoding
+    bool isEncoding() const { return m_controller->window().goPressed; }
+    bool waitForBatch(int milliseconds = 15000)
+    {
+        return waitUntil([this] { return !isEncoding(); }, milliseconds);
+    }
+    bool encode()
+    {
+        m_controller->iba_batchGoBt();
+        return waitForBatch();
+    }
+    QString sheet(const QString &stem) const { return path("out/Quorvantel/" + stem + ".jpg"); }
+    QStringList filesInOut() const
+    {
+        return QDir(path("out/Quorvantel"))
+            .entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot);
+    }
+    // "made", "kept", "failed", "stopped" of each finished row with its source's name.
+    QStringList results() const
+    {
+        static const QStringList words{"made", "kept", "failed", "stopped"};
+        QStringList lines;
+        for (const qv::RowResult &result : m_face.results) {
+            lines << words.at(static_cast<int>(result.status)) + " " +
+                         qv::lastPathComponent(result.source);
+        }
+        return lines;
+    }
+
+    // ---- the fake tool's runs: "analysis -1 film.mp4"
+    QStringList runs() const
+    {
+        return QString::fromUtf8(contentOf(path("runs"))).split('\n', Qt::SkipEmptyParts);
+    }
+    bool waitForRun(const QString &run, int count = 1)
+    {
+        return waitUntil([&] { return runs().count(run) >= count; });
+    }
+    void forgetRuns() { QFile::remove(path("runs")); }
+
+    // What the movie framework knows.
+    class Movies : public qv::MovieFramework
+    {
+    public:
+        QSet<QString> opened;
+        QSet<QString> decoders;
+        QString picture; // copied as a thumbnail
+        bool canOpen(const QString &source) override { return opened.contains(source); }
+        bool hasDecoder(const QString &code) override { return decoders.contains(code); }
+        std::optional<qv::MediaInfoRecord> record(const QString &source) override
+        {
+            if (!opened.contains(source)) {
+                return std::nullopt;
+            }
+            return qv::MediaInfoRecord{{"v0_codec", "odd"},
+                                       {"v0_width", 320},
+                                       {"v0_height", 240},
+                                       {"v0_fps", 25.0},
+                                       {"w_duration", 90}};
+        }
+        bool thumbnail(const QString &, int, int, double, const QString &destination) override
+        {
+            return QFile::copy(picture, destination);
+        }
+    };
+
+    QTemporaryDir m_folder;
+    TestBundle m_bundle;
+    LogCapture m_log;
+    ScriptedPresenter m_presenter;
+    qv::PreferencesStore m_preferences;
+    RecordingFace m_face;
+    std::unique_ptr<Movies> m_movies = std::make_unique<Movies>();
+    std::unique_ptr<qv::appDelegate> m_controller;
+};

@@ -1,0 +1,297 @@
+#include "controller/encoding_driver.h"
+
+#include "controller/controller_fixture.h"
+#include "controller/store_keys.h"
+
+#include <QImage>
+
+using namespace qv;
+
+namespace
+{
+
+class EncodingTest : public ControllerTest
+{
+protected:
+    void expectIdle() const
+    {
+        EXPECT_TRUE(m_controller->isGateOpen());
+        EXPECT_FALSE(isEncoding());
+        for (const QString &key : {keys::work, keys::replaceFiles}) {
+            EXPECT_FALSE(m_preferences.prefRead(key).isValid()) << key.toStdString();
+        }
+        EXPECT_EQ(m_controller->window().stepCaption, "");
+        EXPECT_EQ(QDir(path("scratch")).entryList({"stills-*"}, QDir::Dirs), QStringList());
+    }
+};
+
+} // namespace
+
+TEST_F(EncodingTest, TakesThePicturesOfEachRowInTurnAndLeavesOnlySheets)
+{
+    ASSERT_TRUE(admit({"a.mp4", "b.mp4"}));
+    forgetRuns();
+    QStringList captions;
+    m_face.onWindow = [&] {
+        const QString caption = m_controller->window().stepCaption;
+        if (!caption.isEmpty() && !captions.contains(caption)) {
+            captions << caption;
+        }
+    };
+    ASSERT_TRUE(encode());
+    EXPECT_EQ(runs(), (QStringList{"picture 0 a.mp4", "picture 1 a.mp4", "picture 2 a.mp4",
+                                   "picture 0 b.mp4", "picture 1 b.mp4", "picture 2 b.mp4"}));
+    const QString word = localizedCapitalized("th");
+    EXPECT_EQ(captions, (QStringList{word + " 1/3", word + " 2/3", word + " 3/3"}));
+    EXPECT_EQ(results(), (QStringList{"made a.mp4", "made b.mp4"}));
+    EXPECT_EQ(m_face.results[0].sheet, sheet("a"));
+    EXPECT_EQ(m_face.results[0].picturesAsked, 3);
+    EXPECT_EQ(m_face.results[0].picturesDrawn, 3);
+    EXPECT_EQ(m_face.results[0].duration, 60);
+    EXPECT_EQ(filesInOut(), (QStringList{"a.jpg", "b.jpg"}));
+    EXPECT_EQ(markOf(0), RowMark::PuceSuccess);
+    EXPECT_EQ(m_face.ends, (QStringList{"analysis", "batch"}));
+    EXPECT_EQ(m_face.revealed, path("out/Quorvantel"));
+    EXPECT_FALSE(m_preferences.prefRead(keys::currentFile).isValid());
+    EXPECT_TRUE(m_controller->window().goEnabled);
+    const QString summary = QString::fromUtf8(contentOf(resumeLogPath()));
+    EXPECT_TRUE(summary.contains("source              : " + path("a.mp4")));
+    EXPECT_TRUE(summary.contains("destination         : " + sheet("a")));
+    EXPECT_EQ(summary.count("   Total speed      : real time / 60.00"), 2);
+    expectIdle();
+}
+
+TEST_F(EncodingTest, ThePlaceAndKindOfASheetFollowTheSettings)
+{
+    const struct {
+        const char *destination;
+        bool subfolder;
+        bool inTemporary;
+        int dpi;
+        const char *sheet;
+    } rows[] = {
+        {"out", true, false, 0, "out/Quorvantel/a.jpg"},
+        {"out", false, true, 1, "out/a.png"},
+        {"out/My Quorvantel", true, true, 2, "out/My Quorvantel/a.png"},
+        {"out/Quorvantel/", true, false, 0, "out/Quorvantel/a 2.jpg"}, // the folder is not ours
+    };
+    const QString film = source("a.mp4");
+    for (const auto &row : rows) {
+        SCOPED_TRACE(row.sheet);
+        m_face.dpi = row.dpi;
+        m_face.destinationText = path(row.destination);
+        QDir().mkpath(path(row.destination));
+        makeController({row.subfolder, row.inTemporary});
+        m_controller->draggedFiles({film});
+        ASSERT_TRUE(waitForGate());
+        ASSERT_TRUE(encode());
+        EXPECT_TRUE(QFileInfo(path(row.sheet)).isFile());
+        EXPECT_FALSE(QImage(path(row.sheet)).isNull());
+        expectIdle();
+        write(path("out/Quorvantel/a/mine.txt"), "untouched");
+    }
+    EXPECT_EQ(contentOf(path("out/Quorvantel/a/mine.txt")), "untouched");
+}
+
+TEST_F(EncodingTest, AVanishedSourceLosesItsRowAndTheBatchGoesOn)
+{
+    const QStringList all{"a.mp4", "b.mp4", "c.mp4"};
+    for (const QString &gone : all) {
+        SCOPED_TRACE(gone.toStdString());
+        makeController({});
+        m_face.results.clear();
+        ASSERT_TRUE(admit(all));
+        const QString preview = m_controller->table()
+                                    .row(static_cast<int>(all.indexOf(gone)))
+                                    .dico.value("imgPathStr")
+                                    .toString();
+        QFile::remove(path(gone));
+        m_presenter.answers = {{1, true}}; // replaces what the round before has made
+        ASSERT_TRUE(encode());
+        EXPECT_EQ(results().filter("made").size(), 2);
+        EXPECT_EQ(results().count("failed " + gone), 1);
+        EXPECT_EQ(m_face.results.size(), 3);
+        QStringList left = all;
+        left.removeOne(gone);
+        EXPECT_EQ(rows(), (QStringList{"1 " + left[0], "2 " + left[1]}));
+        EXPECT_EQ(markOf(0), RowMark::PuceSuccess);
+        EXPECT_EQ(markOf(1), RowMark::PuceSuccess);
+        EXPECT_FALSE(QFile::exists(preview));
+        expectIdle();
+    }
+    makeController({});
+    ASSERT_TRUE(admit({"a.mp4"}));
+    QFile::remove(path("a.mp4"));
+    ASSERT_TRUE(encode());
+    EXPECT_EQ(rows(), QStringList());
+    EXPECT_FALSE(m_controller->window().drawerOpen);
+    EXPECT_EQ(m_face.ends.last(), "batch");
+}
+
+TEST_F(EncodingTest, AnExistingSheetIsKeptOrReplacedAsAnswered)
+{
+    using Answer = ScriptedPresenter::Answer;
+    const struct {
+        QList<Answer> answers;
+        int questions;
+        QStringList expected;
+    } rows[] = {
+        {{{0, false}, {1, false}}, 2, {"kept a.mp4", "made b.mp4"}},
+        {{{1, false}, {0, false}}, 2, {"made a.mp4", "kept b.mp4"}},
+        {{{0, true}}, 1, {"kept a.mp4", "kept b.mp4"}},
+        {{{1, true}}, 1, {"made a.mp4", "made b.mp4"}},
+    };
+    const QString question = localized("D_go_dossier_destination4Bis");
+    for (const bool inTemporary : {false, true}) {
+        makeController({true, inTemporary});
+        ASSERT_TRUE(admit({"a.mp4", "b.mp4"}));
+        for (const auto &row : rows) {
+            SCOPED_TRACE(row.expected.join(", ").toStdString() + (inTemporary ? " aside" : ""));
+            m_face.results.clear();
+            m_presenter.shown.clear();
+            m_presenter.answers = row.answers;
+            write(sheet("a"), "old");
+            write(sheet("b"), "old");
+            ASSERT_TRUE(encode());
+            EXPECT_EQ(results(), row.expected);
+            EXPECT_EQ(m_presenter.countOf(question), row.questions);
+            EXPECT_EQ(m_presenter.shown.first().detail, sheet("a"));
+            EXPECT_TRUE(m_presenter.shown.first().hasSuppression);
+            for (int i = 0; i < 2; ++i) {
+                const bool kept = row.expected[i].startsWith("kept");
+                EXPECT_EQ(contentOf(sheet(i == 0 ? "a" : "b")) == "old", kept);
+                EXPECT_EQ(markOf(i), kept ? RowMark::PuceFailure : RowMark::PuceSuccess);
+            }
+            EXPECT_EQ(filesInOut(), (QStringList{"a.jpg", "b.jpg"}));
+            expectIdle();
+        }
+    }
+}
+
+TEST_F(EncodingTest, StopEndsTheBatchInWhateverStepItComes)
+{
+    const struct {
+        const char *name;
+        const char *run; // that is waited for before the stop; none: at once
+    } steps[] = {{"early.mp4", nullptr},
+                 {"picture-hang-0.mp4", "picture 0 picture-hang-0.mp4"},
+                 {"picture-hang-2.mp4", "picture 2 picture-hang-2.mp4"}};
+    for (const auto &step : steps) {
+        for (const bool inTemporary : {false, true}) {
+            SCOPED_TRACE(step.name);
+            makeController({true, inTemporary});
+            ASSERT_TRUE(admit({step.name, "next.mp4"}));
+            forgetRuns();
+            m_face.ends.clear();
+            m_face.results.clear();
+            m_controller->iba_batchGoBt();
+            if (step.run != nullptr) {
+                ASSERT_TRUE(waitForRun(step.run));
+            }
+            m_controller->iba_taskStopBt(StopControl::stopSegment);
+            m_controller->iba_taskStopBt(StopControl::stopSegment);
+            ASSERT_TRUE(waitForBatch(3000));
+            EXPECT_TRUE(hasNoChildren());
+            EXPECT_EQ(m_face.ends, QStringList{"stopped"});
+            EXPECT_EQ(filesInOut(), QStringList());
+            EXPECT_TRUE(m_controller->window().goEnabled);
+            EXPECT_EQ(markOf(1), RowMark::Puce);
+            if (step.run != nullptr) {
+                EXPECT_EQ(runs().count(step.run), 1) << "no other attempt at it";
+                EXPECT_EQ(results(), QStringList{QString("stopped ") + step.name});
+                EXPECT_EQ(markOf(0), RowMark::PuceCurrent) << "as it was";
+            }
+            expectIdle();
+        }
+    }
+}
+
+TEST_F(EncodingTest, AStopBetweenTwoRowsTellsNoRowTwice)
+{
+    const auto stop = [this] { m_controller->iba_taskStopBt(StopControl::stopSegment); };
+    const auto stopSoon = [&] {
+        QMetaObject::invokeMethod(m_controller.get(), stop, Qt::QueuedConnection);
+    };
+    ASSERT_TRUE(admit({"a.mp4", "b.mp4"}));
+    for (const std::function<void()> &stopping : {std::function(stop), std::function(stopSoon)}) {
+        m_face.results.clear();
+        m_face.onRowFinished = stopping;
+        ASSERT_TRUE(encode());
+        EXPECT_EQ(results(), QStringList{"made a.mp4"});
+        EXPECT_EQ(filesInOut(), QStringList{"a.jpg"});
+        expectIdle();
+        QFile::remove(sheet("a"));
+    }
+    m_face.onRowFinished = nullptr;
+    m_face.results.clear();
+    ASSERT_TRUE(encode());
+    EXPECT_EQ(results(), (QStringList{"made a.mp4", "made b.mp4"})) << "the next batch is whole";
+}
+
+TEST_F(EncodingTest, APausedRunStandsStillAndGoesOnWhenResumed)
+{
+    ASSERT_TRUE(admit({"picture-slow.mp4"}));
+    m_controller->iba_batchGoBt();
+    ASSERT_TRUE(waitForRun("picture 0 picture-slow.mp4"));
+    m_controller->iba_taskStopBt(StopControl::pauseSegment);
+    const WindowState &window = m_controller->window();
+    EXPECT_EQ(window.encoding.actionCaption, localized("D_action_pause"));
+    EXPECT_FALSE(window.stop.offersPause());
+    EXPECT_TRUE(m_log.contains("process             : suspend"));
+    EXPECT_FALSE(waitUntil([this] { return runs().contains("picture 1 picture-slow.mp4"); }, 500));
+    m_controller->iba_taskStopBt(StopControl::pauseSegment);
+    EXPECT_EQ(window.encoding.actionCaption, "picture-slow.mp4");
+    EXPECT_TRUE(window.stop.offersPause());
+    EXPECT_TRUE(m_log.contains("process             : resume"));
+    ASSERT_TRUE(waitForBatch());
+    EXPECT_EQ(results(), QStringList{"made picture-slow.mp4"});
+}
+
+TEST_F(EncodingTest, APauseBetweenTwoRowsHoldsTheNextOneBack)
+{
+    ASSERT_TRUE(admit({"a.mp4", "b.mp4"}));
+    m_face.onRowFinished = [this] {
+        m_face.onRowFinished = nullptr;
+        m_controller->iba_taskStopBt(StopControl::pauseSegment);
+    };
+    m_controller->iba_batchGoBt();
+    ASSERT_TRUE(waitUntil([this] { return m_face.results.size() == 1; }));
+    EXPECT_FALSE(waitUntil([this] { return runs().contains("picture 0 b.mp4"); }, 200));
+    EXPECT_TRUE(isEncoding());
+    m_controller->iba_taskStopBt(StopControl::pauseSegment);
+    ASSERT_TRUE(waitForBatch());
+    EXPECT_EQ(results(), (QStringList{"made a.mp4", "made b.mp4"}));
+}
+
+TEST_F(EncodingTest, APausedBatchCanBeStopped)
+{
+    ASSERT_TRUE(admit({"picture-hang.mp4"}));
+    m_controller->iba_batchGoBt();
+    ASSERT_TRUE(waitForRun("picture 0 picture-hang.mp4"));
+    m_controller->iba_taskStopBt(StopControl::pauseSegment);
+    m_controller->iba_taskStopBt(StopControl::stopSegment);
+    ASSERT_TRUE(waitForBatch(3000));
+    EXPECT_EQ(m_face.ends.last(), "stopped");
+    EXPECT_TRUE(m_controller->window().stop.offersPause());
+    expectIdle();
+}
+
+TEST_F(EncodingTest, TheControlsOfABatchDoNothingWithoutOne)
+{
+    ASSERT_TRUE(admit({"a.mp4"}));
+    m_controller->iba_taskStopBt(StopControl::pauseSegment);
+    m_controller->iba_taskStopBt(StopControl::stopSegment);
+    ASSERT_TRUE(encode());
+    EXPECT_EQ(results(), QStringList{"made a.mp4"});
+}
+
+TEST_F(EncodingTest, ASecondClickOnGoChangesNothing)
+{
+    ASSERT_TRUE(admit({"picture-slow.mp4", "b.mp4"}));
+    m_controller->iba_batchGoBt();
+    ASSERT_TRUE(waitForRun("picture 1 picture-slow.mp4"));
+    m_controller->iba_batchGoBt();
+    ASSERT_TRUE(waitForBatch());
+    EXPECT_EQ(results(), (QStringList{"made picture-slow.mp4", "made b.mp4"}));
+    EXPECT_EQ(markOf(0), RowMark::PuceSuccess);
+}

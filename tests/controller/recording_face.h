@@ -1,0 +1,88 @@
+#pragma once
+
+#include "controller/face.h"
+#include "support/files.h"
+
+#include <QList>
+#include <QSet>
+
+#include <functional>
+
+// Remembers what the controller tells, and answers what it asks.
+class RecordingFace : public qv::Face
+{
+public:
+    QString destinationText;
+    QString defaultText;
+    int layout = 1; // three columns
+    int dpi = 0;
+    int thumbnails = 3;
+    QSet<QString> hiddenCaptions;
+    QStringList chosenSources;
+    QString chosenFolder; // what the folder chooser puts into the destination field
+
+    QStringList skipped; // "name: reason"
+    QList<qv::RowResult> results;
+    QStringList ends; // "analysis", "batch", "stopped"
+    QString revealed;
+    int folderChoices = 0;
+    std::function<void()> onWindow;
+    std::function<void()> onRowFinished;
+
+    void windowChanged(const qv::WindowState &) override
+    {
+        if (onWindow) {
+            onWindow();
+        }
+    }
+    void sourceSkipped(const QString &source, const QString &reason) override
+    {
+        skipped << qv::lastPathComponent(source) + ": " + reason;
+    }
+    void analysisEnded() override { ends << "analysis"; }
+    void rowFinished(const qv::RowResult &result) override
+    {
+        results << result;
+        if (onRowFinished) {
+            onRowFinished();
+        }
+    }
+    void batchEnded(const QString &, const QString &folder) override
+    {
+        ends << "batch";
+        revealed = folder;
+    }
+    void batchStopped() override { ends << "stopped"; }
+
+    QString destination() const override { return destinationText; }
+    void setDestination(const QString &path) override { destinationText = path; }
+    QString defaultDestination() const override { return defaultText; }
+    void setDefaultDestination(const QString &path) override { defaultText = path; }
+    int layoutIndex() const override { return layout; }
+    int pictureChoice() const override { return dpi; }
+    QString layoutLabel(int out) const override { return "layout " + QString::number(out); }
+    int thumbnailCount(int) const override { return thumbnails; }
+    bool captionShown(const QString &caption) const override
+    {
+        return !hiddenCaptions.contains(caption);
+    }
+    QStringList chooseSources(const QString &, const QStringList &) override
+    {
+        return chosenSources;
+    }
+    void chooseDestination() override
+    {
+        ++folderChoices;
+        destinationText = chosenFolder;
+    }
+
+    QString reasonOf(const QString &name) const
+    {
+        for (const QString &line : skipped) {
+            if (line.startsWith(name + ": ")) {
+                return line.mid(name.size() + 2);
+            }
+        }
+        return {};
+    }
+};
