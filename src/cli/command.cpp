@@ -9,15 +9,18 @@
 
 #include <QStringDecoder>
 
+#include <algorithm>
+
 namespace qv
 {
 namespace
 {
 
-// The arguments as text, and the bytes of those that are no UTF-8.
+// The arguments as text, and the bytes of those that the text does not tell. Several may read
+// alike: each bad byte shows as the same replacement character, which a good name may hold, too.
 struct DecodedArguments {
     QStringList texts;
-    QHash<QString, QByteArray> raw;
+    QHash<QString, QByteArrayList> raw;
 };
 
 DecodedArguments decode(const QByteArrayList &arguments)
@@ -26,12 +29,25 @@ DecodedArguments decode(const QByteArrayList &arguments)
     for (const QByteArray &argument : arguments) {
         QStringDecoder utf8(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
         const QString text = utf8.decode(argument);
-        if (utf8.hasError()) {
-            decoded.raw.insert(text, argument);
+        if (utf8.hasError() || text.contains(QChar::ReplacementCharacter)) {
+            decoded.raw[text].append(argument);
         }
         decoded.texts.append(text);
     }
     return decoded;
+}
+
+// Folders are made and named as texts, so a name that is none would become another one's.
+bool isForeign(const QString &value, const DecodedArguments &arguments)
+{
+    if (!value.contains(QChar::ReplacementCharacter)) {
+        return false;
+    }
+    return std::any_of(arguments.raw.keyValueBegin(), arguments.raw.keyValueEnd(),
+                       [&](const auto &entry) {
+                           return entry.first.endsWith(value) &&
+                                  entry.second != QByteArrayList{entry.first.toUtf8()};
+                       });
 }
 
 int runOnSources(const Options &options, const DecodedArguments &arguments, const Streams &streams)
@@ -72,6 +88,14 @@ int runCommand(const QByteArrayList &arguments, const Streams &streams)
     if (!options) {
         streams.message(QStringLiteral("quorvantel-cli: ") + options.error());
         return WrongUsage;
+    }
+    for (const QString &written : {options->output, options->logFile}) {
+        if (isForeign(written, decoded)) {
+            streams.message(QStringLiteral("quorvantel-cli: the name '%1' of what is to be written "
+                                           "is not valid UTF-8\nTry 'quorvantel-cli %2 --help'.")
+                                .arg(printable(written), decoded.texts.first()));
+            return WrongUsage;
+        }
     }
     switch (options->command) {
     case Command::Help:

@@ -1,6 +1,5 @@
 #include "cli/headless_session.h"
 
-#include "process/child_process.h"
 #include "process/tool_environment.h"
 #include "support/bundle.h"
 #include "support/diagnostics.h"
@@ -48,6 +47,9 @@ HeadlessSession::start(const Options &options)
 HeadlessSession::~HeadlessSession()
 {
     m_controller.reset();
+    setToolIdleLimit(m_idleLimitBefore);
+    setForeignNamesFolder(QString());
+    setDebug(false);
     setLogSink(nullptr);
     setTemporaryFolder(QString());
     setLogFolder(QString());
@@ -78,7 +80,7 @@ tl::expected<void, QString> HeadlessSession::openScratch()
     if (!m_scratch || !prepareTemporaryFolder(folder, Bundle::main())) {
         return tl::make_unexpected(QStringLiteral("no temporary folder can be made in %1. Set "
                                                   "TMPDIR to a folder that can be written.")
-                                       .arg(QDir::tempPath()));
+                                       .arg(ScratchFolder::root()));
     }
     setForeignNamesFolder(appendPath(m_scratch->path(), QStringLiteral("names")));
     setLogFolder(appendPath(m_scratch->path(), QStringLiteral("logs")));
@@ -106,6 +108,12 @@ void HeadlessSession::loadPreferences()
 
 tl::expected<void, QString> HeadlessSession::openDestination()
 {
+    if (QDir::isRelativePath(m_options.output) && !m_options.output.isEmpty() &&
+        QDir::currentPath().contains(QChar::ReplacementCharacter)) {
+        return tl::make_unexpected(
+            QStringLiteral("the working folder's name is not valid UTF-8. Name the destination by "
+                           "its full path."));
+    }
     if (!m_options.output.isEmpty()) {
         m_face->setDestination(QDir::cleanPath(QDir::current().absoluteFilePath(m_options.output)));
     }

@@ -5,6 +5,7 @@
 #include "cli/options.h"
 #include "cli/scratch_folder.h"
 #include "controller/app_delegate.h"
+#include "process/child_process.h"
 #include "settings/preferences_store.h"
 
 #include <QFile>
@@ -39,6 +40,7 @@ private:
     void loadPreferences();
 
     Options m_options;
+    double m_idleLimitBefore = toolIdleLimit();
     QFile m_log;
     std::unique_ptr<ScratchFolder> m_scratch;
     std::unique_ptr<PreferencesStore> m_preferences;

@@ -2,7 +2,7 @@
 
 #include "process/tool_run.h"
 
-#include <csignal>
+#include <cerrno>
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -13,14 +13,15 @@ namespace
 
 volatile std::sig_atomic_t g_signal = 0;
 int g_pipe[2] = {-1, -1};
-constexpr int watchedSignals[] = {SIGINT, SIGTERM, SIGHUP};
 
 void handle(int signal)
 {
+    const int errorBefore = errno;
     g_signal = signal;
-    interruptBlockingRuns();
+    setBlockingRunsInterrupted(true);
     const char byte = 1;
     [[maybe_unused]] const ssize_t written = ::write(g_pipe[1], &byte, 1);
+    errno = errorBefore;
 }
 
 int openPipe()
@@ -38,19 +39,31 @@ Interrupt::Interrupt(std::function<void()> stop)
     : m_stop(std::move(stop)), m_notifier(openPipe(), QSocketNotifier::Read)
 {
     connect(&m_notifier, &QSocketNotifier::activated, this, &Interrupt::arrived);
+    for (size_t i = 0; i < watchedSignals.size(); ++i) {
+        watch(i);
+    }
+}
+
+void Interrupt::watch(size_t number)
+{
+    const int signal = watchedSignals.at(number);
+    ::sigaction(signal, nullptr, &m_before.at(number));
+    if (m_before.at(number).sa_handler == SIG_IGN) {
+        return;
+    }
     struct sigaction action {
     };
     action.sa_handler = handle;
-    action.sa_flags = static_cast<int>(SA_RESETHAND);
-    for (const int signal : watchedSignals) {
-        ::sigaction(signal, &action, nullptr);
-    }
+    // Whoever closed one of our outputs must not kill the clearing up with the next line.
+    action.sa_flags = signal == SIGPIPE ? 0 : static_cast<int>(SA_RESETHAND);
+    ::sigaction(signal, &action, nullptr);
 }
 
 Interrupt::~Interrupt()
 {
-    for (const int signal : watchedSignals) {
-        std::signal(signal, SIG_DFL);
+    setBlockingRunsInterrupted(false);
+    for (size_t i = 0; i < watchedSignals.size(); ++i) {
+        ::sigaction(watchedSignals.at(i), &m_before.at(i), nullptr);
     }
 }
 

@@ -60,7 +60,7 @@ Parsed<int> parseCount(const QString &text, SheetLayout layout)
                          .arg(text, QString::number(countLimit)));
     }
     if (count < columnsOf(layout)) {
-        return wrong(QStringLiteral("%1 pictures fill no row: the %2 layout has %3 columns")
+        return wrong(QStringLiteral("a count of %1 fills no row: the %2 layout has %3 columns")
                          .arg(QString::number(count), layoutName(layout),
                               QString::number(columnsOf(layout))));
     }

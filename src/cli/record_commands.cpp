@@ -13,15 +13,15 @@ namespace qv
 namespace
 {
 
-using RecordPrinter = std::function<void(const Source &, const MediaInfoRecord &)>;
+using RecordText = std::function<QByteArray(const Source &, const MediaInfoRecord &)>;
 
-// Analyses each source and hands its record to the printer.
+// Analyses each source and prints what is made of its record.
 class RecordRunner : public SourceRunner
 {
 public:
     RecordRunner(HeadlessSession &session, const Options &options, const Streams &streams,
-                 QList<Source> sources, RecordPrinter print)
-        : SourceRunner(session, options, streams, std::move(sources)), m_print(std::move(print))
+                 QList<Source> sources, RecordText text)
+        : SourceRunner(session, options, streams, std::move(sources)), m_text(std::move(text))
     {
     }
 
@@ -37,7 +37,7 @@ public:
 protected:
     void rowMade(const Source &source) override
     {
-        m_print(source, m_session.controller().table().row(0).dico);
+        print(m_text(source, m_session.controller().table().row(0).dico));
         next();
     }
 
@@ -48,7 +48,7 @@ protected:
     }
 
 private:
-    RecordPrinter m_print;
+    RecordText m_text;
     bool m_bad = false;
 };
 
@@ -61,12 +61,11 @@ int runInfoCommand(HeadlessSession &session, const Options &options, const Strea
     RecordRunner runner(session, options, streams, sources,
                         [&](const Source &source, const MediaInfoRecord &record) {
                             if (options.json) {
-                                streams.out(jsonLine(infoJson(source.named, record)) + '\n');
-                                return;
+                                return jsonLine(infoJson(source.named, record)) + '\n';
                             }
                             const QString gap =
                                 std::exchange(first, false) ? QString() : QStringLiteral("\n");
-                            streams.out((gap + infoText(source.named, record)).toUtf8());
+                            return (gap + infoText(source.named, record)).toUtf8();
                         });
     return runner.run();
 }
@@ -83,8 +82,8 @@ int runPlanCommand(HeadlessSession &session, const Options &options, const Strea
             input.insert(QStringLiteral("dstPathStr"),
                          appendPath(temporaryFolder(), QStringLiteral("stills-1")));
             const ExtractionPlan plan = planExtraction(out, input);
-            streams.out(options.json ? jsonLine(planJson(source.named, options.layout, plan)) + '\n'
-                                     : planText(source.named, options.layout, plan).toUtf8());
+            return options.json ? jsonLine(planJson(source.named, options.layout, plan)) + '\n'
+                                : planText(source.named, options.layout, plan).toUtf8();
         });
     return runner.run();
 }

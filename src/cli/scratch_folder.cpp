@@ -20,13 +20,6 @@ const QString namePrefix = QStringLiteral("Quorvantel-cli-");
 // A folder younger than this may belong to a process that has not locked it yet.
 constexpr time_t settledSeconds = 60;
 
-// ffmpeg takes a "%" in the path of a picture for a pattern.
-QString temporaryRoot()
-{
-    const QString root = QDir::tempPath();
-    return root.contains(QLatin1Char('%')) ? QStringLiteral("/tmp") : root;
-}
-
 QByteArray lockFile(const QString &folder)
 {
     return QFile::encodeName(folder) + "/.lock";
@@ -48,7 +41,7 @@ bool isOursAndSettled(const QString &folder)
 
 void clearAbandoned()
 {
-    const QDir root(temporaryRoot());
+    const QDir root(ScratchFolder::root());
     for (const QString &name :
          root.entryList({namePrefix + QLatin1Char('*')}, QDir::Dirs | QDir::NoSymLinks)) {
         const QString folder = root.filePath(name);
@@ -68,10 +61,19 @@ void clearAbandoned()
 
 } // namespace
 
+// Not QDir::tempPath(), which gives "/" when the folder is missing. And ffmpeg takes a "%" in the
+// path of a picture for a pattern.
+QString ScratchFolder::root()
+{
+    const QString set = QFile::decodeName(qgetenv("TMPDIR"));
+    return set.isEmpty() || set.contains(QLatin1Char('%')) ? QStringLiteral("/tmp")
+                                                           : QDir::current().absoluteFilePath(set);
+}
+
 std::unique_ptr<ScratchFolder> ScratchFolder::create()
 {
     clearAbandoned();
-    QByteArray path = QFile::encodeName(temporaryRoot() + QLatin1Char('/') + namePrefix) + "XXXXXX";
+    QByteArray path = QFile::encodeName(root() + QLatin1Char('/') + namePrefix) + "XXXXXX";
     if (::mkdtemp(path.data()) == nullptr) {
         return nullptr;
     }

@@ -12,6 +12,8 @@ namespace qv
 class ScratchFolder
 {
 public:
+    // Where they are made: TMPDIR, else /tmp.
+    static QString root();
     // Null when none can be made.
     static std::unique_ptr<ScratchFolder> create();
     ~ScratchFolder();

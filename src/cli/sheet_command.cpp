@@ -7,6 +7,10 @@
 #include "sheet/composer.h"
 #include "support/files.h"
 
+#include <QFileInfo>
+
+#include <numeric>
+
 namespace qv
 {
 namespace
@@ -44,8 +48,10 @@ public:
                            .arg(count(SheetOutcome::Status::Kept))
                            .arg(count(SheetOutcome::Status::Skipped))
                            .arg(count(SheetOutcome::Status::Failed));
-        if (sourcesLeft() > 0) {
-            text += QStringLiteral(", %1 not done").arg(sourcesLeft());
+        const int left =
+            sourceCount() - std::accumulate(std::begin(m_counts), std::end(m_counts), 0);
+        if (left > 0) {
+            text += QStringLiteral(", %1 not done").arg(left);
         }
         return text;
     }
@@ -54,6 +60,11 @@ protected:
     bool settle(const Source &source) override
     {
         const QString sheet = sheetOf(source);
+        if (QFileInfo(sheet).isDir()) {
+            failed(source,
+                   QStringLiteral("a folder has its sheet's name: %1").arg(printable(sheet)));
+            return true;
+        }
         if (m_options.replace || !fileExists(sheet)) {
             return false;
         }
@@ -66,23 +77,39 @@ protected:
         return true;
     }
 
-    void rowMade(const Source &) override
+    void rowMade(const Source &source) override
     {
+        // It may have gone since the last sheet.
+        if (auto opened = m_session.openDestination(); !opened) {
+            failed(source, opened.error());
+            next();
+            return;
+        }
         m_session.preferences().prefWrite(keys::replaceFiles, m_options.replace ? 1 : 0);
         m_session.controller().iba_batchGoBt();
     }
 
     void skipped(const Source &source, const QString &reason) override
     {
+        tellUnmade(SheetOutcome::Status::Skipped, source, reason);
+    }
+
+private:
+    void failed(const Source &source, const QString &reason)
+    {
+        tellUnmade(SheetOutcome::Status::Failed, source, reason);
+    }
+
+    void tellUnmade(SheetOutcome::Status status, const Source &source, const QString &reason)
+    {
         SheetOutcome outcome;
-        outcome.status = SheetOutcome::Status::Skipped;
+        outcome.status = status;
         outcome.source = source.named;
         outcome.reason = reason;
         outcome.seconds = secondsOnCurrent();
         tell(outcome);
     }
 
-private:
     QString sheetOf(const Source &source)
     {
         return m_session.controller().sheetPath(source.path, m_session.face().pictureChoice());
@@ -140,9 +167,10 @@ private:
                     .arg(statusWord(outcome.status), printable(outcome.source), outcome.reason));
         }
         if (m_options.json) {
-            m_streams.out(jsonLine(sheetJson(outcome)) + '\n');
+            print(jsonLine(sheetJson(outcome)) + '\n');
         } else if (good) {
-            m_streams.result(m_streams.outIsTerminal ? printable(outcome.sheet) : outcome.sheet);
+            print((m_streams.outIsTerminal ? printable(outcome.sheet) : outcome.sheet).toUtf8() +
+                  '\n');
         }
     }
 

@@ -8,26 +8,37 @@
 #include <QFile>
 #include <QFileInfo>
 
+#include <filesystem>
+
 namespace qv
 {
 namespace
 {
 
-QString absolutePath(const QString &name)
-{
-    return QDir::cleanPath(QDir::current().absoluteFilePath(name));
-}
-
+// The working folder's name need not be UTF-8 either.
 QByteArray absoluteBytes(const QByteArray &name)
 {
-    return name.startsWith('/') ? name : QFile::encodeName(QDir::currentPath()) + '/' + name;
+    std::error_code error;
+    return name.startsWith('/')
+               ? name
+               : QByteArray::fromStdString(std::filesystem::current_path(error).string()) + '/' +
+                     name;
+}
+
+QString absolutePath(const QByteArray &name)
+{
+    return QDir::cleanPath(usablePath(absoluteBytes(name)));
 }
 
 // "clips/" and "/home/u/clips/a/b.mp4" below "/home/u/clips" give "clips/a/b.mp4".
 QString namedBelow(const QString &folderName, const QString &folder, const QString &path)
 {
     const QString shown = shownPath(path);
-    return shown.startsWith(folder) ? appendPath(folderName, shown.mid(folder.size() + 1)) : shown;
+    if (!shown.startsWith(folder)) {
+        return shown;
+    }
+    const QString below = shown.mid(folder.size());
+    return appendPath(folderName, below.startsWith(QLatin1Char('/')) ? below.mid(1) : below);
 }
 
 QList<Source> sourcesOfFolder(const QString &name, const QString &folder,
@@ -63,23 +74,29 @@ Source sourceOfFile(const QString &name, const QString &path, const QSet<QString
 
 QList<Source> sourcesOf(const QString &name, const QByteArray &raw, const QSet<QString> &extensions)
 {
-    const QString given = raw.isNull() ? absolutePath(name) : usablePath(absoluteBytes(raw));
+    if (name.isEmpty()) {
+        return {{QString(), name, QStringLiteral("its name is empty")}};
+    }
+    const QString given = absolutePath(raw);
     // An alias stands for what it leads to, as in a drop.
     const QString target = QFileInfo(given).isDir() ? QString() : resolveAlias(given);
-    const QString path = target.isNull() || !raw.isNull() ? given : target;
+    const QString path = target.isNull() ? given : target;
     return QFileInfo(path).isDir() ? sourcesOfFolder(name, path, extensions)
                                    : QList<Source>{sourceOfFile(name, path, extensions)};
 }
 
 } // namespace
 
-QList<Source> listSources(const QStringList &names, const QHash<QString, QByteArray> &rawNames,
+QList<Source> listSources(const QStringList &names, QHash<QString, QByteArrayList> rawNames,
                           const QSet<QString> &admittedExtensions)
 {
     QList<Source> sources;
     QSet<QString> seen;
     for (const QString &name : names) {
-        for (Source &source : sourcesOf(name, rawNames.value(name), admittedExtensions)) {
+        const auto raw = rawNames.find(name);
+        const QByteArray bytes =
+            raw == rawNames.end() || raw->isEmpty() ? QFile::encodeName(name) : raw->takeFirst();
+        for (Source &source : sourcesOf(name, bytes, admittedExtensions)) {
             if (!seen.contains(source.path)) {
                 seen.insert(source.path);
                 sources.append(std::move(source));

@@ -17,8 +17,8 @@ struct Source {
     QString problem; // why it is no source; null otherwise
 };
 
-// `rawNames` holds the bytes of those names that are not UTF-8, by how they read.
-QList<Source> listSources(const QStringList &names, const QHash<QString, QByteArray> &rawNames,
+// `rawNames` holds the bytes of those names that are not UTF-8, by how they read and in order.
+QList<Source> listSources(const QStringList &names, QHash<QString, QByteArrayList> rawNames,
                           const QSet<QString> &admittedExtensions);
 
 } // namespace qv

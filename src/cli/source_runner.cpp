@@ -16,7 +16,7 @@ SourceRunner::SourceRunner(HeadlessSession &session, const Options &options, con
     };
     face.onAnalysisEnded = [this] { analysisEnded(); };
     face.onWindowChanged = [this](const WindowState &window) {
-        if (window.stepMaximum > 0) {
+        if (window.stepMaximum > 0 && !window.stepCaption.isEmpty()) {
             m_progress.step(window.stepCaption, (window.stepValue - 1) / window.stepMaximum);
         }
     };
@@ -102,6 +102,12 @@ void SourceRunner::say(const QString &text)
 {
     m_progress.clear();
     m_streams.message(text);
+}
+
+void SourceRunner::print(const QByteArray &result)
+{
+    m_progress.clear();
+    m_streams.out(result);
 }
 
 } // namespace qv

@@ -36,11 +36,12 @@ protected:
 
     void next();
     const Source &current() const { return m_sources.at(m_index); }
-    int sourcesLeft() const { return static_cast<int>(m_sources.size() - m_index); }
+    int sourceCount() const { return static_cast<int>(m_sources.size()); }
     double secondsOnCurrent() const { return static_cast<double>(m_clock.elapsed()) / 1000; }
     bool wantsMessages() const { return !m_options.quiet; }
-    // On standard error, above the progress line.
+    // On standard error and on standard output, in the progress line's place.
     void say(const QString &text);
+    void print(const QByteArray &result);
 
     HeadlessSession &m_session;
     const Options &m_options;

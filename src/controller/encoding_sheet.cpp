@@ -135,9 +135,10 @@ void EncodingDriver::finishStopped()
     window.goEnabled = !m_context.table.isEmpty();
     window.stepValue = window.stepMaximum = 0;
     openGate();
-    m_row.reason = QStringLiteral("stopped");
     if (!m_row.reported && !m_row.source.isEmpty()) {
-        report(RowResult::Status::Stopped);
+        // The stop may have come when the sheet was in its place already.
+        m_row.reason = QStringLiteral("stopped");
+        report(m_row.written ? RowResult::Status::Made : RowResult::Status::Stopped);
     }
     m_context.windowChanged();
     m_context.face.batchStopped();

@@ -397,9 +397,9 @@ QString taskBloquante::verbose(const QStringList &arguments)
     return text.isEmpty() ? QString() : text;
 }
 
-void interruptBlockingRuns()
+void setBlockingRunsInterrupted(bool interrupted)
 {
-    g_interrupted = true;
+    g_interrupted = interrupted;
 }
 
 } // namespace qv

@@ -32,8 +32,8 @@ public:
     static QString verbose(const QStringList &arguments);
 };
 
-// Ends the blocking run in progress and every later one as soon as it starts: the process is asked
-// to stop. May be called from a signal handler.
-void interruptBlockingRuns();
+// While set, the blocking run in progress ends, and every later one as soon as it starts: the
+// process is asked to stop. May be called from a signal handler.
+void setBlockingRunsInterrupted(bool interrupted);
 
 } // namespace qv

@@ -5,6 +5,7 @@
 
 #include <QGuiApplication>
 
+#include <csignal>
 #include <cstdio>
 #include <cstring>
 #include <fcntl.h>
@@ -15,15 +16,17 @@ namespace
 {
 
 // Tools inherit the standard input, and ffmpeg reads commands from it: in a shell loop it would eat
-// the list that the loop reads.
-void silenceStandardInput()
+// the list that the loop reads. A stream that came closed is opened, too: else the next file that
+// is opened, such as a sheet, would get its number and what is printed.
+void openStandardStreams()
 {
-    const int nothing = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
+    int nothing = ::open("/dev/null", O_RDWR);
+    while (nothing >= 0 && nothing <= STDERR_FILENO) {
+        nothing = ::open("/dev/null", O_RDWR);
+    }
     if (nothing >= 0) {
         ::dup2(nothing, STDIN_FILENO);
-        if (nothing != STDIN_FILENO) {
-            ::close(nothing);
-        }
+        ::close(nothing);
     }
 }
 
@@ -41,7 +44,9 @@ int main(int argc, char **argv)
         std::fwrite(line.constData(), 1, static_cast<size_t>(line.size()), stdout);
         return 0;
     }
-    silenceStandardInput();
+    openStandardStreams();
+    // Who started us may ignore it, and the tools' ends would go unseen.
+    std::signal(SIGCHLD, SIG_DFL);
     QByteArrayList arguments;
     for (int i = 1; i < argc; ++i) {
         arguments.append(argv[i]);

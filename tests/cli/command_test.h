@@ -1,0 +1,65 @@
+#pragma once
+
+#include "common/test_bundle.h"
+
+#include <QByteArrayList>
+#include <QJsonObject>
+#include <QStringList>
+#include <QTemporaryDir>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <functional>
+
+// What a run of the command gave.
+struct Ran {
+    int status = -1;
+    QByteArray out;
+    QByteArray err;
+    // What a terminal that got both would still show, line by line.
+    QStringList screen;
+
+    QList<QJsonObject> objects() const;      // one a line of standard output
+    QStringList told(const char *key) const; // a text of each object, "null" for nothing
+};
+
+// Runs the command in this process, in a bundle and a folder of the test's own.
+class CommandTest : public testing::Test
+{
+protected:
+    explicit CommandTest(TestBundle::Ffmpeg ffmpeg = TestBundle::Ffmpeg::Fake);
+    ~CommandTest() override;
+
+    QByteArray path(const QByteArray &name) const;
+    // Makes a file with its folders; gives its path.
+    QByteArray make(const QByteArray &name, const QByteArray &contents = "video") const;
+    // The names in a folder, hidden ones too.
+    QStringList namesIn(const QByteArray &folder) const;
+
+    Ran run(const QByteArrayList &arguments);
+    // "sheet --json -n 3 -o out", then these.
+    Ran sheets(const QByteArrayList &arguments);
+
+    // Of the next runs.
+    bool m_terminal = false;
+    std::function<void(const QByteArray &)> m_onResult;
+
+    TestBundle m_bundle;
+    QTemporaryDir m_folder;
+};
+
+// The same with the installed ffmpeg.
+class RealCommandTest : public CommandTest
+{
+protected:
+    RealCommandTest() : CommandTest(TestBundle::Ffmpeg::Real) {}
+    // A clip made by ffmpeg from these arguments.
+    QByteArray clip(const QByteArray &name, const QStringList &arguments) const;
+    // Two seconds of 320 x 180 with sound.
+    QByteArray soundClip(const QByteArray &name) const;
+};
+
+QByteArray contentsOf(const QByteArray &path);
+// Folders that a run would leave behind in the temporary folder.
+QStringList scratchFolders();
