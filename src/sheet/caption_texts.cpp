@@ -114,7 +114,8 @@ QVariantMap captionTexts(const QVariantMap &input)
 {
     const QString path = stringIn(input, QStringLiteral("srcPathStr"));
     const QString shown = shownPath(path);
-    QVariantMap texts{{QStringLiteral("name"), sourceTitle(shown)},
+    const QString title = lastPathComponent(withoutExtension(EyetvBundle(shown)));
+    QVariantMap texts{{QStringLiteral("name"), title},
                       {QStringLiteral("location"), shown},
                       {QStringLiteral("date"), day(path)},
                       {QStringLiteral("duration"), durationText(sourceDuration(input))},

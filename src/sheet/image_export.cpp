@@ -27,8 +27,8 @@ constexpr double highestResolution = 100000;
 constexpr int largestSide = 65500; // what JPEG files can hold
 constexpr qint64 largestArea = 1LL << 28;
 
-// Of 100. Half the time of the default for a file that is 3 % larger.
-constexpr int pngCompression = 45;
+// Of 100. Measured on noisy pictures: a third of the time of 45 for a file that is 14 % larger.
+constexpr int pngCompression = 70;
 
 enum class Fit { Stretch = 0, Bands = 1, Crop = 2, Inside = -1, Cover = -2 };
 

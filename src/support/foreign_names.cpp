@@ -1,5 +1,6 @@
 #include "support/foreign_names.h"
 
+#include "support/files.h"
 #include "support/log.h"
 
 #include <QDir>
@@ -32,15 +33,12 @@ Registry &registry()
 QString fittingName(const QString &name)
 {
     const qsizetype dot = name.lastIndexOf(QLatin1Char('.'));
-    QString stem = dot > 0 ? name.left(dot) : name;
+    const QString stem = dot > 0 ? name.left(dot) : name;
     QString extension = dot > 0 ? name.mid(dot) : QString();
     while (extension.toUtf8().size() > nameMaxBytes / 2) {
         extension.chop(1);
     }
-    while (stem.toUtf8().size() + extension.toUtf8().size() > nameMaxBytes) {
-        stem.chop(1);
-    }
-    return stem + extension;
+    return fittedName(stem, extension, nameMaxBytes);
 }
 
 // A sub-folder that nobody uses yet keeps equal names apart; empty when none can be made.
