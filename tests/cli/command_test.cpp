@@ -11,34 +11,6 @@
 #include <filesystem>
 #include <fstream>
 
-namespace
-{
-
-// Lines as a terminal shows them that knows "\r", "\n" and "erase to the end of the line".
-QStringList screenOf(const QByteArray &bytes)
-{
-    QStringList lines{QString()};
-    qsizetype column = 0;
-    const QString text = QString::fromUtf8(bytes);
-    for (qsizetype i = 0; i < text.size(); ++i) {
-        QString &line = lines.last();
-        if (text.at(i) == QLatin1Char('\n')) {
-            lines.append(QString());
-            column = 0;
-        } else if (text.at(i) == QLatin1Char('\r')) {
-            column = 0;
-        } else if (text.mid(i, 3) == QLatin1String("\033[K")) {
-            line.truncate(column);
-            i += 2;
-        } else {
-            line.replace(column++, 1, text.at(i));
-        }
-    }
-    return lines;
-}
-
-} // namespace
-
 QList<QJsonObject> Ran::objects() const
 {
     QList<QJsonObject> objects;
@@ -95,9 +67,15 @@ QStringList CommandTest::namesIn(const QByteArray &folder) const
                    QDir::Name);
 }
 
+QImage CommandTest::pictureAt(const QByteArray &name) const
+{
+    return QImage(QString::fromUtf8(path(name)));
+}
+
 Ran CommandTest::run(const QByteArrayList &arguments)
 {
     Ran ran;
+    const QByteArray erase = "\r\033[K";
     QByteArray both;
     qv::Streams streams;
     streams.out = [&](const QByteArray &bytes) {
@@ -115,7 +93,11 @@ Ran CommandTest::run(const QByteArrayList &arguments)
     streams.terminalColumns = 200;
     ran.status = qv::runCommand(arguments, streams);
     qv::setLogSink([](const QByteArray &) {});
-    ran.screen = screenOf(both);
+    for (const QByteArray &line : both.split('\n')) {
+        const qsizetype erased = line.lastIndexOf(erase);
+        const qsizetype shown = erased < 0 ? 0 : erased + erase.size();
+        ran.screen.append(QString::fromUtf8(line.mid(shown)));
+    }
     return ran;
 }
 
@@ -124,25 +106,26 @@ Ran CommandTest::sheets(const QByteArrayList &arguments)
     return run(QByteArrayList{"sheet", "--json", "-n", "3", "-o", path("out")} + arguments);
 }
 
-QByteArray RealCommandTest::clip(const QByteArray &name, const QStringList &arguments) const
+QByteArray CommandTest::clip(const QByteArray &name, const char *arguments) const
 {
     make(name);
-    const QStringList all =
-        QStringList{QStringLiteral("-v"), QStringLiteral("error"), QStringLiteral("-y")} +
-        arguments + QStringList{QFile::decodeName(path(name))};
     QProcess ffmpeg;
-    ffmpeg.start(QStringLiteral("ffmpeg"), all);
-    EXPECT_TRUE(ffmpeg.waitForFinished()) << ffmpeg.readAllStandardError().constData();
+    ffmpeg.start(QStringLiteral("ffmpeg"), words("-v error -y") + words(arguments) +
+                                               QStringList{QFile::decodeName(path(name))});
+    EXPECT_TRUE(ffmpeg.waitForFinished());
     EXPECT_EQ(ffmpeg.exitCode(), 0) << ffmpeg.readAllStandardError().constData();
     return path(name);
 }
 
-QByteArray RealCommandTest::soundClip(const QByteArray &name) const
+QByteArray CommandTest::soundClip(const QByteArray &name) const
 {
-    return clip(name,
-                QStringLiteral("-f lavfi -i testsrc=s=320x180:r=10:d=2 -f lavfi -i sine=d=2 "
-                               "-c:v libx264 -preset ultrafast -g 5 -pix_fmt yuv420p -c:a aac")
-                    .split(QLatin1Char(' ')));
+    return clip(name, "-f lavfi -i testsrc=s=320x180:r=10:d=2 -f lavfi -i sine=d=2 "
+                      "-c:v libx264 -preset ultrafast -g 5 -pix_fmt yuv420p -c:a aac");
+}
+
+QStringList words(const char *line)
+{
+    return QString::fromUtf8(line).split(QLatin1Char(' '));
 }
 
 QByteArray contentsOf(const QByteArray &path)

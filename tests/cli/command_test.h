@@ -3,6 +3,7 @@
 #include "common/test_bundle.h"
 
 #include <QByteArrayList>
+#include <QImage>
 #include <QJsonObject>
 #include <QStringList>
 #include <QTemporaryDir>
@@ -17,8 +18,7 @@ struct Ran {
     int status = -1;
     QByteArray out;
     QByteArray err;
-    // What a terminal that got both would still show, line by line.
-    QStringList screen;
+    QStringList screen; // what a terminal that got both would still show
 
     QList<QJsonObject> objects() const;      // one a line of standard output
     QStringList told(const char *key) const; // a text of each object, "null" for nothing
@@ -37,9 +37,15 @@ protected:
     // The names in a folder, hidden ones too.
     QStringList namesIn(const QByteArray &folder) const;
 
+    QImage pictureAt(const QByteArray &name) const;
+
     Ran run(const QByteArrayList &arguments);
     // "sheet --json -n 3 -o out", then these.
     Ran sheets(const QByteArrayList &arguments);
+    // A clip made by the installed ffmpeg from these arguments.
+    QByteArray clip(const QByteArray &name, const char *arguments) const;
+    // Two seconds of 320 x 180 with sound.
+    QByteArray soundClip(const QByteArray &name) const;
 
     // Of the next runs.
     bool m_terminal = false;
@@ -54,12 +60,10 @@ class RealCommandTest : public CommandTest
 {
 protected:
     RealCommandTest() : CommandTest(TestBundle::Ffmpeg::Real) {}
-    // A clip made by ffmpeg from these arguments.
-    QByteArray clip(const QByteArray &name, const QStringList &arguments) const;
-    // Two seconds of 320 x 180 with sound.
-    QByteArray soundClip(const QByteArray &name) const;
 };
 
+// The words between the spaces.
+QStringList words(const char *line);
 QByteArray contentsOf(const QByteArray &path);
 // Folders that a run would leave behind in the temporary folder.
 QStringList scratchFolders();

@@ -1,4 +1,3 @@
-#include "cli/progress_line.h"
 #include "cli/results.h"
 
 #include <gtest/gtest.h>
@@ -16,15 +15,6 @@ TEST(Texts, APlannedCommandCanBePastedIntoAShell)
     EXPECT_EQ(shellQuoted({QStringLiteral("/bin/ffmpeg"), QStringLiteral("it's $HOME; %d"),
                            QString(), QStringLiteral("select=eq(pict_type\\,I)")}),
               QStringLiteral("/bin/ffmpeg 'it'\\''s $HOME; %d' '' 'select=eq(pict_type\\,I)'"));
-}
-
-TEST(Texts, TimeLeftIsToldInTwoUnitsAtMost)
-{
-    EXPECT_EQ(timeLeftText(-3), QStringLiteral("about 0 s left"));
-    EXPECT_EQ(timeLeftText(59.9), QStringLiteral("about 59 s left"));
-    EXPECT_EQ(timeLeftText(80), QStringLiteral("about 1 min 20 s left"));
-    EXPECT_EQ(timeLeftText(2 * 3600 + 61), QStringLiteral("about 2 h 1 min left"));
-    EXPECT_EQ(timeLeftText(1e300), timeLeftText(1e9));
 }
 
 TEST(Texts, AFloatIsWrittenWithItsOwnDigits)

@@ -1,7 +1,6 @@
 #include "sheet/image_export.h"
 #include "sheet/pictures.h"
 
-#include <QColorSpace>
 #include <QDir>
 #include <QFileInfo>
 #include <QImageReader>
@@ -33,8 +32,6 @@ protected:
         return file;
     }
 
-    static QByteArray formatOf(const QString &file) { return QImageReader::imageFormat(file); }
-
 private:
     QTemporaryDir m_folder;
 };
@@ -62,71 +59,35 @@ QSize jpeg2000Size(const QString &file)
 
 TEST_F(ImageExport, ChoosesTheFormatByExtension)
 {
-    struct Row {
-        const char *name, *format;
-    };
-    for (const Row &row : {Row{"a.jpg", "jpeg"}, Row{"a.JPEG", "jpeg"}, Row{"a.png", "png"},
-                           Row{"a.tif", "tiff"}, Row{"a.tiff", "tiff"}, Row{"a.bmp", "bmp"},
-                           Row{"a.gif", "gif"}, Row{"a.webp", "jpeg"}, Row{"a", "jpeg"}}) {
-        const QString file = path(QString::fromLatin1(row.name));
-        ASSERT_TRUE(imgSwatch(QColor(200, 30, 60), file, 37, 23)) << row.name;
-        EXPECT_EQ(formatOf(file), row.format) << row.name;
+    for (const auto &[name, format] : {std::pair("a.JPEG", "jpeg"),
+                                       {"a.png", "png"},
+                                       {"a.tif", "tiff"},
+                                       {"a.bmp", "bmp"},
+                                       {"a.gif", "gif"},
+                                       {"a.webp", "jpeg"}}) {
+        const QString file = path(QString::fromLatin1(name));
+        ASSERT_TRUE(imgSwatch(QColor(200, 30, 60), file, 37, 23)) << name;
+        EXPECT_EQ(QImageReader::imageFormat(file), format) << name;
         const QImage read(file);
-        EXPECT_EQ(read.size(), QSize(37, 23)) << row.name;
-        EXPECT_TRUE(isNear(read.pixelColor(20, 10), QColor(200, 30, 60))) << row.name;
+        EXPECT_EQ(read.size(), QSize(37, 23)) << name;
+        EXPECT_TRUE(isNear(read.pixelColor(20, 10), QColor(200, 30, 60))) << name;
     }
 }
 
 TEST_F(ImageExport, WritesJpeg2000FilesOfAnySize)
 {
     for (const QSize size : {QSize(1, 1), QSize(3, 200), QSize(640, 360)}) {
-        for (const char *extension : {"jp2", "jpx"}) {
-            const QString file = path(QStringLiteral("a.") + QLatin1String(extension));
-            ASSERT_TRUE(imgSwatch(QColor(200, 30, 60), file, size.width(), size.height()));
-            EXPECT_EQ(jpeg2000Size(file), size);
-        }
-    }
-}
-
-TEST_F(ImageExport, KeepsTransparencyWhereTheFormatHasIt)
-{
-    const QColor clear(0, 0, 0, 0);
-    for (const char *name : {"a.png", "a.tif", "a.gif"}) {
-        const QString file = path(QString::fromLatin1(name));
-        ASSERT_TRUE(imgSwatch(clear, file, 8, 8));
-        EXPECT_EQ(QImage(file).pixelColor(4, 4).alpha(), 0) << name;
-    }
-    for (const char *name : {"a.jpg", "a.bmp"}) {
-        const QString file = path(QString::fromLatin1(name));
-        ASSERT_TRUE(imgSwatch(clear, file, 8, 8));
-        EXPECT_EQ(QImage(file).pixelColor(4, 4), QColor(Qt::black)) << name;
-    }
-}
-
-TEST_F(ImageExport, RecordsResolutionAndColorSpace)
-{
-    QImage source(4, 4, QImage::Format_RGB32);
-    source.fill(Qt::white);
-    for (const char *name : {"a.jpg", "a.png"}) {
-        const QString file = path(QString::fromLatin1(name));
-        ASSERT_TRUE(imgWrite(imgRender(source, 40, 20, 250, false), file));
-        const QImage read(file);
-        EXPECT_NEAR(read.dotsPerMeterX() * 0.0254, 250, 0.5) << name;
-        EXPECT_EQ(read.colorSpace(), QColorSpace(QColorSpace::SRgb)) << name;
-    }
-    for (const double resolution : {0.0, -3.0, 1e300}) {
-        EXPECT_EQ(imgRender(source, 4, 4, resolution, false).dotsPerMeterX(), 2835);
+        const QString file = path(QStringLiteral("a.jp2"));
+        ASSERT_TRUE(imgSwatch(QColor(200, 30, 60), file, size.width(), size.height()));
+        EXPECT_EQ(jpeg2000Size(file), size);
     }
 }
 
 TEST_F(ImageExport, KeepsFullColorResolutionInBestQualityJpeg)
 {
     QImage stripes(64, 64, QImage::Format_RGB32);
-    for (int y = 0; y < 64; ++y) {
-        for (int x = 0; x < 64; ++x) {
-            stripes.setPixelColor(x, y, x % 2 ? Qt::red : Qt::blue);
-        }
-    }
+    stripes.fill(Qt::blue);
+    QPainter(&stripes).fillRect(31, 0, 1, 64, Qt::red);
     ASSERT_TRUE(imgWrite(stripes, path(QStringLiteral("stripes.jpg"))));
     const QImage read(path(QStringLiteral("stripes.jpg")));
     EXPECT_TRUE(isNear(read.pixelColor(31, 30), Qt::red));
@@ -138,41 +99,34 @@ TEST_F(ImageExport, FitsPicturesByMode)
     struct Row {
         int mode, width, height;
         QSize expected;
+        int red, blue; // the last of the one colour and the first of the other at half height
     };
     const QString source = twoColored(QSize(1920, 1080));
     const QString file = path(QStringLiteral("fitted.png"));
     for (const Row &row :
-         {Row{0, 640, 640, {640, 640}}, Row{1, 640, 640, {640, 640}}, Row{2, 640, 640, {640, 640}},
-          Row{-1, 640, 640, {640, 360}}, Row{-2, 640, 360, {640, 360}},
-          Row{-2, 640, 720, {1280, 720}}, Row{-1, 1, 640, {1, 1}}}) {
+         {Row{0, 640, 640, {640, 640}, 318, 321}, Row{2, 100, 100, {100, 100}, 45, 54},
+          Row{-1, 640, 640, {640, 360}, 318, 321}, Row{-2, 640, 720, {1280, 720}, 638, 641}}) {
         ASSERT_TRUE(imgExport(source, file, row.width, row.height, 72, row.mode)) << row.mode;
-        EXPECT_EQ(QImage(file).size(), row.expected) << row.mode;
+        const QImage fitted(file);
+        EXPECT_EQ(fitted.size(), row.expected) << row.mode;
+        EXPECT_TRUE(isNear(fitted.pixelColor(row.red, fitted.height() / 2), Qt::red)) << row.mode;
+        EXPECT_TRUE(isNear(fitted.pixelColor(row.blue, fitted.height() / 2), Qt::blue)) << row.mode;
     }
 }
 
 TEST_F(ImageExport, PutsBandsAroundAFittedPicture)
 {
     const QString source = twoColored(QSize(1920, 1080));
-    for (const char *name : {"bands.jpg", "bands.png"}) {
+    for (const auto &[name, alpha] : {std::pair("bands.jpg", 255), {"bands.png", 0}}) {
         const QString file = path(QString::fromLatin1(name));
         ASSERT_TRUE(imgExport(source, file, 640, 640, 72, 1));
         const QImage read(file);
-        const QColor band = read.pixelColor(320, 135);
-        EXPECT_TRUE(isNear(band, Qt::black)) << name;
-        EXPECT_EQ(band.alpha(), read.hasAlphaChannel() ? 0 : 255) << name;
+        EXPECT_TRUE(isNear(read.pixelColor(320, 135), Qt::black)) << name;
+        EXPECT_EQ(read.pixelColor(320, 135).alpha(), alpha) << name;
         EXPECT_TRUE(isNear(read.pixelColor(100, 141), Qt::red)) << name;
         EXPECT_TRUE(isNear(read.pixelColor(500, 498), Qt::blue)) << name;
         EXPECT_TRUE(isNear(read.pixelColor(500, 505), Qt::black)) << name;
     }
-}
-
-TEST_F(ImageExport, TakesTheCentreOfACroppedPicture)
-{
-    const QString file = path(QStringLiteral("cropped.png"));
-    ASSERT_TRUE(imgExport(twoColored(QSize(1920, 1080)), file, 100, 100, 72, 2));
-    const QImage read(file);
-    EXPECT_TRUE(isNear(read.pixelColor(45, 50), Qt::red));
-    EXPECT_TRUE(isNear(read.pixelColor(54, 50), Qt::blue));
 }
 
 TEST_F(ImageExport, RefusesWhatItCanNotDo)
@@ -182,16 +136,12 @@ TEST_F(ImageExport, RefusesWhatItCanNotDo)
     ASSERT_TRUE(test::saveBytes(broken, "\x89PNG\r\n\x1a\n no picture"));
     const QString file = path(QStringLiteral("result.png"));
     EXPECT_FALSE(imgExport(source, file, 10, 10, 72, 3));
-    EXPECT_FALSE(imgExport(source, file, 10, 10, 72, -3));
     EXPECT_FALSE(imgExport(source, file, 0, 10, 72, 0));
     EXPECT_FALSE(imgExport(source, file, 10, 2000000000, 72, 0));
     EXPECT_FALSE(imgExport(broken, file, 10, 10, 72, 0));
     EXPECT_FALSE(imgExport(path(QStringLiteral("missing.png")), file, 10, 10, 72, 0));
-    EXPECT_FALSE(imgExport(path(QString()), file, 10, 10, 72, 0));
-    EXPECT_FALSE(imgExport(QString(), file, 10, 10, 72, 0));
-    EXPECT_FALSE(imgWrite(QImage(), file));
+    EXPECT_FALSE(imgSwatch(Qt::red, path(QStringLiteral("missing/a.png")), 3, 3));
     EXPECT_FALSE(QFileInfo::exists(file));
-    EXPECT_TRUE(imgRender(QImage(), 0, 5, 72, false).isNull());
 }
 
 TEST_F(ImageExport, LeavesNothingBehindOnAFullDisk)
@@ -202,12 +152,6 @@ TEST_F(ImageExport, LeavesNothingBehindOnAFullDisk)
     EXPECT_FALSE(QFileInfo(file).isSymLink());
     EXPECT_FALSE(imgSwatch(Qt::red, QStringLiteral("/dev/full"), 300, 300));
     EXPECT_TRUE(QFileInfo::exists(QStringLiteral("/dev/full")));
-}
-
-TEST_F(ImageExport, WritesNothingIntoAMissingFolder)
-{
-    EXPECT_FALSE(imgSwatch(Qt::red, path(QStringLiteral("missing/a.png")), 3, 3));
-    EXPECT_FALSE(QFileInfo::exists(path(QStringLiteral("missing"))));
 }
 
 } // namespace qv

@@ -46,19 +46,4 @@ inline int pixelsUnlike(const QImage &picture, const QRect &area, const QColor &
     return count;
 }
 
-// The smallest rectangle around the pixels that differ clearly from the colour.
-inline QRect inkOf(const QImage &picture, const QRect &area, const QColor &color)
-{
-    QRect ink;
-    const QRect visible = area.intersected(picture.rect());
-    for (int y = visible.top(); y <= visible.bottom(); ++y) {
-        for (int x = visible.left(); x <= visible.right(); ++x) {
-            if (!isNear(picture.pixelColor(x, y), color, 40)) {
-                ink |= QRect(x, y, 1, 1);
-            }
-        }
-    }
-    return ink;
-}
-
 } // namespace qv::test
