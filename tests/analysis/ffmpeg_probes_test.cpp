@@ -24,16 +24,9 @@ TEST(FfmpegSuccess, IsRefusedByAnyOfThePhrases)
         bool expected;
     } const cases[] = {
         {"", false},
-        {"x: At least one output file must be specified", true},
         {"Error while decoding stream #0:0", false},
         {"decode_slice_header error\nconcealing 12 DC errors", true},
         {"[avi] UNKNOWN format", false},
-        {"Unsupported video codec", false},
-        {"Could not find codec parameters for stream 0", false},
-        {"Operation not permitted", false},
-        {"I/O error occured", false},
-        {"error reading header: -1", false},
-        {"Error while opening file", false},
     };
     for (const auto &[text, expected] : cases) {
         EXPECT_EQ(isFfmpegSuccess(q(text)), expected) << text;
@@ -56,8 +49,6 @@ TEST(FfmpegSuccess, KeepsFfmpegsOwnWords)
 {
     EXPECT_FALSE(isFfmpegSuccess(
         reportWithoutNames(reportFile("analysis_damaged_avi"), q("dam_mpeg4.avi"))));
-    const QString report = q("  Metadata:\n    title : x\nError while decoding");
-    EXPECT_EQ(reportWithoutNames(report, {}), q("  Metadata:\nError while decoding"));
     const QString stream =
         q("    Metadata:\n      handler_name : Video: a\n    Stream #0:1: Audio: b");
     EXPECT_EQ(reportWithoutNames(stream, {}), q("    Metadata:\n    Stream #0:1: Audio: b"));
@@ -70,16 +61,11 @@ TEST(RefusalReason, IsSaidInWordsForPeople)
         const char *source;
         const char *expected;
     } const cases[] = {
-        {"analysis_text_file", "text.mp4", "not a video that ffmpeg can read (invalid data)"},
-        {"analysis_truncated_mp4", "trunc.mp4",
-         "the file is incomplete: its index (moov atom) is missing"},
         {"analysis_missing", "nothere.mp4", "there is no such file"},
-        {"analysis_audio_only", "audioonly.mp4", "no video in it"},
         {"info_audio_only", "audioonly.mp4", "no video in it"},
         {"analysis_damaged_avi", "dam_mpeg4.avi",
          "it is damaged: ffmpeg can't decode all of its pictures"},
         {"analysis_h264_mp4", "h264.mp4", nullptr},
-        {"info_film_mkv", "film.mkv", nullptr},
     };
     for (const auto &[file, source, expected] : cases) {
         EXPECT_EQ(refusalReason(reportFile(file), q(source)), q(expected)) << file;
@@ -92,13 +78,11 @@ TEST(RefusalReason, OtherwiseQuotesTheLastLineThatNamesAProblem)
         const char *report;
         const char *expected;
     } const cases[] = {
-        {"/v/a.mov: Permission denied", "it may not be read (permission denied)"},
         {"/v/a.mov: Protocol is odd", "Protocol is odd"},
         {"[avi @ 0x55] Failed to read /v/a.mov\n0 decoding errors", "Failed to read"},
         {"Input #0, avi\nStream #0:0: Video: none\nDecoder (codec none) not found for input stream "
          "#0:0",
          "ffmpeg has no decoder for its video"},
-        {"all is well", ""},
         {"", ""},
     };
     for (const auto &[report, expected] : cases) {
@@ -114,9 +98,7 @@ TEST(FieldOrder, HasAWordForEachMark)
     setLanguage(q("en"));
     EXPECT_EQ(fieldOrderWord(q("t")), q("top field first"));
     EXPECT_EQ(fieldOrderWord(q("b")), q("bottom field first"));
-    for (const QString &code : {q("p"), q("?"), q(""), QString()}) {
-        EXPECT_EQ(fieldOrderWord(code), q("progressive"));
-    }
+    EXPECT_EQ(fieldOrderWord(q("?")), q("progressive"));
 }
 
 TEST(FieldOrder, IsReadFromAStreamHeader)
@@ -128,13 +110,11 @@ TEST(FieldOrder, IsReadFromAStreamHeader)
         {"YUV4MPEG2 W720 H576 F25:1 It A16:15 C420mpeg2\nFRAME", "t"},
         {"YUV4MPEG2 W720 H576 F25:1 Ip", "p"},
         {"YUV4MPEG2 W720 H576\nFRAME Ib", nullptr},
-        {"YUV4MPEG2 I", nullptr},
         {"", nullptr},
     };
     for (const auto &[header, expected] : cases) {
         EXPECT_EQ(interlaceMark(header), q(expected)) << header;
     }
-    EXPECT_TRUE(interlaceMark({}).isNull());
 }
 
 TEST(Vsync, IsAFaultOnlyWithAllThreeSigns)
@@ -150,9 +130,7 @@ TEST(Chapters, AreListedOnceEachInReportOrder)
                             "    Chapter #0:2: start 0.000000, end 400.000000\n"
                             "    Chapter #0:3: begins 5, end 6\n");
     EXPECT_EQ(ffChapters(lines), (QList<float>{0.0F, 300.5F}));
-    EXPECT_EQ(ffChapters(reportFile("info_film_mkv")), (QList<float>{0.0F, 1.0F}));
     EXPECT_FALSE(ffChapters(reportFile("info_h264_mp4")));
-    EXPECT_FALSE(ffChapters({}));
 }
 
 TEST(Revision, IsReadFromTheVersionText)
@@ -164,8 +142,6 @@ TEST(Revision, IsReadFromTheVersionText)
         {"ffmpeg version 5.1.9-0+deb12u1 Copyright (c) 2000-2026\nbuilt with gcc 12", 5.1F},
         {"ffmpeg version git-N-30610-g1929807, Copyright", 30610.0F},
         {"tool version 0.6, built on", 60000.0F},
-        {"tool version 7, built on", 7.0F},
-        {"nothing", 0.0F},
         {"", 0.0F},
     };
     for (const auto &[text, expected] : cases) {
@@ -181,14 +157,12 @@ TEST(KeyFrame, IsTheFirstTimeInTextOrder)
                             "[showinfo @ 0x1] n:2 pts:1 pts_time:10.0 fmt:x iskey:1 type:I\n"
                             "[other @ 0x1] n:3 pts:1 pts_time:1.0 fmt:x iskey:1 type:I\n");
     EXPECT_FLOAT_EQ(keyFrameStartTime(lines), 10.0F);
-    EXPECT_EQ(keyFrameStartTime({}), 0.0F);
 }
 
 TEST(AnalysisFf, NeedsAFieldOrderForASourceWithAFrameRate)
 {
     const QString film = reportFile("info_film_mkv");
     EXPECT_FALSE(analysisFf(film, {}));
-    EXPECT_FALSE(analysisFf({}, q("progressive")));
     EXPECT_TRUE(analysisFf(reportFile("info_audio_only"), {}));
     const QString withKeyFrame =
         film + q("\n[showinfo @ 0x1] n:0 pts:1 pts_time:0.48 fmt:x iskey:1 type:I\n");
@@ -196,14 +170,15 @@ TEST(AnalysisFf, NeedsAFieldOrderForASourceWithAFrameRate)
     ASSERT_TRUE(record);
     EXPECT_EQ(record->value(q("chapters")), QVariant(QVariantList{0.0F, 1.0F}));
     EXPECT_EQ(record->value(q("intraOffset")), QVariant(0.48F));
-    EXPECT_FALSE(analysisFf(film, q("progressive"))->contains(q("intraOffset")));
-}
-
-TEST(WordLists, DependOnTheKind)
-{
-    EXPECT_EQ(kindDependentWords(q("a")).first(), q("dv"));
-    EXPECT_EQ(kindDependentWords(q("v")).first(), q("ffts"));
-    EXPECT_EQ(kindDependentWords({}).last(), q("unsupportedVideoCodecFfmpeg"));
 }
 
 } // namespace
+
+TEST(FfmpegProbes, TheWordListsAreThoseOfTheirKind)
+{
+    EXPECT_EQ(kindDependentWords("a").value(0), "dv");
+    EXPECT_EQ(kindDependentWords("v").value(0), "ffts");
+    EXPECT_EQ(kindDependentWords("v").mid(1), kindDependentWords("A").mid(1));
+    EXPECT_TRUE(mpegElementaryExtensions().contains("m1v"));
+    EXPECT_TRUE(mpegProgramExtensions().contains("vob"));
+}

@@ -71,10 +71,10 @@ TEST_F(FfmpegRuns, ReportsOnASourceWhoseReportIsUnknown)
     for (const QString &report : {QString(), q("no input section")}) {
         const auto record = ffInfos(path("film.avi"), report);
         ASSERT_TRUE(record);
-        EXPECT_EQ(record->value(q("wrapper")), QVariant(q("avi")));
         EXPECT_EQ(record->value(q("v0_width")), QVariant(160));
-        EXPECT_EQ(record->value(q("w_duration")), QVariant(3));
     }
+    EXPECT_FALSE(ffInfos({}, {}));
+    EXPECT_FALSE(ffInfos({}, q("no input section")));
 }
 
 TEST_F(FfmpegRuns, MeasuresAnElementaryStreamByReadingIt)
@@ -83,13 +83,6 @@ TEST_F(FfmpegRuns, MeasuresAnElementaryStreamByReadingIt)
     write("text.m2v", "no video at all");
     EXPECT_EQ(durationM2v(path("text.m2v")), 1);
     EXPECT_EQ(durationM2v(path("missing.m2v")), 1);
-    EXPECT_EQ(durationM2v({}), 1);
-}
-
-TEST_F(FfmpegRuns, KnowsItsRevisionAndThatAGoodFilmIsSteady)
-{
-    EXPECT_GT(ffRevision(), 0.0F);
-    EXPECT_FALSE(isFfmpegVsync(path("film.avi"), {}, {}));
 }
 
 TEST_F(FfmpegRuns, AcceptsAGoodFilmAndSaysWhatIsWrongWithABadOne)
@@ -97,22 +90,19 @@ TEST_F(FfmpegRuns, AcceptsAGoodFilmAndSaysWhatIsWrongWithABadOne)
     const QString good = analysisReport(path("film.avi"));
     EXPECT_TRUE(isFfmpegSuccess(reportWithoutNames(good, path("film.avi"))));
     EXPECT_TRUE(refusalReason(good, path("film.avi")).isNull());
-    EXPECT_FALSE(good.contains(q("[showinfo")));
+    QFile frames(path("frame.yuv"));
+    ASSERT_TRUE(frames.open(QIODevice::ReadOnly));
+    EXPECT_EQ(interlaceMark(frames.read(100)), q("p"));
 
     write("error .avi", "no video at all");
     const QString bad = analysisReport(path("error .avi"));
     EXPECT_EQ(refusalReason(bad, path("error .avi")),
               q("not a video that ffmpeg can read (invalid data)"));
-    EXPECT_EQ(refusalReason(analysisReport(path("missing.avi")), path("missing.avi")),
-              q("there is no such file"));
-}
-
-TEST_F(FfmpegRuns, ReadsTheFieldOrderOfDecodedFrames)
-{
-    analysisReport(path("film.avi"));
-    QFile frames(path("frame.yuv"));
-    ASSERT_TRUE(frames.open(QIODevice::ReadOnly));
-    EXPECT_EQ(interlaceMark(frames.read(100)), q("p"));
 }
 
 } // namespace
+
+TEST_F(FfmpegRuns, TellsTheBuildOfTheInstalledOne)
+{
+    EXPECT_GE(ffRevision(), 4.0F);
+}

@@ -37,18 +37,14 @@ protected:
         file.write(bytes);
         return path;
     }
+    void link(const QString &target, const QString &name) const
+    {
+        ASSERT_TRUE(QFile::link(target, at(name)));
+    }
     static QByteArray contentOf(const QString &path)
     {
         QFile file(path);
         return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("(none)");
-    }
-    QStringList names(const QStringList &paths) const
-    {
-        QStringList relative;
-        for (const QString &path : paths) {
-            relative.append(QDir(m_folder.path()).relativeFilePath(path));
-        }
-        return relative;
     }
 
     QTemporaryDir m_folder;
