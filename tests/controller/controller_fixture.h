@@ -55,7 +55,7 @@ protected:
     {
         m_controller.reset();
         m_controller =
-            std::make_unique<qv::appDelegate>(m_preferences, m_face, *m_movies, placement);
+            std::make_unique<qv::appDelegate>(m_preferences, m_face, m_movies, placement);
     }
 
     QString path(const QString &name) const { return m_folder.filePath(name); }
@@ -141,9 +141,9 @@ protected:
     {
         return QString::fromUtf8(contentOf(path("runs"))).split('\n', Qt::SkipEmptyParts);
     }
-    bool waitForRun(const QString &run, int count = 1)
+    bool waitForRun(const QString &run)
     {
-        return waitUntil([&] { return runs().count(run) >= count; });
+        return waitUntil([&] { return runs().contains(run); });
     }
     void forgetRuns() { QFile::remove(path("runs")); }
 
@@ -152,10 +152,8 @@ protected:
     {
     public:
         QSet<QString> opened;
-        QSet<QString> decoders;
-        QString picture; // copied as a thumbnail
         bool canOpen(const QString &source) override { return opened.contains(source); }
-        bool hasDecoder(const QString &code) override { return decoders.contains(code); }
+        bool hasDecoder(const QString &) override { return false; }
         std::optional<qv::MediaInfoRecord> record(const QString &source) override
         {
             if (!opened.contains(source)) {
@@ -169,7 +167,7 @@ protected:
         }
         bool thumbnail(const QString &, int, int, double, const QString &destination) override
         {
-            return QFile::copy(picture, destination);
+            return QFile::copy(samplePicture(), destination);
         }
     };
 
@@ -179,6 +177,6 @@ protected:
     ScriptedPresenter m_presenter;
     qv::PreferencesStore m_preferences;
     RecordingFace m_face;
-    std::unique_ptr<Movies> m_movies = std::make_unique<Movies>();
+    Movies m_movies;
     std::unique_ptr<qv::appDelegate> m_controller;
 };

@@ -3,8 +3,8 @@
 #include "controller/face.h"
 #include "support/files.h"
 
+#include <QHash>
 #include <QList>
-#include <QSet>
 
 #include <functional>
 
@@ -17,11 +17,9 @@ public:
     int layout = 1; // three columns
     int dpi = 0;
     int thumbnails = 3;
-    QSet<QString> hiddenCaptions;
     QStringList chosenSources;
-    QString chosenFolder; // what the folder chooser puts into the destination field
 
-    QStringList skipped; // "name: reason"
+    QMultiHash<QString, QString> skipped; // each source's reason by its name
     QList<qv::RowResult> results;
     QStringList ends; // "analysis", "batch", "stopped"
     QString revealed;
@@ -37,7 +35,7 @@ public:
     }
     void sourceSkipped(const QString &source, const QString &reason) override
     {
-        skipped << qv::lastPathComponent(source) + ": " + reason;
+        skipped.insert(qv::lastPathComponent(source), reason);
     }
     void analysisEnded() override { ends << "analysis"; }
     void rowFinished(const qv::RowResult &result) override
@@ -62,10 +60,7 @@ public:
     int pictureChoice() const override { return dpi; }
     QString layoutLabel(int out) const override { return "layout " + QString::number(out); }
     int thumbnailCount(int) const override { return thumbnails; }
-    bool captionShown(const QString &caption) const override
-    {
-        return !hiddenCaptions.contains(caption);
-    }
+    bool captionShown(const QString &) const override { return true; }
     QStringList chooseSources(const QString &, const QStringList &) override
     {
         return chosenSources;
@@ -73,16 +68,6 @@ public:
     void chooseDestination() override
     {
         ++folderChoices;
-        destinationText = chosenFolder;
-    }
-
-    QString reasonOf(const QString &name) const
-    {
-        for (const QString &line : skipped) {
-            if (line.startsWith(name + ": ")) {
-                return line.mid(name.size() + 2);
-            }
-        }
-        return {};
+        destinationText.clear();
     }
 };
