@@ -21,12 +21,13 @@ HeadlessSession::start(const Options &options)
     if (auto opened = session->openLog(); !opened) {
         return tl::make_unexpected(opened.error());
     }
-    if (ffmpegPath().isEmpty()) {
+    // The stills are always taken with the one in the tools folder.
+    const QString ffmpeg = Bundle::main().toolPath(QStringLiteral("ffmpeg"));
+    if (!QFileInfo(ffmpeg).isFile()) {
         return tl::make_unexpected(
-            QStringLiteral("there is no ffmpeg: neither %1 nor one in %2. Install ffmpeg, or put "
-                           "it there.")
-                .arg(Bundle::main().toolPath(QStringLiteral("ffmpeg")),
-                     expandTilde(QStringLiteral("~/Library/Application Support/Quorvantel"))));
+            QStringLiteral("there is no ffmpeg at %1. Install ffmpeg, and put it or a link to it "
+                           "there.")
+                .arg(ffmpeg));
     }
     if (auto opened = session->openScratch(); !opened) {
         return tl::make_unexpected(opened.error());
