@@ -42,11 +42,6 @@ QString textValue(const QVariant &value)
     return printable(value.toString());
 }
 
-QJsonArray argumentsJson(const QStringList &arguments)
-{
-    return QJsonArray::fromStringList(arguments);
-}
-
 } // namespace
 
 QString statusWord(SheetOutcome::Status status)
@@ -110,11 +105,11 @@ QJsonObject planJson(const QString &source, SheetLayout layout, const Extraction
 {
     QJsonArray pictures;
     for (const PlannedPicture &picture : plan.pictures) {
-        pictures.append(
-            QJsonObject{{QStringLiteral("index"), picture.index},
-                        {QStringLiteral("time"), picture.time},
-                        {QStringLiteral("timecode"), picture.timecode},
-                        {QStringLiteral("arguments"), argumentsJson(picture.arguments)}});
+        pictures.append(QJsonObject{
+            {QStringLiteral("index"), picture.index},
+            {QStringLiteral("time"), picture.time},
+            {QStringLiteral("timecode"), picture.timecode},
+            {QStringLiteral("arguments"), QJsonArray::fromStringList(picture.arguments)}});
     }
     return {
         {QStringLiteral("source"), source},        {QStringLiteral("layout"), layoutName(layout)},

@@ -47,8 +47,6 @@ struct ToolOutcome {
     Ending ending = Ending::NotStarted;
     int exitCode = 0; // of Exited
     int signal = 0;   // of Crashed
-
-    bool succeeded() const { return ending == Ending::Exited && exitCode == 0; }
 };
 // In words for people: "died by signal 11", "neither printed nor computed for 60 s and was ended".
 QString outcomeText(const ToolOutcome &outcome);
