@@ -15,3 +15,8 @@ if(QV_SANITIZE)
     -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
   target_link_options(qv_options INTERFACE -fsanitize=address,undefined)
 endif()
+if(QV_FUZZ)
+  target_compile_options(qv_options INTERFACE
+    -fsanitize=fuzzer-no-link,address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  target_link_options(qv_options INTERFACE -fsanitize=address,undefined)
+endif()

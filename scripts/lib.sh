@@ -27,14 +27,14 @@ install_packages() {
     } >&2
 }
 
-# build <source folder> <preset>
+# build <source folder> <preset> [options of cmake --build...]
 build() {
     local log
     log=$(mktemp)
     # Once configured, the build itself knows when to configure again.
     if ! {
         { [ -f "$1/build/$2/build.ninja" ] || cmake -S "$1" --preset "$2"; } &&
-            cmake --build "$1/build/$2"
+            cmake --build "$1/build/$2" "${@:3}"
     } >"$log" 2>&1; then
         cat "$log" >&2
         rm -f "$log"

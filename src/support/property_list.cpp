@@ -77,12 +77,11 @@ QVariantList toList(plist_t node)
     }
 }
 
-// Never null: an empty text is a value.
+// Never null: an empty text is a value. Not through libplist's copy, which asserts that there is no
+// NUL in it.
 QString toText(plist_t node)
 {
-    char *text = nullptr;
-    plist_get_string_val(node, &text);
-    const CText owner(text);
+    const char *text = plist_get_string_ptr(node, nullptr);
     return QString::fromUtf8(text == nullptr ? "" : text);
 }
 

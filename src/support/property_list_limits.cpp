@@ -130,9 +130,23 @@ private:
         if (count > m_bytes.size()) {
             return tooMuch;
         }
+        if (kind == 0x6 && hasNul(content, count)) {
+            return tooMuch;
+        }
         const bool isContainer = kind >= 0xA;
         return isContainer ? sumOfChildren(content, kind == 0xD ? 2 * count : count, depth)
                            : Unfolded{static_cast<quint32>(16 + 2 * count), 1};
+    }
+
+    // A text of 16-bit units. As a key with a NUL it would end the process: libplist asserts.
+    bool hasNul(qint64 at, qint64 count) const
+    {
+        for (qint64 i = 0; i < count; ++i) {
+            if (number(at + 2 * i, 2).value_or(0) == 0) {
+                return true;
+            }
+        }
+        return false;
     }
 
     Unfolded sumOfChildren(qint64 references, qint64 count, unsigned depth)

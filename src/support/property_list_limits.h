@@ -16,7 +16,7 @@ bool isBinaryPropertyList(const QByteArray &bytes);
 // Whether no element of the XML stands deeper than propertyListMaxDepth.
 bool xmlNestingIsBounded(const QByteArray &xml);
 // Whether the binary list unfolds to at most that depth and propertyListMaxBytes. False also for
-// a list whose tables do not lie inside the bytes.
+// a list whose tables do not lie inside the bytes, and for one with a text that holds a NUL.
 bool binaryUnfoldingIsBounded(const QByteArray &bytes);
 
 } // namespace qv

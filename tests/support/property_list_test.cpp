@@ -83,6 +83,8 @@ TEST(PropertyList, TellsWhyBytesHoldNone)
         binaryList({selfReference}),
         binaryList(doubling),
         binaryList(doubling).chopped(40),
+        // a key with a NUL
+        binaryList({QByteArray("\x62\x00\xe9\x00\x00", 5), "\x10\x2a", {"\xd1\x00\x01", 3}}),
     };
     for (const QByteArray &bytes : damaged) {
         const auto read = parsePropertyList(bytes);
@@ -90,4 +92,5 @@ TEST(PropertyList, TellsWhyBytesHoldNone)
         EXPECT_FALSE(read.error().isEmpty());
     }
     EXPECT_TRUE(parsePropertyList(nestedArrays(100)).has_value());
+    EXPECT_EQ(parsePropertyList({"<plist><string>x\0y</string></plist>", 35}), QVariant("x"));
 }
