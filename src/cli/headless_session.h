@@ -1,6 +1,6 @@
 #pragma once
 
-#include "analysis/movie_framework.h"
+#include "analysis/movie_tool.h"
 #include "cli/headless_face.h"
 #include "cli/options.h"
 #include "cli/scratch_folder.h"
@@ -44,7 +44,7 @@ private:
     QFile m_log;
     std::unique_ptr<ScratchFolder> m_scratch;
     std::unique_ptr<PreferencesStore> m_preferences;
-    NoMovieFramework m_movies;
+    MovieTool m_movies;
     std::unique_ptr<HeadlessFace> m_face;
     std::unique_ptr<appDelegate> m_controller;
 };

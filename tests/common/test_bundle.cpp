@@ -58,6 +58,11 @@ QString TestBundle::tool(const QString &name) const
     return path() + QStringLiteral("/Contents/Resources/tools/") + name;
 }
 
+QString builtTool(const QString &name)
+{
+    return builtBundle + QStringLiteral("/Contents/Resources/tools/") + name;
+}
+
 QString fakeTool()
 {
     return QStringLiteral(QV_FAKE_TOOL);

@@ -22,6 +22,8 @@ private:
     qv::Bundle m_before;
 };
 
+// A tool that the build made.
+QString builtTool(const QString &name);
 // The program that plays a tool's behaviours.
 QString fakeTool();
 // A small real JPEG file, made once.

@@ -1,0 +1,134 @@
+#include "qt_thumbs/picture_writer.h"
+
+#include <algorithm>
+#include <cctype>
+#include <cerrno>
+#include <csetjmp>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <jpeglib.h>
+#include <png.h>
+
+namespace qv
+{
+namespace
+{
+
+using Bytes = std::vector<std::uint8_t>;
+
+struct JpegErrors {
+    jpeg_error_mgr base;
+    jmp_buf leave;
+};
+
+[[noreturn]] void leaveOnError(j_common_ptr codec)
+{
+    longjmp(reinterpret_cast<JpegErrors *>(codec->err)->leave, 1);
+}
+
+// Errors of the library jump back here, so nothing in this function may own anything.
+bool compress(const Picture &picture, unsigned char *&bytes, unsigned long &size)
+{
+    jpeg_compress_struct codec;
+    JpegErrors errors;
+    codec.err = jpeg_std_error(&errors.base);
+    errors.base.error_exit = leaveOnError;
+    if (setjmp(errors.leave) != 0) {
+        jpeg_destroy_compress(&codec);
+        return false;
+    }
+    jpeg_create_compress(&codec);
+    jpeg_mem_dest(&codec, &bytes, &size);
+    codec.image_width = static_cast<JDIMENSION>(picture.width);
+    codec.image_height = static_cast<JDIMENSION>(picture.height);
+    codec.input_components = 3;
+    codec.in_color_space = JCS_RGB;
+    jpeg_set_defaults(&codec);
+    jpeg_set_quality(&codec, 100, TRUE);
+    codec.comp_info[0].h_samp_factor = codec.comp_info[0].v_samp_factor = 1; // colour as fine
+    jpeg_start_compress(&codec, TRUE);
+    while (codec.next_scanline < codec.image_height) {
+        JSAMPROW line = const_cast<JSAMPROW>(picture.row(static_cast<int>(codec.next_scanline)));
+        jpeg_write_scanlines(&codec, &line, 1);
+    }
+    jpeg_finish_compress(&codec);
+    jpeg_destroy_compress(&codec);
+    return true;
+}
+
+Bytes jpegOf(const Picture &picture)
+{
+    unsigned char *bytes = nullptr;
+    unsigned long size = 0;
+    if (!compress(picture, bytes, size)) {
+        return {};
+    }
+    const Bytes jpeg(bytes, bytes + size);
+    std::free(bytes);
+    return jpeg;
+}
+
+Bytes pngOf(const Picture &picture)
+{
+    png_image image{};
+    image.version = PNG_IMAGE_VERSION;
+    image.width = static_cast<png_uint_32>(picture.width);
+    image.height = static_cast<png_uint_32>(picture.height);
+    image.format = PNG_FORMAT_RGB;
+    Bytes png(PNG_IMAGE_PNG_SIZE_MAX(image));
+    png_alloc_size_t size = png.size();
+    if (png_image_write_to_memory(&image, png.data(), &size, 0, picture.pixels.data(), 0,
+                                  nullptr) == 0) {
+        return {};
+    }
+    png.resize(size);
+    return png;
+}
+
+bool namesPng(const std::string &path)
+{
+    std::string end = path.substr(path.size() - std::min<std::size_t>(4, path.size()));
+    std::transform(end.begin(), end.end(), end.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    return end == ".png";
+}
+
+bool writeAll(int file, const Bytes &bytes)
+{
+    for (std::size_t done = 0; done < bytes.size();) {
+        const ssize_t n = ::write(file, bytes.data() + done, bytes.size() - done);
+        if (n < 0 && errno != EINTR) {
+            return false;
+        }
+        done += n > 0 ? static_cast<std::size_t>(n) : 0;
+    }
+    return true;
+}
+
+} // namespace
+
+std::string writePicture(const Picture &picture, const std::string &path, bool overwrite)
+{
+    const Bytes bytes = namesPng(path) ? pngOf(picture) : jpegOf(picture);
+    if (bytes.empty()) {
+        return "the picture can't be encoded";
+    }
+    const int mode = overwrite ? O_TRUNC : O_EXCL;
+    const int file = ::open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC | mode, 0666);
+    if (file < 0) {
+        return std::strerror(errno);
+    }
+    const bool written = writeAll(file, bytes);
+    const int problem = errno;
+    if (::close(file) == 0 && written) {
+        return {};
+    }
+    ::unlink(path.c_str());
+    return std::strerror(problem);
+}
+
+} // namespace qv

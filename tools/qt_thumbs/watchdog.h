@@ -1,0 +1,17 @@
+#pragma once
+
+// A clock that stands still while the process is stopped (a batch may be paused for hours), and
+// the last resort against a decoder that never comes back: it ends the process.
+namespace qv::watchdog
+{
+
+void start();
+
+// Seconds that the process has been running since start().
+double now();
+
+// Ends the process with a reason on standard error unless it is called again within so many
+// seconds. `doing` must be a literal.
+void allow(double seconds, const char *doing);
+
+} // namespace qv::watchdog
