@@ -4,6 +4,8 @@
 #include "analysis/report_text.h"
 #include "support/files.h"
 
+#include <QRegularExpression>
+
 #include <algorithm>
 #include <array>
 
@@ -15,6 +17,14 @@ namespace
 bool has(const QString &text, const char *phrase)
 {
     return text.contains(QLatin1String(phrase));
+}
+
+// The one tag that is ffmpeg's business: older releases turned the picture by it.
+//       rotate          : 90
+bool isRotateTag(const QString &line)
+{
+    static const QRegularExpression tag(QStringLiteral("^ +rotate +: -?\\d+$"));
+    return tag.match(line).hasMatch();
 }
 
 qsizetype indentOf(const QString &line)
@@ -35,6 +45,9 @@ QStringList withoutTags(const QStringList &lines)
     for (const QString &line : lines) {
         const qsizetype indent = indentOf(line);
         if (headingIndent >= 0 && indent > headingIndent) {
+            if (isRotateTag(line)) {
+                kept.append(line);
+            }
             continue;
         }
         headingIndent = line.trimmed() == QLatin1String("Metadata:") ? indent : -1;
@@ -108,7 +121,7 @@ QString contentReason(const QString &report, const QStringList &lines)
 {
     const bool hasVideo = std::any_of(lines.begin(), lines.end(), isVideoLine);
     if (report.contains(inputMark) && !hasVideo) {
-        return QStringLiteral("no video in it");
+        return QStringLiteral("no video");
     }
     const char *const damaged = "it is damaged: ffmpeg can't decode all of its pictures";
     return wordsFor(
@@ -116,7 +129,7 @@ QString contentReason(const QString &report, const QStringList &lines)
         {{"Unsupported video codec", "ffmpeg has no decoder for its video"},
          {") not found for input stream", "ffmpeg has no decoder for its video"},
          {"Could not find codec parameters", "one of its streams is unknown or can't be decoded"},
-         {"does not contain any stream", "no video in it"},
+         {"does not contain any stream", "no video"},
          {"rror while decoding", damaged},
          {"rror at MB", damaged},
          {"corrupt decoded frame", damaged}});

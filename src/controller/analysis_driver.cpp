@@ -23,42 +23,25 @@ namespace qv
 namespace
 {
 
-const QString flagBegin = QStringLiteral("analysisDeb");
-const QString flagFfmpeg = QStringLiteral("analysisFfmpeg");
-const QString flagResult = QStringLiteral("analysisFfmpegResult");
-const QString flagParse = QStringLiteral("analysisFfmpegParse");
-const QString flagRecord = QStringLiteral("analysisDico");
-const QString flagFinish = QStringLiteral("analysisFin");
+using namespace std::chrono_literals;
 
-QString frameFile()
-{
-    return appendPath(temporaryFolder(), QStringLiteral("frame.yuv"));
-}
-
-bool hasPictureKeys(const MediaInfoRecord &record)
-{
-    return record.contains(QStringLiteral("v0_codec")) &&
-           record.contains(QStringLiteral("v0_width")) &&
-           record.contains(QStringLiteral("v0_height"));
-}
-
-bool isMov(const QString &path)
-{
-    return pathExtension(path).toLower() == QLatin1String("mov");
-}
-
-QString codecOf(const MediaInfoRecord &record)
-{
-    return stringIn(record, QStringLiteral("v0_codec")).toLower();
-}
+// A source whose duration has to be measured is read for so long at most.
+constexpr auto longestMeasuring = 20s;
 
 } // namespace
 
-AnalysisDriver::AnalysisDriver(ControllerContext &context) : m_context(context) {}
+AnalysisDriver::AnalysisDriver(ControllerContext &context) : m_context(context)
+{
+    m_measuringLimit.setSingleShot(true);
+    m_measuringLimit.setInterval(longestMeasuring);
+    connect(&m_measuringLimit, &QTimer::timeout, this,
+            [this] { m_context.taskSlots.terminateAnalysis(); });
+}
 
 QStringList AnalysisDriver::analysisArray()
 {
-    return {flagBegin, flagFfmpeg, flagResult, flagParse, flagRecord, flagFinish};
+    return {keys::flagBegin, keys::flagFfmpeg, keys::flagResult,
+            keys::flagParse, keys::flagRecord, keys::flagFinish};
 }
 
 void AnalysisDriver::handOver(const QStringList &paths)
@@ -71,7 +54,7 @@ void AnalysisDriver::handOver(const QStringList &paths)
     store.prefDelete(keys::analysisQueue);
     store.prefDelete(keys::analysisQueueHead);
     store.prefWriteDico(keys::analysisQueue, queue);
-    setFlag(flagBegin);
+    setFlag(keys::flagBegin);
     m_context.analysing = true;
 }
 
@@ -126,28 +109,37 @@ void AnalysisDriver::analysis()
     }
     chooseSource();
     showCaption();
-    if (take(flagBegin)) {
+    if (take(keys::flagBegin)) {
         stepBegin();
     }
-    if (take(flagFfmpeg)) {
-        setFlag(flagParse);
+    if (take(keys::flagFfmpeg)) {
+        setFlag(keys::flagParse);
         // An earlier source's must not be taken for this one's.
-        QFile::remove(frameFile());
+        QFile::remove(analysisFrameFile());
         launch(ffmpegArguments());
-    } else if (take(flagResult) || take(flagParse)) {
+    } else if (take(keys::flagResult) || take(keys::flagParse)) {
         stepParse();
         analysisLater();
-    } else if (take(flagRecord)) {
-        const QStringList arguments = stepRecord();
-        setFlag(flagFinish);
-        if (arguments.isEmpty()) {
-            analysisLater();
-        } else {
-            launch(arguments);
-        }
-    } else if (take(flagFinish)) {
+    } else if (take(keys::flagRecord)) {
+        goOnWith(stepRecord());
+    } else if (take(keys::flagDuration)) {
+        goOnWith(stepDuration());
+    } else if (take(keys::flagFinish)) {
         stepFinish();
     }
+}
+
+void AnalysisDriver::goOnWith(const NextRun &next)
+{
+    setFlag(next.isMeasuring ? keys::flagDuration : keys::flagFinish);
+    if (next.arguments.isEmpty()) {
+        analysisLater();
+        return;
+    }
+    if (next.isMeasuring) {
+        m_measuringLimit.start();
+    }
+    launch(next.arguments);
 }
 
 void AnalysisDriver::dropEverything()
@@ -158,10 +150,11 @@ void AnalysisDriver::dropEverything()
     store.prefDelete(keys::analysisQueueHead);
     store.prefDelete(keys::analysisRecord);
     store.prefWrite(keys::analysisSource, keys::cancelled);
+    store.prefDelete(keys::flagDuration);
     for (const QString &flag : analysisArray()) {
         store.prefDelete(flag);
     }
-    setFlag(flagFinish);
+    setFlag(keys::flagFinish);
 }
 
 // The queue's first entry has the number that stands under analysisQueueHead: taking one moves that
@@ -220,12 +213,12 @@ void AnalysisDriver::stepBegin()
     const QString problem =
         sourceProblem(m_context.preferences.prefReadString(keys::analysisSource));
     if (problem.isNull()) {
-        setFlag(flagFfmpeg);
+        setFlag(keys::flagFfmpeg);
         return;
     }
     // No tool needs to be asked about a file that can't be read.
     refuse(problem);
-    setFlag(flagFinish);
+    setFlag(keys::flagFinish);
 }
 
 // Ten frames are decoded: their stream header tells the interlacing, the debug report the rest.
@@ -241,125 +234,8 @@ QStringList AnalysisDriver::ffmpegArguments() const
     arguments << QStringLiteral("-i") << store.prefReadString(keys::analysisSource)
               << QStringLiteral("-vframes") << QStringLiteral("10") << QStringLiteral("-pix_fmt")
               << QStringLiteral("yuv420p") << QStringLiteral("-an") << QStringLiteral("-f")
-              << QStringLiteral("yuv4mpegpipe") << QStringLiteral("-y") << frameFile();
+              << QStringLiteral("yuv4mpegpipe") << QStringLiteral("-y") << analysisFrameFile();
     return arguments;
-}
-
-void AnalysisDriver::stepParse()
-{
-    const QString source = m_context.preferences.prefReadString(keys::analysisSource);
-    const QString output = m_context.taskSlots.analysisTaskVerboseMStr();
-    const RunReport &run = m_context.taskSlots.lastAnalysisRun();
-    setFlag(flagFinish);
-    if (output.isEmpty() || output == QLatin1String(" ")) {
-        refuse(QStringLiteral("ffmpeg %1 and printed nothing").arg(outcomeText(run.outcome)));
-        return;
-    }
-    m_retained = output;
-    if (run.outcome.ending == ToolOutcome::Ending::Hung) {
-        refuse(QStringLiteral("ffmpeg %1").arg(outcomeText(run.outcome)));
-        return;
-    }
-    const bool accepted = isFfmpegSuccess(reportWithoutNames(output, source));
-    const bool openable = !accepted && isMov(source) && m_context.movies.canOpen(source);
-    if (openable) {
-        logLine(QStringLiteral("appky > decSkip #1  :-)"));
-    }
-    if (accepted || openable) {
-        take(flagFinish);
-        setFlag(flagRecord);
-        return;
-    }
-    const QString said = refusalReason(output, source);
-    refuse(said.isNull()
-               ? QStringLiteral("ffmpeg does not accept it (%1)").arg(outcomeText(run.outcome))
-               : said);
-}
-
-QString AnalysisDriver::readInterlacing() const
-{
-    QFile file(frameFile());
-    QString interlacing;
-    if (!file.open(QIODevice::ReadOnly)) {
-        return interlacing;
-    }
-    if (const QString mark = interlaceMark(file.read(100)); !mark.isNull()) {
-        interlacing = fieldOrderWord(mark);
-        logLine(QStringLiteral("interlacingStr      : '%1'").arg(interlacing));
-    }
-    file.remove();
-    return interlacing;
-}
-
-bool AnalysisDriver::isProResByMovieFramework(const MediaInfoRecord &record) const
-{
-    static const QStringList names{QStringLiteral("ap4h"), QStringLiteral("apco"),
-                                   QStringLiteral("apcs"), QStringLiteral("apch"),
-                                   QStringLiteral("apcn"), QStringLiteral("prores")};
-    if (!names.contains(codecOf(record)) || !m_context.movies.hasDecoder(QStringLiteral("APCH"))) {
-        return false;
-    }
-    const QString picture = appendPath(temporaryFolder(), QStringLiteral("proresTest.jpg"));
-    taskArrayPipes({Bundle::main().toolPath(QStringLiteral("qtThumbs")), QStringLiteral("-i"),
-                    m_context.preferences.prefReadString(keys::analysisSource),
-                    QStringLiteral("-w"), QStringLiteral("100"), QStringLiteral("-h"),
-                    QStringLiteral("100"), QStringLiteral("-tc"), QStringLiteral("0:00:00"),
-                    QStringLiteral("-y"), QStringLiteral("-o"), picture});
-    const bool compliant = fileExists(picture);
-    logLine(QStringLiteral("prores compliant qt ? %1").arg(compliant ? 1 : 0));
-    rmCocoa(picture);
-    return compliant;
-}
-
-bool AnalysisDriver::decodesByMovieFramework(const MediaInfoRecord &record) const
-{
-    if (!isMov(m_context.preferences.prefReadString(keys::analysisSource))) {
-        return false;
-    }
-    return !hasPictureKeys(record) || isProResByMovieFramework(record) ||
-           (codecOf(record) == QLatin1String("icod") &&
-            m_context.movies.hasDecoder(QStringLiteral("ICOD")));
-}
-
-QStringList AnalysisDriver::stepRecord()
-{
-    const QString source = m_context.preferences.prefReadString(keys::analysisSource);
-    const QString interlacing = readInterlacing();
-    std::optional<MediaInfoRecord> record = analysisFf(m_retained, interlacing);
-    if (decodesByMovieFramework(record.value_or(MediaInfoRecord()))) {
-        auto merged = analysisMerge(source, m_retained, interlacing, m_context.movies);
-        if (merged && m_context.movies.canOpen(source)) {
-            record = std::move(merged);
-            record->insert(QStringLiteral("qt"), QStringLiteral("qt"));
-            record->insert(QStringLiteral("decSkip"), 1);
-            logLine(QStringLiteral("appky > decSkip #2  :-)"));
-        }
-    }
-    if (!record) {
-        const QString said = refusalReason(m_retained, source);
-        refuse(said.isNull() ? QStringLiteral("no picture of it could be decoded") : said);
-        logLine(QStringLiteral("NON-COMPLIANT FILE  : %1").arg(source));
-        return {};
-    }
-    return previewOf(*record, interlacing);
-}
-
-QStringList AnalysisDriver::previewOf(MediaInfoRecord record, const QString &interlacing)
-{
-    PreferencesStore &store = m_context.preferences;
-    const QString source = store.prefReadString(keys::analysisSource);
-    const QString picture = previewPath(source);
-    store.prefWrite(keys::previewPath, picture);
-    if (!record.contains(QStringLiteral("v0_fields")) && !interlacing.isNull()) {
-        record.insert(QStringLiteral("v0_fields"), interlacing);
-    }
-    store.prefWriteDico(keys::analysisRecord, record);
-    if (intIn(record, QStringLiteral("decSkip")).value_or(0) == 1) {
-        m_context.movies.thumbnail(source, previewWidth, previewHeight(previewAspect(record)), 0,
-                                   picture);
-        return {};
-    }
-    return previewArguments(record, source, picture, PreviewFrame::Intra);
 }
 
 void AnalysisDriver::stepFinish()
@@ -382,50 +258,6 @@ void AnalysisDriver::stepFinish()
     finishSource();
 }
 
-bool AnalysisDriver::makeRow(MediaInfoRecord record)
-{
-    const QString source = m_context.preferences.prefReadString(keys::analysisSource);
-    record.insert(QStringLiteral("srcPathStr"), source);
-    if (!ensurePreview(record)) {
-        logLine(QStringLiteral("Not a compliant file- skipped: '%1'").arg(source));
-        return false;
-    }
-    BatchItem item;
-    item.out = m_context.face.layoutIndex();
-    item.dpi = m_context.face.pictureChoice();
-    item.src = rowCaption(record, source);
-    item.dico = std::move(record);
-    m_context.table.add(std::move(item));
-    m_context.window.drawerOpen = true;
-    m_context.face.rowsChanged();
-    m_context.windowChanged();
-    return true;
-}
-
-// The preview as planned, else one of any frame; such a source is known from then on as one whose
-// intra frames can't be picked out.
-bool AnalysisDriver::ensurePreview(MediaInfoRecord &record)
-{
-    const QString picture = m_context.preferences.prefReadString(keys::previewPath);
-    if (!fileExists(picture)) {
-        const QString said = taskArray1PipeMax(
-            previewArguments(record, stringIn(record, QStringLiteral("srcPathStr")), picture,
-                             PreviewFrame::Any),
-            ErrorText::Merged);
-        if (!fileExists(picture)) {
-            const bool noVideo = !record.contains(QStringLiteral("v0_codec"));
-            const QString why = refusalReason(said, stringIn(record, QStringLiteral("srcPathStr")));
-            refuse(noVideo         ? QStringLiteral("no video in it")
-                   : why.isEmpty() ? QStringLiteral("no picture of it could be decoded")
-                                   : why);
-            return false;
-        }
-        record.insert(QStringLiteral("intraFailure"), 1);
-    }
-    record.insert(QStringLiteral("imgPathStr"), picture);
-    return true;
-}
-
 void AnalysisDriver::finishSource()
 {
     PreferencesStore &store = m_context.preferences;
@@ -433,7 +265,7 @@ void AnalysisDriver::finishSource()
     store.prefDelete(keys::analysisSource);
     if (queuedCount() > 0 && !wasCancelled && m_analysisStopInt == 0) {
         logLine(QStringLiteral("analysis            - fin (src current)"));
-        setFlag(flagBegin);
+        setFlag(keys::flagBegin);
         analysisLater();
         return;
     }
@@ -453,7 +285,7 @@ void AnalysisDriver::finishRun()
     window.analysisWheel = false;
     m_context.analysing = false;
     m_context.setGate(true);
-    store.prefDelete(flagBegin);
+    store.prefDelete(keys::flagBegin);
     window.dropImage = QStringLiteral("dndApp");
     window.dropCaptionShown = true;
     window.actionCaptionShown = false;
@@ -478,7 +310,7 @@ void AnalysisDriver::launch(const QStringList &arguments)
         for (const QString &flag : analysisArray()) {
             m_context.preferences.prefDelete(flag);
         }
-        setFlag(flagFinish);
+        setFlag(keys::flagFinish);
         analysisLater();
         return;
     }

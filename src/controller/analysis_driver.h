@@ -1,9 +1,11 @@
 #pragma once
 
+#include "analysis/analysis_merge.h"
 #include "controller/context.h"
 
 #include <QObject>
 #include <QStringList>
+#include <QTimer>
 
 #include <functional>
 
@@ -12,6 +14,9 @@
 // preferences store, so that a call needs nothing but those keys.
 namespace qv
 {
+
+// Where the analysis run writes the frames that it decodes.
+QString analysisFrameFile();
 
 class AnalysisDriver : public QObject
 {
@@ -48,11 +53,23 @@ private:
     void stepBegin();
     QStringList ffmpegArguments() const;
     void stepParse();
-    QStringList stepRecord();
-    QString readInterlacing() const;
+    QString problemOfReport();
+    DecodedFrame takeDecodedFrame() const;
+    Findings gatherFindings() const;
+    // What a step asks for next: a tool run, or nothing but the next step.
+    struct NextRun {
+        QStringList arguments;
+        bool isMeasuring = false;
+    };
+    void goOnWith(const NextRun &next);
+    NextRun stepRecord();
+    void refuseUndescribed(const QString &source);
+    NextRun measure(const MediaInfoRecord &record);
+    NextRun stepDuration();
+    void settleDuration(MediaInfoRecord &record, std::optional<double> copied, bool hasEnded) const;
     bool decodesByMovieFramework(const MediaInfoRecord &record) const;
     bool isProResByMovieFramework(const MediaInfoRecord &record) const;
-    QStringList previewOf(MediaInfoRecord record, const QString &interlacing);
+    NextRun previewOf(MediaInfoRecord record);
     void stepFinish();
     void finishSource();
     bool makeRow(MediaInfoRecord record);
@@ -64,8 +81,11 @@ private:
     ControllerContext &m_context;
     int m_analysisStopInt = 0;
     bool m_posted = false;
-    QString m_retained; // the report of the analysis run, while a preview is made
-    QString m_reason;   // why the current source makes no row
+    QString m_retained; // the report of the analysis run, in old words and without names
+    QString m_interlacing;
+    DurationCheck m_durationCheck = DurationCheck::None;
+    QTimer m_measuringLimit;
+    QString m_reason; // why the current source makes no row
 };
 
 } // namespace qv

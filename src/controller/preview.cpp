@@ -79,23 +79,15 @@ QStringList previewArguments(const MediaInfoRecord &record, const QString &sourc
         frame == PreviewFrame::Intra ? QStringLiteral("select=eq(pict_type\\,I),") : QString();
     const QString filter =
         selector + QStringLiteral("scale=160:%1").arg(previewHeight(previewAspect(record)));
-    return {ffmpegPath(),
-            QStringLiteral("-loglevel"),
-            QStringLiteral("info"),
-            QStringLiteral("-ss"),
-            startOffset(record),
-            QStringLiteral("-t"),
-            QStringLiteral("12"),
-            QStringLiteral("-i"),
-            sourcePath,
-            QStringLiteral("-vframes"),
-            QStringLiteral("1"),
-            QStringLiteral("-vf"),
-            filter,
-            QStringLiteral("-an"),
-            QStringLiteral("-sn"),
-            QStringLiteral("-y"),
-            picturePath};
+    QStringList arguments{ffmpegPath(), QStringLiteral("-loglevel"), QStringLiteral("info")};
+    if (frame != PreviewFrame::AnyAtStart) {
+        arguments << QStringLiteral("-ss") << startOffset(record);
+    }
+    arguments << QStringLiteral("-t") << QStringLiteral("12") << QStringLiteral("-i") << sourcePath
+              << QStringLiteral("-vframes") << QStringLiteral("1") << QStringLiteral("-vf")
+              << filter << QStringLiteral("-an") << QStringLiteral("-sn") << QStringLiteral("-y")
+              << picturePath;
+    return arguments;
 }
 
 } // namespace qv

@@ -20,8 +20,8 @@ int previewHeight(float aspect);
 // A free path for it in the temporary folder, named after the source.
 QString previewPath(const QString &sourcePath);
 
-enum class PreviewFrame { Intra, Any };
-// The ffmpeg run that makes it, from somewhere inside the film.
+enum class PreviewFrame { Intra, Any, AnyAtStart };
+// The ffmpeg run that makes it, from somewhere inside the film, or without any seek.
 QStringList previewArguments(const MediaInfoRecord &record, const QString &sourcePath,
                              const QString &picturePath, PreviewFrame frame);
 

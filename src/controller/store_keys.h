@@ -10,6 +10,14 @@ inline const QString analysisQueue = QStringLiteral("analysisSrcPathesDico");
 inline const QString analysisQueueHead = QStringLiteral("analysisSrcHeadInt");
 inline const QString analysisSource = QStringLiteral("analysisSrcPathStr");
 inline const QString analysisRecord = QStringLiteral("analysisSrcCurrentDico");
+// The steps of the analysis, in their order; a set flag means that the step is due.
+inline const QString flagBegin = QStringLiteral("analysisDeb");
+inline const QString flagFfmpeg = QStringLiteral("analysisFfmpeg");
+inline const QString flagResult = QStringLiteral("analysisFfmpegResult");
+inline const QString flagParse = QStringLiteral("analysisFfmpegParse");
+inline const QString flagRecord = QStringLiteral("analysisDico");
+inline const QString flagDuration = QStringLiteral("analysisDuree"); // only when it is in doubt
+inline const QString flagFinish = QStringLiteral("analysisFin");
 inline const QString previewPath = QStringLiteral("imgPathStr");
 
 inline const QString currentFile = QStringLiteral("encCurrentProcessingFile");

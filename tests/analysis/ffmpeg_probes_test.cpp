@@ -62,7 +62,7 @@ TEST(RefusalReason, IsSaidInWordsForPeople)
         const char *expected;
     } const cases[] = {
         {"analysis_missing", "nothere.mp4", "there is no such file"},
-        {"info_audio_only", "audioonly.mp4", "no video in it"},
+        {"info_audio_only", "audioonly.mp4", "no video"},
         {"analysis_damaged_avi", "dam_mpeg4.avi",
          "it is damaged: ffmpeg can't decode all of its pictures"},
         {"analysis_h264_mp4", "h264.mp4", nullptr},

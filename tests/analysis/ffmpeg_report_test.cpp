@@ -1,11 +1,12 @@
-#include "analysis/analysis_merge.h"
 #include "analysis/ffmpeg_report.h"
 
+#include "analysis/expect_record.h"
 #include "analysis/report_files.h"
 
 #include <gtest/gtest.h>
 
 using namespace qv;
+using qv::tests::expectRecord;
 using qv::tests::reportFile;
 
 namespace
@@ -21,27 +22,6 @@ MediaInfoRecord recordOf(const QString &lines)
 {
     return parseFfmpegReport(q("ffmpeg version 5.1\nInput #0, avi, from 'x.avi':\n") + lines)
         .value_or(MediaInfoRecord());
-}
-
-QVariant valueOf(const QString &text)
-{
-    bool isWhole = false;
-    const int whole = text.toInt(&isWhole);
-    bool isNumber = false;
-    const float number = text.toFloat(&isNumber);
-    return isWhole ? QVariant(whole) : isNumber ? QVariant(number) : QVariant(text);
-}
-
-// Expected are pairs as "key=value; key=value"; a key without value is expected to be absent.
-void expectRecord(const MediaInfoRecord &record, const char *expected, const char *what)
-{
-    for (const QString &pair : q(expected).split(q("; "))) {
-        const QString key = pair.section(u'=', 0, 0);
-        const QString value = pair.section(u'=', 1);
-        const QVariant found = record.value(key);
-        EXPECT_EQ(found, value.isEmpty() ? QVariant() : valueOf(value))
-            << what << ' ' << key.toStdString() << ": " << found.toString().toStdString();
-    }
 }
 
 TEST(ReportParser, ReadsRealReports)
@@ -163,37 +143,6 @@ TEST(ReportParser, StaysLinearOnHugeReports)
         q("Stream #0:0: Video: a") + q(", 59.94 tbr, 23.98 fps").repeated(many);
     EXPECT_TRUE(recordOf(longLine).contains(q("v0_fps")));
     EXPECT_TRUE(recordOf(QString(4000000, u'x') + q("Video: Stream #")).contains(q("wrapper")));
-}
-
-class OneFilmFramework : public MovieFramework
-{
-public:
-    bool canOpen(const QString &) override { return true; }
-    bool hasDecoder(const QString &) override { return true; }
-    std::optional<MediaInfoRecord> record(const QString &) override
-    {
-        return MediaInfoRecord{{q("v0_codec"), q("apcn")}, {q("v0_width"), 1920}};
-    }
-    bool thumbnail(const QString &, int, int, double, const QString &) override { return false; }
-};
-
-TEST(AnalysisMerge, CompletesTheMovieFrameworksRecordByTheReport)
-{
-    OneFilmFramework movies;
-    const auto record = analysisMerge(q("x.mov"), reportFile("info_prores_mov"), q("tff"), movies);
-    ASSERT_TRUE(record);
-    expectRecord(*record,
-                 "v0_codec=apcn; v0_width=1920; v0_height=240; a0_codec=pcm_s24le; v0_fields=tff",
-                 "merged");
-}
-
-TEST(AnalysisMerge, IsTheReportsRecordWithoutAMovieFramework)
-{
-    NoMovieFramework movies;
-    const auto record = analysisMerge(q("x.mov"), reportFile("info_prores_mov"), {}, movies);
-    ASSERT_TRUE(record);
-    expectRecord(*record, "v0_codec=prores; v0_fields=", "report only");
-    EXPECT_FALSE(analysisMerge(q("x.mov"), q("moov atom not found"), q("tff"), movies));
 }
 
 } // namespace
