@@ -6,6 +6,8 @@
 #include <QJsonDocument>
 #include <QRegularExpression>
 
+#include <cmath>
+
 namespace qv
 {
 namespace
@@ -69,7 +71,8 @@ QJsonObject sheetJson(const SheetOutcome &outcome)
         {QStringLiteral("reason"), outcome.reason.isEmpty() ? nothing : QJsonValue(outcome.reason)},
         {QStringLiteral("pictures"), QJsonObject{{QStringLiteral("asked"), outcome.asked},
                                                  {QStringLiteral("drawn"), outcome.drawn}}},
-        {QStringLiteral("duration"), outcome.duration},
+        {QStringLiteral("pictures_moved"), outcome.moved},
+        {QStringLiteral("duration"), std::round(outcome.duration * 1000) / 1000},
         {QStringLiteral("seconds"), outcome.seconds}};
 }
 

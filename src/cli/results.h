@@ -19,6 +19,7 @@ struct SheetOutcome {
     QString sheet;
     QString reason;
     int asked = 0;
+    int moved = 0; // pictures of frames more than two seconds away from their stamps
     int drawn = 0;
     double duration = 0; // seconds of the source
     double seconds = 0;  // that it took

@@ -128,6 +128,7 @@ private:
         outcome.sheet = result.sheet;
         outcome.reason = result.reason;
         outcome.asked = result.picturesAsked;
+        outcome.moved = result.picturesMoved;
         outcome.drawn = result.picturesDrawn;
         outcome.duration = result.duration;
         outcome.seconds = secondsOnCurrent();

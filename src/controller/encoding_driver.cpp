@@ -345,6 +345,8 @@ void EncodingDriver::runPlan()
         return;
     }
     m_row.asked = static_cast<int>(mapIn(display.toMap(), QStringLiteral("timecode")).size());
+    m_row.interval = m_row.asked > 0 ? m_row.duration / m_row.asked : 0;
+    m_row.fps = numberIn(plan, QStringLiteral("v0_fps")).value_or(0);
     if (m_row.asked == 0) {
         failRow(QStringLiteral("fewer pictures are asked for than the layout has columns"));
         return;

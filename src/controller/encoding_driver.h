@@ -2,9 +2,11 @@
 
 #include "controller/context.h"
 #include "controller/sheet_names.h"
+#include "sheet/picture_attempts.h"
 
 #include <QElapsedTimer>
 #include <QObject>
+#include <QSet>
 #include <QStringList>
 
 #include <optional>
@@ -63,9 +65,14 @@ private:
     void runPlan();
     void launchMovieFramework();
     bool continuePictures();
-    bool retryPicture();
-    bool retakePrevious();
+    bool hasRetried();
+    bool failsRun(const RunReport &run, const QString &what);
+    bool hasBroughtNearer();
+    void noteInstant();
+    void noteMovieInstants();
+    void noteShown(int index, double shown, double stamp);
     void launchNextPicture();
+    void launchAttempt(const PictureAttempt &attempt);
     void launchPicture(const QStringList &arguments, int total);
     void composeRow();
     QVariantMap displayOfRow() const;
@@ -90,7 +97,10 @@ private:
         int attempt = 0; // 0: as planned
         QStringList planned;
         QString file;
-        bool retake = false; // of the one before, because this one shows the same frame
+        double seek = 0;        // where the run in progress begins, seconds
+        bool takesLast = false; // of its frames the last one stays
+        double off = 0;         // seconds from the stamp to the frame that arrived, when known
+        int nearer = 0;         // runs made to bring a far frame nearer
     };
     // What is known of the current row beside the store.
     struct Row {
@@ -107,11 +117,15 @@ private:
         int asked = 0;
         int drawn = 0;
         int hungRuns = 0;
+        bool byMovieFramework = false;
+        bool canSeek = true; // until ffmpeg says that it can't
+        QSet<int> moved;     // indices of stills whose frames are far from their stamps
+        double interval = 0; // seconds between two stills
+        double fps = 0;      // 0: unknown
         double duration = 0;
         QDateTime started;
         QElapsedTimer clock;
         std::optional<PictureRun> picture;
-        std::optional<PictureRun> before; // the last one that arrived
     };
 
     ControllerContext &m_context;

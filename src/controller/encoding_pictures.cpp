@@ -2,8 +2,10 @@
 
 #include "controller/encoding_driver.h"
 
+#include "analysis/picture_instant.h"
 #include "controller/progress_readers.h"
 #include "controller/store_keys.h"
+#include "process/tool_environment.h"
 #include "sheet/extraction_plan.h"
 #include "sheet/text_painter.h"
 #include "support/files.h"
@@ -14,6 +16,9 @@
 
 #include <QFile>
 #include <QFileInfo>
+#include <QRegularExpression>
+
+#include <cmath>
 
 namespace qv
 {
@@ -24,6 +29,9 @@ namespace
 // idle limit for each still.
 constexpr int hungRunsLimit = 3;
 
+// Seconds between a frame and its stamp from which on it is told.
+constexpr double farAway = 2;
+
 const QString pendingKey = QStringLiteral("appkyThFf");
 
 bool hasArrived(const QString &file)
@@ -31,13 +39,10 @@ bool hasArrived(const QString &file)
     return QFileInfo(file).size() > 0;
 }
 
-// The same frame through the same encoder gives the same bytes.
-bool isSameFile(const QString &one, const QString &other)
+// Where ffmpeg notes which frame the run in progress takes.
+QString instantReport()
 {
-    QFile a(one);
-    QFile b(other);
-    return QFileInfo(one).size() == QFileInfo(other).size() && a.open(QIODevice::ReadOnly) &&
-           b.open(QIODevice::ReadOnly) && a.readAll() == b.readAll();
+    return appendPath(temporaryFolder(), QStringLiteral("picture.log"));
 }
 
 // The entry with the lowest number as its key.
@@ -57,6 +62,7 @@ int lowestIndex(const QVariantMap &pending)
 void EncodingDriver::launchMovieFramework()
 {
     takeChild(QStringLiteral("appkyThQt"));
+    m_row.byMovieFramework = true;
     const QVariantMap display = child(QStringLiteral("appkyDisplay")).toMap();
     const QVariantMap timecodes = mapIn(display, QStringLiteral("timecode"));
     QStringList instants;
@@ -75,15 +81,34 @@ void EncodingDriver::launchMovieFramework()
                                 QStringLiteral("-y"),
                                 QStringLiteral("-o"),
                                 m_row.stills};
-    m_context.taskSlots.tasklauncherStart(arguments, static_cast<float>(m_row.duration),
-                                          PercentageQuiet, {true, true, true}, false);
+    constexpr float percent = 100;
+    m_context.taskSlots.tasklauncherStart(arguments, percent, PercentageQuiet, {true, true, true},
+                                          false);
+}
+
+// The tool tells the frames that it took:
+//   image          : 3 12.480
+void EncodingDriver::noteMovieInstants()
+{
+    static const QRegularExpression told(QStringLiteral("image +: (\\d+) ([\\d.]+)\\b"));
+    const QVariantMap timecodes =
+        mapIn(child(QStringLiteral("appkyDisplay")).toMap(), QStringLiteral("timecode"));
+    auto match = told.globalMatch(m_context.taskSlots.lastEncodingRun().tail);
+    while (match.hasNext()) {
+        const QRegularExpressionMatch line = match.next();
+        const QString stamp = stringIn(timecodes, line.captured(1));
+        if (!stamp.isNull()) {
+            noteShown(intValue(line.captured(1)), doubleValue(line.captured(2)),
+                      double(timecodeStr2Float(stamp)));
+        }
+    }
 }
 
 // True while a run for a still has been launched, or the row has failed over one.
 bool EncodingDriver::continuePictures()
 {
     if (m_row.picture) {
-        if (retryPicture() || retakePrevious()) {
+        if (hasRetried() || hasBroughtNearer()) {
             return true;
         }
         m_row.picture.reset();
@@ -96,70 +121,102 @@ bool EncodingDriver::continuePictures()
 }
 
 // Looks at the run that has ended: a still that did not come is asked for again in another way.
-bool EncodingDriver::retryPicture()
+bool EncodingDriver::hasRetried()
 {
     PictureRun &picture = *m_row.picture;
     const RunReport &run = m_context.taskSlots.lastEncodingRun();
-    if (picture.retake) {
-        m_row.hungRuns += run.outcome.ending == ToolOutcome::Ending::Hung ? 1 : 0;
-        return false;
+    if (hasArrived(picture.file)) {
+        noteInstant();
     }
     if (hasArrived(picture.file)) {
+        m_row.hungRuns += run.outcome.ending == ToolOutcome::Ending::Hung ? 1 : 0;
         return false;
     }
     const QString what = QStringLiteral("ffmpeg %1").arg(outcomeText(run.outcome));
     logLine(QStringLiteral("picture             :-( #%1, attempt %2: %3")
                 .arg(QString::number(picture.index), QString::number(picture.attempt + 1), what));
     rmCocoa(picture.file);
-    switch (run.outcome.ending) {
-    case ToolOutcome::Ending::NotStarted:
+    if (failsRun(run, what)) {
         failRow(what);
         return true;
-    case ToolOutcome::Ending::Hung:
-        m_row.reason = what;
-        if (++m_row.hungRuns >= hungRunsLimit) {
-            failRow(what);
-            return true;
-        }
-        return false;
-    case ToolOutcome::Ending::Crashed:
-        m_row.reason = what;
-        break;
-    default:
-        break;
     }
-    const auto next = nextAttempt(picture.planned, ++picture.attempt);
+    if (run.outcome.ending == ToolOutcome::Ending::Hung) {
+        return false;
+    }
+    if (m_row.canSeek && run.tail.contains(QLatin1String("could not seek to position"))) {
+        m_row.canSeek = false;
+        picture.attempt = 0;
+    }
+    const auto next =
+        nextAttempt(picture.planned, ++picture.attempt, {m_row.interval, m_row.fps, m_row.canSeek});
     if (!next) {
         logLine(QStringLiteral("picture             :-( #%1 given up").arg(picture.index));
         return false;
     }
-    launchPicture(*next, m_row.asked);
+    launchAttempt(*next);
     return true;
 }
 
-// Where key frames are far apart, several instants lead to the same one, which stands at or after
-// the last of them. So when a still is the very picture of the one before, the one before gets the
-// frame that really stands at its instant.
-bool EncodingDriver::retakePrevious()
+// Whether a run that left nothing is the end of the row.
+bool EncodingDriver::failsRun(const RunReport &run, const QString &what)
 {
-    const PictureRun picture = *m_row.picture;
-    if (picture.retake || m_row.hungRuns >= hungRunsLimit || !hasArrived(picture.file)) {
+    switch (run.outcome.ending) {
+    case ToolOutcome::Ending::NotStarted:
+        return true;
+    case ToolOutcome::Ending::Hung:
+        m_row.reason = what;
+        return ++m_row.hungRuns >= hungRunsLimit;
+    case ToolOutcome::Ending::Crashed:
+        m_row.reason = what;
+        return false;
+    default:
         return false;
     }
-    const std::optional<PictureRun> before = std::exchange(m_row.before, picture);
-    if (!before || before->index + 1 != picture.index || !isSameFile(before->file, picture.file)) {
+}
+
+// How far the frame that a run took stands from its stamp.
+void EncodingDriver::noteInstant()
+{
+    PictureRun &picture = *m_row.picture;
+    const auto taken =
+        pictureInstant(instantReport(), picture.takesLast ? Taken::Last : Taken::First);
+    if (!taken) {
+        return;
+    }
+    const double stamp = plannedInstant(picture.planned);
+    const double shown = picture.seek + *taken;
+    picture.off = shown - stamp;
+    noteShown(picture.index, shown, stamp);
+}
+
+void EncodingDriver::noteShown(int index, double shown, double stamp)
+{
+    if (std::abs(shown - stamp) <= farAway) {
+        m_row.moved.remove(index);
+        return;
+    }
+    m_row.moved.insert(index);
+    logLine(QStringLiteral("picture             : #%1 shows %2 s instead of %3 s")
+                .arg(QString::number(index), QString::number(shown, 'f', 2),
+                     QString::number(stamp, 'f', 2)));
+}
+
+// Where key frames are far apart, the planned run may take one that stands behind the next still's
+// instant. Then the frame that really stands at the instant is asked for, at last with a run-up; a
+// run that gives none leaves the picture as it is.
+bool EncodingDriver::hasBroughtNearer()
+{
+    PictureRun &picture = *m_row.picture;
+    const double nearEnough = std::max(m_row.interval, farAway);
+    if (!hasArrived(picture.file) || std::abs(picture.off) < nearEnough) {
         return false;
     }
-    const auto anyFrame = anyFrameAttempt(before->planned);
-    if (!anyFrame) {
+    const auto anyFrame = anyFrameAttempt(picture.planned);
+    const bool isFirst = std::exchange(picture.nearer, picture.nearer + 1) == 0;
+    if (picture.nearer > 2 || m_row.hungRuns >= hungRunsLimit || !m_row.canSeek) {
         return false;
     }
-    logLine(QStringLiteral("picture             : #%1 shows the frame of #%2, taken again")
-                .arg(before->index)
-                .arg(picture.index));
-    m_row.picture = before;
-    m_row.picture->retake = true;
-    launchPicture(*anyFrame, m_row.asked);
+    launchAttempt(isFirst && anyFrame ? *anyFrame : runUpAttempt(picture.planned));
     return true;
 }
 
@@ -183,15 +240,25 @@ void EncodingDriver::launchNextPicture()
         QStringLiteral("%1 %2/%3")
             .arg(localizedCapitalized(QStringLiteral("th")),
                  QString::number(total - stillPending + 1), QString::number(total));
-    m_row.picture = PictureRun{index, 0, arguments, pictureFile(m_row.stills, index), false};
+    m_row.picture = PictureRun{index, 0, arguments, pictureFile(m_row.stills, index),
+                               plannedInstant(arguments)};
     launchPicture(arguments, total);
+}
+
+void EncodingDriver::launchAttempt(const PictureAttempt &attempt)
+{
+    m_row.picture->seek = attempt.seek;
+    m_row.picture->takesLast = attempt.takesLast;
+    launchPicture(attempt.arguments, m_row.asked);
 }
 
 void EncodingDriver::launchPicture(const QStringList &arguments, int total)
 {
     m_context.window.encoding.actionCaption = lastPathComponent(m_row.source);
-    m_context.taskSlots.tasklauncherStart(arguments, static_cast<float>(total), PictureRuns,
-                                          {true, true, true}, false);
+    QFile::remove(instantReport());
+    m_context.taskSlots.tasklauncherStart(
+        arguments, static_cast<float>(total), PictureRuns,
+        {true, true, true, detailedReportVariable(instantReport())}, false);
     // The tool works now; the composer's fonts can be loaded meanwhile.
     QMetaObject::invokeMethod(this, prepareTexts, Qt::QueuedConnection);
 }

@@ -20,6 +20,9 @@ namespace qv
 
 void EncodingDriver::composeRow()
 {
+    if (m_row.byMovieFramework) {
+        noteMovieInstants();
+    }
     const tl::expected<ComposedSheet, QString> composed = composeSheet(m_row.dpi, displayOfRow());
     const bool nothingDrawn = composed && composed->drawn == 0;
     setChild(QStringLiteral("postProcessPurge"), m_row.stills);
@@ -163,6 +166,7 @@ void EncodingDriver::report(RowResult::Status status)
     result.reason = status == RowResult::Status::Made ? QString() : m_row.reason;
     result.picturesAsked = m_row.asked;
     result.picturesDrawn = m_row.drawn;
+    result.picturesMoved = static_cast<int>(m_row.moved.size());
     result.duration = m_row.duration;
     result.seconds = static_cast<double>(m_row.clock.elapsed()) / 1000;
     m_row.reported = true;

@@ -19,8 +19,9 @@ struct RowResult {
     QString reason; // for people; empty when made
     int picturesAsked = 0;
     int picturesDrawn = 0;
-    double duration = 0; // of the source, seconds
-    double seconds = 0;  // that the row took
+    int picturesMoved = 0; // of frames more than two seconds away from their stamps
+    double duration = 0;   // of the source, seconds
+    double seconds = 0;    // that the row took
 };
 
 class Face

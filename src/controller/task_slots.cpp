@@ -57,6 +57,7 @@ int TaskSlots::tasklauncherStart(const QStringList &argsArray, float progressMax
     prepareControls(slot, controls);
     slot.taskClass = std::make_unique<taskLauncher>();
     slot.taskClass->setDelegate(this);
+    slot.taskClass->setVariable(controls.variable);
     // Names and tags in any script stand in the tools' output, and text chunks must be ASCII; so
     // the bytes are taken and decoded here.
     slot.taskClass->dontConvertDataToString(true);

@@ -16,11 +16,12 @@
 namespace qv
 {
 
-// Which of the slot's controls a run uses.
+// Which of the slot's controls a run uses, and what its environment has beside the usual.
 struct RunControls {
     bool progressBar = false;
     bool stopBt = false;
     bool progressWheel = false;
+    QByteArray variable = {}; // "NAME=value"
 };
 
 // What became of a slot's last run.

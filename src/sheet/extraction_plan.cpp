@@ -1,6 +1,7 @@
 #include "sheet/extraction_plan.h"
 
 #include "sheet/caption_texts.h"
+#include "sheet/picture_attempts.h"
 #include "sheet/record_values.h"
 #include "support/bundle.h"
 #include "support/localized_strings.h"
@@ -27,7 +28,6 @@ constexpr double firstInstantOfLong = 10;
 constexpr double firstInstantShare = 0.25;
 
 const QString workingKey = QStringLiteral("processEncDico");
-const QString intraSelector = QStringLiteral("select=eq(pict_type\\,I),");
 
 // What all the runs of one source share.
 struct Source {
@@ -60,7 +60,7 @@ QString videoFilter(const QVariantMap &input, const StillSize &size)
 {
     const bool anyPicture = flagIn(input, QStringLiteral("intraFailure"));
     return QStringLiteral("%1%2scale=%3:%4,setsar=1:1")
-        .arg(anyPicture ? QString() : intraSelector,
+        .arg(anyPicture ? QString() : intraSelector(),
              isProgressive(input) ? QString() : QStringLiteral("yadif=1,"),
              QString::number(size.width), QString::number(size.height));
 }
@@ -184,32 +184,6 @@ void storePlan(const ExtractionPlan &plan, const QVariantMap &input, Preferences
     store.prefWriteChildDico(workingKey, QStringLiteral("appkyDisplay"), displayOf(plan, input));
 }
 
-// The position of an option's value; -1 when the command lacks the option.
-qsizetype valuePosition(const QStringList &arguments, const QString &option)
-{
-    const qsizetype at = arguments.indexOf(option);
-    return at >= 0 && at + 1 < arguments.size() ? at + 1 : -1;
-}
-
-QStringList withoutSelector(QStringList arguments)
-{
-    const qsizetype filter = valuePosition(arguments, QStringLiteral("-vf"));
-    if (filter >= 0) {
-        arguments[filter].remove(intraSelector);
-    }
-    return arguments;
-}
-
-QStringList earlier(QStringList arguments, double seconds)
-{
-    const qsizetype seek = valuePosition(arguments, QStringLiteral("-ss"));
-    if (seek >= 0) {
-        const double instant = doubleValue(arguments.at(seek)) - seconds;
-        arguments[seek] = seekText(std::max(0.0, instant));
-    }
-    return arguments;
-}
-
 } // namespace
 
 ExtractionPlan planExtraction(int out, const QVariantMap &input)
@@ -247,30 +221,6 @@ int encodage(int out, const QString &versionText, const QVariantMap &input, Pref
     tracePlan(plan, out, requestedCount(input));
     storePlan(plan, input, store);
     return 0;
-}
-
-std::optional<QStringList> nextAttempt(const QStringList &plannedArguments, int attempt)
-{
-    constexpr double slightlyEarlier = 0.5;
-    constexpr double muchEarlier = 2;
-    const QStringList anyPicture = withoutSelector(plannedArguments);
-    std::vector<QStringList> tried{plannedArguments};
-    for (const QStringList &candidate :
-         {anyPicture, earlier(anyPicture, slightlyEarlier), earlier(anyPicture, muchEarlier)}) {
-        if (candidate != tried.back()) {
-            tried.push_back(candidate);
-        }
-    }
-    if (attempt < 1 || static_cast<std::size_t>(attempt) >= tried.size()) {
-        return {};
-    }
-    return tried[static_cast<std::size_t>(attempt)];
-}
-
-std::optional<QStringList> anyFrameAttempt(const QStringList &plannedArguments)
-{
-    const QStringList anyFrame = withoutSelector(plannedArguments);
-    return anyFrame == plannedArguments ? std::nullopt : std::optional(anyFrame);
 }
 
 QString pictureFile(const QString &stillsFolder, int index)

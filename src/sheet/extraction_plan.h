@@ -10,7 +10,6 @@
 
 #include <tl/expected.hpp>
 
-#include <optional>
 #include <vector>
 
 // Which stills a sheet takes, at which instants, and with which command each.
@@ -42,15 +41,6 @@ ExtractionPlan planExtraction(int out, const QVariantMap &input);
 // Always 0; nothing is stored when the stills folder is not ours to empty (logged).
 int encodage(int out, const QString &versionText, const QVariantMap &input,
              PreferencesStore &store);
-
-// The command to try when a picture run left no file: the same without the intra selector, then
-// somewhat earlier instants, since nothing may be decodable right at the end of a file. Nothing
-// when all has been tried. `attempt` counts from 1.
-std::optional<QStringList> nextAttempt(const QStringList &plannedArguments, int attempt);
-
-// The command that takes whatever frame stands at the instant instead of the next intra frame;
-// nothing when the planned one does so already.
-std::optional<QStringList> anyFrameAttempt(const QStringList &plannedArguments);
 
 // Where a planned run writes its picture: the last argument.
 QString pictureFile(const QString &stillsFolder, int index);

@@ -176,7 +176,8 @@ Run understand(const Texts &arguments)
     const bool analysis =
         std::find(arguments.begin(), arguments.end(), "yuv4mpegpipe") != arguments.end();
     const bool picture = name.rfind("img", 0) == 0 && name.size() >= 9;
-    run.phase = analysis ? "analysis" : picture ? "picture" : "preview";
+    const bool measuring = std::find(arguments.begin(), arguments.end(), "copy") != arguments.end();
+    run.phase = analysis ? "analysis" : picture ? "picture" : measuring ? "measure" : "preview";
     run.index = picture ? std::atoi(name.c_str() + 3) : -1;
     run.selectsIntra = std::any_of(arguments.begin(), arguments.end(), [](const std::string &a) {
         return a.find("pict_type") != std::string::npos;
@@ -186,6 +187,9 @@ Run understand(const Texts &arguments)
 
 void logRun(const Run &run)
 {
+    if (run.phase == "measure" && run.stem.find("ends-") == std::string::npos) {
+        return;
+    }
     if (const char *path = std::getenv("FAKE_TOOL_LOG")) {
         std::ofstream log(path, std::ios::app);
         log << run.phase << ' ' << run.index << ' ' << lastComponent(run.source) << '\n';
@@ -242,8 +246,8 @@ void printReport(const Run &run, const std::string &behaviour)
                 "frame=   10 fps=0.0 q=-0.0 size=1k time=00:00:00.40 bitrate=N/A speed=9x\n");
 }
 
-// Each picture's file differs, as frames do, unless they are to be the "same".
-void writeOutput(const Run &run, const std::string &behaviour)
+// Each picture's file differs, as frames do.
+void writeOutput(const Run &run)
 {
     std::ofstream file(run.output, std::ios::binary);
     if (run.phase == "analysis") {
@@ -253,9 +257,21 @@ void writeOutput(const Run &run, const std::string &behaviour)
     const char *picture = std::getenv("FAKE_TOOL_PICTURE");
     if (picture != nullptr) {
         file << std::ifstream(picture, std::ios::binary).rdbuf();
-        file << (behaviour == "same" ? "" : std::to_string(run.index));
+        file << run.index;
     } else {
         file << "no picture at all";
+    }
+}
+
+// The select filter's note of the frame's time, in the report that the environment asks for.
+void noteInstant(double seconds)
+{
+    const char *variable = std::getenv("FFREPORT");
+    const std::string text = variable != nullptr ? variable : "";
+    const size_t end = text.find(":level");
+    if (text.rfind("file=", 0) == 0 && end != std::string::npos) {
+        std::ofstream(text.substr(5, end - 5))
+            << "[Parsed_select_0 @ 0x1] n:0 pts:1 t:" << seconds << " key:1 -> select:1.000000\n";
     }
 }
 
@@ -264,6 +280,22 @@ int refuse(const Run &run)
     writeTo(STDERR_FILENO, run.source + ": Invalid data found when processing input\n");
     writeTo(STDERR_FILENO, "Error opening input file: unknown format\n");
     return 1;
+}
+
+// Packets are there for "ends-<seconds>", or as long as the report claims.
+int measure(const Run &run, const Texts &arguments)
+{
+    const auto seek = std::find(arguments.begin(), arguments.end(), "-ss");
+    const int from = seek == arguments.end() ? 0 : std::atoi((seek + 1)->c_str());
+    const size_t at = run.stem.find("ends-");
+    const int end =
+        at == std::string::npos ? durationOf(run) : std::atoi(run.stem.c_str() + at + 5);
+    char progress[80];
+    std::snprintf(progress, sizeof progress, "frame=%5d Lsize=N/A time=00:%02d:%02d.00 bitrate=N/A",
+                  end > from ? (end - from) * 25 : 0, std::max(0, end - from) / 60,
+                  std::max(0, end - from) % 60);
+    writeTo(STDERR_FILENO, progress);
+    return 0;
 }
 
 int actAsFfmpeg(const Texts &arguments)
@@ -293,6 +325,9 @@ int actAsFfmpeg(const Texts &arguments)
         return refuse(run);
     }
     printReport(run, behaviour);
+    if (run.phase == "measure") {
+        return measure(run, arguments);
+    }
     if (behaviour == "slow") {
         waitFor(300);
     }
@@ -301,8 +336,11 @@ int actAsFfmpeg(const Texts &arguments)
             writeTo(STDERR_FILENO, "frame=1 time=00:00:01.00 bitrate=N/A and so on and so on\r");
         }
     }
+    if (run.phase == "picture") {
+        noteInstant(behaviour == "far" && run.selectsIntra ? 100 : 0);
+    }
     if (behaviour != "missing" && !(behaviour == "intra" && run.selectsIntra)) {
-        writeOutput(run, behaviour);
+        writeOutput(run);
     }
     return 0;
 }

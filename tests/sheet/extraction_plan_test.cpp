@@ -104,31 +104,6 @@ TEST(PlanExtraction, StaysSaneForHostileRecords)
     EXPECT_TRUE(planExtraction(2, source(80, 5)).pictures.empty());
 }
 
-TEST(NextAttempt, DropsTheSelectorThenGoesEarlier)
-{
-    struct Row {
-        const char *seek;
-        bool selector;
-        QList<const char *> attempts;
-    };
-    for (const Row &row :
-         {Row{"70.00", true, {"70.00", "69.50", "68.00"}}, Row{"70.00", false, {"69.50", "68.00"}},
-          Row{"0.30", true, {"0.30", "0.00"}}, Row{"0.00", false, {}}}) {
-        QVariantMap input = with(source(80, 8), "intraFailure", row.selector ? 0 : 1);
-        QStringList planned = planExtraction(0, input).pictures.at(7).arguments;
-        planned[2] = QString::fromLatin1(row.seek);
-        int attempt = 0;
-        for (const char *seek : row.attempts) {
-            const auto arguments = nextAttempt(planned, ++attempt);
-            ASSERT_TRUE(arguments) << row.seek << " attempt " << attempt;
-            EXPECT_EQ(arguments->at(2), QLatin1String(seek));
-            EXPECT_EQ(arguments->at(12), QStringLiteral("yadif=1,scale=1024:576,setsar=1:1"));
-        }
-        EXPECT_FALSE(nextAttempt(planned, attempt + 1)) << row.seek;
-    }
-    EXPECT_FALSE(nextAttempt({QStringLiteral("tool"), QStringLiteral("-vf")}, 1));
-}
-
 class Encodage : public testing::Test
 {
 protected:

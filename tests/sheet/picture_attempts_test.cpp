@@ -1,0 +1,91 @@
+#include "sheet/picture_attempts.h"
+
+#include <gtest/gtest.h>
+
+using namespace qv;
+
+namespace
+{
+
+QStringList planned(const char *seek, const char *selector)
+{
+    return {"tool",
+            "-ss",
+            seek,
+            "-t",
+            "12",
+            "-loglevel",
+            "info",
+            "-i",
+            "/s",
+            "-frames:v",
+            "1",
+            "-vf",
+            QString(selector) + "yadif=1,scale=320:180",
+            "/img"};
+}
+
+// "seek+length selector", with "last" when the last frame stays.
+QString described(const PictureAttempt &attempt)
+{
+    const QStringList &arguments = attempt.arguments;
+    const QString filter = arguments.at(arguments.indexOf("-vf") + 1);
+    EXPECT_TRUE(filter.endsWith("yadif=1,scale=320:180"));
+    EXPECT_EQ(attempt.takesLast, arguments.contains("-update"));
+    EXPECT_NEAR(attempt.seek, arguments.at(2).toDouble(), 0.006);
+    return QString("%1+%2 %3%4")
+        .arg(arguments.at(2), arguments.at(4), filter.chopped(21),
+             attempt.takesLast ? " last" : "");
+}
+
+const char *const intra = "select=eq(pict_type\\,I),";
+
+} // namespace
+
+TEST(PictureAttempts, LookEverFartherFromTheInstant)
+{
+    const struct {
+        const char *seek;
+        const char *selector;
+        AttemptClues clues;
+        QStringList expected;
+    } rows[] = {
+        {"70.00",
+         intra,
+         {10, 25, true},
+         {"70.00+12 select=1,", "69.50+12 select=1,", "68.00+12 select=1,",
+          "40.00+42 select=gte(t\\,30),", "10.00+60 select=eq(pict_type\\,I), last",
+          "70.00+60 select=1,"}},
+        // Without a selector in the plan the first has been tried already.
+        {"0.30",
+         "",
+         {10, 25, true},
+         {"0.00+12 select=1,", "0.00+12 select=1,", "0.00+12.3 select=gte(t\\,0.3),",
+          "0.00+0.3 select=eq(pict_type\\,I), last", "0.30+60 select=1,"}},
+        // A slide show: the picture at an instant may have begun long before.
+        {"9000.00",
+         "",
+         {900, 1.0 / 60, true},
+         {"8999.50+12 select=1,", "8998.00+12 select=1,", "8970.00+42 select=gte(t\\,30),",
+          "8100.00+900 select=1, last", "9000.00+900 select=1,"}},
+    };
+    for (const auto &row : rows) {
+        QStringList got;
+        while (const auto attempt = nextAttempt(planned(row.seek, row.selector),
+                                                static_cast<int>(got.size()) + 1, row.clues)) {
+            got << described(*attempt);
+        }
+        EXPECT_EQ(got, row.expected) << row.seek;
+    }
+    EXPECT_FALSE(nextAttempt({"tool", "-vf"}, 1, {}));
+}
+
+TEST(PictureAttempts, DecodeFromTheStartWhereFfmpegCantSeek)
+{
+    const auto attempt = nextAttempt(planned("70.00", intra), 1, {10, 25, false});
+    ASSERT_TRUE(attempt);
+    EXPECT_EQ(attempt->arguments.mid(0, 8),
+              (QStringList{"tool", "-loglevel", "info", "-i", "/s", "-ss", "70.00", "-frames:v"}));
+    EXPECT_FALSE(attempt->arguments.contains("-t"));
+    EXPECT_FALSE(nextAttempt(planned("70.00", intra), 2, {10, 25, false}));
+}
