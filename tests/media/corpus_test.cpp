@@ -1,0 +1,182 @@
+// Every kind of source that people have, through the command as it is built.
+
+#include "media/results_table.h"
+#include "media/walk.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <iostream>
+
+namespace
+{
+
+// "16:9"; 0 for anything else
+double ratioOf(const QString &text)
+{
+    const QStringList parts = text.split(u':');
+    const double divisor = parts.value(1).toDouble();
+    return divisor > 0 ? parts.first().toDouble() / divisor : 0;
+}
+
+Sources walkedSources()
+{
+    Sources walked;
+    for (const Source &source : allSources()) {
+        if (!source.companion) {
+            walked.push_back(source);
+        }
+    }
+    return walked;
+}
+
+// Letters and digits of the title, all else as "_".
+std::string testName(const testing::TestParamInfo<Source> &info)
+{
+    std::string name = titleOf(info.param).toStdString();
+    for (char &c : name) {
+        c = std::isalnum(static_cast<unsigned char>(c)) != 0 && (c & 0x80) == 0 ? c : '_';
+    }
+    return name;
+}
+
+// Whether a test that is to run is of the theme.
+bool isWanted(const QByteArray &theme)
+{
+    const testing::UnitTest &tests = *testing::UnitTest::GetInstance();
+    const std::string prefix = '/' + theme.toStdString() + '_';
+    for (int i = 0; i < tests.total_test_suite_count(); ++i) {
+        const testing::TestSuite &suite = *tests.GetTestSuite(i);
+        for (int j = 0; j < suite.total_test_count(); ++j) {
+            const testing::TestInfo &test = *suite.GetTestInfo(j);
+            if (test.should_run() && std::string(test.name()).find(prefix) != std::string::npos) {
+                return true;
+            }
+        }
+    }
+    return false;
+}
+
+// In the first call the command goes over the themes of the tests that are to run.
+const Walk &theWalk()
+{
+    static const Walk walk([] {
+        QStringList themes;
+        for (const Source &source : allSources()) {
+            const QString theme = QString::fromUtf8(themeOf(source));
+            if (!themes.contains(theme) && isWanted(themeOf(source))) {
+                themes.append(theme);
+            }
+        }
+        return themes;
+    }());
+    return walk;
+}
+
+std::string textOf(const Seen &seen, const char *key)
+{
+    return seen.record.value(QLatin1String(key)).toString().toStdString();
+}
+
+} // namespace
+
+class MediaCorpus : public testing::TestWithParam<Source>
+{
+protected:
+    void expectRefusal() const
+    {
+        EXPECT_FALSE(m_seen.isRow());
+        EXPECT_THAT(m_seen.reason.toStdString(), testing::HasSubstr(m_expect.refusal));
+    }
+
+    void expectRecord() const
+    {
+        const std::string size = textOf(m_seen, "v0_width") + 'x' + textOf(m_seen, "v0_height");
+        EXPECT_EQ(size, m_expect.size != nullptr ? m_expect.size : m_source.picture.size);
+        const double seconds = m_expect.seconds < 0 ? m_source.picture.seconds : m_expect.seconds;
+        EXPECT_NEAR(m_seen.record.value(QStringLiteral("w_duration")).toDouble(), seconds, 1.01);
+        if (m_expect.dar != nullptr) {
+            const double dar = ratioOf(m_seen.record.value(QStringLiteral("v0_dar")).toString());
+            EXPECT_NEAR(dar / ratioOf(QLatin1String(m_expect.dar)), 1, 0.01)
+                << textOf(m_seen, "v0_dar");
+        }
+        if (m_expect.fields != nullptr) {
+            EXPECT_EQ(textOf(m_seen, "v0_fields"), m_expect.fields);
+        }
+        for (const QString &key :
+             QString::fromLatin1(m_expect.keys).split(u' ', Qt::SkipEmptyParts)) {
+            EXPECT_TRUE(m_seen.record.contains(key)) << key.toStdString();
+        }
+    }
+
+    void expectCells()
+    {
+        EXPECT_GE(m_seen.drawn, m_expect.cells);
+        if (!m_source.picture.clock) {
+            return;
+        }
+        int strays = 0;
+        std::string told;
+        for (const SeenCell &cell : cellsOf(m_seen, m_source.picture.tick)) {
+            const double due = cell.stamp + m_expect.clockStart;
+            told += std::to_string(due) + " -> " +
+                    (cell.clock ? std::to_string(*cell.clock) : "unreadable") + '\n';
+            const double distance = cell.clock ? std::abs(*cell.clock - due) : INFINITY;
+            strays += distance > m_expect.within ? 1 : 0;
+            if (cell.clock) {
+                m_farthest = std::max(m_farthest.value_or(0), distance);
+            }
+        }
+        EXPECT_LE(strays, m_expect.strays) << told;
+    }
+
+    void TearDown() override
+    {
+        ResultsTable::instance().add(m_source, m_seen, m_farthest, !HasFailure());
+    }
+
+    const Source &m_source = GetParam();
+    const Expectation &m_expect = m_source.expect;
+    Seen m_seen = theWalk().of(m_source);
+    std::optional<double> m_farthest;
+};
+
+TEST_P(MediaCorpus, BecomesWhatItShould)
+{
+    ASSERT_TRUE(m_seen.isTold) << "the command said nothing of it";
+    if (m_expect.refusal != nullptr) {
+        expectRefusal();
+        return;
+    }
+    ASSERT_EQ(m_seen.status.toStdString(), "made") << m_seen.reason.toStdString();
+    expectRecord();
+    expectCells();
+}
+
+INSTANTIATE_TEST_SUITE_P(Sources, MediaCorpus, testing::ValuesIn(walkedSources()), testName);
+
+// The files are made and the command runs to its end over every theme.
+TEST(MediaWalk, RunsToItsEnd)
+{
+    EXPECT_EQ(theWalk().problems().join(u'\n').toStdString(), "");
+}
+
+namespace
+{
+
+class WrittenTable : public testing::Environment
+{
+public:
+    void TearDown() override
+    {
+        const QString path = QStringLiteral(QV_MEDIA_RESULTS);
+        EXPECT_TRUE(ResultsTable::instance().write(path));
+        std::cout << "table of results: " << path.toStdString() << std::endl;
+    }
+};
+
+const testing::Environment *const writtenTable =
+    testing::AddGlobalTestEnvironment(new WrittenTable);
+
+} // namespace
