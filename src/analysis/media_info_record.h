@@ -18,6 +18,7 @@
 //   a0_rate            Hz      a0_channels  count          a0_bits    bits per sample
 //   a0_force           1 when the first audio stream's values were forced
 //   intraOffset        seconds, first key frame            chapters   list of seconds
+//   clipName           name of a clip that lies on a camcorder card
 namespace qv
 {
 

@@ -1,5 +1,6 @@
 #include "controller/sheet_names.h"
 
+#include "analysis/camcorder_clip.h"
 #include "support/files.h"
 #include "support/foreign_names.h"
 
@@ -20,7 +21,9 @@ constexpr int parentLimit = 80;
 
 QString titleOf(const QString &sourcePath)
 {
-    const QString title = fittedName(sourceTitle(sourcePath), QString(), nameLimit);
+    const QString clip = cardClipName(sourcePath);
+    const QString title =
+        fittedName(clip.isNull() ? sourceTitle(sourcePath) : clip, QString(), nameLimit);
     // A name of dots would be a folder's.
     return title.isEmpty() || title == QLatin1String(".") || title == QLatin1String("..")
                ? QStringLiteral("untitled")

@@ -12,7 +12,8 @@ namespace qv
 class SheetNames
 {
 public:
-    // The sheet's path without extension for a source: the folder plus the source's display name.
+    // The sheet's path without extension for a source: the folder plus the source's display name;
+    // a clip on a camcorder card has the name that the card gives it.
     // A source whose name another one has already taken gets one that tells them apart: its
     // folder's name or its own extension in parentheses, then a number. The answer for a source
     // stays the same as long as the folder does. A name that `mayUse` refuses is passed over.

@@ -17,6 +17,13 @@ namespace
 
 constexpr double mebibytesPerGibibyte = 1024;
 
+QString titleOf(const QVariantMap &input, const QString &shownPath)
+{
+    const QString clipName = stringIn(input, QStringLiteral("clipName"));
+    return clipName.isEmpty() ? lastPathComponent(withoutExtension(EyetvBundle(shownPath)))
+                              : clipName;
+}
+
 QString day(const QString &path)
 {
     return creationDateText(path).section(QLatin1Char(' '), 0, 0);
@@ -114,8 +121,7 @@ QVariantMap captionTexts(const QVariantMap &input)
 {
     const QString path = stringIn(input, QStringLiteral("srcPathStr"));
     const QString shown = shownPath(path);
-    const QString title = lastPathComponent(withoutExtension(EyetvBundle(shown)));
-    QVariantMap texts{{QStringLiteral("name"), title},
+    QVariantMap texts{{QStringLiteral("name"), titleOf(input, shown)},
                       {QStringLiteral("location"), shown},
                       {QStringLiteral("date"), day(path)},
                       {QStringLiteral("duration"), durationText(sourceDuration(input))},

@@ -195,7 +195,10 @@ DeviceCell deviceCell(const QPainter &painter, const SheetGeometry &sheet, int i
 {
     const QRect frame = deviceRect(painter, sheet.cells[static_cast<std::size_t>(i)]);
     const int border = deviceBorder(painter, sheet.border);
-    return {frame, frame.adjusted(border, border, -border, -border)};
+    QRect picture = frame.adjusted(border, border, -border, -border);
+    // A ribbon of a film leaves nothing between its borders.
+    picture.setSize(picture.size().expandedTo(QSize(1, 1)));
+    return {frame, picture};
 }
 
 void paintCell(QPainter &painter, const SheetGeometry &sheet, const SheetContent &content, int i,

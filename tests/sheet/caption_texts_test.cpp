@@ -49,6 +49,8 @@ TEST_F(CaptionTexts, NameTheSource)
     EXPECT_EQ(caption("name", {{QStringLiteral("srcPathStr"),
                                 QStringLiteral("/tv/The News.eyetv/0000.mpg")}}),
               QStringLiteral("The News"));
+    EXPECT_EQ(caption("name", record({{QStringLiteral("clipName"), QStringLiteral("clip-1")}})),
+              QStringLiteral("clip-1"));
 }
 
 TEST_F(CaptionTexts, TellTheDuration)

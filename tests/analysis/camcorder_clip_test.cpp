@@ -1,0 +1,67 @@
+// Names of clips on a camcorder card.
+#include "analysis/camcorder_clip.h"
+
+#include "common/test_bundle.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QTemporaryDir>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+using namespace qv;
+
+namespace
+{
+
+class CardTest : public testing::Test
+{
+protected:
+    CardTest()
+    {
+        QFile::link(builtTool("gettimestamps"), m_bundle.tool("gettimestamps"));
+        make("BDMV/PLAYLIST/0.MPL", QByteArray::fromHex("FFFF1E20 00031E20 090517142305"));
+    }
+    QString make(const QString &name, const QByteArray &bytes = "x") const
+    {
+        QFile file(m_folder.filePath(name));
+        QDir().mkpath(QFileInfo(file).path());
+        EXPECT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write(bytes);
+        return file.fileName();
+    }
+
+    TestBundle m_bundle{TestBundle::Ffmpeg::None};
+    QTemporaryDir m_folder;
+};
+
+} // namespace
+
+TEST_F(CardTest, NamesAClipByItsRecordingDateElseByItsFileDate)
+{
+    EXPECT_EQ(cardClipName(make("BDMV/STREAM/00003.MTS")), "clip-2009-05-17 14;23;05-00003");
+    EXPECT_THAT(cardClipName(make("BDMV/STREAM/::4.MTS")).toStdString(),
+                testing::MatchesRegex("clip-20..-..-.. ..;..;..( -....)?-;4"));
+    EXPECT_EQ(clipDateName("/missing/00003.MTS"), "00003.MTS");
+}
+
+TEST_F(CardTest, LeavesEveryOtherFileItsName)
+{
+    for (const QString &clip : {make("BDMV/OTHER/00003.MTS"), make("STREAM/00003.MTS"),
+                                m_folder.filePath("BDMV/STREAM/missing.MTS"), QString()}) {
+        EXPECT_TRUE(cardClipName(clip).isNull()) << clip.toStdString();
+    }
+}
+
+TEST_F(CardTest, TakesNothingFromTheToolThatDoesNotBelongIntoAName)
+{
+    const QString tool = m_bundle.tool("gettimestamps");
+    QFile::remove(tool);
+    const QByteArray line = "00003 : ../\\033[1mc\\007/\\303\\251\\0" + QByteArray(999, 'p');
+    const QString script = make("tool", "#!/bin/sh\nprintf '00003x : no\\n" + line + "\\n'\n");
+    QFile::setPermissions(script, QFile::ReadOwner | QFile::ExeOwner);
+    QFile::link(script, tool);
+    EXPECT_EQ(clipDateName(make("BDMV/STREAM/00003.MTS")), "..[1mc" + QString(52, 'p') + "-00003");
+}
