@@ -1,22 +1,17 @@
 #pragma once
 
-#include <QByteArray>
 #include <QString>
 
 #include <optional>
 
-// Which instant a picture run took. ffmpeg writes a detailed report beside what it prints when its
-// environment asks for one, and its select filter notes the time of each frame in it.
+// Which instant a picture run took, by the lines of its "showinfo" filter.
 namespace qv
 {
 
-// "FFREPORT=..." that makes ffmpeg write such a report to this file.
-QByteArray detailedReportVariable(const QString &path);
-
 enum class Taken { First, Last };
 
-// Seconds from the run's own start of the first or last selected frame; nothing when the report has
-// none.
-std::optional<double> pictureInstant(const QString &reportPath, Taken taken);
+// Seconds from the run's own start of the first or last frame that it shows; nothing when what it
+// printed tells of none.
+std::optional<double> pictureInstant(const QString &printed, Taken taken);
 
 } // namespace qv

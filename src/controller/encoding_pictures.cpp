@@ -5,7 +5,6 @@
 #include "analysis/picture_instant.h"
 #include "controller/progress_readers.h"
 #include "controller/store_keys.h"
-#include "process/tool_environment.h"
 #include "sheet/extraction_plan.h"
 #include "sheet/text_painter.h"
 #include "support/files.h"
@@ -37,12 +36,6 @@ const QString pendingKey = QStringLiteral("appkyThFf");
 bool hasArrived(const QString &file)
 {
     return QFileInfo(file).size() > 0;
-}
-
-// Where ffmpeg notes which frame the run in progress takes.
-QString instantReport()
-{
-    return appendPath(temporaryFolder(), QStringLiteral("picture.log"));
 }
 
 // The entry with the lowest number as its key.
@@ -178,8 +171,8 @@ bool EncodingDriver::failsRun(const RunReport &run, const QString &what)
 void EncodingDriver::noteInstant()
 {
     PictureRun &picture = *m_row.picture;
-    const auto taken =
-        pictureInstant(instantReport(), picture.takesLast ? Taken::Last : Taken::First);
+    const auto taken = pictureInstant(m_context.taskSlots.lastEncodingRun().tail,
+                                      picture.takesLast ? Taken::Last : Taken::First);
     if (!taken) {
         return;
     }
@@ -242,7 +235,7 @@ void EncodingDriver::launchNextPicture()
                  QString::number(total - stillPending + 1), QString::number(total));
     m_row.picture = PictureRun{index, 0, arguments, pictureFile(m_row.stills, index),
                                plannedInstant(arguments)};
-    launchPicture(arguments, total);
+    launchPicture(tellingInstant(arguments), total);
 }
 
 void EncodingDriver::launchAttempt(const PictureAttempt &attempt)
@@ -255,10 +248,8 @@ void EncodingDriver::launchAttempt(const PictureAttempt &attempt)
 void EncodingDriver::launchPicture(const QStringList &arguments, int total)
 {
     m_context.window.encoding.actionCaption = lastPathComponent(m_row.source);
-    QFile::remove(instantReport());
-    m_context.taskSlots.tasklauncherStart(
-        arguments, static_cast<float>(total), PictureRuns,
-        {true, true, true, detailedReportVariable(instantReport())}, false);
+    m_context.taskSlots.tasklauncherStart(arguments, static_cast<float>(total), PictureRuns,
+                                          {true, true, true}, false);
     // The tool works now; the composer's fonts can be loaded meanwhile.
     QMetaObject::invokeMethod(this, prepareTexts, Qt::QueuedConnection);
 }

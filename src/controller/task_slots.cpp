@@ -14,7 +14,7 @@ namespace
 constexpr double noPreviousTime = -123456.0;
 
 // What is kept of a run's output to explain a failure.
-constexpr qsizetype tailLength = 8192;
+constexpr qsizetype tailLength = 65536;
 // An analysis report is some hundred kilobytes; a tool that prints without end is cut here.
 constexpr qsizetype reportLimit = 64 * 1024 * 1024;
 
@@ -57,7 +57,6 @@ int TaskSlots::tasklauncherStart(const QStringList &argsArray, float progressMax
     prepareControls(slot, controls);
     slot.taskClass = std::make_unique<taskLauncher>();
     slot.taskClass->setDelegate(this);
-    slot.taskClass->setVariable(controls.variable);
     // Names and tags in any script stand in the tools' output, and text chunks must be ASCII; so
     // the bytes are taken and decoded here.
     slot.taskClass->dontConvertDataToString(true);

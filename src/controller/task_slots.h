@@ -16,12 +16,11 @@
 namespace qv
 {
 
-// Which of the slot's controls a run uses, and what its environment has beside the usual.
+// Which of the slot's controls a run uses.
 struct RunControls {
     bool progressBar = false;
     bool stopBt = false;
     bool progressWheel = false;
-    QByteArray variable = {}; // "NAME=value"
 };
 
 // What became of a slot's last run.

@@ -112,7 +112,7 @@ int taskLauncher::createTasks(const QList<QStringList> &groups)
         }
         const bool last = i + 1 == groups.size();
         auto child = ChildProcess::spawn({groups.at(i),
-                                          toolEnvironment(m_variable),
+                                          toolEnvironment(),
                                           input.get(),
                                           output.writeEnd.get(),
                                           last ? error.writeEnd.get() : -1,

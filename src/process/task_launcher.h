@@ -71,9 +71,6 @@ public:
     // Before the launch: chunks then come as bytes. Text chunks that are not ASCII are dropped, so
     // whoever needs every word of a tool takes the bytes.
     void dontConvertDataToString(bool raw) { m_convert = raw; }
-    // Before the launch: "NAME=value" for the tools beside the usual environment; replaces one of
-    // that name.
-    void setVariable(const QByteArray &variable) { m_variable = variable; }
 
     // One of LaunchResult. After a failure nothing is reported to the delegate.
     int launchTasksWithArguments(const QStringList &arguments);
@@ -115,7 +112,6 @@ private:
     void notifyThatTaskEnded();
     void stopListening();
 
-    QByteArray m_variable;
     std::optional<std::vector<ChildProcess>> m_tasks; // in pipe order; missing before the launch
     Stream m_output;
     Stream m_stdErr;

@@ -83,16 +83,13 @@ QList<QByteArray> applicationEnvironment()
     return environment;
 }
 
-QList<QByteArray> toolEnvironment(const QByteArray &variable)
+QList<QByteArray> toolEnvironment()
 {
     QList<QByteArray> environment = applicationEnvironment();
     setVariable(environment, "LC_CTYPE", "en_US.UTF-8");
     const QString fonts = appendPath(temporaryFolder(), QStringLiteral("app.app")) +
                           QStringLiteral("/Contents/Resources/fonts");
     setVariable(environment, "CUSTOMCONFIGDIR", QFile::encodeName(fonts));
-    if (const qsizetype equals = variable.indexOf('='); equals > 0) {
-        setVariable(environment, variable.left(equals), variable.mid(equals + 1));
-    }
     return environment;
 }
 

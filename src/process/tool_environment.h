@@ -22,8 +22,8 @@ bool prepareTemporaryFolder(const QString &path, const Bundle &bundle);
 QString ffmpegPath();
 
 // "NAME=value" of every variable: the application's own with LC_CTYPE and CUSTOMCONFIGDIR set.
-// Built afresh for every process. `variable`, another "NAME=value", replaces one of that name.
-QList<QByteArray> toolEnvironment(const QByteArray &variable = {});
+// Built afresh for every process.
+QList<QByteArray> toolEnvironment();
 // The application's own environment unchanged.
 QList<QByteArray> applicationEnvironment();
 

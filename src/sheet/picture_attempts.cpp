@@ -10,7 +10,8 @@ namespace qv
 namespace
 {
 
-const QString anySelector = QStringLiteral("select=1,");
+// Has ffmpeg print the time of each frame that passes.
+const QString teller = QStringLiteral("showinfo=checksum=0,");
 
 constexpr double usualLength = 12; // seconds that a planned run looks at
 
@@ -45,7 +46,7 @@ QStringList run(const QStringList &planned, double from, double seconds, const Q
 {
     QStringList arguments = with(planned, seekOption, QString::number(from, 'f', 2));
     arguments = with(arguments, lengthOption, QString::number(seconds));
-    return with(arguments, filterOption, selector + plainFilter(planned));
+    return with(arguments, filterOption, selector + teller + plainFilter(planned));
 }
 
 // Each frame replaces the one before in the picture file.
@@ -99,13 +100,13 @@ std::vector<PictureAttempt> attempts(const QStringList &planned, const AttemptCl
     }
     for (const double earlier : {slightlyEarlier, muchEarlier}) {
         const double from = std::max(0.0, instant - earlier);
-        list.push_back({run(planned, from, usualLength, anySelector), from, false});
+        list.push_back({run(planned, from, usualLength, QString()), from, false});
     }
     list.push_back(runUpAttempt(planned));
     list.push_back({keepingLast(run(planned, reachedBack, instant - reachedBack,
-                                    isSparse ? anySelector : intraSelector())),
+                                    isSparse ? QString() : intraSelector())),
                     reachedBack, true});
-    list.push_back({run(planned, instant, reach, anySelector), instant, false});
+    list.push_back({run(planned, instant, reach, QString()), instant, false});
     return list;
 }
 
@@ -120,6 +121,14 @@ double plannedInstant(const QStringList &plannedArguments)
 {
     const qsizetype at = valuePosition(plannedArguments, seekOption);
     return at < 0 ? 0 : doubleValue(plannedArguments.at(at));
+}
+
+QStringList tellingInstant(const QStringList &plannedArguments)
+{
+    const qsizetype at = valuePosition(plannedArguments, filterOption);
+    const bool selects = at >= 0 && plannedArguments.at(at).contains(intraSelector());
+    return with(plannedArguments, filterOption,
+                (selects ? intraSelector() : QString()) + teller + plainFilter(plannedArguments));
 }
 
 std::optional<PictureAttempt> nextAttempt(const QStringList &plannedArguments, int attempt,
@@ -152,7 +161,7 @@ std::optional<PictureAttempt> anyFrameAttempt(const QStringList &plannedArgument
         return {};
     }
     return PictureAttempt{
-        with(plannedArguments, filterOption, anySelector + plainFilter(plannedArguments)),
+        with(plannedArguments, filterOption, teller + plainFilter(plannedArguments)),
         plannedInstant(plannedArguments), false};
 }
 

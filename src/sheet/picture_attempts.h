@@ -5,8 +5,8 @@
 
 #include <optional>
 
-// How else a still can be had when its planned run left none. Every command here lets ffmpeg report
-// the instant of the frame that it takes (see the select filter).
+// How a still's planned run is made to tell which frame it takes, and how else the still can be had
+// when that run left none.
 namespace qv
 {
 
@@ -28,6 +28,9 @@ QString intraSelector();
 
 // The seconds at which a planned run begins.
 double plannedInstant(const QStringList &plannedArguments);
+
+// The planned command with a filter that prints the time of the frame.
+QStringList tellingInstant(const QStringList &plannedArguments);
 
 // The command to try when a run left no file: any frame at the instant; somewhat earlier; the frame
 // at the instant with a run-up, for streams in which a seek ends between distant key frames; the

@@ -7,8 +7,6 @@
 #include "analysis/report_dialect.h"
 #include "analysis/report_files.h"
 
-#include <QTemporaryDir>
-
 using namespace qv;
 using qv::tests::expectRecord;
 using qv::tests::reportFile;
@@ -206,20 +204,10 @@ TEST(Duration, ComesFromTheLastProgressOfTheCopyingRun)
     EXPECT_EQ(durationValue(0.5), QVariant(0.5F));
 }
 
-TEST(PictureInstant, IsReadFromTheDetailedReport)
+TEST(PictureInstant, IsToldByTheFilterThatShowsFrames)
 {
-    EXPECT_EQ(detailedReportVariable(q("/a b/50%:x")),
-              QByteArray("FFREPORT=file=/a\\ b/50%%\\:x:level=48"));
-    QTemporaryDir folder;
-    const QString path = folder.filePath("picture.log");
-    QFile file(path);
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-    file.write("title: [Parsed_select_0 t:1.0 -> select:1.0\n"
-               "[Parsed_select_0 @ 0x5] n:0 pts:5 t:0.200000 key:0 -> select:0.000000 x\n"
-               "[Parsed_select_0 @ 0x5] n:1 pts:6 t:3.040000 key:1 -> select:1.000000 x\n"
-               "[Parsed_select_0 @ 0x5] n:2 pts:7 t:9.500000 key:1 -> select:1.000000 x\n");
-    file.close();
-    EXPECT_EQ(pictureInstant(path, Taken::First), 3.04);
-    EXPECT_EQ(pictureInstant(path, Taken::Last), 9.5);
-    EXPECT_FALSE(pictureInstant(folder.filePath("none"), Taken::First));
+    const QString printed = reportFile("showinfo_ts");
+    EXPECT_EQ(pictureInstant(printed, Taken::First), 1.02322);
+    EXPECT_EQ(pictureInstant(printed, Taken::Last), 11.0232) << "behind a progress line";
+    EXPECT_FALSE(pictureInstant(q("Input #0\n title: pts_time:1.0 "), Taken::First));
 }

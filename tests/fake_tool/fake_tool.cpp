@@ -263,16 +263,10 @@ void writeOutput(const Run &run)
     }
 }
 
-// The select filter's note of the frame's time, in the report that the environment asks for.
 void noteInstant(double seconds)
 {
-    const char *variable = std::getenv("FFREPORT");
-    const std::string text = variable != nullptr ? variable : "";
-    const size_t end = text.find(":level");
-    if (text.rfind("file=", 0) == 0 && end != std::string::npos) {
-        std::ofstream(text.substr(5, end - 5))
-            << "[Parsed_select_0 @ 0x1] n:0 pts:1 t:" << seconds << " key:1 -> select:1.000000\n";
-    }
+    writeTo(STDERR_FILENO, "[Parsed_showinfo_1 @ 0x1] n:   0 pts:  1 pts_time:" +
+                               std::to_string(seconds) + " fmt:yuv420p iskey:1 type:I\n");
 }
 
 int refuse(const Run &run)

@@ -30,11 +30,11 @@ QString described(const PictureAttempt &attempt)
 {
     const QStringList &arguments = attempt.arguments;
     const QString filter = arguments.at(arguments.indexOf("-vf") + 1);
-    EXPECT_TRUE(filter.endsWith("yadif=1,scale=320:180"));
+    EXPECT_TRUE(filter.endsWith("showinfo=checksum=0,yadif=1,scale=320:180"));
     EXPECT_EQ(attempt.takesLast, arguments.contains("-update"));
     EXPECT_NEAR(attempt.seek, arguments.at(2).toDouble(), 0.006);
     return QString("%1+%2 %3%4")
-        .arg(arguments.at(2), arguments.at(4), filter.chopped(21),
+        .arg(arguments.at(2), arguments.at(4), filter.chopped(41),
              attempt.takesLast ? " last" : "");
 }
 
@@ -53,21 +53,20 @@ TEST(PictureAttempts, LookEverFartherFromTheInstant)
         {"70.00",
          intra,
          {10, 25, true},
-         {"70.00+12 select=1,", "69.50+12 select=1,", "68.00+12 select=1,",
-          "40.00+42 select=gte(t\\,30),", "10.00+60 select=eq(pict_type\\,I), last",
-          "70.00+60 select=1,"}},
+         {"70.00+12 ", "69.50+12 ", "68.00+12 ", "40.00+42 select=gte(t\\,30),",
+          "10.00+60 select=eq(pict_type\\,I), last", "70.00+60 "}},
         // Without a selector in the plan the first has been tried already.
         {"0.30",
          "",
          {10, 25, true},
-         {"0.00+12 select=1,", "0.00+12 select=1,", "0.00+12.3 select=gte(t\\,0.3),",
-          "0.00+0.3 select=eq(pict_type\\,I), last", "0.30+60 select=1,"}},
+         {"0.00+12 ", "0.00+12 ", "0.00+12.3 select=gte(t\\,0.3),",
+          "0.00+0.3 select=eq(pict_type\\,I), last", "0.30+60 "}},
         // A slide show: the picture at an instant may have begun long before.
         {"9000.00",
          "",
          {900, 1.0 / 60, true},
-         {"8999.50+12 select=1,", "8998.00+12 select=1,", "8970.00+42 select=gte(t\\,30),",
-          "8100.00+900 select=1, last", "9000.00+900 select=1,"}},
+         {"8999.50+12 ", "8998.00+12 ", "8970.00+42 select=gte(t\\,30),", "8100.00+900  last",
+          "9000.00+900 "}},
     };
     for (const auto &row : rows) {
         QStringList got;
@@ -78,6 +77,14 @@ TEST(PictureAttempts, LookEverFartherFromTheInstant)
         EXPECT_EQ(got, row.expected) << row.seek;
     }
     EXPECT_FALSE(nextAttempt({"tool", "-vf"}, 1, {}));
+}
+
+TEST(PictureAttempts, TellWhichFrameThePlannedRunTakes)
+{
+    EXPECT_EQ(tellingInstant(planned("70.00", intra)).at(12),
+              QString(intra) + "showinfo=checksum=0,yadif=1,scale=320:180");
+    EXPECT_EQ(tellingInstant(planned("70.00", "")).at(12),
+              "showinfo=checksum=0,yadif=1,scale=320:180");
 }
 
 TEST(PictureAttempts, DecodeFromTheStartWhereFfmpegCantSeek)
