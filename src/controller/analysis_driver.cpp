@@ -145,6 +145,7 @@ void AnalysisDriver::goOnWith(const NextRun &next)
 void AnalysisDriver::dropEverything()
 {
     logLine(QStringLiteral("analysis stop       = 1"));
+    m_measuringLimit.stop();
     PreferencesStore &store = m_context.preferences;
     store.prefDelete(keys::analysisQueue);
     store.prefDelete(keys::analysisQueueHead);

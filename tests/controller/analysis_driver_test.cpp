@@ -184,3 +184,20 @@ TEST_F(AnalysisTest, ThePreviewIsTakenFromInsideTheFilmAtItsAspect)
         EXPECT_EQ(any.last(), "/p");
     }
 }
+
+TEST_F(AnalysisTest, ADurationThatThePacketsContradictIsMeasured)
+{
+    const QStringList drop{path("ends-30.mp4"), path("ends-60.mp4")};
+    for (const QString &film : drop) {
+        write(film, QByteArray(100000, 'x')); // enough for a minute
+    }
+    m_controller->draggedFiles(drop);
+    ASSERT_TRUE(waitForGate());
+    EXPECT_EQ(runs().mid(0, 5), (QStringList{"analysis -1 ends-30.mp4", "measure -1 ends-30.mp4",
+                                             "measure -1 ends-30.mp4", "preview -1 ends-30.mp4",
+                                             "analysis -1 ends-60.mp4"}));
+    EXPECT_EQ(m_controller->table().row(0).dico.value("w_duration"), 30);
+    EXPECT_EQ(m_controller->table().row(1).dico.value("w_duration"), 60);
+    EXPECT_EQ(runs().count("measure -1 ends-60.mp4"), 1);
+    expectIdle();
+}
