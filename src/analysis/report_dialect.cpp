@@ -78,10 +78,23 @@ QString videoLine(const QString &line)
 }
 
 //   Could not find codec parameters for stream 2 (Subtitle: hdmv_pgs_subtitle): unspecified size
-bool isNewComplaint(const QString &line)
+bool speaksOfOtherStreams(const QString &line)
 {
     return has(line, "Could not find codec parameters for stream ") && !has(line, "(Video: ") &&
            !has(line, "(Audio: ");
+}
+
+// A broadcast that was switched on in the midst of a group gives them up to its first key picture.
+//   [hevc @ 0x563c21ce1800] Error parsing NAL unit #1.
+bool waitsForKeyPicture(const QString &line)
+{
+    return has(line, "[hevc @ ") &&
+           (has(line, "Error parsing NAL unit") || has(line, "Error constructing the frame RPS"));
+}
+
+bool isNewComplaint(const QString &line)
+{
+    return speaksOfOtherStreams(line) || waitsForKeyPicture(line);
 }
 
 QString oldLine(const QString &line)

@@ -16,6 +16,8 @@ namespace qv
 //   Video: wrapped_avframe (ffmpeg's own output) -> Video: rawvideo
 //   Could not find codec parameters for a stream that is neither sound nor picture -> gone: older
 //   releases did not look for any
+//   [hevc @ ...] Error parsing NAL unit          -> gone: the first releases knew no such decoder,
+//   and a stream that begins in the midst of a group has them until its first key picture
 // A report in old words comes back as it was.
 QString inOldWords(const QString &report);
 

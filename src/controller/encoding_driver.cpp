@@ -347,6 +347,7 @@ void EncodingDriver::runPlan()
     m_row.asked = static_cast<int>(mapIn(display.toMap(), QStringLiteral("timecode")).size());
     m_row.interval = m_row.asked > 0 ? m_row.duration / m_row.asked : 0;
     m_row.fps = numberIn(plan, QStringLiteral("v0_fps")).value_or(0);
+    m_row.seeksToKeys = seeksToKeyFrames(stringIn(plan, QStringLiteral("wrapper")));
     if (m_row.asked == 0) {
         failRow(QStringLiteral("fewer pictures are asked for than the layout has columns"));
         return;

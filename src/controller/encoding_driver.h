@@ -119,6 +119,7 @@ private:
         int hungRuns = 0;
         bool byMovieFramework = false;
         bool canSeek = true; // until ffmpeg says that it can't
+        bool seeksToKeys = true;
         QSet<int> moved;     // indices of stills whose frames are far from their stamps
         double interval = 0; // seconds between two stills
         double fps = 0;      // 0: unknown

@@ -140,8 +140,8 @@ bool EncodingDriver::hasRetried()
         m_row.canSeek = false;
         picture.attempt = 0;
     }
-    const auto next =
-        nextAttempt(picture.planned, ++picture.attempt, {m_row.interval, m_row.fps, m_row.canSeek});
+    const auto next = nextAttempt(picture.planned, ++picture.attempt,
+                                  {m_row.interval, m_row.fps, m_row.canSeek, m_row.seeksToKeys});
     if (!next) {
         logLine(QStringLiteral("picture             :-( #%1 given up").arg(picture.index));
         return false;
@@ -204,11 +204,12 @@ bool EncodingDriver::hasBroughtNearer()
     if (!hasArrived(picture.file) || std::abs(picture.off) < nearEnough) {
         return false;
     }
-    const auto anyFrame = anyFrameAttempt(picture.planned);
-    const bool isFirst = std::exchange(picture.nearer, picture.nearer + 1) == 0;
-    if (picture.nearer > 2 || m_row.hungRuns >= hungRunsLimit || !m_row.canSeek) {
+    const auto anyFrame = m_row.seeksToKeys ? anyFrameAttempt(picture.planned) : std::nullopt;
+    const int attempts = anyFrame ? 2 : 1;
+    if (picture.nearer == attempts || m_row.hungRuns >= hungRunsLimit || !m_row.canSeek) {
         return false;
     }
+    const bool isFirst = picture.nearer++ == 0;
     launchAttempt(isFirst && anyFrame ? *anyFrame : runUpAttempt(picture.planned));
     return true;
 }

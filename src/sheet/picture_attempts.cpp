@@ -102,7 +102,7 @@ std::vector<PictureAttempt> attempts(const QStringList &planned, const AttemptCl
         const double from = std::max(0.0, instant - earlier);
         list.push_back({run(planned, from, usualLength, QString()), from, false});
     }
-    list.push_back(runUpAttempt(planned));
+    list.insert(clues.seeksToKeys ? list.end() : list.begin(), runUpAttempt(planned));
     list.push_back({keepingLast(run(planned, reachedBack, instant - reachedBack,
                                     isSparse ? QString() : intraSelector())),
                     reachedBack, true});
@@ -111,6 +111,14 @@ std::vector<PictureAttempt> attempts(const QStringList &planned, const AttemptCl
 }
 
 } // namespace
+
+bool seeksToKeyFrames(const QString &wrapper)
+{
+    static const QStringList others{QStringLiteral("mpegts"), QStringLiteral("mpeg"),
+                                    QStringLiteral("ogg"),    QStringLiteral("mpegvideo"),
+                                    QStringLiteral("h264"),   QStringLiteral("hevc")};
+    return !others.contains(wrapper);
+}
 
 QString intraSelector()
 {

@@ -10,11 +10,16 @@
 namespace qv
 {
 
+// Whether ffmpeg, seeking in this container ("mpegts"), begins at a key frame. In the others a
+// frame that is decoded right after a seek may lack those it builds on.
+bool seeksToKeyFrames(const QString &wrapper);
+
 // What is known of the source when a still is asked for again.
 struct AttemptClues {
     double interval = 0; // seconds between two stills
     double fps = 0;      // 0: unknown
     bool canSeek = true; // false: ffmpeg said that it can't seek in this source
+    bool seeksToKeys = true;
 };
 
 struct PictureAttempt {
@@ -33,8 +38,8 @@ double plannedInstant(const QStringList &plannedArguments);
 QStringList tellingInstant(const QStringList &plannedArguments);
 
 // The command to try when a run left no file: any frame at the instant; somewhat earlier; the frame
-// at the instant with a run-up, for streams in which a seek ends between distant key frames; the
-// last key frame of the minute before; any frame of the minute after. A source with less than a
+// at the instant with a run-up, which comes first where seeks end anywhere; the last key frame of
+// the minute before; any frame of the minute after. A source with less than a
 // frame a second is looked through for a whole interval on both sides. Where ffmpeg can't seek, the
 // source is decoded from its start. Nothing when all has been tried. `attempt` counts from 1.
 std::optional<PictureAttempt> nextAttempt(const QStringList &plannedArguments, int attempt,

@@ -62,6 +62,9 @@ TEST(ReportDialect, GivesTheInstalledReleasesReportsTheOldWords)
     // A disc's subtitles have no size until one is shown; that is no reason to refuse the film.
     EXPECT_FALSE(isFfmpegSuccess(reportFile("info_subtitles_m2ts")));
     EXPECT_TRUE(isFfmpegSuccess(oldReport("info_subtitles_m2ts")));
+    // So is a broadcast that begins in the midst of a group.
+    EXPECT_FALSE(isFfmpegSuccess(reportFile("info_hevc_midgroup_ts")));
+    EXPECT_TRUE(isFfmpegSuccess(oldReport("info_hevc_midgroup_ts")));
 
     const QString old = q("Input #0, mpeg, from 'x':\n  Stream #0:0[0x1e0]: Video: mpeg2video "
                           "(Main), yuv420p, 720x576 [SAR 64:45 DAR 16:9], 9000 kb/s, 25 fps\n");

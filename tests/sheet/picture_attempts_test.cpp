@@ -52,19 +52,25 @@ TEST(PictureAttempts, LookEverFartherFromTheInstant)
     } rows[] = {
         {"70.00",
          intra,
-         {10, 25, true},
+         {10, 25, true, true},
          {"70.00+12 ", "69.50+12 ", "68.00+12 ", "40.00+42 select=gte(t\\,30),",
           "10.00+60 select=eq(pict_type\\,I), last", "70.00+60 "}},
+        // Where a seek ends anywhere, frames without those they build on would come first.
+        {"40.00",
+         intra,
+         {10, 25, true, seeksToKeyFrames("mpegts")},
+         {"10.00+42 select=gte(t\\,30),", "40.00+12 ", "39.50+12 ", "38.00+12 ",
+          "0.00+40 select=eq(pict_type\\,I), last", "40.00+60 "}},
         // Without a selector in the plan the first has been tried already.
         {"0.30",
          "",
-         {10, 25, true},
+         {10, 25, true, true},
          {"0.00+12 ", "0.00+12 ", "0.00+12.3 select=gte(t\\,0.3),",
           "0.00+0.3 select=eq(pict_type\\,I), last", "0.30+60 "}},
         // A slide show: the picture at an instant may have begun long before.
         {"9000.00",
          "",
-         {900, 1.0 / 60, true},
+         {900, 1.0 / 60, true, true},
          {"8999.50+12 ", "8998.00+12 ", "8970.00+42 select=gte(t\\,30),", "8100.00+900  last",
           "9000.00+900 "}},
     };
@@ -89,10 +95,10 @@ TEST(PictureAttempts, TellWhichFrameThePlannedRunTakes)
 
 TEST(PictureAttempts, DecodeFromTheStartWhereFfmpegCantSeek)
 {
-    const auto attempt = nextAttempt(planned("70.00", intra), 1, {10, 25, false});
+    const auto attempt = nextAttempt(planned("70.00", intra), 1, {10, 25, false, true});
     ASSERT_TRUE(attempt);
     EXPECT_EQ(attempt->arguments.mid(0, 8),
               (QStringList{"tool", "-loglevel", "info", "-i", "/s", "-ss", "70.00", "-frames:v"}));
     EXPECT_FALSE(attempt->arguments.contains("-t"));
-    EXPECT_FALSE(nextAttempt(planned("70.00", intra), 2, {10, 25, false}));
+    EXPECT_FALSE(nextAttempt(planned("70.00", intra), 2, {10, 25, false, true}));
 }
