@@ -120,8 +120,6 @@ bool EncodingDriver::hasRetried()
     const RunReport &run = m_context.taskSlots.lastEncodingRun();
     if (hasArrived(picture.file)) {
         noteInstant();
-    }
-    if (hasArrived(picture.file)) {
         m_row.hungRuns += run.outcome.ending == ToolOutcome::Ending::Hung ? 1 : 0;
         return false;
     }

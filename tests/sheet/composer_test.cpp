@@ -107,6 +107,17 @@ TEST_F(Composer, PutsEachStillIntoItsOwnCell)
     }
 }
 
+TEST_F(Composer, DrawsStillsThatAreRibbons)
+{
+    makeStills({Qt::red, Qt::green, Qt::blue});
+    QVariantMap input = display(1, 3);
+    input[QStringLiteral("wTh")] = 1280;
+    input[QStringLiteral("hTh")] = 2;
+    int drawn = 0;
+    drawSheet(0, input, &drawn);
+    EXPECT_EQ(drawn, 3);
+}
+
 TEST_F(Composer, FramesStillsEquallyOnAllSides)
 {
     makeStills(QList<QColor>(18, Qt::red));
