@@ -33,3 +33,10 @@ foreach(font NotoSans-Regular.ttf NotoSansArabic-Regular.ttf NotoSansHebrew-Regu
     message(WARNING "The font ${font} is not installed; sheets fall back to the system's fonts.")
   endif()
 endforeach()
+
+# The interface's own pictures.
+file(GLOB QV_PICTURES CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/resources/pictures/*.svg)
+foreach(picture ${QV_PICTURES})
+  get_filename_component(name ${picture} NAME)
+  configure_file(${picture} ${QV_RESOURCES}/${name} COPYONLY)
+endforeach()

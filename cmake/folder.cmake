@@ -12,9 +12,13 @@ function(qv_folder name)
   target_link_libraries(qv_${name} PUBLIC ${ARG_DEPENDS} PRIVATE qv_options)
 endfunction()
 
-# qv_test(<folder> DEPENDS <...>): one test program a folder, run through CTest.
+# qv_test(<folder> DEPENDS <...> [MAIN <library with main()>]): one test program a folder, run
+# through CTest.
 function(qv_test name)
-  cmake_parse_arguments(ARG "" "" "DEPENDS" ${ARGN})
+  cmake_parse_arguments(ARG "" "MAIN" "DEPENDS" ${ARGN})
+  if(NOT ARG_MAIN)
+    set(ARG_MAIN qv_test_main)
+  endif()
   file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp
        ${CMAKE_CURRENT_SOURCE_DIR}/*.h)
   if(NOT sources)
@@ -22,7 +26,7 @@ function(qv_test name)
   endif()
   add_executable(${name}_tests ${sources})
   target_include_directories(${name}_tests PRIVATE ${PROJECT_SOURCE_DIR}/tests)
-  target_link_libraries(${name}_tests PRIVATE ${ARG_DEPENDS} qv_test_main qv_options)
+  target_link_libraries(${name}_tests PRIVATE ${ARG_DEPENDS} ${ARG_MAIN} qv_options)
   gtest_discover_tests(${name}_tests DISCOVERY_TIMEOUT 60
     PROPERTIES TIMEOUT 300 ENVIRONMENT "QT_QPA_PLATFORM=offscreen;LC_ALL=C.UTF-8")
 endfunction()
