@@ -20,6 +20,41 @@ bool isNoVideoExtension(const QString &extension)
     return lower == QLatin1String("eyetv") || lower == QLatin1String("imovieproject");
 }
 
+// In a listing a folder stands right before what it holds.
+bool isListedFolder(const QStringList &listing, qsizetype index)
+{
+    return listing.value(index + 1).startsWith(listing.at(index) + QLatin1Char('/'));
+}
+
+LeftOut countedLeftOut(const QString &folder, const QStringList &listing,
+                       const QSet<QString> &extensions)
+{
+    int videos = 0;
+    int others = 0;
+    for (qsizetype i = 0; i < listing.size(); ++i) {
+        if (extensions.contains(pathExtension(listing.at(i)))) {
+            ++videos;
+        } else if (!isListedFolder(listing, i)) {
+            ++others;
+        }
+    }
+    if (videos == 0) {
+        return {folder, QFileInfo(folder).isReadable()
+                            ? QStringLiteral("no video in this folder")
+                            : QStringLiteral("the folder may not be read (no permission)")};
+    }
+    return others == 0
+               ? LeftOut{}
+               : LeftOut{folder, QStringLiteral("%1 other files in it are no videos by their names")
+                                     .arg(others)};
+}
+
+LeftOut wrongType(const QString &path)
+{
+    const QString problem = sourceProblem(path);
+    return {path, problem.isNull() ? QStringLiteral("no video by its name") : problem};
+}
+
 QString statProblem(int error)
 {
     switch (error) {
@@ -76,6 +111,30 @@ QStringList withAdmittedExtension(const QStringList &paths, const QSet<QString> 
         }
     }
     return admitted;
+}
+
+QList<LeftOut> leftOutOf(const QStringList &dropped, const QStringList &expanded,
+                         const QSet<QString> &extensions)
+{
+    QList<LeftOut> left;
+    const QString &first = dropped.first();
+    const QString target = QFileInfo(first).isDir() ? first : resolveAlias(first);
+    if (!QFileInfo(target).isDir()) {
+        for (const QString &path : expanded) {
+            if (!extensions.contains(pathExtension(path))) {
+                left.append(wrongType(path));
+            }
+        }
+        return left;
+    }
+    for (const QString &beside : dropped.mid(1)) {
+        left.append({beside, QStringLiteral("it came together with a folder: take it by itself")});
+    }
+    if (const LeftOut counted = countedLeftOut(target, expanded, extensions);
+        !counted.path.isEmpty()) {
+        left.append(counted);
+    }
+    return left;
 }
 
 QString sourceProblem(const QString &path)

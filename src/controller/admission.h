@@ -1,5 +1,6 @@
 #pragma once
 
+#include "controller/face.h"
 #include "support/bundle.h"
 
 #include <QSet>
@@ -22,6 +23,11 @@ QStringList expandedDrop(const QStringList &paths);
 
 // The paths whose extension, in exactly this spelling, is admitted.
 QStringList withAdmittedExtension(const QStringList &paths, const QSet<QString> &extensions);
+
+// What of a drop is not admitted, in words for people: paths beside a folder, which displaces them,
+// and files whose names are no videos'; those below a dropped folder are counted in one entry.
+QList<LeftOut> leftOutOf(const QStringList &dropped, const QStringList &expanded,
+                         const QSet<QString> &extensions);
 
 // Why a file can't be a source at all (missing, no regular file, unreadable, empty), in words for
 // people; a null text when nothing speaks against it.

@@ -80,13 +80,20 @@ void appDelegate::admitSources(const QStringList &paths)
 
 void appDelegate::admit(const QStringList &paths, QStringList (*expand)(const QStringList &))
 {
-    if (paths.isEmpty() || !m_context.gateOpen) {
+    if (paths.isEmpty()) {
+        return;
+    }
+    if (!m_context.gateOpen) {
+        m_context.face.pathsWaiting(paths);
         return;
     }
     showBusy();
     m_context.setGate(false);
     pauseForAdmission();
-    const QStringList fresh = withoutDuplicates(expand(paths));
+    const QStringList expanded = expand(paths);
+    const QStringList fresh = withoutDuplicates(expanded);
+    m_context.face.leftOut(leftOutOf(paths, expanded, m_admitted),
+                           static_cast<int>(expanded.size() - fresh.size()));
     const QStringList admitted = withAdmittedExtension(fresh, m_admitted);
     if (admitted.isEmpty()) {
         admitNothing(!fresh.isEmpty());
@@ -212,6 +219,11 @@ void appDelegate::iba_taskStopBt(int segment)
         tasklauncherResume();
     }
     m_context.windowChanged();
+}
+
+void appDelegate::drawerToggled(bool open)
+{
+    m_window.drawerOpen = open;
 }
 
 void appDelegate::iba_analysisStopBt()

@@ -61,6 +61,9 @@ public:
     void iba_taskStopBt(int segment);
     void iba_analysisStopBt();
 
+    // The user opened or closed the drawer.
+    void drawerToggled(bool open);
+
     // Where a source's sheet goes.
     QString sheetPath(const QString &sourcePath, int dpi)
     {

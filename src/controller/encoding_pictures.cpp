@@ -8,6 +8,7 @@
 #include "sheet/extraction_plan.h"
 #include "sheet/text_painter.h"
 #include "support/files.h"
+#include "support/foreign_names.h"
 #include "support/localized_strings.h"
 #include "support/log.h"
 #include "support/numbers.h"
@@ -246,7 +247,7 @@ void EncodingDriver::launchAttempt(const PictureAttempt &attempt)
 
 void EncodingDriver::launchPicture(const QStringList &arguments, int total)
 {
-    m_context.window.encoding.actionCaption = lastPathComponent(m_row.source);
+    m_context.window.encoding.actionCaption = lastPathComponent(shownPath(m_row.source));
     m_context.taskSlots.tasklauncherStart(arguments, static_cast<float>(total), PictureRuns,
                                           {true, true, true}, false);
     // The tool works now; the composer's fonts can be loaded meanwhile.

@@ -24,6 +24,12 @@ struct RowResult {
     double seconds = 0;    // that the row took
 };
 
+// A path, or a folder for several paths below it, that was not admitted.
+struct LeftOut {
+    QString path;
+    QString reason;
+};
+
 class Face
 {
 public:
@@ -37,6 +43,11 @@ public:
 
     // A source that makes no row, and why.
     virtual void sourceSkipped(const QString &, const QString &) {}
+    // What an admission did not take, beside those: each with why, in words for people, and the
+    // number of paths that are in the table already.
+    virtual void leftOut(const QList<LeftOut> &, int) {}
+    // Paths that came while the gate was closed. Whoever wants them admits them when it opens.
+    virtual void pathsWaiting(const QStringList &) {}
     // The analysis of everything that was admitted is over, stopped or not.
     virtual void analysisEnded() {}
     virtual void rowFinished(const RowResult &) {}
