@@ -6,10 +6,12 @@ set(QV_RESOURCES ${QV_CONTENTS}/Resources)
 file(MAKE_DIRECTORY ${QV_CONTENTS}/MacOS ${QV_RESOURCES}/tools ${QV_RESOURCES}/fonts)
 
 configure_file(resources/Info.plist.in ${QV_CONTENTS}/Info.plist @ONLY)
+# String tables and the help page of each language.
 foreach(language en fr)
-  foreach(table Localized fields)
-    configure_file(resources/${language}.lproj/${table}.strings
-      ${QV_RESOURCES}/${language}.lproj/${table}.strings COPYONLY)
+  file(GLOB texts CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/resources/${language}.lproj/*)
+  foreach(text ${texts})
+    get_filename_component(name ${text} NAME)
+    configure_file(${text} ${QV_RESOURCES}/${language}.lproj/${name} COPYONLY)
   endforeach()
 endforeach()
 

@@ -1,0 +1,91 @@
+#pragma once
+
+#include "controller/window_state.h"
+
+#include <QWidget>
+
+#include <array>
+
+class QComboBox;
+class QLabel;
+class QLineEdit;
+class QProgressBar;
+class QPushButton;
+class QGridLayout;
+
+// Below the drop view: where the sheets go, what they look like, Go, pause and stop, and how far
+// the batch is.
+namespace qv
+{
+
+class BusyWheel;
+class SegmentedControl;
+
+class BatchControls : public QWidget
+{
+    Q_OBJECT
+
+public:
+    explicit BatchControls(QWidget *parent = nullptr);
+
+    // Go, the stop control, bars and captions as the controller wants them shown.
+    void show(const WindowState &window);
+    // Beside the bars: "Video 2/12", "about 3 min left".
+    void showBatch(const QString &caption, const QString &timeLeft);
+
+    QString destination() const { return m_destination; }
+    void setDestination(const QString &path);
+    int layoutIndex() const;
+    void setLayoutIndex(int out);
+    int pictureChoice() const;
+    void setPictureChoice(int dpi);
+    // Stills of a sheet of that layout, as its selector shows them.
+    int thumbnailCount(int out) const;
+    void setThumbnailCount(int out, int count);
+
+    QPushButton *goButton() const { return m_go; }
+
+Q_SIGNALS:
+    void goClicked();
+    void taskStopClicked(int segment);
+    void folderRequested();
+    void layoutChanged(int out);
+
+protected:
+    void resizeEvent(QResizeEvent *event) override;
+    void changeEvent(QEvent *event) override;
+
+private:
+    void addDestination(QGridLayout &grid);
+    void addSheetChoices(QGridLayout &grid);
+    QWidget *makeButtons();
+    QWidget *makeProgress();
+    void offerCounts();
+    void elideDestination();
+    void colorGo();
+    void showStopControl(const WindowState &window);
+    void showBars(const WindowState &window);
+
+    QString m_destination;
+    QString m_stopImages;
+    std::array<int, 4> m_counts{};
+
+    QLineEdit *m_folder;
+    QPushButton *m_choose;
+    SegmentedControl *m_layouts;
+    SegmentedControl *m_choices;
+    QComboBox *m_count;
+    QPushButton *m_go;
+    SegmentedControl *m_stop;
+    QWidget *m_progress;
+    QLabel *m_batchCaption;
+    QLabel *m_timeLeft;
+    QLabel *m_stepCaption;
+    QProgressBar *m_stepBar;
+    BusyWheel *m_taskWheel;
+    QLabel *m_actionCaption;
+    QLabel *m_percent;
+    QProgressBar *m_taskBar;
+};
+
+} // namespace qv

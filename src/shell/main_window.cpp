@@ -1,0 +1,188 @@
+#include "shell/main_window.h"
+
+#include "shell/dropped_paths.h"
+#include "shell/interface_pictures.h"
+
+#include <QCloseEvent>
+#include <QLabel>
+#include <QMimeData>
+#include <QScreen>
+#include <QSplitter>
+#include <QStatusBar>
+#include <QVBoxLayout>
+
+#include <algorithm>
+
+namespace qv
+{
+namespace
+{
+
+constexpr int usualDrawerWidth = 560;
+constexpr int smallestDrawerWidth = 320;
+constexpr int noticeMilliseconds = 12'000;
+
+} // namespace
+
+MainWindow::MainWindow(QWidget *parent)
+    : QMainWindow(parent), m_dropView(new dragNDropView), m_controls(new BatchControls),
+      m_splitter(new QSplitter(Qt::Horizontal, this)), m_version(new QLabel(this))
+{
+    setWindowTitle(QStringLiteral("@@mainWindow"));
+    setWindowIcon(interfacePicture(QStringLiteral("quorvantel")));
+    setAcceptDrops(true);
+    auto *left = new QWidget;
+    auto *column = new QVBoxLayout(left);
+    column->setContentsMargins(20, 16, 20, 12);
+    column->setSpacing(18);
+    column->addWidget(m_dropView, 1);
+    column->addWidget(m_controls);
+    m_splitter->addWidget(left);
+    m_splitter->setChildrenCollapsible(false);
+    m_splitter->setHandleWidth(1);
+    setCentralWidget(m_splitter);
+    m_version->setObjectName(QStringLiteral("versionField"));
+    m_version->setForegroundRole(QPalette::PlaceholderText);
+    m_version->setContentsMargins(0, 0, 8, 0);
+    statusBar()->addPermanentWidget(m_version);
+    statusBar()->setSizeGripEnabled(false);
+    resize(sizeHint().expandedTo({560, 640}));
+}
+
+void MainWindow::setDrawer(QWidget *drawer)
+{
+    m_drawer = drawer;
+    m_splitter->addWidget(drawer);
+    m_splitter->setStretchFactor(0, 0);
+    m_splitter->setStretchFactor(1, 1);
+    drawer->setMinimumWidth(smallestDrawerWidth);
+    drawer->hide();
+}
+
+bool MainWindow::isDrawerOpen() const
+{
+    return m_drawer != nullptr && !m_drawer->isHidden();
+}
+
+void MainWindow::setDrawerOpen(bool open)
+{
+    if (m_drawer == nullptr || open == isDrawerOpen()) {
+        return;
+    }
+    const bool isFree = !isMaximized() && !isFullScreen();
+    const int left = m_splitter->widget(0)->width();
+    if (open) {
+        const int wanted = m_drawerWidth > 0 ? m_drawerWidth : usualDrawerWidth;
+        m_drawer->show();
+        if (isFree) {
+            resize(width() + wanted, height());
+            keepOnScreen();
+        }
+        m_splitter->setSizes({left, std::max(smallestDrawerWidth, width() - left)});
+    } else {
+        m_drawerWidth = m_drawer->width();
+        m_drawer->hide();
+        if (isFree) {
+            resize(std::max(minimumSizeHint().width(), width() - m_drawerWidth), height());
+        }
+    }
+}
+
+// The window that grew must not reach beyond the screen.
+void MainWindow::keepOnScreen()
+{
+    const QScreen *where = screen();
+    if (where == nullptr) {
+        return;
+    }
+    const QRect available = where->availableGeometry();
+    const int widest = std::max(minimumSizeHint().width(), available.width());
+    if (width() > widest) {
+        resize(widest, height());
+    }
+    const int beyond = frameGeometry().right() - available.right();
+    if (isVisible() && beyond > 0) {
+        move(std::max(available.left(), x() - beyond), y());
+    }
+}
+
+void MainWindow::show(const WindowState &window)
+{
+    m_dropView->show(window);
+    m_controls->show(window);
+}
+
+void MainWindow::setVersion(const QString &version)
+{
+    m_version->setText(version);
+}
+
+void MainWindow::notice(const QString &text)
+{
+    statusBar()->showMessage(QString(text).replace(QLatin1Char('\n'), QLatin1Char(' ')),
+                             noticeMilliseconds);
+}
+
+// ---- from one launch to the next
+
+void MainWindow::restore(const WindowMemory &memory)
+{
+    m_drawerWidth = memory.drawerWidth();
+    // What is stored includes the drawer.
+    if (memory.isDrawerOpen() && m_drawer != nullptr) {
+        m_drawer->show();
+    }
+    restoreGeometry(memory.geometry());
+    if (isDrawerOpen()) {
+        const int drawer = m_drawerWidth > 0 ? m_drawerWidth : usualDrawerWidth;
+        m_splitter->setSizes({std::max(1, width() - drawer), drawer});
+    }
+    m_controls->setLayoutIndex(memory.layout());
+}
+
+void MainWindow::remember(WindowMemory &memory) const
+{
+    memory.setGeometry(saveGeometry());
+    memory.setDrawerOpen(isDrawerOpen());
+    const int drawer = isDrawerOpen() ? m_drawer->width() : m_drawerWidth;
+    if (drawer > 0) {
+        memory.setDrawerWidth(drawer);
+    }
+    memory.setLayout(m_controls->layoutIndex());
+}
+
+// ---- events
+
+void MainWindow::closeEvent(QCloseEvent *event)
+{
+    event->ignore();
+    Q_EMIT closeRequested();
+}
+
+// A drop anywhere on the window is one on the drop view.
+void MainWindow::dragEnterEvent(QDragEnterEvent *event)
+{
+    if (m_dropView->acceptsDrops() && mayHoldPaths(*event->mimeData())) {
+        event->setDropAction(Qt::CopyAction);
+        event->accept();
+        m_dropView->setHovered(true);
+    }
+}
+
+void MainWindow::dragLeaveEvent(QDragLeaveEvent *)
+{
+    m_dropView->setHovered(false);
+}
+
+void MainWindow::dropEvent(QDropEvent *event)
+{
+    m_dropView->setHovered(false);
+    if (!m_dropView->acceptsDrops()) {
+        return;
+    }
+    event->setDropAction(Qt::CopyAction);
+    event->accept();
+    Q_EMIT m_dropView->performDrag(pathsIn(*event->mimeData()));
+}
+
+} // namespace qv

@@ -1,0 +1,96 @@
+#include "shell/reason_text.h"
+
+#include "support/bundle.h"
+#include "support/localized_strings.h"
+#include "support/property_list.h"
+
+#include <QHash>
+#include <QRegularExpression>
+#include <QVector>
+
+namespace qv
+{
+namespace
+{
+
+struct Template {
+    QRegularExpression english;
+    QString translated;
+};
+
+struct Table {
+    QHash<QString, QString> whole;
+    QVector<Template> templates;
+};
+
+// "it has %1 pictures": each number stands for any text, in the order of the numbers.
+QRegularExpression patternOf(const QString &english)
+{
+    QString pattern = QRegularExpression::escape(english);
+    pattern.replace(QRegularExpression(QStringLiteral("\\\\%[1-9]")), QStringLiteral("(.*)"));
+    return QRegularExpression(QRegularExpression::anchoredPattern(pattern),
+                              QRegularExpression::DotMatchesEverythingOption);
+}
+
+Table readTable(const QString &path)
+{
+    Table table;
+    const auto content = readPropertyList(path);
+    const QVariantMap entries = content ? content->toMap() : QVariantMap();
+    for (auto entry = entries.begin(); entry != entries.end(); ++entry) {
+        if (entry.key().contains(QLatin1Char('%'))) {
+            table.templates.append({patternOf(entry.key()), entry.value().toString()});
+        } else {
+            table.whole.insert(entry.key(), entry.value().toString());
+        }
+    }
+    return table;
+}
+
+const Table &tableOf(const QString &language)
+{
+    static QHash<QString, Table> tables;
+    const QString path =
+        QStringLiteral("%1/%2.lproj/reasons.strings").arg(Bundle::main().resourcePath(), language);
+    auto found = tables.find(path);
+    if (found == tables.end()) {
+        found = tables.insert(path, readTable(path));
+    }
+    return *found;
+}
+
+// Names may hold "%1" themselves, so each place is filled once, from the end.
+QString filled(QString text, const QRegularExpressionMatch &match)
+{
+    static const QRegularExpression place(QStringLiteral("%([1-9])"));
+    auto places = place.globalMatch(text);
+    QVector<QRegularExpressionMatch> found;
+    while (places.hasNext()) {
+        found.prepend(places.next());
+    }
+    for (const QRegularExpressionMatch &one : found) {
+        text.replace(one.capturedStart(), one.capturedLength(),
+                     reasonText(match.captured(one.captured(1).toInt())));
+    }
+    return text;
+}
+
+} // namespace
+
+QString reasonText(const QString &reason)
+{
+    const Table &table = tableOf(language());
+    const auto whole = table.whole.constFind(reason);
+    if (whole != table.whole.constEnd()) {
+        return *whole;
+    }
+    for (const Template &known : table.templates) {
+        const QRegularExpressionMatch match = known.english.match(reason);
+        if (match.hasMatch()) {
+            return filled(known.translated, match);
+        }
+    }
+    return reason;
+}
+
+} // namespace qv
