@@ -7,6 +7,7 @@
 #include "support/localized_strings.h"
 
 #include <QComboBox>
+#include <QEvent>
 #include <QGridLayout>
 #include <QHBoxLayout>
 #include <QLabel>

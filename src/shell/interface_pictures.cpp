@@ -57,8 +57,9 @@ private:
 
 QIcon interfacePicture(const QString &name)
 {
-    QFile file(Bundle::main().resource(name, QStringLiteral("svg")));
-    if (!file.open(QIODevice::ReadOnly)) {
+    const QString path = Bundle::main().resource(name, QStringLiteral("svg"));
+    QFile file(path);
+    if (path.isEmpty() || !file.open(QIODevice::ReadOnly)) {
         return {};
     }
     return QIcon(new PictureEngine(file.readAll()));

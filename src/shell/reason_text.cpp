@@ -8,12 +8,15 @@
 #include <QRegularExpression>
 #include <QVector>
 
+#include <algorithm>
+
 namespace qv
 {
 namespace
 {
 
 struct Template {
+    qsizetype length;
     QRegularExpression english;
     QString translated;
 };
@@ -39,11 +42,15 @@ Table readTable(const QString &path)
     const QVariantMap entries = content ? content->toMap() : QVariantMap();
     for (auto entry = entries.begin(); entry != entries.end(); ++entry) {
         if (entry.key().contains(QLatin1Char('%'))) {
-            table.templates.append({patternOf(entry.key()), entry.value().toString()});
+            table.templates.append(
+                {entry.key().size(), patternOf(entry.key()), entry.value().toString()});
         } else {
             table.whole.insert(entry.key(), entry.value().toString());
         }
     }
+    // The one that says most fits best.
+    std::sort(table.templates.begin(), table.templates.end(),
+              [](const Template &a, const Template &b) { return a.length > b.length; });
     return table;
 }
 

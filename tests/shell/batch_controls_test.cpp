@@ -1,0 +1,188 @@
+#include "shell/batch_controls.h"
+
+#include "common/test_bundle.h"
+#include "shell/segmented_control.h"
+#include "shell/time_left.h"
+#include "shell/window_memory.h"
+#include "support/localized_strings.h"
+
+#include <QComboBox>
+#include <QLabel>
+#include <QLineEdit>
+#include <QProgressBar>
+#include <QPushButton>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <gtest/gtest.h>
+
+using namespace qv;
+
+namespace
+{
+
+QAbstractButton *segment(SegmentedControl *control, int index)
+{
+    return control->findChildren<QAbstractButton *>().at(index);
+}
+
+} // namespace
+
+class BatchControlsTest : public testing::Test
+{
+protected:
+    BatchControlsTest() : m_bundle(TestBundle::Ffmpeg::None)
+    {
+        setLanguage("en");
+        m_controls = std::make_unique<BatchControls>();
+        m_controls->resize(500, 300);
+        m_controls->QWidget::show();
+    }
+    template <typename Widget> Widget *find(const char *name)
+    {
+        return m_controls->findChild<Widget *>(name);
+    }
+
+    TestBundle m_bundle;
+    std::unique_ptr<BatchControls> m_controls;
+};
+
+TEST_F(BatchControlsTest, KeepsACountForEachLayout)
+{
+    for (const auto &[out, count] : {std::pair{0, 8}, {1, 16}, {2, 48}, {3, 32}}) {
+        m_controls->setThumbnailCount(out, count);
+    }
+    auto *counts = find<QComboBox>("countSelector");
+    EXPECT_EQ(counts->currentText(), "16") << "the medium layout's";
+    QTest::mouseClick(segment(find<SegmentedControl>("layoutSelector"), 2), Qt::LeftButton);
+    EXPECT_EQ(m_controls->layoutIndex(), 2);
+    EXPECT_EQ(counts->currentText(), "48");
+    counts->setCurrentText("12");
+    Q_EMIT counts->activated(counts->currentIndex());
+    EXPECT_EQ(m_controls->thumbnailCount(2), 12);
+    EXPECT_EQ(m_controls->thumbnailCount(1), 16);
+    m_controls->setThumbnailCount(2, 13);
+    EXPECT_EQ(counts->currentText(), "13") << "a number that is not offered is shown all the same";
+}
+
+TEST_F(BatchControlsTest, ShowsABatchAndItsPause)
+{
+    auto *go = find<QPushButton>("goBt");
+    auto *stop = find<SegmentedControl>("taskStopBt");
+    WindowState state;
+    state.goEnabled = true;
+    m_controls->show(state);
+    EXPECT_TRUE(go->isEnabled());
+    EXPECT_FALSE(stop->isVisible());
+
+    state.goPressed = true;
+    state.stepCaption = "Picture 3/15";
+    state.stepValue = 3;
+    state.stepMaximum = 15;
+    state.encoding.actionCaption = QString(300, 'x');
+    m_controls->show(state);
+    EXPECT_FALSE(go->isEnabled());
+    EXPECT_EQ(find<QLabel>("stepCaption")->text(), "Picture 3/15");
+    EXPECT_EQ(find<QProgressBar>("stepBar")->value(), 200);
+    EXPECT_FALSE(find<QProgressBar>("taskProgress")->isVisible());
+    EXPECT_TRUE(find<QLabel>("taskProgressActionStr")->text().contains(QChar(0x2026)));
+    EXPECT_LE(m_controls->minimumSizeHint().width(), 600)
+        << "a long name must not widen the window";
+
+    QSignalSpy clicked(m_controls.get(), &BatchControls::taskStopClicked);
+    QTest::mouseClick(segment(stop, 0), Qt::LeftButton);
+    QTest::keyClick(segment(stop, 1), Qt::Key_Space);
+    EXPECT_EQ(clicked.size(), 2);
+    EXPECT_EQ(stop->name(0), "Pause");
+    state.stop.images[0] = "btResume";
+    m_controls->show(state);
+    EXPECT_EQ(stop->name(0), "Resume");
+}
+
+TEST_F(BatchControlsTest, ElidesALongDestinationButKeepsIt)
+{
+    const QString path = "/" + QString("a long name/").repeated(40);
+    m_controls->setDestination(path);
+    EXPECT_EQ(m_controls->destination(), path);
+    EXPECT_LT(find<QLineEdit>("destinationField")->text().size(), 200);
+    EXPECT_EQ(find<QLineEdit>("destinationField")->toolTip(), path);
+}
+
+TEST(SegmentedControlTest, SelectsByCodeWithoutASignalAndByUserWithOne)
+{
+    SegmentedControl control(SegmentedControl::Mode::SelectOne);
+    control.addSegment("a");
+    control.addSegment("b");
+    QSignalSpy clicked(&control, &SegmentedControl::clicked);
+    EXPECT_EQ(control.selectedSegment(), -1);
+    control.selectSegment(1);
+    EXPECT_EQ(control.selectedSegment(), 1);
+    control.selectSegment(7);
+    EXPECT_EQ(control.selectedSegment(), -1);
+    EXPECT_EQ(clicked.size(), 0);
+    control.show();
+    segment(&control, 0)->setFocus();
+    QTest::keyClick(segment(&control, 0), Qt::Key_Space);
+    EXPECT_EQ(control.selectedSegment(), 0);
+    EXPECT_EQ(clicked.size(), 1);
+}
+
+TEST(TimeLeftTest, FollowsTheSpeedAndLeavesPausesOut)
+{
+    qint64 now = 0;
+    TimeLeft left([&] { return now; });
+    EXPECT_FALSE(left.seconds(0.5)) << "nothing runs";
+    left.start();
+    now = 1000;
+    EXPECT_FALSE(left.seconds(0.5)) << "too early to tell";
+    now = 10'000;
+    EXPECT_DOUBLE_EQ(left.seconds(0.25).value_or(0), 30);
+    left.setPaused(true);
+    now = 500'000;
+    EXPECT_DOUBLE_EQ(left.seconds(0.25).value_or(0), 30);
+    left.setPaused(false);
+    now = 510'000;
+    EXPECT_DOUBLE_EQ(left.seconds(0.5).value_or(0), 20);
+    EXPECT_FALSE(left.seconds(0));
+    left.stop();
+    EXPECT_FALSE(left.seconds(0.5));
+}
+
+TEST(TimeLeftTest, SpeaksInRoundNumbers)
+{
+    const TestBundle bundle(TestBundle::Ffmpeg::None);
+    setLanguage("en");
+    EXPECT_EQ(timeLeftText(12), "less than a minute left");
+    EXPECT_EQ(timeLeftText(150), "about 3 min left");
+    EXPECT_EQ(timeLeftText(3900), "about 1 h 5 min left");
+}
+
+TEST(WindowMemoryTest, SurvivesALaunchAndADamagedFile)
+{
+    const QTemporaryDir folder;
+    const QString file = folder.filePath("window.ini");
+    {
+        WindowMemory memory(file);
+        EXPECT_EQ(memory.layout(), 1);
+        EXPECT_EQ(memory.appearance(), "system");
+        memory.setLayout(3);
+        memory.setDrawerOpen(true);
+        memory.setDrawerWidth(444);
+        memory.setAppearance("dark");
+    }
+    const WindowMemory memory(file);
+    EXPECT_EQ(memory.layout(), 3);
+    EXPECT_TRUE(memory.isDrawerOpen());
+    EXPECT_EQ(memory.drawerWidth(), 444);
+    EXPECT_EQ(memory.appearance(), "dark");
+
+    QFile damaged(folder.filePath("damaged.ini"));
+    ASSERT_TRUE(damaged.open(QIODevice::WriteOnly));
+    damaged.write("layout=99\ndrawerWidth=-5\nappearance=\\x00zebra\ngeometry=@ByteArray(nonsense");
+    damaged.close();
+    const WindowMemory worse(damaged.fileName());
+    EXPECT_EQ(worse.layout(), 1);
+    EXPECT_EQ(worse.drawerWidth(), 0);
+    EXPECT_EQ(worse.appearance(), "system");
+}
