@@ -26,11 +26,25 @@ public:
     int folderChoices = 0;
     std::function<void()> onWindow;
     std::function<void()> onRowFinished;
+    std::function<void()> onRows;
+    std::function<void(int)> onRow;
 
     void windowChanged(const qv::WindowState &) override
     {
         if (onWindow) {
             onWindow();
+        }
+    }
+    void rowsChanged() override
+    {
+        if (onRows) {
+            onRows();
+        }
+    }
+    void rowChanged(int row) override
+    {
+        if (onRow) {
+            onRow(row);
         }
     }
     void sourceSkipped(const QString &source, const QString &reason) override

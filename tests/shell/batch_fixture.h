@@ -1,0 +1,73 @@
+#pragma once
+
+#include "controller/controller_fixture.h"
+#include "controller/store_keys.h"
+#include "shell/workspace.h"
+#include "support/variant_values.h"
+
+#include <QImage>
+
+// Remembers what the desktop is asked for.
+class RecordingWorkspace : public qv::Workspace
+{
+public:
+    QStringList revealed;
+    QStringList opened;
+
+    void reveal(const QStringList &paths) override { revealed = paths; }
+    void open(const QString &path) override { opened << path; }
+    void openUrl(const QUrl &) override {}
+    void notify(const QString &, const QString &) override {}
+};
+
+// A controller with rows that need no tool.
+class BatchTest : public ControllerTest
+{
+protected:
+    qv::BatchTable &table() { return m_controller->whichArrayController(); }
+    qv::BatchItem &row(int index) { return table().row(index); }
+
+    void addRow(const QString &name)
+    {
+        qv::BatchItem item;
+        item.dico = {{"srcPathStr", path(name)},
+                     {"imgPathStr", path(name + ".jpg")},
+                     {"v0_width", 1920},
+                     {"v0_height", 1080}};
+        item.src = qv::rowCaption(item.dico, path(name));
+        table().add(std::move(item));
+    }
+    void addRows(int count)
+    {
+        for (int i = 0; i < count; ++i) {
+            addRow(QString("film%1.mp4").arg(table().count()));
+        }
+    }
+    void setInProgress(int index)
+    {
+        row(index).resultat = qv::RowMark::PuceCurrent;
+        m_preferences.prefWrite(qv::keys::currentFile, row(index).sourcePath());
+    }
+    void setFailed(int index, const QString &reason)
+    {
+        row(index).resultat = qv::RowMark::PuceFailure;
+        row(index).reason = reason;
+    }
+    // Gives the sheet's path.
+    QString setMade(int index)
+    {
+        const QString sheet = path(QString("sheet%1.jpg").arg(index));
+        write(sheet, "a sheet");
+        row(index).resultat = qv::RowMark::PuceSuccess;
+        row(index).dico.insert("dstPathStr", sheet);
+        return sheet;
+    }
+    void makePreview(int index, const QSize &size)
+    {
+        QImage picture(size, QImage::Format_RGB32);
+        picture.fill(Qt::red);
+        ASSERT_TRUE(picture.save(qv::stringIn(row(index).dico, "imgPathStr")));
+    }
+
+    RecordingWorkspace m_workspace;
+};
