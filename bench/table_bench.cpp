@@ -285,7 +285,8 @@ int main(int argc, char **argv)
     qputenv("QT_QPA_PLATFORM", "offscreen");
     const QApplication application(argc, argv);
     qv::setLogSink([](const QByteArray &) {});
-    qv::setLocalizationBundle(qv::Bundle(QStringLiteral(QV_BUILT_BUNDLE)));
+    qv::Bundle::setMain(qv::Bundle(QStringLiteral(QV_BUILT_BUNDLE)));
+    qv::setLocalizationBundle(qv::Bundle::main());
     const QTemporaryDir folder;
     makePreviews(folder.path());
 
