@@ -25,6 +25,7 @@ constexpr qint64 patienceMilliseconds = 5000;
 // Each may open a window of the file browser.
 constexpr qsizetype mostRevealed = 10;
 constexpr int rowsShownByWish = 5;
+constexpr int previewStep = 16; // each width has pictures of its own in memory
 
 std::function<qint64()> steadyClock()
 {
@@ -84,6 +85,7 @@ void BatchView::measure()
     for (int column = 0; column < BatchModel::ColumnCount; ++column) {
         setColumnWidth(column, m_delegate.columnWidth(column, font()));
     }
+    fitPreviews();
     verticalScrollBar()->setSingleStep(BatchRowDelegate::rowHeight(font()) / 3);
 }
 
@@ -123,12 +125,29 @@ QSize BatchView::sizeHint() const
                        rowsShownByWish * BatchRowDelegate::rowHeight(font())};
 }
 
-// The caption's lines are cut off sooner than the choices leave the window.
 QSize BatchView::minimumSizeHint() const
 {
     const QSize whole = sizeHint();
-    return {whole.width() - m_delegate.columnWidth(BatchModel::Caption, font()) / 2,
+    return {whole.width() - m_delegate.columnWidth(BatchModel::Preview, font()) / 2,
             whole.height() / 2};
+}
+
+// Where the window is narrow the previews give way, down to half, before captions are cut off.
+void BatchView::fitPreviews()
+{
+    int others = 0;
+    for (int column = 0; column < BatchModel::ColumnCount; ++column) {
+        others += column == BatchModel::Preview ? 0 : m_delegate.columnWidth(column, font());
+    }
+    const int whole = m_delegate.columnWidth(BatchModel::Preview, font());
+    const int free = (viewport()->width() - others) / previewStep * previewStep;
+    setColumnWidth(BatchModel::Preview, std::clamp(free, whole / 2, whole));
+}
+
+void BatchView::resizeEvent(QResizeEvent *event)
+{
+    fitPreviews();
+    QTableView::resizeEvent(event);
 }
 
 void BatchView::paintEvent(QPaintEvent *event)

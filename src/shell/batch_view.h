@@ -59,10 +59,12 @@ protected:
                           const QItemSelection &deselected) override;
     void paintEvent(QPaintEvent *event) override;
     void changeEvent(QEvent *event) override;
+    void resizeEvent(QResizeEvent *event) override;
 
 private:
     void setUpLook();
     void measure();
+    void fitPreviews();
     void takeSelectionColors();
     void passSelectionOn();
     void clickedInto(const QModelIndex &index);
