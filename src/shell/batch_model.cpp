@@ -2,6 +2,7 @@
 
 #include "shell/choice_labels.h"
 #include "shell/readable.h"
+#include "shell/reason_text.h"
 #include "support/files.h"
 #include "support/foreign_names.h"
 #include "support/localized_strings.h"
@@ -184,7 +185,8 @@ QString BatchModel::sheet(int row) const
 QString BatchModel::reason(int row) const
 {
     const BatchItem *item = this->item(row);
-    return item != nullptr && item->resultat == RowMark::PuceFailure ? item->reason : QString();
+    return item != nullptr && item->resultat == RowMark::PuceFailure ? reasonText(item->reason)
+                                                                     : QString();
 }
 
 QString BatchModel::statusWords(int row) const
@@ -198,7 +200,7 @@ QString BatchModel::statusWords(int row) const
     case RowMark::PuceSuccess:
         return localized(QStringLiteral("btDone"));
     case RowMark::PuceFailure:
-        return localized(QStringLiteral("btFailedWhy")).arg(item->reason);
+        return localized(QStringLiteral("btFailedWhy")).arg(reasonText(item->reason));
     }
     return localized(QStringLiteral("btWaiting"));
 }
