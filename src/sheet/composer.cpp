@@ -133,37 +133,55 @@ SheetGeometry geometryOf(const QVariantMap &display, const SheetContent &content
     return sheetGeometry(measures);
 }
 
+// Empty when no bitmap can be that high.
+QSize bitmapSize(const SheetGeometry &geometry, const Output &output)
+{
+    const double high = geometry.height * output.bitmapScale;
+    if (!(high <= largestBitmapSide)) {
+        return {};
+    }
+    return {static_cast<int>(geometry.width * output.bitmapScale),
+            std::max(1, static_cast<int>(high))};
+}
+
 struct RenderedSheet {
     QImage bitmap;
     int drawn = 0;
 };
 
-tl::expected<RenderedSheet, QString> renderSheet(int dpi, const QVariantMap &display)
+tl::expected<RenderedSheet, QString> renderSheet(const Output &output, const QVariantMap &display)
 {
     const SheetContent content = contentOf(display);
-    const Output output = outputOf(dpi);
     const SheetGeometry geometry = geometryOf(display, content, output.canvasScale);
-    const double high = geometry.height * output.bitmapScale;
-    if (!(high <= largestBitmapSide)) {
+    const QSize size = bitmapSize(geometry, output);
+    if (size.isEmpty()) {
         return tl::make_unexpected(
             QStringLiteral("the sheet would be %1 pixels high; %2 is the most a picture can have")
-                .arg(QString::number(high, 'f', 0), QString::number(largestBitmapSide, 'f', 0)));
+                .arg(QString::number(geometry.height * output.bitmapScale, 'f', 0),
+                     QString::number(largestBitmapSide, 'f', 0)));
     }
-    const int width = static_cast<int>(geometry.width * output.bitmapScale);
-    const int height = std::max(1, static_cast<int>(high));
     RenderedSheet sheet;
     // Cut to whole device pixels, so that both directions are scaled alike.
-    const QSizeF canvas(geometry.width, height / output.bitmapScale);
+    const QSizeF canvas(geometry.width, size.height() / output.bitmapScale);
     const Drawing drawing{
         canvas, [&](QPainter &painter) { sheet.drawn = paintSheet(painter, geometry, content); }};
-    sheet.bitmap = imgRender(drawing, width, height, output.resolution, false);
+    sheet.bitmap = imgRender(drawing, size.width(), size.height(), output.resolution, false);
     if (sheet.bitmap.isNull()) {
         return tl::make_unexpected(
             QStringLiteral("there is not enough memory for a sheet of %1 x %2 pixels")
-                .arg(width)
-                .arg(height));
+                .arg(size.width())
+                .arg(size.height()));
     }
     return sheet;
+}
+
+QImage drawnSheet(const Output &output, const QVariantMap &display, int *drawn)
+{
+    const tl::expected<RenderedSheet, QString> sheet = renderSheet(output, display);
+    if (drawn) {
+        *drawn = sheet ? sheet->drawn : 0;
+    }
+    return sheet ? sheet->bitmap : QImage();
 }
 
 // Without the slashes at its end, which would turn the extension into a file name of its own.
@@ -212,11 +230,21 @@ QString sheetExtension(int dpi)
 
 QImage drawSheet(int dpi, const QVariantMap &display, int *drawn)
 {
-    const tl::expected<RenderedSheet, QString> sheet = renderSheet(dpi, display);
-    if (drawn) {
-        *drawn = sheet ? sheet->drawn : 0;
-    }
-    return sheet ? sheet->bitmap : QImage();
+    return drawnSheet(outputOf(dpi), display, drawn);
+}
+
+QSize sheetPixels(int dpi, const QVariantMap &display)
+{
+    const Output output = outputOf(dpi);
+    return bitmapSize(geometryOf(display, contentOf(display), output.canvasScale), output);
+}
+
+QImage drawSheetAtWidth(int dpi, const QVariantMap &display, int width, int *drawn)
+{
+    Output output = outputOf(dpi);
+    const double canvas = geometryOf(display, contentOf(display), output.canvasScale).width;
+    output.bitmapScale = width / canvas;
+    return drawnSheet(output, display, drawn);
 }
 
 tl::expected<ComposedSheet, QString> composeSheet(int dpi, const QVariantMap &display)
@@ -226,7 +254,7 @@ tl::expected<ComposedSheet, QString> composeSheet(int dpi, const QVariantMap &di
         return tl::make_unexpected(
             QStringLiteral("the folder of the stills is missing: %1").arg(base));
     }
-    const auto sheet = renderSheet(dpi, display);
+    const auto sheet = renderSheet(outputOf(dpi), display);
     if (!sheet) {
         return tl::make_unexpected(sheet.error());
     }

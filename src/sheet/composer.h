@@ -2,6 +2,7 @@
 
 #include <QColor>
 #include <QImage>
+#include <QSize>
 #include <QString>
 #include <QVariantMap>
 
@@ -27,6 +28,12 @@ bool sheetPicture(int dpi, const QVariantMap &display);
 
 // The sheet as a bitmap, without writing it; a null image when nothing can be drawn.
 QImage drawSheet(int dpi, const QVariantMap &display, int *drawn = nullptr);
+
+// Width and height of the sheet's bitmap; empty when it can't be drawn.
+QSize sheetPixels(int dpi, const QVariantMap &display);
+// The sheet as drawSheet gives it, but drawn at this width: sharp at that size, and quick when it
+// is small.
+QImage drawSheetAtWidth(int dpi, const QVariantMap &display, int width, int *drawn = nullptr);
 
 // Colours of the captions, from background and border.
 struct CaptionColors {

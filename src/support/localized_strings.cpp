@@ -6,6 +6,7 @@
 #include <QHash>
 #include <QLocale>
 
+#include <mutex>
 #include <optional>
 
 namespace qv
@@ -49,10 +50,13 @@ QVariantMap readTable(const QString &path)
     return content ? content->toMap() : QVariantMap();
 }
 
-// A table is read once; a missing or damaged one holds no words.
-const QVariantMap &tableAt(const QString &path)
+// A table is read once; a missing or damaged one holds no words. Sheets are drawn on other threads,
+// too.
+QVariantMap tableAt(const QString &path)
 {
+    static std::mutex mutex;
     static QHash<QString, QVariantMap> tables;
+    const std::lock_guard lock(mutex);
     auto found = tables.find(path);
     if (found == tables.end()) {
         found = tables.insert(path, readTable(path));

@@ -219,6 +219,23 @@ TEST_F(Composer, SaysWhyThereIsNoSheet)
     EXPECT_FALSE(sheetPicture(1, display(0, 2)));
 }
 
+TEST_F(Composer, DrawsTheSameSheetAtAnyWidth)
+{
+    makeStills({Qt::red, Qt::green, Qt::blue});
+    for (const int dpi : {0, 1}) {
+        const QImage whole = drawSheet(dpi, display(1, 3));
+        EXPECT_EQ(sheetPixels(dpi, display(1, 3)), whole.size());
+        int drawn = 0;
+        const QImage narrow = drawSheetAtWidth(dpi, display(1, 3), 320, &drawn);
+        EXPECT_EQ(drawn, 3);
+        EXPECT_EQ(narrow.width(), 320);
+        EXPECT_NEAR(narrow.height(), 320.0 * whole.height() / whole.width(), 1.5);
+        const QPoint middle = narrow.rect().center();
+        EXPECT_TRUE(isNear(narrow.pixelColor(middle), Qt::green)) << dpi;
+    }
+    EXPECT_TRUE(drawSheetAtWidth(0, display(1, 3), 0).isNull());
+}
+
 TEST_F(Composer, DrawsABareSheetFromAnEmptyOrAbsurdDescription)
 {
     EXPECT_EQ(drawSheet(0, {}).width(), 960);

@@ -1,0 +1,404 @@
+#include "shell/preferences_window.h"
+
+#include "common/test_bundle.h"
+#include "common/wait_until.h"
+#include "process/tool_environment.h"
+#include "support/files.h"
+#include "support/localized_strings.h"
+
+#include <QAbstractItemView>
+#include <QApplication>
+#include <QColorDialog>
+#include <QDir>
+#include <QFileDialog>
+#include <QPushButton>
+#include <QScrollBar>
+#include <QTest>
+
+#include <gtest/gtest.h>
+
+using namespace qv;
+
+namespace
+{
+
+const QString destination = QStringLiteral("prefDefautDstPathStr");
+
+class PreferencesWindowTest : public testing::Test
+{
+protected:
+    PreferencesWindowTest()
+    {
+        setTemporaryFolder(m_folder.filePath("tmp"));
+        QDir().mkpath(at("films"));
+        m_store.prefsWriteAll(stored());
+        m_window.showStored(m_store.prefsSnapshot());
+        m_window.checkForUpdates = [this] { ++m_checks; };
+        QObject::connect(&m_window, &PreferencesWindow::saved, [this] { ++m_saves; });
+    }
+    ~PreferencesWindowTest() override { setTemporaryFolder(QString()); }
+
+    QString at(const QString &name) const { return m_folder.filePath(name); }
+
+    // Different from the default in every setting.
+    QVariantMap stored() const
+    {
+        return {{"prefColor", 0},
+                {"prefCheckMatrix", 2},
+                {"prefDpi", 1},
+                {"pageBkgColor", "0.10,0.20,0.30,0.50"},
+                {"prefBorderColor", "0.00,0.50,1.00,0.25"},
+                {"prefBorderSize", 2.3},
+                {"prefLimitBig", 10},
+                {"prefLimitMed", 21},
+                {"prefLimitMin", 60},
+                {"prefLimitMix", 18},
+                {"prefTimecode", 0},
+                {"pageName", 0},
+                {"pageLocation", 1},
+                {"pageDate", 1},
+                {"pageDuration", 0},
+                {"pageVIdentity", 0},
+                {"pagePoids", 0},
+                {"pageEssence", 0},
+                {"update", 1},
+                {destination, at("films")}};
+    }
+
+    QVariantMap values() { return prefs2GuiAppky(m_window, std::nullopt); }
+    const PreferencesControls &controls() const { return m_window.controls(); }
+
+    void open()
+    {
+        m_main.show();
+        m_window.iba_menuPref();
+        ASSERT_TRUE(QTest::qWaitForWindowExposed(&m_window));
+    }
+    static void click(SegmentedControl *control, int segment)
+    {
+        QTest::mouseClick(control->findChildren<QAbstractButton *>().at(segment), Qt::LeftButton);
+    }
+    void clickSegment(const QString &key, int segment)
+    {
+        click(controls().segments.value(key), segment);
+    }
+    void clickBox(const QString &key)
+    {
+        QTest::keyClick(controls().switches.value(key), Qt::Key_Space);
+    }
+    // Another value in every control, as a user gives it.
+    void changeAll()
+    {
+        controls().destination->setText(at("gone"));
+        clickSegment("prefColor", 1);
+        clickSegment("prefCheckMatrix", 0);
+        clickSegment("prefDpi", 0);
+        controls().borderSlider->setValue(4);
+        for (QComboBox *menu : controls().counts) {
+            QTest::keyClick(menu, Qt::Key_Down);
+        }
+        clickBox("update");
+    }
+
+    TestBundle m_bundle{TestBundle::Ffmpeg::None};
+    QTemporaryDir m_folder;
+    PreferencesStore m_store;
+    QWidget m_main;
+    PreferencesWindow m_window{m_store, &m_main};
+    int m_saves = 0;
+    int m_checks = 0;
+};
+
+} // namespace
+
+TEST_F(PreferencesWindowTest, ShowsEveryStoredValueAndReadsItBack)
+{
+    EXPECT_EQ(values(), stored());
+    m_window.showStored(std::nullopt);
+    EXPECT_EQ(values(), PreferencesStore::prefsDefaults());
+}
+
+TEST_F(PreferencesWindowTest, MakesSenseOfValuesThatNoControlHas)
+{
+    struct Row {
+        const char *key;
+        QVariant stored;
+        QVariant shown;
+    };
+    const QList<Row> rows{
+        {"prefColor", 9, 0},         {"prefColor", -1, 0},        {"prefCheckMatrix", 7, 1},
+        {"prefDpi", 5, 1},           {"prefDpi", -3, 1},          {"prefBorderSize", 1e9, 10.0},
+        {"prefBorderSize", -2, 0.0}, {"prefLimitMin", 47, 47},    {"prefLimitMin", 0, 48},
+        {"prefLimitMin", 2e9, 48},   {"prefLimitMin", "many", 48}};
+    for (const Row &row : rows) {
+        m_window.showStored(QVariantMap{{row.key, row.stored}});
+        EXPECT_EQ(values().value(row.key), row.shown)
+            << row.key << row.stored.toString().toStdString();
+    }
+    const QComboBox *menu = controls().counts.value("prefLimitMin");
+    EXPECT_EQ(menu->itemText(menu->findText("47") + 1), "48") << "in its place";
+}
+
+TEST_F(PreferencesWindowTest, EachButtonEndsTheSheetInItsOwnWay)
+{
+    struct Row {
+        int segment;
+        bool changed;
+        QVariantMap expected;
+        int saves;
+    };
+    open();
+    changeAll();
+    const QVariantMap changed = values();
+
+    const QList<Row> rows{
+        {PreferencesWindow::cancelSegment, true, stored(), 0},
+        {PreferencesWindow::saveSegment, false, stored(), 1},
+        {PreferencesWindow::saveSegment, true, changed, 1},
+        {PreferencesWindow::resetSegment, true, PreferencesStore::prefsDefaults(), 1}};
+    for (const Row &row : rows) {
+        m_window.showStored(stored());
+        m_store.prefsWriteAll(stored());
+        m_saves = m_checks = 0;
+        m_window.iba_menuPref();
+        if (row.changed) {
+            changeAll();
+        }
+        click(controls().buttons, row.segment);
+        EXPECT_EQ(values(), row.expected) << row.segment;
+        EXPECT_EQ(m_store.prefsSnapshot(), row.expected) << row.segment;
+        EXPECT_EQ(m_saves, row.saves);
+        EXPECT_EQ(m_checks, row.saves);
+        EXPECT_FALSE(m_window.isVisible());
+    }
+}
+
+TEST_F(PreferencesWindowTest, EscapeAndClosingCancelAndReturnSaves)
+{
+    const auto changeAndLeave = [&](const std::function<void()> &leave) {
+        open();
+        controls().borderSlider->setValue(8);
+        leave();
+        EXPECT_FALSE(m_window.isVisible());
+        return m_store.prefRead("prefBorderSize").toDouble();
+    };
+    QWidget *field = controls().destination->edit();
+    EXPECT_EQ(changeAndLeave([&] { QTest::keyClick(field, Qt::Key_Escape); }), 2.3);
+    EXPECT_EQ(m_window.borderSize(), 2.3);
+    EXPECT_EQ(changeAndLeave([&] { m_window.close(); }), 2.3);
+    EXPECT_EQ(changeAndLeave([&] {
+                  QWidget *cancel = controls().buttons->findChild<QAbstractButton *>();
+                  cancel->setFocus();
+                  QTest::keyClick(cancel, Qt::Key_Return);
+              }),
+              2.3)
+        << "of the button that has the focus";
+    EXPECT_EQ(changeAndLeave([&] { QTest::keyClick(field, Qt::Key_Return); }), 4.0);
+}
+
+TEST_F(PreferencesWindowTest, ReturnInAnOpenMenuOnlyChooses)
+{
+    open();
+    QComboBox *menu = controls().counts.value("prefLimitBig");
+    menu->showPopup();
+    QTest::keyClick(menu->view(), Qt::Key_Down);
+    QTest::keyClick(menu->view(), Qt::Key_Return);
+    EXPECT_EQ(menu->currentText(), "12");
+    EXPECT_TRUE(m_window.isVisible());
+}
+
+TEST_F(PreferencesWindowTest, ClosingWritesWhatMayNotBeLost)
+{
+    changeAll();
+    m_window.iba_menuPrefClose();
+    EXPECT_EQ(m_store.prefReadString(destination), at("gone"));
+    EXPECT_EQ(m_store.prefRead("prefCheckMatrix"), 0);
+    EXPECT_EQ(m_store.prefRead("prefColor"), 1);
+    EXPECT_EQ(m_store.prefRead("update"), 0);
+    EXPECT_EQ(m_store.prefRead("prefDpi"), 1) << "is for saving";
+    EXPECT_EQ(m_checks, 1);
+}
+
+TEST_F(PreferencesWindowTest, OpensOnlyWhenNoOtherSheetIsOpen)
+{
+    m_main.show();
+    QDialog other(&m_main);
+    other.open();
+    m_window.iba_menuPref();
+    EXPECT_FALSE(m_window.isVisible());
+    other.close();
+    m_window.iba_menuPref();
+    EXPECT_TRUE(m_window.isVisible());
+    EXPECT_EQ(m_window.windowModality(), Qt::WindowModal);
+}
+
+TEST_F(PreferencesWindowTest, ASwatchSetsTheWellAndTheWellLeavesTheSwatch)
+{
+    ColorWell *well = controls().wells.value("pageBkgColor");
+    clickSegment("prefColor", 1);
+    EXPECT_EQ(values().value("pageBkgColor"), "0.00,0.00,0.00,1.00");
+    EXPECT_EQ(controls().colorName->text(), localized("prefSwatch1"));
+    clickSegment("prefColor", 0);
+    EXPECT_EQ(values().value("pageBkgColor"), "0.00,0.00,0.00,1.00") << "its own colour";
+    clickSegment("prefColor", 5);
+    open();
+
+    QTest::mouseClick(well, Qt::LeftButton);
+    auto *dialog = well->findChild<QColorDialog *>();
+    ASSERT_NE(dialog, nullptr);
+    dialog->setCurrentColor(QColor(255, 0, 0, 51));
+    EXPECT_EQ(values().value("pageBkgColor"), "1.00,0.00,0.00,0.20");
+    EXPECT_EQ(values().value("prefColor"), 0);
+    dialog->reject();
+    EXPECT_EQ(values().value("pageBkgColor"), "0.98,0.95,0.88,1.00");
+    EXPECT_EQ(values().value("prefColor"), 5) << "nothing was chosen";
+}
+
+TEST_F(PreferencesWindowTest, APresetTicksOnlyWhenItIsChosenByHand)
+{
+    EXPECT_EQ(controls().captionText->text(), localized("prefCaptionOwn"))
+        << "stored boxes that are not the preset's stay as they are";
+    const QVariantMap defaults = PreferencesStore::prefsDefaults();
+    for (const int preset : {0, 1, 2}) {
+        clickSegment("prefCheckMatrix", preset);
+        EXPECT_EQ(controls().captionText->text(),
+                  localized(QStringLiteral("prefCaption%1").arg(preset)));
+        for (const char *key : {"pageName", "pageLocation", "pageDate", "prefTimecode"}) {
+            const int expected = preset == 1 ? defaults.value(key).toInt() : preset / 2;
+            EXPECT_EQ(values().value(key), expected) << key << preset;
+        }
+    }
+    EXPECT_EQ(values().value("update"), 1) << "is no caption";
+    clickBox("pageDate");
+    EXPECT_EQ(values().value("prefCheckMatrix"), 2);
+    EXPECT_EQ(controls().captionText->text(), localized("prefCaptionOwn"));
+    clickBox("pageDate");
+    EXPECT_EQ(controls().captionText->text(), localized("prefCaption2"));
+}
+
+TEST_F(PreferencesWindowTest, SaysWhatIsWrongWithTheFolder)
+{
+    ASSERT_TRUE(ecritureFichier(at("file"), "x"));
+    const QString named = at(QStringLiteral("<b>50%1 &\nשלום"));
+    QDir().mkpath(named);
+    const QList<QPair<QString, QString>> rows{
+        {at("films"), QString()},
+        {named, QString()},
+        {"file://" + at("films"), QString()},
+        {PreferencesStore::prefsDefaults().value(destination).toString(), QString()},
+        {at("gone"), localized("prefFolderMissing")},
+        {QString(), localized("prefFolderMissing")},
+        {at("file"), localized("prefFolderIsNone")}};
+    for (const auto &[path, warning] : rows) {
+        m_window.setDestinationText(path);
+        EXPECT_EQ(controls().destination->warning(), warning) << path.toStdString();
+        EXPECT_EQ(controls().destination->repeated()->wholeText(), m_window.destinationText());
+    }
+    m_window.setDestinationText(at("films"));
+    QDir(at("films")).removeRecursively();
+    open();
+    EXPECT_EQ(controls().destination->warning(), localized("prefFolderMissing"));
+    QTest::keyClick(&m_window, Qt::Key_Escape);
+    EXPECT_EQ(m_window.destinationText(), at("films")) << "is the user's to change";
+}
+
+TEST_F(PreferencesWindowTest, TakesTheFolderThatWasChosen)
+{
+    open();
+    QTest::mouseClick(controls().destination->findChild<QPushButton *>(), Qt::LeftButton);
+    auto *dialog = controls().destination->findChild<QFileDialog *>();
+    ASSERT_NE(dialog, nullptr);
+    EXPECT_EQ(dialog->directory().path(), at("films"));
+    QDir().mkpath(at("other"));
+    dialog->setDirectory(at("."));
+    dialog->selectFile(at("other"));
+    static_cast<QDialog *>(dialog)->accept();
+    EXPECT_TRUE(waitUntil([&] { return m_window.destinationText() == at("other"); }));
+}
+
+TEST_F(PreferencesWindowTest, LeadsTheKeyboardFromTopToBottom)
+{
+    open();
+    const QStringList order{destination,      "prefColor",     "pageBkgColor",    "prefBorderColor",
+                            "prefBorderSize", "prefLimitBig",  "prefLimitMed",    "prefLimitMin",
+                            "prefLimitMix",   "prefDpi",       "prefCheckMatrix", "pageName",
+                            "prefTimecode",   "previewLayout", "update",          "buttons"};
+    QStringList visited;
+    for (QWidget *widget = controls().destination->edit();
+         !visited.contains("buttons") && visited.size() < 200;
+         widget = widget->nextInFocusChain()) {
+        visited.append(widget->objectName());
+    }
+    visited.removeIf([&](const QString &name) { return !order.contains(name); });
+    EXPECT_EQ(visited, order);
+}
+
+// ---- the preview
+
+class SheetPreviewTest : public PreferencesWindowTest
+{
+protected:
+    SheetPreview &preview() { return *controls().preview; }
+    // The next drawing that follows the action.
+    void drawnAfter(const std::function<void()> &action)
+    {
+        bool updated = false;
+        const auto watch =
+            QObject::connect(&preview(), &SheetPreview::updated, [&] { updated = true; });
+        action();
+        EXPECT_TRUE(waitUntil([&] { return updated; }));
+        QObject::disconnect(watch);
+    }
+};
+
+TEST_F(SheetPreviewTest, DrawsTheSheetThatTheControlsGive)
+{
+    drawnAfter([&] { open(); });
+    EXPECT_EQ(preview().message(), QString());
+    EXPECT_EQ(preview().stills(), 21) << "of the medium layout";
+    EXPECT_EQ(preview().sheetSize().width(), 1920) << "of a PNG sheet";
+
+    drawnAfter([&] { clickSegment("prefDpi", 0); });
+    EXPECT_EQ(preview().sheetSize().width(), 960);
+    drawnAfter([&] { clickSegment("prefColor", 1); });
+    EXPECT_EQ(preview().picture().pixelColor(0, 0), QColor(Qt::black));
+    drawnAfter([&] { controls().counts.value("prefLimitMed")->setCurrentIndex(0); });
+    EXPECT_EQ(preview().stills(), 3);
+    const int high = preview().sheetSize().height();
+    drawnAfter([&] { clickBox("pageEssence"); });
+    EXPECT_EQ(preview().sheetSize().height(), high + 18) << "one caption line more";
+    drawnAfter([&] { click(controls().layouts, 3); });
+    EXPECT_EQ(preview().stills(), 18);
+    EXPECT_TRUE(controls().sheetText->text().contains("960")) << "said below it";
+}
+
+TEST_F(SheetPreviewTest, ShowsATallSheetAsBroadAsAShortOne)
+{
+    drawnAfter([&] { open(); });
+    drawnAfter([&] { click(controls().layouts, 0); });
+    const int broad = preview().picture().width();
+    drawnAfter([&] {
+        QComboBox *menu = controls().counts.value("prefLimitBig");
+        menu->setCurrentIndex(menu->count() - 1);
+    });
+    EXPECT_GE(preview().picture().width(), broad);
+    EXPECT_GT(preview().verticalScrollBar()->maximum(), 0);
+}
+
+TEST_F(SheetPreviewTest, SurvivesTheLossOfItsStillsAndSaysWhenTheyCannotBeMade)
+{
+    drawnAfter([&] { open(); });
+    QDir(at("tmp")).removeRecursively();
+    drawnAfter([&] { clickSegment("prefColor", 1); });
+    EXPECT_EQ(preview().stills(), 21) << "made anew";
+
+    QDir(at("tmp")).removeRecursively();
+    ASSERT_TRUE(ecritureFichier(at("tmp"), "in the way"));
+    drawnAfter([&] { clickSegment("prefColor", 2); });
+    EXPECT_TRUE(preview().picture().isNull());
+    EXPECT_EQ(preview().message(), localized("prefPreviewFailed"));
+
+    QFile::remove(at("tmp"));
+    drawnAfter([&] { clickSegment("prefColor", 3); });
+    EXPECT_EQ(preview().message(), QString());
+}
