@@ -16,7 +16,9 @@ class MovieTool final : public MovieFramework
 public:
     // Only what has a video stream of which a picture could be decoded.
     bool canOpen(const QString &path) override;
+    // Asks the tool once and waits, unless the answers were given before.
     bool hasDecoder(const QString &fourCharacterCode) override;
+    void setDecoders(const QMap<QString, bool> &decoders) { m_decoders = decoders; }
     std::optional<MediaInfoRecord> record(const QString &path) override;
     bool thumbnail(const QString &path, int width, int height, double seconds,
                    const QString &destination) override;

@@ -1,8 +1,8 @@
 #include "cli/record_commands.h"
 
 #include "cli/exit_status.h"
-#include "cli/interrupt.h"
 #include "cli/results.h"
+#include "process/interrupt.h"
 #include "process/tool_environment.h"
 #include "support/files.h"
 

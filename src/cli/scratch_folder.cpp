@@ -1,5 +1,7 @@
 #include "cli/scratch_folder.h"
 
+#include "process/tool_environment.h"
+
 #include <QDir>
 #include <QFile>
 
@@ -61,13 +63,9 @@ void clearAbandoned()
 
 } // namespace
 
-// Not QDir::tempPath(), which gives "/" when the folder is missing. And ffmpeg takes a "%" in the
-// path of a picture for a pattern.
 QString ScratchFolder::root()
 {
-    const QString set = QFile::decodeName(qgetenv("TMPDIR"));
-    return set.isEmpty() || set.contains(QLatin1Char('%')) ? QStringLiteral("/tmp")
-                                                           : QDir::current().absoluteFilePath(set);
+    return temporaryRoot();
 }
 
 std::unique_ptr<ScratchFolder> ScratchFolder::create()

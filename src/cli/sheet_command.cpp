@@ -1,9 +1,9 @@
 #include "cli/sheet_command.h"
 
 #include "cli/exit_status.h"
-#include "cli/interrupt.h"
 #include "controller/sheet_names.h"
 #include "controller/store_keys.h"
+#include "process/interrupt.h"
 #include "sheet/composer.h"
 #include "support/files.h"
 

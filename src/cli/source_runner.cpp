@@ -1,6 +1,6 @@
 #include "cli/source_runner.h"
 
-#include "cli/interrupt.h"
+#include "process/interrupt.h"
 
 namespace qv
 {

@@ -99,9 +99,18 @@ void AnalysisDriver::stop()
     }
 }
 
+void AnalysisDriver::abandon()
+{
+    dropEverything();
+    PreferencesStore &store = m_context.preferences;
+    for (const QString &key : {keys::flagFinish, keys::analysisSource, keys::previewPath}) {
+        store.prefDelete(key);
+    }
+}
+
 void AnalysisDriver::analysis()
 {
-    if (m_context.taskSlots.isAnalysisRunning()) {
+    if (m_context.closing || m_context.taskSlots.isAnalysisRunning()) {
         return;
     }
     if (m_analysisStopInt == 1) {

@@ -39,6 +39,8 @@ public:
     void analysisLater();
     // The stop control: the current source makes no row and the rest of the queue is dropped.
     void stop();
+    // The application quits: the state of the run goes, nothing is reported.
+    void abandon();
 
 private:
     bool take(const QString &flag);

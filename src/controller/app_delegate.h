@@ -64,6 +64,15 @@ public:
     // The user opened or closed the drawer.
     void drawerToggled(bool open);
 
+    // ---- the end
+    // Quitting: asks when a batch is being encoded, then ends whatever runs, leaves no half-made
+    // file and saves the settings. False when the user cancelled; else the application is to end.
+    enum class Quit { Asking, AtOnce };
+    bool iba_menuQuit(Quit how = Quit::Asking);
+    bool applicationShouldTerminateAfterLastWindowClosed();
+    // When the event loop has ended, for whatever reason.
+    void applicationWillTerminate();
+
     // Where a source's sheet goes.
     QString sheetPath(const QString &sourcePath, int dpi)
     {
@@ -82,6 +91,8 @@ private:
     void admitNothing(bool wrongTypes);
     void removeRows(const QList<int> &indexes);
     bool prepareDestination();
+    bool userEndsBatch();
+    void closeDown();
 
     BatchTable m_table;
     WindowState m_window;
@@ -91,6 +102,7 @@ private:
     EncodingDriver m_encoding;
     QSet<QString> m_admitted;
     bool m_pausedByAdmission = false;
+    bool m_asksToQuit = false;
 };
 
 } // namespace qv

@@ -54,7 +54,11 @@ void EncodingDriver::encSend(const QString &stepNameStr)
 
 void EncodingDriver::enc(const QString &stepNameStr)
 {
-    if (m_context.taskSlots.isEncodingRunning()) {
+    if (m_context.closing || m_context.taskSlots.isEncodingRunning()) {
+        return;
+    }
+    if (m_isAsking) {
+        m_heldStep = stepNameStr;
         return;
     }
     if (isStopping()) {
@@ -103,6 +107,17 @@ void EncodingDriver::noteStop()
     store.prefDelete(keys::work);
     store.prefWrite(keys::finish, 1);
     m_row.picture.reset();
+}
+
+void EncodingDriver::abandon()
+{
+    m_heldStep.clear();
+    purgeStills();
+    PreferencesStore &store = m_context.preferences;
+    for (const QString &key : {keys::currentFile, keys::work, keys::finish, keys::replaceFiles}) {
+        store.prefDelete(key);
+    }
+    m_context.window.goPressed = false;
 }
 
 int EncodingDriver::encBatchInprogressRowIdentification() const
@@ -287,32 +302,52 @@ QString EncodingDriver::stillsFolder()
     return beside;
 }
 
-// A sheet that is there already: the answer given for all, or the question.
+// The event loop runs while a question is open. A step that comes due then, as by a stop, waits.
+utilsAlert::Answer EncodingDriver::ask(const std::function<utilsAlert::Answer()> &question)
+{
+    m_isAsking = true;
+    const utilsAlert::Answer answer = question();
+    m_isAsking = false;
+    if (!m_paused && !m_heldStep.isEmpty()) {
+        encSend(std::exchange(m_heldStep, {}));
+    }
+    return answer;
+}
+
 bool EncodingDriver::mayWriteSheet(const QString &sheet)
 {
     if (!fileExists(sheet)) {
         return true;
     }
-    PreferencesStore &store = m_context.preferences;
-    bool replace = false;
-    if (const QVariant stored = store.prefRead(keys::replaceFiles); stored.isValid()) {
-        replace = numberValue(stored).value_or(0) != 0;
-    } else {
-        const QString replaceText = localized(QStringLiteral("D_replace"));
-        const utilsAlert::Answer answer = utilsAlert::timedQuestion(
-            localized(QStringLiteral("D_go_dossier_destination4Bis")), sheet, 0,
-            localized(QStringLiteral("D_keep")), replaceText, QString(), overwriteQuestionSeconds,
-            localized(QStringLiteral("D_applyToAll")));
-        replace = answer.text == replaceText;
-        if (answer.suppressed == 1) {
-            store.prefWrite(keys::replaceFiles, replace ? 1 : 0);
-        }
+    m_row.replace = mayReplace(sheet);
+    if (isOver()) {
+        return false;
     }
-    if (!replace) {
+    if (!m_row.replace) {
         m_row.kept = true;
         failRow(QStringLiteral("a sheet of that name is there already"));
     }
-    m_row.replace = replace;
+    return m_row.replace;
+}
+
+// The answer given for all, or the question.
+bool EncodingDriver::mayReplace(const QString &sheet)
+{
+    PreferencesStore &store = m_context.preferences;
+    if (const QVariant stored = store.prefRead(keys::replaceFiles); stored.isValid()) {
+        return numberValue(stored).value_or(0) != 0;
+    }
+    const QString replaceText = localized(QStringLiteral("D_replace"));
+    const utilsAlert::Answer answer = ask([&] {
+        return utilsAlert::timedQuestion(localized(QStringLiteral("D_go_dossier_destination4Bis")),
+                                         sheet, 0, localized(QStringLiteral("D_keep")), replaceText,
+                                         QString(), overwriteQuestionSeconds,
+                                         localized(QStringLiteral("D_applyToAll")));
+    });
+    const bool replace = answer.text == replaceText;
+    if (answer.suppressed == 1 && !isOver()) {
+        store.prefWrite(keys::replaceFiles, replace ? 1 : 0);
+    }
     return replace;
 }
 
@@ -324,9 +359,15 @@ bool EncodingDriver::hasFreeSpace()
     if (freeMegabytes < 0 || freeMegabytes >= neededMegabytes) {
         return true;
     }
-    utilsAlert::timedQuestion(localized(QStringLiteral("D_go_echec_disque1")),
-                              localized(QStringLiteral("D_go_echec_disque2")), 0, QString(),
-                              QString(), QString(), diskAlertSeconds, QString());
+    ask([] {
+        return utilsAlert::timedQuestion(localized(QStringLiteral("D_go_echec_disque1")),
+                                         localized(QStringLiteral("D_go_echec_disque2")), 0,
+                                         QString(), QString(), QString(), diskAlertSeconds,
+                                         QString());
+    });
+    if (isOver()) {
+        return false;
+    }
     failRow(QStringLiteral("the destination has no space left (%1 MB free)").arg(freeMegabytes));
     return false;
 }

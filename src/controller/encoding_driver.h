@@ -3,12 +3,14 @@
 #include "controller/context.h"
 #include "controller/sheet_names.h"
 #include "sheet/picture_attempts.h"
+#include "support/alerts.h"
 
 #include <QElapsedTimer>
 #include <QObject>
 #include <QSet>
 #include <QStringList>
 
+#include <functional>
 #include <optional>
 
 // Turns the rows of the batch into sheets, one after the other. A step machine like the analysis:
@@ -36,6 +38,8 @@ public:
     // The stop control: the running tool ends and the batch with it.
     void stop();
     bool isStopping() const { return m_encStopInt == 1; }
+    // The application quits: what was made of the current row so far goes, nothing is reported.
+    void abandon();
 
     // While paused no step begins.
     void setPaused(bool paused);
@@ -60,7 +64,10 @@ private:
     void goOn();
     void startRow();
     QString stillsFolder();
+    utilsAlert::Answer ask(const std::function<utilsAlert::Answer()> &question);
+    bool isOver() const { return m_context.closing || isStopping(); }
     bool mayWriteSheet(const QString &sheet);
+    bool mayReplace(const QString &sheet);
     bool hasFreeSpace();
     void runPlan();
     void launchMovieFramework();
@@ -134,6 +141,7 @@ private:
     Row m_row;
     int m_encStopInt = 0;
     bool m_paused = false;
+    bool m_isAsking = false;
     QString m_pendingStep;
     QString m_heldStep;
     int m_stillsCounter = 0;

@@ -73,6 +73,8 @@ public:
     virtual QStringList chooseSources(const QString &, const QStringList &) { return {}; }
     // The folder chooser of the destination field.
     virtual void chooseDestination() {}
+    // The application quits: the help goes.
+    virtual void closeHelp() {}
 };
 
 } // namespace qv

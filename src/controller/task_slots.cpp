@@ -27,11 +27,18 @@ TaskSlots::TaskSlots(WindowState &window, std::function<void()> changed)
 
 TaskSlots::~TaskSlots()
 {
+    endAll();
+}
+
+void TaskSlots::endAll()
+{
     for (Slot *slot : {&m_encoding, &m_analysis}) {
         if (slot->taskClass) {
             slot->taskClass->setDelegate(nullptr);
             slot->taskClass->tasklauncherTerminate();
+            slot->taskClass.reset();
         }
+        resetControls(*slot);
     }
 }
 

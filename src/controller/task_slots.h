@@ -60,6 +60,8 @@ public:
     // Kills the running tool; its end comes through the usual way.
     void terminateEncoding();
     void terminateAnalysis();
+    // Ends what runs in both slots and waits for it. Nothing is told to the step machines.
+    void endAll();
 
     // Everything that the running or last analysis run printed.
     QString analysisTaskVerboseMStr() const { return m_analysisOutput; }

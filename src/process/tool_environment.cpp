@@ -47,16 +47,30 @@ void setTemporaryFolder(const QString &path)
     temporaryFolderSlot() = path;
 }
 
+// Not QDir::tempPath(), which gives "/" when the folder is missing. And ffmpeg takes a "%" in the
+// path of a picture for a pattern.
+QString temporaryRoot()
+{
+    const QString set = QFile::decodeName(qgetenv("TMPDIR"));
+    return set.isEmpty() || set.contains(QLatin1Char('%')) ? QStringLiteral("/tmp")
+                                                           : QDir::current().absoluteFilePath(set);
+}
+
 bool prepareTemporaryFolder(const QString &path, const Bundle &bundle)
 {
     rmCocoa(path);
     if (!mkdir(path)) {
         return false;
     }
+    adoptTemporaryFolder(path, bundle);
+    return true;
+}
+
+void adoptTemporaryFolder(const QString &path, const Bundle &bundle)
+{
     QFile::link(bundle.path(), appendPath(path, QStringLiteral("app.app")));
     setTemporaryFolder(path);
     logLine(QStringLiteral("TMPFOLDER           : %1").arg(path));
-    return true;
 }
 
 QString ffmpegPath()

@@ -13,9 +13,14 @@ namespace qv
 QString temporaryFolder();
 void setTemporaryFolder(const QString &path);
 
+// The system's folder for temporary files: TMPDIR, else /tmp.
+QString temporaryRoot();
+
 // Empties and recreates the folder and links "app.app" in it to the bundle, whose fonts folder the
 // tool environment names through that link. False when it can't be made.
 bool prepareTemporaryFolder(const QString &path, const Bundle &bundle);
+// The same with a folder that is there and empty.
+void adoptTemporaryFolder(const QString &path, const Bundle &bundle);
 
 // ffmpeg of the bundle (tools folder, then resource folder), then of the user's application
 // support folder. Looked up each time; an empty text, never null, when there is none.

@@ -87,12 +87,12 @@ QList<int> sessionCodes(qsizetype buttons)
 // The session's code, or alertContinues when the time is over.
 int runSessionFor(double seconds)
 {
-    constexpr int stepMilliseconds = 100;
+    constexpr int roundMilliseconds = 100;
     int code = alertContinues;
-    for (int step = 0; code == alertContinues && step * 0.1 < seconds; ++step) {
+    for (int round = 0; code == alertContinues && round * alertRound < seconds; ++round) {
         code = alertPresenter().runSession();
         if (code == alertContinues) {
-            sleepFor(stepMilliseconds);
+            sleepFor(roundMilliseconds);
         }
     }
     return code;
@@ -183,10 +183,11 @@ utilsAlert::Answer utilsAlert::timedQuestion(const QString &title, const QString
     alert.buttons = shownButtons(texts);
     alert.hasSuppression = !suppressionText.isNull();
     alert.suppressionTitle = alertFormat(suppressionText);
+    alert.timeout = timeout == 0.0 ? usualTimeout : timeout;
 
     AlertPresenter &presenter = alertPresenter();
     presenter.beginSession(alert, sessionCodes(alert.buttons.size()));
-    const int code = runSessionFor(timeout == 0.0 ? usualTimeout : timeout);
+    const int code = runSessionFor(alert.timeout);
     const bool isSuppressed = alert.hasSuppression && presenter.suppressionTicked();
     presenter.endSession();
 
@@ -202,6 +203,7 @@ void utilsAlert::timedSheet(const QString &title, const QString &message,
     constexpr int roundMilliseconds = 1000;
     Alert alert = makeAlert(title, message, 0);
     alert.buttons = shownButtons({defaultText, alternateText, otherText});
+    alert.timeout = seconds + 1;
     alertPresenter().beginSheet(alert);
     logLine(QStringLiteral("giveUpAfterSeconds : %1").arg(seconds));
     for (int i = 0; i <= seconds; ++i) {

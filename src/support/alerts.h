@@ -9,6 +9,9 @@
 namespace qv
 {
 
+// A session is run in rounds of so many seconds; its time is counted in rounds.
+inline constexpr double alertRound = 0.1;
+
 enum class AlertStyle { Warning = 0, Critical = 2 };
 
 // Answers of a modal session to one round of it.
@@ -25,6 +28,7 @@ struct Alert {
     QStringList buttons; // in the order default, alternate, other; empty: the single "OK"
     bool hasSuppression = false;
     QString suppressionTitle;
+    double timeout = 0; // seconds after which it closes by itself; 0: never
 
     static QString shownText(const QString &format);
 };

@@ -2,9 +2,11 @@
 
 #include <QFile>
 #include <QFileInfo>
+#include <QSysInfo>
 
 #include <array>
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <cstring>
 #include <memory>
@@ -12,6 +14,8 @@
 #include <dirent.h>
 #include <fcntl.h>
 #include <pwd.h>
+#include <sys/file.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/statvfs.h>
 #include <unistd.h>
@@ -86,6 +90,31 @@ QString loginName()
     return found == nullptr ? QString() : QFile::decodeName(found->pw_name);
 }
 
+Processor processor()
+{
+    Processor machine;
+    machine.architecture = QSysInfo::currentCpuArchitecture();
+    machine.wordBits = QSysInfo::WordSize;
+    machine.cores = static_cast<int>(::sysconf(_SC_NPROCESSORS_ONLN));
+#if defined(__x86_64__) || defined(__i386__)
+    machine.hasSse2 = __builtin_cpu_supports("sse2") != 0;
+#endif
+    return machine;
+}
+
+void prepareStandardStreams()
+{
+    int nothing = ::open("/dev/null", O_RDWR);
+    while (nothing >= 0 && nothing <= STDERR_FILENO) {
+        nothing = ::open("/dev/null", O_RDWR);
+    }
+    if (nothing >= 0) {
+        ::dup2(nothing, STDIN_FILENO);
+        ::close(nothing);
+    }
+    std::signal(SIGCHLD, SIG_DFL);
+}
+
 FreeSpace freeSpace(const QString &path)
 {
     struct statvfs status = {};
@@ -146,6 +175,50 @@ std::optional<std::vector<DirectoryEntry>> readDirectory(const QByteArray &rawPa
         }
     }
     return entries;
+}
+
+bool isOwnFolder(const QString &path)
+{
+    struct stat status = {};
+    return ::lstat(QFile::encodeName(path).constData(), &status) == 0 && S_ISDIR(status.st_mode) &&
+           status.st_uid == ::getuid();
+}
+
+QString makePrivateFolder(const QString &prefix)
+{
+    QByteArray path = QFile::encodeName(prefix) + "XXXXXX";
+    return ::mkdtemp(path.data()) == nullptr ? QString() : QFile::decodeName(path);
+}
+
+bool makePrivate(const QString &folder)
+{
+    return ::chmod(QFile::encodeName(folder).constData(), S_IRWXU) == 0;
+}
+
+LockedFile lockFile(const QString &path)
+{
+    // A pipe of that name must not make us wait for its other end.
+    const int file = ::open(QFile::encodeName(path).constData(),
+                            O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, 0600);
+    struct stat status = {};
+    const bool isOurs = file >= 0 && ::fstat(file, &status) == 0 && S_ISREG(status.st_mode) &&
+                        status.st_uid == ::getuid() && ::fchmod(file, 0600) == 0;
+    if (isOurs && ::flock(file, LOCK_EX | LOCK_NB) == 0) {
+        return {LockedFile::State::Locked, file};
+    }
+    const bool isHeld = isOurs && errno == EWOULDBLOCK;
+    if (file >= 0) {
+        ::close(file);
+    }
+    return {isHeld ? LockedFile::State::HeldByAnother : LockedFile::State::Unusable, -1};
+}
+
+bool isPeerThisUser(qintptr socket)
+{
+    ucred peer = {};
+    socklen_t size = sizeof peer;
+    return ::getsockopt(static_cast<int>(socket), SOL_SOCKET, SO_PEERCRED, &peer, &size) == 0 &&
+           peer.uid == ::getuid();
 }
 
 bool reopenStream(int descriptor, const QString &path)

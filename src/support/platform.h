@@ -14,6 +14,21 @@ namespace qv::platform
 
 // The running executable, links resolved; empty when unknown.
 QString executablePath();
+// What the machine computes with. The architecture in the system's word: "x86_64", "arm64".
+struct Processor {
+    QString architecture;
+    int wordBits = 0;
+    bool hasSse2 = false;
+    int cores = 0;
+};
+Processor processor();
+
+// To be called first in main(). Standard input reads as empty: tools inherit it, and one that reads
+// commands from it would eat the list that a shell loop reads. A stream that came closed is opened,
+// else the next file, such as a sheet, would get its number and what is printed. Ends of children
+// are noticed also when whoever started us ignores them.
+void prepareStandardStreams();
+
 // The login name of the process's user, from the user database; empty when unknown.
 QString loginName();
 
@@ -42,6 +57,24 @@ struct DirectoryEntry {
     EntryKind kind = EntryKind::Other; // a link to a file is a File, a broken one Other
 };
 std::optional<std::vector<DirectoryEntry>> readDirectory(const QByteArray &rawPath);
+
+// Whether it is a folder (no link to one) of this process's user.
+bool isOwnFolder(const QString &path);
+// Makes a new folder for this user only whose name begins with the prefix; empty when it can't.
+QString makePrivateFolder(const QString &prefix);
+// Keeps others out of a folder of this user's. False when that failed.
+bool makePrivate(const QString &folder);
+
+// Opens the file, made when missing for this user only, and locks it until the descriptor is
+// closed, at the latest by the end of the process, however it comes.
+struct LockedFile {
+    enum class State { Locked, HeldByAnother, Unusable };
+    State state = State::Unusable; // not to be made, or not a plain file of this user's
+    int descriptor = -1;
+};
+LockedFile lockFile(const QString &path);
+// Whether the process at the other end of a local socket runs as this process's user.
+bool isPeerThisUser(qintptr socket);
 
 // Points standard output (1) or standard error (2) at the file, created when missing, for
 // appending. False when that failed; the stream then stays as it was.

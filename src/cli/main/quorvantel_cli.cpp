@@ -2,33 +2,16 @@
 
 #include "cli/command.h"
 #include "support/log.h"
+#include "support/platform.h"
 
 #include <QGuiApplication>
 
-#include <csignal>
 #include <cstdio>
 #include <cstring>
-#include <fcntl.h>
 #include <memory>
-#include <unistd.h>
 
 namespace
 {
-
-// Tools inherit the standard input, and ffmpeg reads commands from it: in a shell loop it would eat
-// the list that the loop reads. A stream that came closed is opened, too: else the next file that
-// is opened, such as a sheet, would get its number and what is printed.
-void openStandardStreams()
-{
-    int nothing = ::open("/dev/null", O_RDWR);
-    while (nothing >= 0 && nothing <= STDERR_FILENO) {
-        nothing = ::open("/dev/null", O_RDWR);
-    }
-    if (nothing >= 0) {
-        ::dup2(nothing, STDIN_FILENO);
-        ::close(nothing);
-    }
-}
 
 void logQtMessage(QtMsgType, const QMessageLogContext &, const QString &text)
 {
@@ -44,9 +27,7 @@ int main(int argc, char **argv)
         std::fwrite(line.constData(), 1, static_cast<size_t>(line.size()), stdout);
         return 0;
     }
-    openStandardStreams();
-    // Who started us may ignore it, and the tools' ends would go unseen.
-    std::signal(SIGCHLD, SIG_DFL);
+    qv::platform::prepareStandardStreams();
     QByteArrayList arguments;
     for (int i = 1; i < argc; ++i) {
         arguments.append(argv[i]);

@@ -3,9 +3,10 @@
 #include <QObject>
 #include <QSocketNotifier>
 
-#include <array>
 #include <csignal>
 #include <functional>
+#include <utility>
+#include <vector>
 
 // Ctrl-C and its relatives, brought from the signal handler into the event loop.
 namespace qv
@@ -16,9 +17,10 @@ class Interrupt : public QObject
     Q_OBJECT
 
 public:
-    // Takes over SIGINT, SIGTERM, SIGHUP and SIGPIPE until destroyed, but for those that are
-    // ignored (as under nohup). A second signal ends the process at once.
-    explicit Interrupt(std::function<void()> stop);
+    // Takes over the signals until destroyed, but for those that are ignored (as under nohup). A
+    // second one ends the process at once.
+    explicit Interrupt(std::function<void()> stop,
+                       const std::vector<int> &signalNumbers = {SIGINT, SIGTERM, SIGHUP, SIGPIPE});
     ~Interrupt() override;
 
     // The signal that came; 0 while none did.
@@ -26,13 +28,11 @@ public:
 
 private:
     void arrived();
-    void watch(size_t number);
-
-    static constexpr std::array watchedSignals{SIGINT, SIGTERM, SIGHUP, SIGPIPE};
+    void watch(int signal);
 
     std::function<void()> m_stop;
     QSocketNotifier m_notifier;
-    std::array<struct sigaction, watchedSignals.size()> m_before{};
+    std::vector<std::pair<int, struct sigaction>> m_before;
 };
 
 } // namespace qv

@@ -1,4 +1,4 @@
-#include "cli/interrupt.h"
+#include "process/interrupt.h"
 
 #include "process/tool_run.h"
 
@@ -35,20 +35,22 @@ int openPipe()
 
 } // namespace
 
-Interrupt::Interrupt(std::function<void()> stop)
+Interrupt::Interrupt(std::function<void()> stop, const std::vector<int> &signalNumbers)
     : m_stop(std::move(stop)), m_notifier(openPipe(), QSocketNotifier::Read)
 {
     connect(&m_notifier, &QSocketNotifier::activated, this, &Interrupt::arrived);
-    for (size_t i = 0; i < watchedSignals.size(); ++i) {
-        watch(i);
+    for (const int signal : signalNumbers) {
+        watch(signal);
     }
 }
 
-void Interrupt::watch(size_t number)
+void Interrupt::watch(int signal)
 {
-    const int signal = watchedSignals.at(number);
-    ::sigaction(signal, nullptr, &m_before.at(number));
-    if (m_before.at(number).sa_handler == SIG_IGN) {
+    struct sigaction before {
+    };
+    ::sigaction(signal, nullptr, &before);
+    m_before.emplace_back(signal, before);
+    if (before.sa_handler == SIG_IGN) {
         return;
     }
     struct sigaction action {
@@ -62,8 +64,8 @@ void Interrupt::watch(size_t number)
 Interrupt::~Interrupt()
 {
     setBlockingRunsInterrupted(false);
-    for (size_t i = 0; i < watchedSignals.size(); ++i) {
-        ::sigaction(watchedSignals.at(i), &m_before.at(i), nullptr);
+    for (const auto &[signal, before] : m_before) {
+        ::sigaction(signal, &before, nullptr);
     }
 }
 

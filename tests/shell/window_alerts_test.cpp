@@ -1,0 +1,308 @@
+#include "common/log_capture.h"
+#include "common/test_bundle.h"
+#include "common/wait_until.h"
+#include "shell/window_alerts.h"
+#include "support/localized_strings.h"
+
+#include <QApplication>
+#include <QCheckBox>
+#include <QElapsedTimer>
+#include <QMainWindow>
+#include <QPushButton>
+#include <QTest>
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <memory>
+
+using namespace qv;
+
+namespace
+{
+
+class WindowAlertsTest : public testing::Test
+{
+protected:
+    WindowAlertsTest()
+    {
+        setLocalizationBundle(Bundle::main());
+        setLocalizationTable("Localized");
+        setLanguage("en");
+        m_window->show();
+        m_alerts->setMainWindow(m_window.get());
+    }
+    ~WindowAlertsTest() override { utilsAlert::setSleeper(nullptr); }
+
+    // The one that can be answered now.
+    static AlertDialog *front()
+    {
+        return qobject_cast<AlertDialog *>(QApplication::activeModalWidget());
+    }
+    static QList<AlertDialog *> seen()
+    {
+        QList<AlertDialog *> dialogs;
+        for (QWidget *widget : QApplication::topLevelWidgets()) {
+            auto *dialog = qobject_cast<AlertDialog *>(widget);
+            if (dialog != nullptr && dialog->isVisible()) {
+                dialogs << dialog;
+            }
+        }
+        return dialogs;
+    }
+    static QString titleSeen() { return seen().isEmpty() ? "" : seen().first()->accessibleName(); }
+    static bool waitForTitle(const QString &title)
+    {
+        return waitUntil([&] { return titleSeen() == title; });
+    }
+    // Does it once the next alert can be answered.
+    static void whenAsked(const std::function<void(AlertDialog *)> &act)
+    {
+        const AlertDialog *before = front();
+        QTimer::singleShot(0, qApp, [act, before] {
+            ASSERT_TRUE(waitUntil([&] { return front() != nullptr && front() != before; }));
+            act(front());
+        });
+    }
+    static Alert alert(const QString &title, const QStringList &buttons = {})
+    {
+        Alert made;
+        made.title = title;
+        made.detail = "detail";
+        made.buttons = buttons;
+        return made;
+    }
+    static void report(const QString &title)
+    {
+        alertReport(title, "detail", 0, AlertPlace::SheetOnWindow);
+    }
+    static QString ask(double seconds, const QString &suppression = QString())
+    {
+        const auto answer = utilsAlert::timedQuestion("Replace?", "a & b.jpg", 0, "Keep", "Replace",
+                                                      QString(), seconds, suppression);
+        return answer.text + (answer.suppressed == 1 ? " always" : "");
+    }
+
+    TestBundle m_bundle{TestBundle::Ffmpeg::None};
+    LogCapture m_log;
+    std::unique_ptr<QMainWindow> m_window = std::make_unique<QMainWindow>();
+    std::unique_ptr<WindowAlerts> m_alerts = std::make_unique<WindowAlerts>();
+};
+
+} // namespace
+
+TEST_F(WindowAlertsTest, KeysAnswerAModalAlert)
+{
+    const QStringList three{"First", "Second", "Third"};
+    const struct {
+        QStringList buttons;
+        QList<Qt::Key> keys;
+        int answer;
+    } rows[] = {
+        {three, {Qt::Key_Return}, 0}, {three, {Qt::Key_Escape}, 1},
+        {three, {Qt::Key_Enter}, 0},  {three, {Qt::Key_Tab, Qt::Key_Tab, Qt::Key_Space}, 2},
+        {{}, {Qt::Key_Escape}, 0},    {{}, {Qt::Key_Return}, 0},
+    };
+    for (const auto &[buttons, keys, answer] : rows) {
+        whenAsked([keys](AlertDialog *dialog) {
+            for (const Qt::Key key : keys) {
+                QTest::keyClick(dialog->focusWidget(), key);
+            }
+        });
+        EXPECT_EQ(alertPresenter().runModal(alert("Question", buttons)), answer);
+    }
+}
+
+TEST_F(WindowAlertsTest, TextsFromOutsideAreShownAsTheyAreInABoundedWidth)
+{
+    const QString path = "/films/<b>bold</b> & 50%/" + QString(400, 'x') + "\nsecond line.mp4";
+    whenAsked([&](AlertDialog *dialog) {
+        EXPECT_LE(dialog->width(), 560);
+        const auto texts = dialog->findChildren<WrappedText *>();
+        ASSERT_EQ(texts.size(), 2);
+        EXPECT_EQ(texts.at(1)->toPlainText(), path);
+        EXPECT_EQ(texts.at(1)->verticalScrollBarPolicy(), Qt::ScrollBarAlwaysOff);
+        QTest::keyClick(dialog, Qt::Key_Escape);
+    });
+    alertReport("50% & <i>more</i>", path, 2, AlertPlace::ApplicationModal);
+}
+
+TEST_F(WindowAlertsTest, AnOverlongDetailScrolls)
+{
+    whenAsked([](AlertDialog *dialog) {
+        EXPECT_LT(dialog->height(), dialog->screen()->availableGeometry().height());
+        QTest::keyClick(dialog, Qt::Key_Escape);
+    });
+    alertReport("Title", QString("line\n").repeated(2000), 2, AlertPlace::ApplicationModal);
+}
+
+TEST_F(WindowAlertsTest, AnAlertBringsAHiddenOrMinimisedWindowBack)
+{
+    for (const bool hidden : {true, false}) {
+        hidden ? m_window->hide() : m_window->showMinimized();
+        whenAsked([&](AlertDialog *dialog) {
+            EXPECT_TRUE(m_window->isVisible() && !m_window->isMinimized());
+            QTest::keyClick(dialog, Qt::Key_Escape);
+        });
+        alertPresenter().runModal(alert("Question"));
+    }
+}
+
+TEST_F(WindowAlertsTest, ARefusalAtStartUpDoesNotBringTheWindowUp)
+{
+    m_window = std::make_unique<QMainWindow>();
+    m_alerts->setMainWindow(m_window.get());
+    whenAsked([&](AlertDialog *dialog) {
+        EXPECT_FALSE(m_window->isVisible());
+        QTest::keyClick(dialog, Qt::Key_Escape);
+    });
+    EXPECT_EQ(alertPresenter().runModal(alert("Refused")), 0);
+}
+
+TEST_F(WindowAlertsTest, SheetsComeOneAfterTheOtherAndGoByTheirButtons)
+{
+    for (const char *title : {"one", "two", "three"}) {
+        report(title);
+    }
+    for (const char *title : {"one", "two", "three"}) {
+        ASSERT_TRUE(waitForTitle(title));
+        EXPECT_EQ(seen().size(), 1);
+        EXPECT_EQ(seen().first()->windowModality(), Qt::WindowModal);
+        QTest::mouseClick(seen().first()->button(0), Qt::LeftButton);
+    }
+    EXPECT_TRUE(waitUntil([] { return seen().isEmpty(); }));
+    alertPresenter().endSheet(); // nothing to close
+}
+
+TEST_F(WindowAlertsTest, EndingTheLastSheetLeavesTheOthers)
+{
+    report("one");
+    report("two");
+    alertPresenter().endSheet();
+    ASSERT_TRUE(waitForTitle("one"));
+    alertPresenter().endSheet();
+    report("three");
+    ASSERT_TRUE(waitForTitle("three"));
+    EXPECT_EQ(seen().size(), 1);
+}
+
+TEST_F(WindowAlertsTest, ASheetWaitsForTheQuestionThatIsOpen)
+{
+    whenAsked([](AlertDialog *dialog) {
+        report("notice");
+        QCoreApplication::processEvents();
+        EXPECT_EQ(seen(), QList<AlertDialog *>{dialog});
+        QTest::keyClick(dialog, Qt::Key_Escape);
+    });
+    alertPresenter().runModal(alert("Question"));
+    EXPECT_TRUE(waitForTitle("notice"));
+}
+
+TEST_F(WindowAlertsTest, ATimedSheetGoesByItselfAndTakesNoOtherAlong)
+{
+    int rounds = 0;
+    utilsAlert::setSleeper([&](int) {
+        if (++rounds == 1) {
+            ASSERT_TRUE(waitForTitle("timed"));
+            QTest::keyClick(seen().first(), Qt::Key_Return);
+            report("notice");
+            ASSERT_TRUE(waitForTitle("notice"));
+        }
+    });
+    utilsAlert::timedSheet("timed", "detail", "Close", {}, {}, 3);
+    EXPECT_EQ(rounds, 4);
+    EXPECT_TRUE(waitForTitle("notice"));
+    rounds = 1;
+    utilsAlert::timedSheet("timed", "detail", "Close", {}, {}, 3);
+    EXPECT_TRUE(waitForTitle("notice"));
+    EXPECT_EQ(seen().size(), 1);
+}
+
+TEST_F(WindowAlertsTest, ATimedQuestionCountsDownOnItsDefaultButton)
+{
+    QStringList shown;
+    utilsAlert::setSleeper([&](int milliseconds) {
+        EXPECT_EQ(milliseconds, 100);
+        shown << seen().value(0)->button(0)->text();
+        shown.removeDuplicates();
+    });
+    EXPECT_EQ(ask(3), "Keep");
+    EXPECT_EQ(shown, (QStringList{"Keep (3)", "Keep (2)", "Keep (1)"}));
+    EXPECT_TRUE(seen().isEmpty());
+}
+
+TEST_F(WindowAlertsTest, TheWindowLivesWhileARealQuestionWaits)
+{
+    int beats = 0;
+    QTimer heart;
+    QObject::connect(&heart, &QTimer::timeout, [&] { ++beats; });
+    heart.start(20);
+    QElapsedTimer clock;
+    clock.start();
+    EXPECT_EQ(ask(1), "Keep");
+    EXPECT_GE(clock.elapsed(), 950);
+    EXPECT_GE(beats, 20);
+}
+
+TEST_F(WindowAlertsTest, ATimedQuestionIsAnsweredByHandWithItsCheckBox)
+{
+    whenAsked([](AlertDialog *dialog) {
+        auto *box = dialog->findChild<QCheckBox *>();
+        ASSERT_NE(box, nullptr);
+        EXPECT_EQ(box->text(), "Same && for all 50%");
+        box->click();
+        QTest::mouseClick(dialog->button(1), Qt::LeftButton);
+    });
+    EXPECT_EQ(ask(60, "Same & for all 50%"), "Replace always");
+    whenAsked([](AlertDialog *dialog) {
+        EXPECT_EQ(dialog->findChild<QCheckBox *>(), nullptr);
+        QTest::keyClick(dialog, Qt::Key_Escape);
+    });
+    EXPECT_EQ(ask(60), "Replace");
+}
+
+TEST_F(WindowAlertsTest, AlertsInAlertsEndInTheirOrder)
+{
+    QString inner;
+    int modal = -1;
+    whenAsked([&](AlertDialog *outer) {
+        whenAsked([&](AlertDialog *) {
+            whenAsked([](AlertDialog *third) { QTest::keyClick(third, Qt::Key_Escape); });
+            modal = alertPresenter().runModal(alert("Third", {"Yes", "No"}));
+        });
+        inner = ask(0.5);
+        QTest::keyClick(outer, Qt::Key_Escape);
+    });
+    EXPECT_EQ(ask(60), "Replace");
+    EXPECT_EQ(inner, "Keep");
+    EXPECT_EQ(modal, 1);
+    EXPECT_TRUE(seen().isEmpty());
+}
+
+TEST_F(WindowAlertsTest, TheMainWindowMayGoWhileAlertsAreUp)
+{
+    report("notice");
+    whenAsked([&](AlertDialog *) { m_window.reset(); });
+    EXPECT_EQ(ask(60), "Keep");
+    m_window = std::make_unique<QMainWindow>();
+    m_window->show();
+    m_alerts->setMainWindow(m_window.get());
+    whenAsked([&](AlertDialog *) { m_window.reset(); });
+    EXPECT_EQ(alertPresenter().runModal(alert("Question", {"Yes", "No"})), 1);
+}
+
+TEST_F(WindowAlertsTest, TheApplicationMayEndWhileAlertsAreUp)
+{
+    QStringList answers;
+    QTimer::singleShot(0, qApp, [&] {
+        whenAsked([&](AlertDialog *) {
+            whenAsked([](AlertDialog *) { QCoreApplication::quit(); });
+            answers << QString::number(alertPresenter().runModal(alert("Quit?", {"Yes", "No"})));
+        });
+        answers << ask(60);
+    });
+    QCoreApplication::exec();
+    EXPECT_EQ(answers, (QStringList{"1", "Keep"}));
+    report("late");
+    m_alerts.reset();
+}
