@@ -60,6 +60,13 @@ QByteArray fileAddress(const QByteArray &rawPath)
     return "file://" + rawPath.toPercentEncoding("/");
 }
 
+QDBusMessage notificationCall(const QString &method)
+{
+    const QString service = QStringLiteral("org.freedesktop.Notifications");
+    return QDBusMessage::createMethodCall(service, QStringLiteral("/org/freedesktop/Notifications"),
+                                          service, method);
+}
+
 } // namespace
 
 FreedesktopWorkspace::FreedesktopWorkspace() : FreedesktopWorkspace(sessionBus(), openByDesktop) {}
@@ -133,18 +140,6 @@ void FreedesktopWorkspace::openUrl(const QUrl &url)
         Q_EMIT failed(localized(QStringLiteral("workspaceNoProgram")).arg(shown));
     }
 }
-
-namespace
-{
-
-QDBusMessage notificationCall(const QString &method)
-{
-    const QString service = QStringLiteral("org.freedesktop.Notifications");
-    return QDBusMessage::createMethodCall(service, QStringLiteral("/org/freedesktop/Notifications"),
-                                          service, method);
-}
-
-} // namespace
 
 // Some servers take "<b>" in the text for bold, others show it.
 void FreedesktopWorkspace::notify(const QString &title, const QString &text)
