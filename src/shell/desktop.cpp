@@ -1,0 +1,215 @@
+#include "shell/desktop.h"
+
+#include "process/tool_environment.h"
+#include "shell/appearance.h"
+#include "shell/localize_widgets.h"
+#include "support/alerts.h"
+#include "support/diagnostics.h"
+#include "support/files.h"
+#include "support/foreign_names.h"
+#include "support/localized_strings.h"
+#include "support/log.h"
+
+#include <QApplication>
+#include <QFileInfo>
+#include <QTimer>
+
+#include <utility>
+
+namespace qv
+{
+namespace
+{
+
+constexpr int criticalStyle = 2;
+
+WindowMemory memoryAt(const QString &file)
+{
+    return file.isEmpty() ? WindowMemory() : WindowMemory(file);
+}
+
+} // namespace
+
+Desktop::Desktop(std::unique_ptr<Workspace> workspace, std::unique_ptr<FileChooser> chooser,
+                 Launch launch)
+    : m_launch(std::move(launch)), m_workspace(std::move(workspace)), m_chooser(std::move(chooser)),
+      m_memory(memoryAt(m_launch.memoryFile)),
+      m_preferences(PreferencesStore::userFile(Bundle::main().identifier()),
+                    PreferencesStore::Saving::Written),
+      m_decoders(m_movies)
+{
+    setLocalizationBundle(Bundle::main());
+    setLocalizationTable(QStringLiteral("Localized"));
+    applyAppearance(m_memory.appearance());
+    m_window = std::make_unique<MainWindow>();
+    m_menus = new Menus(*m_window);
+    m_preferencesWindow = new PreferencesWindow(m_preferences, m_window.get());
+    m_help = new HelpWindow(m_window.get());
+    m_face = std::make_unique<DesktopFace>(
+        DesktopFace::Widgets{*m_window, *m_menus, *m_preferencesWindow, m_preferences, m_memory,
+                             *m_chooser, *m_workspace, *m_help});
+    m_controller = std::make_unique<appDelegate>(m_preferences, *m_face, m_movies, Placement{});
+    m_drawer = new BatchDrawer(*m_controller, *m_workspace, m_window.get());
+    m_window->setDrawer(m_drawer);
+    m_face->setController(*m_controller, *m_drawer);
+    m_alerts.setMainWindow(m_window.get());
+    connectMenus();
+    connectControls();
+}
+
+Desktop::~Desktop()
+{
+    m_controller.reset();
+}
+
+// ---- start-up
+
+bool Desktop::awakeFromNib()
+{
+    if (isRefused()) {
+        return false;
+    }
+    logLine(QStringLiteral("post old processes  :-)"));
+    logLine(QStringLiteral("dnd                 - post"));
+    localizeInterface();
+    m_launch.turnOverLogs();
+    prepareFolders();
+    startQueries();
+    m_window->setVersion(Bundle::main().version());
+    connect(m_menus->insertUpdateItem(), &QAction::triggered, this, &Desktop::showUpdateWindow);
+    logLine(QStringLiteral("update              - done"));
+    localizeMenu(m_window->menuBar());
+    loadPreferences();
+    m_window->restore(m_memory);
+    m_controller->drawerToggled(m_window->isDrawerOpen());
+    m_face->showNow();
+    logLine(QStringLiteral("\n\n----------\nawakeFromNib - fin\n----------\n\n"));
+    return true;
+}
+
+bool Desktop::isRefused()
+{
+    std::optional<Refusal> refusal = refuseProcessor(m_launch.processor);
+    if (!refusal) {
+        refusal = refuseInstance(m_launch.runningCopies);
+    }
+    if (!refusal) {
+        refusal = refusePath(Bundle::main().resourcePath());
+    }
+    if (refusal) {
+        alertReport(refusal->title, refusal->detail, criticalStyle, AlertPlace::ApplicationModal);
+    }
+    return refusal.has_value();
+}
+
+void Desktop::localizeInterface()
+{
+    localizeMenu(m_window->menuBar());
+    localizeWindow(m_window.get());
+    localizeWindow(m_preferencesWindow);
+    localizeWindow(m_help);
+    localizeView(m_drawer);
+    logLine(QStringLiteral("localisations       - post"));
+}
+
+// Without a temporary folder no source can be looked at; the user is told, and may mend it.
+void Desktop::prepareFolders()
+{
+    const auto folder = makeTemporaryFolder(Bundle::main());
+    if (folder) {
+        setForeignNamesFolder(appendPath(*folder, QStringLiteral("names")));
+    } else {
+        alertReport(localized(QStringLiteral("D_echec_1")), folder.error(), criticalStyle,
+                    AlertPlace::SheetOnWindow);
+    }
+    logEnvironment(Bundle::main());
+    makeMovieFolder();
+}
+
+void Desktop::startQueries()
+{
+    m_decoders.start();
+    m_ffmpeg.start();
+}
+
+void Desktop::loadPreferences()
+{
+    logLine(QStringLiteral("PREFERENCES         - deb"));
+    m_preferences.prefsPurgeUnknownKeys();
+    m_preferences.prefsFillMissingDefaults();
+    m_preferencesWindow->showStored(m_preferences.prefsSnapshot());
+    showDestination();
+    m_face->takePreferences();
+    logLine(QStringLiteral("PREFERENCES         - fin"));
+}
+
+// A folder that is gone is not shown, but for the usual one, which Go makes.
+void Desktop::showDestination()
+{
+    const QString key = QStringLiteral("prefDefautDstPathStr");
+    m_storedDestination = expandTilde(m_preferences.prefReadString(key));
+    const QString usual = expandTilde(PreferencesStore::prefsDefaults().value(key).toString());
+    if (!m_storedDestination.isEmpty() &&
+        (QFileInfo(m_storedDestination).isDir() || m_storedDestination == usual)) {
+        m_face->setDestination(m_storedDestination);
+    }
+}
+
+void Desktop::show()
+{
+    m_window->show();
+}
+
+// ---- from outside
+
+void Desktop::openPaths(const QStringList &paths)
+{
+    if (!paths.isEmpty()) {
+        m_controller->applicationOpenFiles(paths);
+    }
+}
+
+void Desktop::comeToFront()
+{
+    if (m_window->isMinimized()) {
+        m_window->showNormal();
+    }
+    m_window->raise();
+    m_window->activateWindow();
+}
+
+// ---- the end
+
+void Desktop::quit(appDelegate::Quit how)
+{
+    // Emptying the table closes the drawer, which is not what is to be remembered.
+    m_window->remember(m_memory);
+    if (m_controller->iba_menuQuit(how)) {
+        end();
+    }
+}
+
+void Desktop::quitByClosing()
+{
+    m_window->remember(m_memory);
+    if (m_controller->applicationShouldTerminateAfterLastWindowClosed()) {
+        end();
+    }
+}
+
+void Desktop::end()
+{
+    if (std::exchange(m_isOver, true)) {
+        return;
+    }
+    m_memory.save();
+    m_preferencesWindow->close();
+    m_window->hide();
+    // A loop that an alert runs may have to be ended first, so the wish is repeated.
+    for (const int delay : {0, 100, 500}) {
+        QTimer::singleShot(delay, qApp, [] { QCoreApplication::exit(0); });
+    }
+    Q_EMIT finished();
+}
+
+} // namespace qv

@@ -1,0 +1,138 @@
+// The desktop application.
+
+#include "process/interrupt.h"
+#include "shell/desktop.h"
+#include "shell/freedesktop_workspace.h"
+#include "shell/single_instance.h"
+#include "support/foreign_names.h"
+#include "support/localized_strings.h"
+#include "support/log.h"
+#include "support/platform.h"
+
+#include <QApplication>
+#include <QLibraryInfo>
+#include <QTranslator>
+
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+
+namespace
+{
+
+constexpr int refusedStatus = 1;
+
+void logQtMessage(QtMsgType, const QMessageLogContext &, const QString &text)
+{
+    qv::logDebug([&] { return QStringLiteral("qt                  : ") + text; });
+}
+
+QByteArray absolutePath(const QByteArray &path)
+{
+    std::error_code error;
+    const std::string folder = std::filesystem::current_path(error).string();
+    return path.startsWith('/') ? path : QByteArray::fromStdString(folder) + '/' + path;
+}
+
+// What stands behind the program's name, but for options; after "--" everything is a path.
+QByteArrayList pathsOf(int argc, char **argv)
+{
+    QByteArrayList paths;
+    bool onlyPaths = false;
+    for (int i = 1; i < argc; ++i) {
+        const QByteArray argument(argv[i]);
+        if (!onlyPaths && argument == "--") {
+            onlyPaths = true;
+        } else if (!argument.isEmpty() && (onlyPaths || !argument.startsWith('-'))) {
+            paths.append(absolutePath(argument));
+        }
+    }
+    return paths;
+}
+
+bool answersOption(int argc, char **argv)
+{
+    if (argc != 2) {
+        return false;
+    }
+    if (std::strcmp(argv[1], "--version") == 0) {
+        std::printf("%s %s\n", qUtf8Printable(qv::Bundle::main().name()),
+                    qUtf8Printable(qv::Bundle::main().version()));
+        return true;
+    }
+    if (std::strcmp(argv[1], "--help") == 0) {
+        std::printf("Usage: Quorvantel [VIDEO or FOLDER]...\n"
+                    "Opens the window and looks at the videos. For scripts and servers there is "
+                    "quorvantel-cli.\n");
+        return true;
+    }
+    return false;
+}
+
+// The words of Qt's own dialogs.
+void translateDialogs(QApplication &application)
+{
+    auto *words = new QTranslator(&application);
+    if (words->load(QStringLiteral("qtbase_") + qv::language(),
+                    QLibraryInfo::path(QLibraryInfo::TranslationsPath))) {
+        QCoreApplication::installTranslator(words);
+    }
+}
+
+QStringList usablePaths(const QByteArrayList &rawPaths)
+{
+    QStringList paths;
+    for (const QByteArray &path : rawPaths) {
+        paths.append(qv::usablePath(path));
+    }
+    return paths;
+}
+
+int run(QApplication &application, const QByteArrayList &paths)
+{
+    qv::SingleInstance instance;
+    qv::Desktop::Launch launch;
+    launch.runningCopies = instance.runningCopies();
+    // Files that were opened from elsewhere go to the window that is there.
+    if (launch.runningCopies > 1 && instance.handOver(paths) && !paths.isEmpty()) {
+        return 0;
+    }
+    qv::Desktop desktop(std::make_unique<qv::FreedesktopWorkspace>(),
+                        std::make_unique<qv::FileChooser>(), launch);
+    if (!desktop.awakeFromNib()) {
+        return refusedStatus;
+    }
+    QObject::connect(&instance, &qv::SingleInstance::pathsReceived, &desktop,
+                     [&](const QStringList &received) {
+                         desktop.openPaths(received);
+                         desktop.comeToFront();
+                     });
+    QObject::connect(&instance, &qv::SingleInstance::activationRequested, &desktop,
+                     &qv::Desktop::comeToFront);
+    const qv::Interrupt interrupt([&] { desktop.quit(qv::appDelegate::Quit::AtOnce); },
+                                  {SIGINT, SIGTERM, SIGHUP});
+    desktop.show();
+    desktop.openPaths(usablePaths(paths));
+    const int status = application.exec();
+    desktop.controller().applicationWillTerminate();
+    return status;
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    if (answersOption(argc, argv)) {
+        return 0;
+    }
+    qv::platform::prepareStandardStreams();
+    qInstallMessageHandler(logQtMessage);
+    QApplication application(argc, argv);
+    QCoreApplication::setApplicationName(qv::Bundle::main().name());
+    QCoreApplication::setApplicationVersion(qv::Bundle::main().version());
+    QGuiApplication::setDesktopFileName(qv::Bundle::main().identifier());
+    QGuiApplication::setQuitOnLastWindowClosed(false);
+    translateDialogs(application);
+    // Qt has taken its own options out by now.
+    return run(application, pathsOf(argc, argv));
+}

@@ -1,0 +1,179 @@
+// Pictures of the windows in their main states: screenshots LANGUAGE APPEARANCE CLIPS FOLDER
+// Drives the real application on the offscreen platform, at the scale of QT_SCALE_FACTOR, and
+// writes FOLDER/<state>.png.
+
+#include "common/wait_until.h"
+#include "shell/appearance.h"
+#include "shell/desktop.h"
+#include "support/files.h"
+#include "support/localized_strings.h"
+
+#include <QApplication>
+#include <QDir>
+#include <QPainter>
+#include <QTextBrowser>
+
+#include <cstdio>
+
+using namespace qv;
+
+namespace
+{
+
+class QuietWorkspace : public Workspace
+{
+public:
+    void reveal(const QStringList &) override {}
+    void open(const QString &) override {}
+    void openUrl(const QUrl &) override {}
+    void notify(const QString &, const QString &) override {}
+};
+
+struct Photographer {
+    Desktop &desktop;
+    QString folder;
+
+    static void settle()
+    {
+        for (int i = 0; i < 8; ++i) {
+            QApplication::processEvents();
+        }
+    }
+
+    // A window with what lies on it, as a window manager would show them.
+    static QImage together(QWidget &window)
+    {
+        QImage picture = window.grab().toImage();
+        for (QWidget *above : QApplication::topLevelWidgets()) {
+            if (above == &window || !above->isVisible() || !above->isModal()) {
+                continue;
+            }
+            const QImage dialog = above->grab().toImage();
+            const qreal ratio = picture.devicePixelRatio();
+            const QPointF place((picture.width() / ratio - above->width()) / 2,
+                                (picture.height() / ratio - above->height()) / 3);
+            QPainter painter(&picture);
+            painter.fillRect(QRectF(QPointF(), picture.deviceIndependentSize()),
+                             QColor(0, 0, 0, 70));
+            painter.drawImage(place, dialog);
+            painter.setPen(QColor(128, 128, 128, 160));
+            painter.drawRect(QRectF(place, QSizeF(above->size())));
+        }
+        return picture;
+    }
+
+    void take(const QString &state, QWidget &window) const
+    {
+        settle();
+        // A palette of 256 colours is enough for a window and a quarter of the bytes.
+        const QImage picture = together(window).convertToFormat(
+            QImage::Format_Indexed8, Qt::AvoidDither | Qt::ThresholdDither);
+        const QString path = folder + QLatin1Char('/') + state + QStringLiteral(".png");
+        if (!picture.save(path, nullptr, 0)) {
+            std::fprintf(stderr, "%s can't be written\n", qUtf8Printable(path));
+        }
+    }
+};
+
+bool waitFor(const char *what, const std::function<bool()> &predicate)
+{
+    const bool came = waitUntil(predicate, 60'000);
+    if (!came) {
+        std::fprintf(stderr, "%s did not come\n", what);
+    }
+    return came;
+}
+
+QWidget *dialogOver(const QWidget *window)
+{
+    for (QWidget *widget : QApplication::topLevelWidgets()) {
+        if (widget != window && widget->isVisible() && widget->isModal()) {
+            return widget;
+        }
+    }
+    return nullptr;
+}
+
+bool takeAll(Photographer &camera, const QStringList &clips)
+{
+    Desktop &desktop = camera.desktop;
+    MainWindow &window = desktop.window();
+    appDelegate &controller = desktop.controller();
+    camera.take(QStringLiteral("start"), window);
+
+    desktop.openPaths(clips);
+    if (!waitFor("the analysis", [&] { return controller.table().count() >= 3; })) {
+        return false;
+    }
+    camera.take(QStringLiteral("analysing"), window);
+    if (!waitFor("its end", [&] { return controller.isGateOpen(); })) {
+        return false;
+    }
+    window.resize(1180, 720);
+    controller.whichArrayController().row(2).out = 0;
+    controller.whichArrayController().row(2).dpi = 1;
+    camera.take(QStringLiteral("list"), window);
+
+    desktop.preferencesWindow().iba_menuPref();
+    waitFor("the preferences", [&] { return desktop.preferencesWindow().isVisible(); });
+    waitUntil([] { return false; }, 600); // the preview is drawn a little later
+    camera.take(QStringLiteral("preferences"), desktop.preferencesWindow());
+    desktop.preferencesWindow().iba_menuPrefSegmentClose(0);
+
+    controller.iba_batchGoBt();
+    if (!waitFor("the making", [&] {
+            return controller.encBatchInprogressRowIdentification() == 3 &&
+                   controller.window().stepValue > 6;
+        })) {
+        return false;
+    }
+    camera.take(QStringLiteral("making"), window);
+    controller.iba_taskStopBt(StopControl::pauseSegment);
+    camera.take(QStringLiteral("paused"), window);
+    controller.iba_taskStopBt(StopControl::pauseSegment);
+    if (!waitFor("the sheets", [&] { return !controller.window().goPressed; })) {
+        return false;
+    }
+    waitFor("the message", [&] { return dialogOver(&window) != nullptr; });
+    camera.take(QStringLiteral("done"), window);
+    waitFor("the end of the message", [&] { return dialogOver(&window) == nullptr; });
+
+    controller.iba_batchGoBt();
+    waitFor("the question", [&] { return dialogOver(&window) != nullptr; });
+    camera.take(QStringLiteral("question"), window);
+    desktop.helpWindow().open();
+    camera.take(QStringLiteral("help"), desktop.helpWindow());
+    return true;
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    QApplication application(argc, argv);
+    const QStringList arguments = application.arguments();
+    if (arguments.size() != 5) {
+        std::fputs("usage: screenshots LANGUAGE APPEARANCE CLIPS FOLDER\n", stderr);
+        return 2;
+    }
+    Bundle::setMain(Bundle(QStringLiteral(QV_BUILT_BUNDLE)));
+    setLanguage(arguments.at(1));
+    setLogFolder(QDir::homePath() + QStringLiteral("/logs"));
+    QDir().mkpath(QDir::homePath() + QStringLiteral("/Movies"));
+    Desktop::Launch launch;
+    launch.turnOverLogs = [] {};
+    Desktop desktop(std::make_unique<QuietWorkspace>(), std::make_unique<FileChooser>(), launch);
+    if (!desktop.awakeFromNib()) {
+        return 1;
+    }
+    applyAppearance(arguments.at(2));
+    desktop.show();
+    Photographer camera{desktop, arguments.at(4)};
+    QStringList clips;
+    for (const QString &name : QDir(arguments.at(3)).entryList(QDir::Files, QDir::Name)) {
+        clips.append(arguments.at(3) + QLatin1Char('/') + name);
+    }
+    const bool all = takeAll(camera, clips);
+    desktop.quit(appDelegate::Quit::AtOnce);
+    return all ? 0 : 1;
+}

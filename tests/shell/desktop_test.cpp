@@ -1,0 +1,350 @@
+#include "shell/desktop.h"
+
+#include "common/log_capture.h"
+#include "common/scripted_presenter.h"
+#include "common/test_bundle.h"
+#include "common/wait_until.h"
+#include "process/tool_environment.h"
+#include "support/diagnostics.h"
+#include "support/files.h"
+#include "support/foreign_names.h"
+#include "support/localized_strings.h"
+
+#include <QAbstractButton>
+#include <QClipboard>
+#include <QComboBox>
+#include <QGroupBox>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMenuBar>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QToolButton>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+using namespace qv;
+using testing::Contains;
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+namespace
+{
+
+class RecordingWorkspace : public Workspace
+{
+public:
+    QStringList wishes;
+    void reveal(const QStringList &paths) override { wishes << "reveal " + paths.join(' '); }
+    void open(const QString &path) override { wishes << "open " + path; }
+    void openUrl(const QUrl &url) override { wishes << "url " + url.toString().left(40); }
+    void notify(const QString &title, const QString &) override { wishes << "notify " + title; }
+};
+
+class ScriptedChooser : public FileChooser
+{
+public:
+    QStringList chosenFiles;
+    QString chosenFolder;
+    QStringList asked;
+    QStringList files(QWidget *, const QString &, const QStringList &extensions,
+                      const QString &) override
+    {
+        asked << "files " + QString::number(extensions.contains("MP4"));
+        return chosenFiles;
+    }
+    QString folder(QWidget *, const QString &title, const QString &) override
+    {
+        asked << "folder " + title;
+        return chosenFolder;
+    }
+};
+
+} // namespace
+
+class DesktopTest : public testing::Test
+{
+protected:
+    DesktopTest() : m_bundle(TestBundle::Ffmpeg::Fake)
+    {
+        qputenv("FAKE_TOOL_LOG", path("runs").toUtf8());
+        qputenv("FAKE_TOOL_PICTURE", samplePicture().toUtf8());
+        qputenv("TMPDIR", path("tmp").toUtf8());
+        QDir().mkpath(path("tmp"));
+        setLogFolder(path("logs"));
+        QDir().mkpath(path("logs"));
+        setLanguage("en");
+        QDir().mkpath(QDir::homePath() + "/Movies");
+        QFile::remove(PreferencesStore::userFile(Bundle::main().identifier()));
+    }
+    ~DesktopTest() override
+    {
+        m_desktop.reset();
+        setLanguage("en");
+        setTemporaryFolder({});
+        setForeignNamesFolder({});
+        setLogFolder({});
+        qputenv("TMPDIR", m_tmpBefore);
+        EXPECT_TRUE(hasNoChildren()) << "a child is left behind";
+    }
+
+    bool start(int runningCopies = 1)
+    {
+        auto workspace = std::make_unique<RecordingWorkspace>();
+        auto chooser = std::make_unique<ScriptedChooser>();
+        m_workspace = workspace.get();
+        m_chooser = chooser.get();
+        Desktop::Launch launch;
+        launch.runningCopies = runningCopies;
+        launch.turnOverLogs = [] {};
+        launch.memoryFile = path("window.ini");
+        m_desktop = std::make_unique<Desktop>(std::move(workspace), std::move(chooser), launch);
+        m_presenter = std::make_unique<ScriptedPresenter>();
+        utilsAlert::setSleeper([](int) {});
+        const bool started = m_desktop->awakeFromNib();
+        if (started) {
+            m_desktop->show();
+        }
+        return started;
+    }
+
+    QString path(const QString &name) const { return m_folder.filePath(name); }
+    QStringList sources(const QStringList &names) const
+    {
+        QStringList paths;
+        for (const QString &name : names) {
+            QFile file(path(name));
+            EXPECT_TRUE(file.open(QIODevice::WriteOnly));
+            file.write("a film");
+            paths << file.fileName();
+        }
+        return paths;
+    }
+    bool bringIn(const QStringList &names)
+    {
+        m_desktop->openPaths(sources(names));
+        QCoreApplication::processEvents();
+        return waitUntil([this] { return controller().isGateOpen(); });
+    }
+    appDelegate &controller() { return m_desktop->controller(); }
+    template <typename Widget> Widget *find(const char *name)
+    {
+        return m_desktop->window().findChild<Widget *>(name);
+    }
+    bool isEncoding() { return controller().window().goPressed; }
+
+    const QByteArray m_tmpBefore = qgetenv("TMPDIR");
+    QTemporaryDir m_folder;
+    TestBundle m_bundle;
+    LogCapture m_log;
+    RecordingWorkspace *m_workspace = nullptr;
+    ScriptedChooser *m_chooser = nullptr;
+    std::unique_ptr<Desktop> m_desktop;
+    std::unique_ptr<ScriptedPresenter> m_presenter;
+};
+
+TEST_F(DesktopTest, StartsUpInOrder)
+{
+    PreferencesStore before(PreferencesStore::userFile(Bundle::main().identifier()),
+                            PreferencesStore::Saving::Written);
+    before.prefWrite("processEncDico", 1);
+    before.prefWrite("NSNavLastRootDirectory", "kept");
+    before.prefWrite("prefLimitMed", 21);
+    before.synchronize();
+
+    ASSERT_TRUE(start());
+    for (const char *line :
+         {"only one opened app :-)", "no backslash in path:-)", "post old processes  :-)",
+          "dnd                 - post", "localisations       - post",
+          "TMPFOLDER           : ", "update              - done", "PREFERENCES         - deb",
+          "PREFERENCES         - fin", "awakeFromNib - fin"}) {
+        EXPECT_TRUE(m_log.contains(line)) << line;
+    }
+    EXPECT_FALSE(m_desktop->preferences().prefRead("processEncDico").isValid());
+    EXPECT_TRUE(m_desktop->preferences().prefRead("NSNavLastRootDirectory").isValid());
+    EXPECT_EQ(m_desktop->window().controls().thumbnailCount(1), 21);
+    EXPECT_EQ(m_desktop->window().controls().destination(), QDir::homePath() + "/Movies/");
+    EXPECT_EQ(find<QLabel>("versionField")->text(), Bundle::main().version());
+    EXPECT_FALSE(find<QPushButton>("goBt")->isEnabled());
+    const QList<QAction *> items = m_desktop->menus().application->actions();
+    EXPECT_EQ(items.value(4)->objectName(), "menuUpdate");
+    EXPECT_TRUE(items.value(5)->isSeparator());
+    EXPECT_TRUE(fileExists(temporaryFolder() + "/app.app"));
+}
+
+TEST_F(DesktopTest, RefusesToRunBesideAnotherCopy)
+{
+    EXPECT_FALSE(start(2));
+    ASSERT_EQ(m_presenter->shown.size(), 1);
+    EXPECT_THAT(m_presenter->shown.first().detail.toStdString(),
+                HasSubstr(Bundle::main().name().toStdString()));
+    EXPECT_TRUE(m_log.contains("APP number of copy  :-( 2"));
+    EXPECT_FALSE(m_log.contains("awakeFromNib - fin"));
+}
+
+// A text that waits to be localised would be seen as "@@key".
+TEST_F(DesktopTest, LeavesNoTextUntranslatedAndCutsNoneOff)
+{
+    for (const char *language : {"en", "fr"}) {
+        setLanguage(language);
+        ASSERT_TRUE(start());
+        m_desktop->window().setDrawerOpen(true);
+        m_desktop->preferencesWindow().iba_menuPref();
+        QCoreApplication::processEvents();
+        for (QWidget *widget : QApplication::allWidgets()) {
+            QString text = widget->toolTip() + widget->accessibleName() + widget->windowTitle();
+            if (auto *label = qobject_cast<QLabel *>(widget)) {
+                text += label->text();
+            } else if (auto *button = qobject_cast<QAbstractButton *>(widget)) {
+                text += button->text();
+            } else if (auto *box = qobject_cast<QGroupBox *>(widget)) {
+                text += box->title();
+            }
+            EXPECT_FALSE(text.contains("@@")) << qPrintable(text);
+            const auto *label = qobject_cast<QLabel *>(widget);
+            const bool mayBeCut = label != nullptr &&
+                                  (label->wordWrap() ||
+                                   label->sizePolicy().horizontalPolicy() == QSizePolicy::Ignored);
+            const bool hasText = label != nullptr ? !label->text().isEmpty()
+                                                  : qobject_cast<QPushButton *>(widget) != nullptr;
+            if (hasText && !mayBeCut && widget->isVisible()) {
+                EXPECT_GE(widget->width(), widget->minimumSizeHint().width())
+                    << language << ": " << qPrintable(text);
+            }
+        }
+        for (QAction *action : m_desktop->window().findChildren<QAction *>()) {
+            EXPECT_FALSE(action->text().contains("@@")) << qPrintable(action->text());
+        }
+        m_presenter.reset();
+        m_desktop.reset();
+    }
+}
+
+TEST_F(DesktopTest, MakesSheetsOfWhatIsDropped)
+{
+    ASSERT_TRUE(start());
+    Q_EMIT m_desktop->window().dropView().performDrag(
+        sources({"one.mp4", "analysis-refuse.mp4", "two.mp4", "notes.txt"}));
+    EXPECT_FALSE(m_desktop->window().dropView().acceptsDrops());
+    ASSERT_TRUE(waitUntil([this] { return controller().isGateOpen(); }));
+    EXPECT_TRUE(waitUntil([this] { return m_desktop->window().isDrawerOpen(); }));
+    EXPECT_EQ(controller().table().count(), 2);
+    EXPECT_TRUE(m_desktop->window().dropView().acceptsDrops());
+
+    auto *go = find<QPushButton>("goBt");
+    ASSERT_TRUE(waitUntil([&] { return go->isEnabled(); }));
+    QTest::mouseClick(go, Qt::LeftButton);
+    ASSERT_TRUE(waitUntil([this] { return !isEncoding(); }));
+    const QString folder = QDir::homePath() + "/Movies/Quorvantel";
+    for (int i = 0; i < 2; ++i) {
+        EXPECT_EQ(controller().table().row(i).reason.toStdString(), "");
+    }
+    EXPECT_TRUE(fileExists(folder + "/one.jpg"));
+    EXPECT_TRUE(fileExists(folder + "/two.jpg"));
+    EXPECT_TRUE(m_workspace->wishes.contains("open " + folder));
+    EXPECT_TRUE(waitUntil([this] { return m_presenter->countOf(localized("D_fin_GUI")) == 1; }));
+    rmCocoa(folder);
+}
+
+TEST_F(DesktopTest, TakesWhatComesWhileItLooksAtVideosAfterwards)
+{
+    ASSERT_TRUE(start());
+    m_desktop->openPaths(sources({"one.mp4"}));
+    m_desktop->openPaths(sources({"two.mp4"}));
+    m_desktop->openPaths(sources({"three.mp4"}));
+    EXPECT_TRUE(waitUntil([this] { return controller().table().count() == 3; }));
+    EXPECT_TRUE(waitUntil([this] { return controller().isGateOpen(); }));
+}
+
+TEST_F(DesktopTest, MenusDoWhatTheySay)
+{
+    ASSERT_TRUE(start());
+    const Menus &menus = m_desktop->menus();
+    m_chooser->chosenFiles = sources({"one.mp4"});
+    menus.open->trigger();
+    ASSERT_TRUE(waitUntil([this] { return controller().table().count() == 1; }));
+    ASSERT_TRUE(waitUntil([this] { return controller().isGateOpen(); }));
+    EXPECT_THAT(m_chooser->asked, ElementsAre(QString("files 1")));
+
+    QDir().mkpath(path("films"));
+    sources({"films/two.mp4"});
+    m_chooser->chosenFolder = path("films");
+    menus.openFolder->trigger();
+    ASSERT_TRUE(waitUntil([this] { return controller().table().count() == 2; }));
+    ASSERT_TRUE(waitUntil([this] { return controller().isGateOpen(); }));
+
+    QApplication::clipboard()->setText(sources({"three.mp4"}).first());
+    menus.paste->trigger();
+    ASSERT_TRUE(waitUntil([this] { return controller().table().count() == 3; }));
+    ASSERT_TRUE(waitUntil([this] { return controller().isGateOpen(); }));
+
+    m_chooser->chosenFolder = path("films");
+    menus.chooseDestination->trigger();
+    EXPECT_EQ(m_desktop->window().controls().destination(), path("films"));
+    menus.showDestination->trigger();
+    EXPECT_TRUE(m_workspace->wishes.contains("open " + path("films")));
+
+    menus.debugToggle->trigger();
+    EXPECT_TRUE(isDebug());
+    EXPECT_EQ(menus.debugToggle->text(), localized("menuDebug0"));
+    menus.debugToggle->trigger();
+    EXPECT_FALSE(isDebug());
+    EXPECT_EQ(menus.debugToggle->text(), localized("menuDebug1"));
+    menus.showLogs->trigger();
+    EXPECT_TRUE(m_workspace->wishes.contains("reveal " + detailsLogPath()));
+    menus.bugReport->trigger();
+    EXPECT_TRUE(m_workspace->wishes.last().startsWith("url mailto:"));
+
+    menus.helpPage->trigger();
+    EXPECT_TRUE(m_desktop->helpWindow().isVisible());
+    EXPECT_TRUE(
+        m_desktop->helpWindow().findChild<QTextBrowser *>()->toPlainText().contains("index sheet"));
+    menus.preferences->trigger();
+    EXPECT_TRUE(m_desktop->preferencesWindow().isVisible());
+    m_desktop->preferencesWindow().iba_menuPrefSegmentClose(0);
+    const bool open = m_desktop->window().isDrawerOpen();
+    menus.drawer->trigger();
+    EXPECT_NE(m_desktop->window().isDrawerOpen(), open);
+
+    menus.selectAll->trigger();
+    EXPECT_EQ(controller().table().selection().size(), 3);
+    menus.remove->trigger();
+    EXPECT_EQ(controller().table().count(), 0);
+}
+
+TEST_F(DesktopTest, PausesStopsAndAsksBeforeItQuits)
+{
+    ASSERT_TRUE(start());
+    ASSERT_TRUE(bringIn({"picture-hang.mp4", "two.mp4"}));
+    const Menus &menus = m_desktop->menus();
+    ASSERT_TRUE(waitUntil([&] { return menus.go->isEnabled(); }));
+    menus.go->trigger();
+    ASSERT_TRUE(waitUntil([&] { return menus.pause->isEnabled(); }));
+    menus.pause->trigger();
+    EXPECT_TRUE(waitUntil([&] { return menus.pause->text() == localized("menuResume"); }));
+    menus.pause->trigger();
+    EXPECT_TRUE(waitUntil([&] { return menus.pause->text() == localized("menuPause"); }));
+
+    bool finished = false;
+    QObject::connect(m_desktop.get(), &Desktop::finished, [&] { finished = true; });
+    m_presenter->answers = {{1, false}};
+    menus.quit->trigger();
+    EXPECT_FALSE(finished) << "the answer was Cancel";
+    EXPECT_TRUE(isEncoding());
+    EXPECT_EQ(m_presenter->countOf(localized("D_quit_1")), 1);
+
+    const QString scratch = temporaryFolder();
+    m_presenter->answers = {{0, false}};
+    m_desktop->window().close();
+    EXPECT_TRUE(finished);
+    EXPECT_FALSE(fileExists(scratch));
+    EXPECT_EQ(QDir(QDir::homePath() + "/Movies/Quorvantel")
+                  .entryList(QDir::NoDotAndDotDot | QDir::AllEntries)
+                  .size(),
+              0);
+    EXPECT_TRUE(WindowMemory(path("window.ini")).isDrawerOpen());
+    rmCocoa(QDir::homePath() + "/Movies/Quorvantel");
+}
