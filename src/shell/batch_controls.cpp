@@ -295,9 +295,11 @@ void BatchControls::changeEvent(QEvent *event)
 // The one button that everything leads to is in the accent colour while it can be pressed.
 void BatchControls::colorGo()
 {
+    constexpr int deeper = 125; // styles lighten a button's colour
     QPalette colors = palette();
     for (const auto state : {QPalette::Active, QPalette::Inactive}) {
-        colors.setColor(state, QPalette::Button, palette().color(QPalette::Highlight));
+        colors.setColor(state, QPalette::Button,
+                        palette().color(QPalette::Highlight).darker(deeper));
         colors.setColor(state, QPalette::ButtonText, palette().color(QPalette::HighlightedText));
     }
     m_go->setPalette(colors);

@@ -1,5 +1,6 @@
 // A small window that files are dragged out of, as a file manager's would be: drag_source FILE...
-// Prints "ready" when it stands, "dropped" or "refused" when the drag has ended, and ends.
+// Prints "ready" when it stands, "dropped" or "refused" when the drag has ended, and ends some
+// seconds later.
 
 #include <QApplication>
 #include <QDrag>
@@ -32,12 +33,13 @@ protected:
         m_dragging = true;
         auto *files = new QMimeData;
         files->setUrls(m_urls);
-        QDrag drag(this);
-        drag.setMimeData(files);
-        const bool taken = drag.exec(Qt::CopyAction) == Qt::CopyAction;
+        auto *drag = new QDrag(this); // lives on for who takes its data
+        drag->setMimeData(files);
+        const bool taken = drag->exec(Qt::CopyAction) == Qt::CopyAction;
         std::puts(taken ? "dropped" : "refused");
         std::fflush(stdout);
-        QTimer::singleShot(0, qApp, &QCoreApplication::quit);
+        // The other side asks for the data only now.
+        QTimer::singleShot(5000, qApp, &QCoreApplication::quit);
     }
     void paintEvent(QPaintEvent *) override
     {

@@ -60,8 +60,8 @@ for name in first second "third one"; do
 done
 sheets=$HOME/Movies/Quorvantel
 
-window() { xdotool search --onlyvisible --pid "$app" --name '^Quorvantel$' | tail -n 1; }
-title_shows() { xdotool search --onlyvisible --pid "$app" --name "$1"; }
+window() { xdotool search --all --onlyvisible --pid "$app" --name '^Quorvantel$' | tail -n 1; }
+is_alone() { [ "$(xdotool search --all --onlyvisible --pid "$app" --name . | wc -l)" = 1 ]; }
 tools() { pgrep -f "^[^ ]*ffmpeg.*$work/clips" || true; }
 states() { tools | xargs -r ps -o stat= -p; }
 has_tools() { [ -n "$(tools)" ]; }
@@ -115,8 +115,8 @@ echo "== a second copy refuses, and hands over what it is given"
 "$bundle/Contents/MacOS/Quorvantel" 2>"$work/second" &
 second=$!
 pids+=("$second")
-wait_for 20 "the refusal" xdotool search --onlyvisible --pid "$second" --name .
-xdotool windowactivate --sync "$(xdotool search --onlyvisible --pid "$second" --name . | tail -n 1)"
+wait_for 20 "the refusal" xdotool search --all --onlyvisible --pid "$second" --name .
+xdotool windowactivate --sync "$(xdotool search --all --onlyvisible --pid "$second" --name . | tail -n 1)"
 key Return
 wait_for 10 "the end of the second copy" ended "$second"
 grep -q 'APP number of copy  :-( 2' "$work/second" || fail "the second copy told nothing"
@@ -131,7 +131,7 @@ done
 wait_for 10 "the destination" grep -q "$sheets" "$work/opened"
 
 echo "== quitting while it works asks first"
-wait_for 30 "the end of the message" sh -c "! xdotool search --onlyvisible --pid $app --name 'All sheets'"
+wait_for 30 "the end of the message" is_alone
 xdotool windowactivate --sync "$(window)"
 rm -f "$sheets"/*.jpg
 key ctrl+Return

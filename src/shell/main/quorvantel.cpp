@@ -94,12 +94,15 @@ int run(QApplication &application, const QByteArrayList &paths)
     qv::Desktop::Launch launch;
     launch.runningCopies = instance.runningCopies();
     // Files that were opened from elsewhere go to the window that is there.
-    if (launch.runningCopies > 1 && instance.handOver(paths) && !paths.isEmpty()) {
+    if (launch.runningCopies > 1 && !paths.isEmpty() && instance.handOver(paths)) {
         return 0;
     }
     qv::Desktop desktop(std::make_unique<qv::FreedesktopWorkspace>(),
                         std::make_unique<qv::FileChooser>(), launch);
     if (!desktop.awakeFromNib()) {
+        if (launch.runningCopies > 1) {
+            instance.handOver({}); // the window that is there comes to the front
+        }
         return refusedStatus;
     }
     QObject::connect(&instance, &qv::SingleInstance::pathsReceived, &desktop,
