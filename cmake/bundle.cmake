@@ -15,6 +15,19 @@ foreach(language en fr)
   endforeach()
 endforeach()
 
+# The help shows the pictures of the documents, in their large version.
+foreach(language en fr)
+  set(number 0)
+  foreach(state start list making done preferences)
+    math(EXPR number "${number} + 1")
+    set(picture ${PROJECT_SOURCE_DIR}/docs/pictures/${state}-${language}-light@2x.png)
+    if(EXISTS ${picture})
+      configure_file(${picture} ${QV_RESOURCES}/${language}.lproj/help-${number}-${state}.png
+        COPYONLY)
+    endif()
+  endforeach()
+endforeach()
+
 # The installed ffmpeg serves unless a packager puts one into the tools folder.
 find_program(QV_FFMPEG ffmpeg REQUIRED)
 if(NOT EXISTS ${QV_RESOURCES}/tools/ffmpeg)

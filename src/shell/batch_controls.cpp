@@ -193,6 +193,12 @@ QWidget *BatchControls::makeProgress()
     m_taskWheel = new BusyWheel(m_progress);
     m_stepBar = makeBar(QStringLiteral("@@stepBar"), m_progress);
     m_taskBar = makeBar(QStringLiteral("@@taskBar"), m_progress);
+    // The room is kept, so that nothing jumps when a batch begins.
+    for (QWidget *kept : {static_cast<QWidget *>(m_stepBar), static_cast<QWidget *>(m_taskWheel)}) {
+        QSizePolicy policy = kept->sizePolicy();
+        policy.setRetainSizeWhenHidden(true);
+        kept->setSizePolicy(policy);
+    }
     m_stepBar->setObjectName(QStringLiteral("stepBar"));
     m_taskBar->setObjectName(QStringLiteral("taskProgress"));
     m_stepCaption->setObjectName(QStringLiteral("stepCaption"));

@@ -10,8 +10,9 @@
 
 #include <QApplication>
 #include <QDir>
+#include <QEventLoop>
 #include <QPainter>
-#include <QTextBrowser>
+#include <QTimer>
 
 #include <cstdio>
 
@@ -29,15 +30,35 @@ public:
     void notify(const QString &, const QString &) override {}
 };
 
+QWidget *dialogOver(const QWidget *window)
+{
+    for (QWidget *widget : QApplication::topLevelWidgets()) {
+        if (widget != window && widget->isVisible() && widget->isModal()) {
+            return widget;
+        }
+    }
+    return nullptr;
+}
+
+bool waitFor(const char *what, const std::function<bool()> &predicate)
+{
+    const bool came = waitUntil(predicate, 60'000);
+    if (!came) {
+        std::fprintf(stderr, "%s did not come\n", what);
+    }
+    return came;
+}
+
 struct Photographer {
     Desktop &desktop;
     QString folder;
 
+    // Windows show what they are told a little later.
     static void settle()
     {
-        for (int i = 0; i < 8; ++i) {
-            QApplication::processEvents();
-        }
+        QEventLoop loop;
+        QTimer::singleShot(120, &loop, &QEventLoop::quit);
+        loop.exec();
     }
 
     // A window with what lies on it, as a window manager would show them.
@@ -65,36 +86,31 @@ struct Photographer {
     void take(const QString &state, QWidget &window) const
     {
         settle();
-        // A palette of 256 colours is enough for a window and a quarter of the bytes.
-        const QImage picture = together(window).convertToFormat(
-            QImage::Format_Indexed8, Qt::AvoidDither | Qt::ThresholdDither);
+        const QImage picture = together(window).convertToFormat(QImage::Format_RGB888);
         const QString path = folder + QLatin1Char('/') + state + QStringLiteral(".png");
-        if (!picture.save(path, nullptr, 0)) {
+        if (!picture.save(path)) {
             std::fprintf(stderr, "%s can't be written\n", qUtf8Printable(path));
         }
     }
 };
 
-bool waitFor(const char *what, const std::function<bool()> &predicate)
+// Loops that alerts run keep the ones around them waiting, so the picture is taken from within.
+void takeWithDialog(const Photographer &camera, const QString &state, QWidget &window)
 {
-    const bool came = waitUntil(predicate, 60'000);
-    if (!came) {
-        std::fprintf(stderr, "%s did not come\n", what);
-    }
-    return came;
-}
-
-QWidget *dialogOver(const QWidget *window)
-{
-    for (QWidget *widget : QApplication::topLevelWidgets()) {
-        if (widget != window && widget->isVisible() && widget->isModal()) {
-            return widget;
+    bool taken = false;
+    QTimer look;
+    QObject::connect(&look, &QTimer::timeout, [&] {
+        if (dialogOver(&window) != nullptr) {
+            look.stop();
+            camera.take(state, window);
+            taken = true;
         }
-    }
-    return nullptr;
+    });
+    look.start(50);
+    waitFor(qPrintable(state), [&] { return taken; });
 }
 
-bool takeAll(Photographer &camera, const QStringList &clips)
+bool takeAll(const Photographer &camera, const QStringList &clips)
 {
     Desktop &desktop = camera.desktop;
     MainWindow &window = desktop.window();
@@ -134,13 +150,10 @@ bool takeAll(Photographer &camera, const QStringList &clips)
     if (!waitFor("the sheets", [&] { return !controller.window().goPressed; })) {
         return false;
     }
-    waitFor("the message", [&] { return dialogOver(&window) != nullptr; });
-    camera.take(QStringLiteral("done"), window);
-    waitFor("the end of the message", [&] { return dialogOver(&window) == nullptr; });
-
+    takeWithDialog(camera, QStringLiteral("done"), window);
     controller.iba_batchGoBt();
-    waitFor("the question", [&] { return dialogOver(&window) != nullptr; });
-    camera.take(QStringLiteral("question"), window);
+    takeWithDialog(camera, QStringLiteral("question"), window);
+    controller.iba_taskStopBt(StopControl::stopSegment);
     desktop.helpWindow().open();
     camera.take(QStringLiteral("help"), desktop.helpWindow());
     return true;
@@ -168,7 +181,7 @@ int main(int argc, char **argv)
     }
     applyAppearance(arguments.at(2));
     desktop.show();
-    Photographer camera{desktop, arguments.at(4)};
+    const Photographer camera{desktop, arguments.at(4)};
     QStringList clips;
     for (const QString &name : QDir(arguments.at(3)).entryList(QDir::Files, QDir::Name)) {
         clips.append(arguments.at(3) + QLatin1Char('/') + name);
