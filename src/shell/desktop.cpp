@@ -257,7 +257,7 @@ void Desktop::end()
     m_window->hide();
     // A loop that an alert runs may have to be ended first, so the wish is repeated.
     for (const int delay : {0, 100, 500}) {
-        QTimer::singleShot(delay, qApp, [] { QCoreApplication::exit(0); });
+        QTimer::singleShot(delay, this, [] { QCoreApplication::exit(0); });
     }
     Q_EMIT finished();
 }

@@ -368,6 +368,22 @@ TEST_F(FaultsTest, TheWindowIsSeenWhateverItsMemorySays)
 
 // ---- in the middle of a batch
 
+TEST_F(FaultsTest, WithoutAPlaceToWorkNothingIsBlamedOnTheVideos)
+{
+    ASSERT_TRUE(start());
+    ASSERT_TRUE(bringIn({"one.mp4"}));
+    rmCocoa(path("home/Movies"));
+    write(path("home/Movies"), "a file");
+    go();
+    EXPECT_FALSE(controller().window().goPressed);
+    EXPECT_EQ(m_presenter->countOf(localized("D_go_dossier_destination1")), 1);
+
+    rmCocoa(temporaryFolder());
+    ASSERT_TRUE(bringIn({"two.mp4"}));
+    EXPECT_EQ(m_desktop->drawer().refused()->count(), 1);
+    EXPECT_EQ(controller().table().count(), 1);
+}
+
 TEST_F(FaultsTest, ARowSaysWhatWasTakenFromIt)
 {
     const QString movies = path("home/Movies");
