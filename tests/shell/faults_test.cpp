@@ -185,6 +185,7 @@ protected:
         process.waitForFinished();
         EXPECT_TRUE(waitUntil([&] { return std::none_of(tools.begin(), tools.end(), isAlive); }))
             << "a tool outlives the application";
+        std::for_each(tools.begin(), tools.end(), [](pid_t tool) { ::kill(tool, SIGKILL); });
     }
 
     const QByteArray m_homeBefore = qgetenv("HOME");
