@@ -221,7 +221,10 @@ void AnalysisDriver::stepBegin()
 {
     logLine(QStringLiteral("analysisDeb         - deb"));
     const QString problem =
-        sourceProblem(m_context.preferences.prefReadString(keys::analysisSource));
+        QFileInfo(temporaryFolder()).isDir()
+            ? sourceProblem(m_context.preferences.prefReadString(keys::analysisSource))
+            : QStringLiteral("the temporary folder %1 is missing: start the application again")
+                  .arg(temporaryFolder());
     if (problem.isNull()) {
         setFlag(keys::flagFfmpeg);
         return;

@@ -313,9 +313,8 @@ bool appDelegate::prepareDestination()
     const QString destination = expandTilde(face.destination());
     if (destination.isEmpty() || !QFileInfo(destination).isDir()) {
         const QString movies = expandTilde(QStringLiteral("~/Movies/"));
-        if (destination == movies || destination + QLatin1Char('/') == movies) {
-            mkdir(destination);
-        } else {
+        const bool isUsual = destination == movies || destination + QLatin1Char('/') == movies;
+        if (!isUsual || !mkdir(destination)) {
             face.setDestination(QString());
             alertReport(localized(QStringLiteral("D_go_dossier_destination1")),
                         localized(QStringLiteral("D_go_dossier_destination3")), 2,

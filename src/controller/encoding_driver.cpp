@@ -25,7 +25,6 @@ namespace
 // Matches no row: what stands for the row before the first.
 const QString noRow = QStringLiteral("totoCestLePlusBeau");
 
-constexpr double neededMegabytes = 1.0;
 constexpr double diskAlertSeconds = 30;
 constexpr double overwriteQuestionSeconds = 10;
 
@@ -221,6 +220,7 @@ void EncodingDriver::endBatch()
     window.goPressed = false;
     window.goEnabled = true;
     m_encStopInt = 0;
+    m_diskFullTold = false;
     openGate();
     window.stepCaption.clear();
     window.stepValue = window.stepMaximum = 0;
@@ -277,6 +277,8 @@ void EncodingDriver::startRow()
     m_row.sheet = sheetPath(m_row.source, m_row.dpi);
     m_row.stills = stillsFolder();
     setChild(QStringLiteral("dstPathStr"), m_row.stills);
+    // A run that is killed leaves its stills; the next start finds here where they are.
+    m_context.preferences.synchronize();
     if (index >= 0) {
         m_context.table.row(index).dico.insert(QStringLiteral("dstPathStr"), m_row.sheet);
     }
@@ -357,14 +359,18 @@ bool EncodingDriver::hasFreeSpace()
     logLine(
         QString::asprintf("free necessary space: %.1f vs %d (MB)", neededMegabytes, freeMegabytes));
     if (freeMegabytes < 0 || freeMegabytes >= neededMegabytes) {
+        m_diskFullTold = false;
         return true;
     }
-    ask([] {
-        return utilsAlert::timedQuestion(localized(QStringLiteral("D_go_echec_disque1")),
-                                         localized(QStringLiteral("D_go_echec_disque2")), 0,
-                                         QString(), QString(), QString(), diskAlertSeconds,
-                                         QString());
-    });
+    // A thousand rows in a row must not ask for half a minute each; each still says why it failed.
+    if (!std::exchange(m_diskFullTold, true)) {
+        ask([] {
+            return utilsAlert::timedQuestion(localized(QStringLiteral("D_go_echec_disque1")),
+                                             localized(QStringLiteral("D_go_echec_disque2")), 0,
+                                             QString(), QString(), QString(), diskAlertSeconds,
+                                             QString());
+        });
+    }
     if (isOver()) {
         return false;
     }

@@ -51,6 +51,8 @@ public:
     QString sheetPath(const QString &sourcePath, int dpi);
 
 private:
+    static constexpr double neededMegabytes = 1.0; // for a row
+
     void enc(const QString &stepNameStr);
     void noteStop();
 
@@ -91,6 +93,8 @@ private:
     void report(RowResult::Status status);
     void failRow(const QString &reason);
     void purgeStills();
+    QString growingSheetFolder() const;
+    std::optional<QString> outerCause() const;
 
     QVariant child(const QString &key) const;
     bool isDue(const QString &key) const;
@@ -142,6 +146,7 @@ private:
     int m_encStopInt = 0;
     bool m_paused = false;
     bool m_isAsking = false;
+    bool m_diskFullTold = false; // and no row had space since
     QString m_pendingStep;
     QString m_heldStep;
     int m_stillsCounter = 0;

@@ -128,6 +128,10 @@ bool EncodingDriver::hasRetried()
     logLine(QStringLiteral("picture             :-( #%1, attempt %2: %3")
                 .arg(QString::number(picture.index), QString::number(picture.attempt + 1), what));
     rmCocoa(picture.file);
+    if (const auto cause = outerCause()) {
+        failRow(*cause);
+        return true;
+    }
     if (failsRun(run, what)) {
         failRow(what);
         return true;

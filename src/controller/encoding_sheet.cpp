@@ -13,30 +13,41 @@
 #include "support/log.h"
 #include "support/variant_values.h"
 
+#include <QDir>
+#include <QFileInfo>
+
 #include <algorithm>
 
 namespace qv
 {
+
+// Whatever ends the application while a sheet grows, nothing partial carries its final name.
+QString EncodingDriver::growingSheetFolder() const
+{
+    return appendPath(m_row.stills, QStringLiteral("sheet"));
+}
 
 void EncodingDriver::composeRow()
 {
     if (m_row.byMovieFramework) {
         noteMovieInstants();
     }
+    QDir(m_row.stills).mkdir(lastPathComponent(growingSheetFolder()));
     const tl::expected<ComposedSheet, QString> composed = composeSheet(m_row.dpi, displayOfRow());
     const bool nothingDrawn = composed && composed->drawn == 0;
     setChild(QStringLiteral("postProcessPurge"), m_row.stills);
     takeChild(QStringLiteral("appkyDisplay"));
     if (!composed) {
-        m_row.reason = composed.error();
+        m_row.reason = outerCause().value_or(composed.error());
         return;
     }
     m_row.drawn = composed->drawn;
     if (nothingDrawn) {
         rmCocoa(composed->path);
-        if (m_row.reason.isEmpty()) {
-            m_row.reason = QStringLiteral("no picture could be taken from it");
-        }
+        const QString why = m_row.reason.isEmpty()
+                                ? QStringLiteral("no picture could be taken from it")
+                                : m_row.reason;
+        m_row.reason = outerCause().value_or(why);
         return;
     }
     placeSheet(composed->path);
@@ -51,7 +62,7 @@ QVariantMap EncodingDriver::displayOfRow() const
     for (int i = 0; i < m_row.asked; ++i) {
         stills.append(pictureFile(m_row.stills, i));
     }
-    display.insert(QStringLiteral("dstPathStr"), m_row.stills);
+    display.insert(QStringLiteral("dstPathStr"), growingSheetFolder());
     display.insert(QStringLiteral("th"), stills);
     display.insert(QStringLiteral("bigMedMinMix"), m_row.out);
     display.insert(QStringLiteral("borderColor"),
@@ -64,6 +75,29 @@ QVariantMap EncodingDriver::displayOfRow() const
         }
     }
     return display;
+}
+
+// What happened around the row: it explains a failure better than what the tool or the composer
+// stumbled over.
+std::optional<QString> EncodingDriver::outerCause() const
+{
+    if (!fileExists(m_row.source)) {
+        return QStringLiteral("the file has vanished while its sheet was being made");
+    }
+    if (!QFileInfo(destinationFolder()).isDir()) {
+        return QStringLiteral("the destination folder has gone: %1").arg(destinationFolder());
+    }
+    if (!QFileInfo(m_row.stills).isDir()) {
+        return QStringLiteral("the folder of its stills has gone: %1").arg(m_row.stills);
+    }
+    const auto isFull = [](int free) { return free >= 0 && free < neededMegabytes; };
+    if (const int free = freeDiskSpace(destinationFolder()); isFull(free)) {
+        return QStringLiteral("the destination has no space left (%1 MB free)").arg(free);
+    }
+    if (const int free = freeDiskSpace(m_row.stills); isFull(free)) {
+        return QStringLiteral("the disk of the stills has no space left (%1 MB free)").arg(free);
+    }
+    return std::nullopt;
 }
 
 void EncodingDriver::placeSheet(const QString &composed)
@@ -82,7 +116,7 @@ void EncodingDriver::placeSheet(const QString &composed)
     if (!placed) {
         m_row.kept = placed.error().kept;
         m_row.reason = m_row.kept ? QStringLiteral("a sheet of that name is there already")
-                                  : placed.error().reason;
+                                  : outerCause().value_or(placed.error().reason);
     }
 }
 

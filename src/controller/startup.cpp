@@ -1,7 +1,9 @@
 #include "controller/startup.h"
 
 #include "analysis/ffmpeg_probes.h"
+#include "controller/store_keys.h"
 #include "process/tool_environment.h"
+#include "sheet/extraction_plan.h"
 #include "support/files.h"
 #include "support/localized_strings.h"
 #include "support/log.h"
@@ -103,6 +105,15 @@ tl::expected<QString, QString> makeTemporaryFolder(const Bundle &bundle)
     }
     adoptTemporaryFolder(own, bundle);
     return own;
+}
+
+void clearLeftStills(const PreferencesStore &preferences)
+{
+    const QString folder =
+        preferences.prefReadChildDico(keys::work, QStringLiteral("dstPathStr")).toString();
+    if (purgeStillsFolder(folder)) {
+        logLine(QStringLiteral("left stills         : %1").arg(folder));
+    }
 }
 
 void logEnvironment(const Bundle &bundle)

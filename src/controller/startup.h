@@ -2,6 +2,7 @@
 
 #include "analysis/movie_tool.h"
 #include "controller/tool_query.h"
+#include "settings/preferences_store.h"
 #include "support/bundle.h"
 #include "support/platform.h"
 
@@ -35,6 +36,10 @@ std::optional<Refusal> refusePath(const QString &resourcePath);
 // else's. Gives its path, or the reason for people. Only the one running copy may call it: what an
 // earlier one left behind is deleted.
 tl::expected<QString, QString> makeTemporaryFolder(const Bundle &bundle);
+
+// Deletes the stills that a run which was killed left beside a sheet: only a folder that carries
+// our mark. To be called before the working state is purged from the preferences.
+void clearLeftStills(const PreferencesStore &preferences);
 
 // Machine, system and application, into the log.
 void logEnvironment(const Bundle &bundle);

@@ -4,12 +4,14 @@
 #include <QFile>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <csignal>
 #include <cstring>
 #include <fcntl.h>
 #include <poll.h>
-#include <spawn.h>
+#include <sched.h>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 #include <vector>
@@ -46,54 +48,91 @@ std::vector<char *> pointersTo(QList<QByteArray> &texts)
     return pointers;
 }
 
-// Owns the spawn attributes and file actions for one call.
-class SpawnSetup
-{
-public:
-    SpawnSetup()
-    {
-        ::posix_spawn_file_actions_init(&m_actions);
-        ::posix_spawnattr_init(&m_attributes);
-        sigset_t none;
-        sigset_t defaults;
-        ::sigemptyset(&none);
-        ::sigemptyset(&defaults);
-        for (const int signal : {SIGPIPE, SIGINT, SIGTERM, SIGHUP, SIGQUIT}) {
-            ::sigaddset(&defaults, signal);
-        }
-        ::posix_spawnattr_setsigmask(&m_attributes, &none);
-        ::posix_spawnattr_setsigdefault(&m_attributes, &defaults);
-        ::posix_spawnattr_setpgroup(&m_attributes, 0);
-        ::posix_spawnattr_setflags(&m_attributes, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF |
-                                                      POSIX_SPAWN_SETPGROUP);
-    }
-    ~SpawnSetup()
-    {
-        ::posix_spawn_file_actions_destroy(&m_actions);
-        ::posix_spawnattr_destroy(&m_attributes);
-    }
-    SpawnSetup(const SpawnSetup &) = delete;
-    SpawnSetup &operator=(const SpawnSetup &) = delete;
-
-    void redirect(int from, int to)
-    {
-        if (from >= 0) {
-            ::posix_spawn_file_actions_adddup2(&m_actions, from, to);
-        }
-    }
-    void changeFolder(const QByteArray &folder)
-    {
-        if (!folder.isEmpty()) {
-            ::posix_spawn_file_actions_addchdir_np(&m_actions, folder.constData());
-        }
-    }
-    const posix_spawn_file_actions_t *actions() const { return &m_actions; }
-    const posix_spawnattr_t *attributes() const { return &m_attributes; }
-
-private:
-    posix_spawn_file_actions_t m_actions{};
-    posix_spawnattr_t m_attributes{};
+// What the new process needs to become the tool; made before it exists, as it may not allocate.
+struct Launch {
+    char *const *arguments = nullptr;
+    char *const *environment = nullptr;
+    const char *folder = nullptr;
+    int streams[3] = {-1, -1, -1};
+    pid_t application = -1;
+    int error = 0;
 };
+
+// Handlers of the application must not run in the tool; what it ignores stays ignored, but for what
+// ends programs.
+void resetSignals()
+{
+    for (int number = 1; number < NSIG; ++number) {
+        struct sigaction action = {};
+        const bool ends = number == SIGPIPE || number == SIGINT || number == SIGTERM ||
+                          number == SIGHUP || number == SIGQUIT;
+        if (::sigaction(number, nullptr, &action) == 0 && (ends || action.sa_handler != SIG_IGN)) {
+            action = {};
+            action.sa_handler = SIG_DFL;
+            ::sigaction(number, &action, nullptr);
+        }
+    }
+    sigset_t none;
+    ::sigemptyset(&none);
+    ::sigprocmask(SIG_SETMASK, &none, nullptr);
+}
+
+bool takeStreams(const int (&streams)[3])
+{
+    for (int to = 0; to < 3; ++to) {
+        const int from = streams[to];
+        const bool done =
+            from < 0 || (from == to ? ::fcntl(to, F_SETFD, 0) : ::dup2(from, to)) >= 0;
+        if (!done) {
+            return false;
+        }
+    }
+    return true;
+}
+
+// However the application ends, a tool that hangs or rests must not outlive it.
+bool dieWithApplication(pid_t application)
+{
+    ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+    return ::getppid() == application;
+}
+
+// Runs in the new process, on a stack of its own, while the application waits. It shares the
+// application's memory, so there are only system calls.
+int becomeTool(void *data)
+{
+    auto &launch = *static_cast<Launch *>(data);
+    resetSignals();
+    const bool ready = ::setpgid(0, 0) == 0 && dieWithApplication(launch.application) &&
+                       takeStreams(launch.streams) &&
+                       (launch.folder == nullptr || ::chdir(launch.folder) == 0);
+    if (ready) {
+        ::execve(launch.arguments[0], launch.arguments, launch.environment);
+    }
+    launch.error = errno != 0 ? errno : ESRCH;
+    return 127;
+}
+
+// Nothing of the application is copied for it, however large its memory.
+pid_t startTool(Launch &launch)
+{
+    constexpr size_t stackSize = 64 * 1024;
+    alignas(64) std::array<char, stackSize> stack;
+    sigset_t all;
+    sigset_t before;
+    ::sigfillset(&all);
+    ::pthread_sigmask(SIG_BLOCK, &all, &before);
+    const pid_t pid =
+        ::clone(becomeTool, stack.data() + stack.size(), CLONE_VM | CLONE_VFORK | SIGCHLD, &launch);
+    const int error = errno;
+    ::pthread_sigmask(SIG_SETMASK, &before, nullptr);
+    if (pid < 0) {
+        launch.error = error;
+    } else if (launch.error != 0) {
+        ::waitpid(pid, nullptr, 0);
+    }
+    return pid;
+}
 
 ToolOutcome outcomeOfStatus(int status)
 {
@@ -207,17 +246,20 @@ tl::expected<ChildProcess, int> ChildProcess::spawn(const SpawnRequest &request)
         arguments.append(QFile::encodeName(argument));
     }
     QList<QByteArray> environment = request.environment;
-    SpawnSetup setup;
-    setup.redirect(request.standardInput, STDIN_FILENO);
-    setup.redirect(request.standardOutput, STDOUT_FILENO);
-    setup.redirect(request.standardError, STDERR_FILENO);
-    setup.changeFolder(QFile::encodeName(request.workingFolder));
-    pid_t pid = -1;
-    const int error =
-        ::posix_spawn(&pid, arguments.first().constData(), setup.actions(), setup.attributes(),
-                      pointersTo(arguments).data(), pointersTo(environment).data());
-    if (error != 0) {
-        return tl::make_unexpected(error);
+    const std::vector<char *> argumentPointers = pointersTo(arguments);
+    const std::vector<char *> environmentPointers = pointersTo(environment);
+    const QByteArray folder = QFile::encodeName(request.workingFolder);
+    Launch launch;
+    launch.arguments = argumentPointers.data();
+    launch.environment = environmentPointers.data();
+    launch.folder = folder.isEmpty() ? nullptr : folder.constData();
+    launch.streams[STDIN_FILENO] = request.standardInput;
+    launch.streams[STDOUT_FILENO] = request.standardOutput;
+    launch.streams[STDERR_FILENO] = request.standardError;
+    launch.application = ::getpid();
+    const pid_t pid = startTool(launch);
+    if (launch.error != 0) {
+        return tl::make_unexpected(launch.error);
     }
     return ChildProcess(pid);
 }

@@ -4,8 +4,11 @@
 #include "settings/value_description.h"
 #include "support/files.h"
 #include "support/log.h"
+#include "support/variant_values.h"
 
 #include <QList>
+
+#include <limits>
 
 namespace qv
 {
@@ -37,6 +40,42 @@ QList<Preference> preferences()
         {"update", 0}, // check for a newer version
         {"prefDefautDstPathStr", expandTilde(QStringLiteral("~/Movies/"))},
     };
+}
+
+constexpr qsizetype longestShown = 100;
+constexpr qsizetype longestText = 4096;
+constexpr double widestBorder = 100;
+constexpr int mostStills = 1000;
+constexpr int mostSegments = 32;
+
+bool isNumberUpTo(const QVariant &value, double smallest, double largest)
+{
+    const auto number = numberValue(value);
+    return number && *number >= smallest && *number <= largest;
+}
+
+bool isPossible(const QString &key, const QVariant &value)
+{
+    const bool isText = value.typeId() == QMetaType::QString;
+    if (isText && value.toString().size() > longestText) {
+        return false;
+    }
+    if (key == QLatin1String("prefDefautDstPathStr")) {
+        return isText;
+    }
+    if (key.endsWith(QLatin1String("Color")) && key != QLatin1String("prefColor")) {
+        return isText && colorFromText(value.toString()).has_value();
+    }
+    if (key.startsWith(QLatin1String("prefLimit"))) {
+        return isNumberUpTo(value, 1, mostStills);
+    }
+    if (key == QLatin1String("prefBorderSize")) {
+        return isNumberUpTo(value, 0, widestBorder);
+    }
+    // A swatch that is not there is the panel's to replace.
+    const double largest =
+        key == QLatin1String("prefColor") ? std::numeric_limits<int>::max() : mostSegments;
+    return value.typeId() == QMetaType::Bool || isNumberUpTo(value, 0, largest);
 }
 
 bool belongsToSystemPanels(const QString &key)
@@ -71,6 +110,22 @@ void PreferencesStore::prefsFillMissingDefaults()
         const QVariant stored = prefRead(it.key());
         prefWrite(it.key(), stored.isValid() ? stored : it.value());
     }
+}
+
+QStringList PreferencesStore::prefsMendImpossible()
+{
+    QStringList mended;
+    const QVariantMap defaults = prefsDefaults();
+    for (auto it = defaults.cbegin(); it != defaults.cend(); ++it) {
+        const QVariant stored = m_values.value(it.key());
+        if (stored.isValid() && !isPossible(it.key(), stored)) {
+            logLine(QStringLiteral("plist               :-( %1 = %2")
+                        .arg(it.key(), describeValue(stored).left(longestShown)));
+            prefWrite(it.key(), it.value());
+            mended.append(it.key());
+        }
+    }
+    return mended;
 }
 
 void PreferencesStore::prefsPurgeUnknownKeys()

@@ -41,14 +41,17 @@ QVariantMap takeDictionary(QVariant &value)
     return dictionary;
 }
 
-void putAside(const QString &path, const QString &reason)
+// Gives where it is now.
+QString putAside(const QString &path, const QString &reason)
 {
     const QString aside = path + QStringLiteral(".damaged");
     logLine(QStringLiteral("plist               :-( %1: %2").arg(path, reason));
     QFile::remove(aside);
     if (!QFile::rename(path, aside)) {
         logLine(QStringLiteral("plist               :-( not put aside: %1").arg(aside));
+        return path;
     }
+    return aside;
 }
 
 bool writeAtomically(const QString &path, const QByteArray &bytes, QString &error)
@@ -239,6 +242,7 @@ bool PreferencesStore::synchronize()
     QString error = xml ? QString() : xml.error();
     if (!xml || !writeAtomically(m_path, *xml, error)) {
         logLine(QStringLiteral("synchronize         :-( %1: %2").arg(m_path, error));
+        Q_EMIT notSaved();
         return false;
     }
     m_unsaved = false;
@@ -254,7 +258,8 @@ void PreferencesStore::load()
     if (content && isDictionary(*content)) {
         m_values = content->toMap();
     } else if (m_saving == Saving::Written) {
-        putAside(m_path, content ? QStringLiteral("no dictionary") : content.error());
+        m_damagedFile =
+            putAside(m_path, content ? QStringLiteral("no dictionary") : content.error());
     }
 }
 

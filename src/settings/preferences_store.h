@@ -53,6 +53,8 @@ public:
     static QVariantMap prefsDefaults();
     bool prefsResetAll();
     void prefsFillMissingDefaults();
+    // Sets back what no control could have stored: wrong types, numbers far off. Gives their keys.
+    QStringList prefsMendImpossible();
     // Deletes every stored key that is no setting, which clears what a crash left behind; keys of
     // the system's panels ("NSNav...", "DRBurn...") stay.
     void prefsPurgeUnknownKeys();
@@ -61,9 +63,16 @@ public:
     // Writes each valid entry, then synchronises.
     void prefsWriteAll(const QVariantMap &values);
 
+    // Where a damaged file was put when the store was read; empty when there was none.
+    QString damagedFile() const { return m_damagedFile; }
+    QString path() const { return m_path; }
+
     // Writes the file now, atomically, when something changed since the last time. False when it
     // could not be written (logged); the values stay in memory.
     bool synchronize();
+
+Q_SIGNALS:
+    void notSaved();
 
 private:
     void load();
@@ -72,6 +81,7 @@ private:
     QString m_path;
     Saving m_saving = Saving::ReadOnly;
     QVariantMap m_values;
+    QString m_damagedFile;
     bool m_unsaved = false;
     QTimer m_saveSoon;
 };

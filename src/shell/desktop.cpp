@@ -73,6 +73,8 @@ bool Desktop::awakeFromNib()
     logLine(QStringLiteral("dnd                 - post"));
     localizeInterface();
     m_launch.turnOverLogs();
+    checkLogs();
+    checkTools();
     prepareFolders();
     startQueries();
     m_window->setVersion(Bundle::main().version());
@@ -83,6 +85,7 @@ bool Desktop::awakeFromNib()
     m_window->restore(m_memory);
     m_controller->drawerToggled(m_window->isDrawerOpen());
     m_face->showNow();
+    tellTroubles();
     logLine(QStringLiteral("\n\n----------\nawakeFromNib - fin\n----------\n\n"));
     return true;
 }
@@ -126,6 +129,40 @@ void Desktop::prepareFolders()
     makeMovieFolder();
 }
 
+void Desktop::checkLogs()
+{
+    const QFileInfo folder(logFolder());
+    if (!folder.isDir() || !folder.isWritable()) {
+        m_troubles.append(localized(QStringLiteral("troubleNoLogs")).arg(folder.filePath()));
+    }
+}
+
+void Desktop::checkTools()
+{
+    if (ffmpegPath().isEmpty()) {
+        m_troubles.append(
+            localized(QStringLiteral("troubleNoFfmpeg")).arg(Bundle::main().toolsPath()));
+    }
+}
+
+// All in one alert: none of them keeps the window from opening.
+void Desktop::tellTroubles()
+{
+    if (!m_troubles.isEmpty()) {
+        alertReport(localized(QStringLiteral("startTroubles")),
+                    m_troubles.join(QStringLiteral("\n\n")), 0, AlertPlace::SheetOnWindow);
+    }
+}
+
+// Once: the working state would be tried again every half second.
+void Desktop::settingsNotSaved()
+{
+    if (!std::exchange(m_saveTroubleTold, true)) {
+        m_window->notice(localized(QStringLiteral("troubleSettingsNotSaved"))
+                             .arg(QFileInfo(m_preferences.path()).path()));
+    }
+}
+
 void Desktop::startQueries()
 {
     m_decoders.start();
@@ -135,8 +172,21 @@ void Desktop::startQueries()
 void Desktop::loadPreferences()
 {
     logLine(QStringLiteral("PREFERENCES         - deb"));
+    if (const QString damaged = m_preferences.damagedFile(); !damaged.isEmpty()) {
+        logLine(QStringLiteral("plist               :-( damaged, now %1").arg(damaged));
+        m_troubles.append(localized(QStringLiteral("troubleSettingsDamaged")).arg(damaged));
+    }
+    clearLeftStills(m_preferences);
     m_preferences.prefsPurgeUnknownKeys();
+    if (!m_preferences.prefsMendImpossible().isEmpty()) {
+        m_troubles.append(localized(QStringLiteral("troubleSettingsMended")));
+    }
     m_preferences.prefsFillMissingDefaults();
+    if (!m_preferences.synchronize()) {
+        m_saveTroubleTold = true;
+        m_troubles.append(localized(QStringLiteral("troubleSettingsNotSaved"))
+                              .arg(QFileInfo(m_preferences.path()).path()));
+    }
     m_preferencesWindow->showStored(m_preferences.prefsSnapshot());
     showDestination();
     m_face->takePreferences();

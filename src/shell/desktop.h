@@ -65,6 +65,10 @@ private:
     void prepareFolders();
     void startQueries();
     void loadPreferences();
+    void checkTools();
+    void checkLogs();
+    void tellTroubles();
+    void settingsNotSaved();
     void showDestination();
 
     void connectMenus();
@@ -99,6 +103,8 @@ private:
     DecoderQuery m_decoders;
     FfmpegQuery m_ffmpeg;
     QString m_storedDestination;
+    QStringList m_troubles; // of the start-up
+    bool m_saveTroubleTold = false;
     bool m_isOver = false;
 };
 

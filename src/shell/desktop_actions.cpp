@@ -6,6 +6,7 @@
 #include "shell/bug_report.h"
 #include "shell/dropped_paths.h"
 #include "shell/localize_widgets.h"
+#include "support/alerts.h"
 #include "support/diagnostics.h"
 #include "support/files.h"
 #include "support/localized_strings.h"
@@ -87,6 +88,7 @@ void Desktop::connectControls()
             [this] { m_face->chooseDestination(); });
     connect(m_window.get(), &MainWindow::closeRequested, this, &Desktop::quitByClosing);
     connect(m_workspace.get(), &Workspace::failed, m_window.get(), &MainWindow::notice);
+    connect(&m_preferences, &PreferencesStore::notSaved, this, &Desktop::settingsNotSaved);
     connect(m_preferencesWindow, &PreferencesWindow::saved, this, &Desktop::preferencesSaved);
 }
 
@@ -167,6 +169,12 @@ void Desktop::showDestinationFolder()
 // A destination that was chosen for this session stays.
 void Desktop::preferencesSaved()
 {
+    if (!m_preferences.synchronize()) {
+        alertReport(localized(QStringLiteral("D_echec_1")),
+                    localized(QStringLiteral("troubleSettingsNotSaved"))
+                        .arg(QFileInfo(m_preferences.path()).path()),
+                    0, AlertPlace::SheetOnWindow);
+    }
     const bool isUsual =
         m_face->destination().isEmpty() || m_face->destination() == m_storedDestination;
     if (isUsual) {

@@ -104,9 +104,6 @@ void DesktopFace::showMenus()
     Menus &menus = m_widgets.menus;
     const bool gate = m_controller != nullptr && m_controller->isGateOpen();
     const bool paused = !m_state.stop.offersPause();
-    menus.open->setEnabled(gate);
-    menus.openFolder->setEnabled(gate);
-    menus.paste->setEnabled(gate);
     menus.go->setEnabled(m_state.goEnabled && !m_state.goPressed);
     menus.pause->setEnabled(m_state.goPressed && m_state.stop.enabled);
     menus.pause->setText(
@@ -114,7 +111,16 @@ void DesktopFace::showMenus()
     menus.stop->setEnabled(m_state.goPressed);
     menus.stopAnalysis->setEnabled(m_state.analysisStopShown && m_state.analysisStopEnabled);
     menus.drawer->setChecked(m_widgets.window.isDrawerOpen());
-    m_widgets.window.dropView().setAcceptsDrops(gate);
+    showGate(gate);
+}
+
+void DesktopFace::showGate(bool open)
+{
+    const Menus &menus = m_widgets.menus;
+    for (QAction *action : {menus.open, menus.openFolder, menus.paste}) {
+        action->setEnabled(open);
+    }
+    m_widgets.window.dropView().setAcceptsDrops(open);
 }
 
 void DesktopFace::showProgress()
@@ -154,7 +160,7 @@ void DesktopFace::rowChanged(int row)
 
 void DesktopFace::gateChanged(bool open)
 {
-    m_widgets.window.dropView().setAcceptsDrops(open);
+    showGate(open);
     if (open && !m_waiting.isEmpty()) {
         QMetaObject::invokeMethod(this, &DesktopFace::admitWaiting, Qt::QueuedConnection);
     }

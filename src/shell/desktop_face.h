@@ -71,6 +71,7 @@ private:
     void followBatch();
     void followDrawer();
     void showMenus();
+    void showGate(bool open);
     void showProgress();
     QString batchSummary() const;
     void admitWaiting();

@@ -315,7 +315,8 @@ int actAsFfmpeg(const Texts &arguments)
         writeTo(STDERR_FILENO, noise);
         return 0;
     }
-    if (behaviour == "refuse") {
+    const bool vanished = run.phase == "picture" && ::access(run.source.c_str(), R_OK) != 0;
+    if (behaviour == "refuse" || vanished) {
         return refuse(run);
     }
     printReport(run, behaviour);
