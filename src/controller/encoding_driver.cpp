@@ -54,7 +54,7 @@ void EncodingDriver::encSend(const QString &stepNameStr)
 
 void EncodingDriver::enc(const QString &stepNameStr)
 {
-    if (m_context.closing || m_context.taskSlots.isEncodingRunning()) {
+    if (m_context.closing || m_context.taskSlots.isEncodingRunning() || m_composing.isRunning()) {
         return;
     }
     if (m_isAsking) {
@@ -112,6 +112,7 @@ void EncodingDriver::noteStop()
 void EncodingDriver::abandon()
 {
     m_heldStep.clear();
+    m_composing.abandon();
     purgeStills();
     PreferencesStore &store = m_context.preferences;
     for (const QString &key : {keys::currentFile, keys::work, keys::finish, keys::replaceFiles}) {
@@ -247,7 +248,6 @@ void EncodingDriver::encProcesses()
         return;
     } else if (isDue(QStringLiteral("appkyDisplay"))) {
         composeRow();
-        goOn();
     } else if (isDue(keys::finish)) {
         finishRow();
     }
