@@ -19,10 +19,13 @@
 #include <QTemporaryDir>
 
 #include <algorithm>
+#include <atomic>
+#include <chrono>
 #include <cstdio>
 #include <deque>
 #include <functional>
 #include <mutex>
+#include <thread>
 #include <vector>
 
 using namespace qv;
@@ -107,10 +110,38 @@ private:
     std::vector<double> m_times;
 };
 
+// A thread that only sleeps: what it misses is the machine's doing, not the application's.
+class Sleeper
+{
+public:
+    double worst()
+    {
+        m_isOver = true;
+        m_thread.join();
+        return m_worst;
+    }
+
+private:
+    void run()
+    {
+        QElapsedTimer clock;
+        while (!m_isOver) {
+            clock.restart();
+            std::this_thread::sleep_for(std::chrono::milliseconds(beat));
+            m_worst = std::max(m_worst, static_cast<double>(clock.nsecsElapsed()) / 1e6);
+        }
+    }
+
+    std::atomic<bool> m_isOver = false;
+    double m_worst = 0;
+    std::thread m_thread{&Sleeper::run, this};
+};
+
 // The work begins from within the loop, as all that the user does.
 bool answers(const char *what, const std::function<void()> &work,
              const std::function<bool()> &isOver)
 {
+    Sleeper sleeper;
     Heartbeat heartbeat;
     bool begun = false;
     QTimer::singleShot(0, qApp, [&] {
@@ -120,9 +151,9 @@ bool answers(const char *what, const std::function<void()> &work,
     const bool ended = waitUntil([&] { return begun && isOver(); }, patience);
     const std::vector<double> times = heartbeat.sorted();
     const bool misses = times.back() > longestWait;
-    std::printf("%-44s worst %7.1f ms, 99 %% below %6.1f ms%s%s\n", what, times.back(),
-                times.at(times.size() * 99 / 100), misses ? "  MISSES ITS BOUND" : "",
-                ended ? "" : "  DID NOT END");
+    std::printf("%-41s worst %6.1f ms, 99 %% below %5.1f ms (a sleeping thread %5.1f)%s%s\n", what,
+                times.back(), times.at(times.size() * 99 / 100), sleeper.worst(),
+                misses ? "  MISSES ITS BOUND" : "", ended ? "" : "  DID NOT END");
     std::fflush(stdout);
     return ended && !misses;
 }
@@ -332,6 +363,11 @@ public:
         m_controller.encBatchRemoveAll(appDelegate::Sender::Internal);
         bool good = answers(
             "a drop of 20,000 files", [&] { m_desktop.openPaths({folder}); }, after(3000));
+        // As it happens when a tool takes longer than a moment.
+        good = answers(
+                   "saving the queue of 10,000", [&] { m_desktop.preferences().synchronize(); },
+                   after(300)) &&
+               good;
         good = answers(
                    "stopping its analysis", [&] { m_controller.iba_analysisStopBt(); },
                    [&] { return m_controller.isGateOpen(); }) &&

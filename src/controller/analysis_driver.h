@@ -2,7 +2,7 @@
 
 #include "analysis/analysis_merge.h"
 #include "controller/context.h"
-#include "process/off_thread.h"
+#include "support/off_thread.h"
 #include "process/tool_run.h"
 
 #include <QObject>

@@ -2,7 +2,7 @@
 
 #include "controller/context.h"
 #include "controller/sheet_names.h"
-#include "process/off_thread.h"
+#include "support/off_thread.h"
 #include "sheet/composer.h"
 #include "sheet/picture_attempts.h"
 #include "support/alerts.h"

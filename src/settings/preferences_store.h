@@ -1,5 +1,7 @@
 #pragma once
 
+#include "support/off_thread.h"
+
 #include <QObject>
 #include <QString>
 #include <QStringList>
@@ -68,12 +70,14 @@ public:
 private:
     void load();
     void changed();
+    void save();
 
     QString m_path;
     Saving m_saving = Saving::ReadOnly;
     QVariantMap m_values;
     bool m_unsaved = false;
     QTimer m_saveSoon;
+    OffThread m_writing;
 };
 
 // Colour text "r,g,b,a" with components from 0 to 1: nothing unless there are exactly four parts.

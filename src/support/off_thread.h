@@ -12,8 +12,6 @@ namespace qv
 // the event loop of the thread that asked, so a step machine waits for it as it does for a tool.
 class OffThread : public QObject
 {
-    Q_OBJECT
-
 public:
     explicit OffThread(QObject *parent = nullptr) : QObject(parent) {}
     ~OffThread() override { abandon(); }

@@ -1,4 +1,4 @@
-#include "process/off_thread.h"
+#include "support/off_thread.h"
 
 #include <QCoreApplication>
 
@@ -13,7 +13,8 @@ void OffThread::run(std::function<void()> work, std::function<void()> then)
     m_then = std::move(then);
     m_work = std::async(std::launch::async, [this, work = std::move(work)] {
         work();
-        QMetaObject::invokeMethod(this, &OffThread::finish, Qt::QueuedConnection);
+        QMetaObject::invokeMethod(
+            this, [this] { finish(); }, Qt::QueuedConnection);
     });
 }
 
