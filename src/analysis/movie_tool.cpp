@@ -149,8 +149,15 @@ bool MovieTool::canOpen(const QString &path)
     return record(path).has_value();
 }
 
+void MovieTool::setDecoders(const QMap<QString, bool> &decoders)
+{
+    const std::lock_guard lock(m_decodersMutex);
+    m_decoders = decoders;
+}
+
 bool MovieTool::hasDecoder(const QString &fourCharacterCode)
 {
+    const std::lock_guard lock(m_decodersMutex);
     if (!m_decoders) {
         m_decoders = parseDecoders(answerOf({QStringLiteral("-decoders")}));
     }

@@ -6,6 +6,8 @@
 #include <QDateTime>
 #include <QMap>
 
+#include <mutex>
+
 // The movie framework by way of the bundle's tool "qtThumbs", so that no decoder runs in this
 // process. Without the tool nothing can be opened.
 namespace qv
@@ -18,7 +20,7 @@ public:
     bool canOpen(const QString &path) override;
     // Asks the tool once and waits, unless the answers were given before.
     bool hasDecoder(const QString &fourCharacterCode) override;
-    void setDecoders(const QMap<QString, bool> &decoders) { m_decoders = decoders; }
+    void setDecoders(const QMap<QString, bool> &decoders);
     std::optional<MediaInfoRecord> record(const QString &path) override;
     bool thumbnail(const QString &path, int width, int height, double seconds,
                    const QString &destination) override;
@@ -33,6 +35,7 @@ private:
     };
     Source m_source;
     std::optional<MediaInfoRecord> m_record;
+    std::mutex m_decodersMutex; // they may come while a source is asked about on another thread
     std::optional<QMap<QString, bool>> m_decoders;
 };
 

@@ -18,6 +18,9 @@
 #include <QFile>
 #include <QFileInfo>
 
+#include <memory>
+#include <utility>
+
 namespace qv
 {
 namespace
@@ -94,13 +97,36 @@ void AnalysisDriver::stop()
     m_analysisStopInt = 1;
     if (m_context.taskSlots.isAnalysisRunning()) {
         m_context.taskSlots.terminateAnalysis();
+    } else if (m_asking.isRunning()) {
+        m_endedRuns.emplace();
     } else {
         analysisLater();
     }
 }
 
+void AnalysisDriver::askThen(std::function<void()> question, std::function<void()> next)
+{
+    m_asking.run(std::move(question), [this, next = std::move(next)] {
+        m_endedRuns.reset();
+        if (m_analysisStopInt == 1) {
+            analysisLater();
+        } else {
+            next();
+        }
+    });
+}
+
+// Nobody waits for a tool's answer any more.
+void AnalysisDriver::endAsking()
+{
+    m_endedRuns.emplace();
+    m_asking.abandon();
+    m_endedRuns.reset();
+}
+
 void AnalysisDriver::abandon()
 {
+    endAsking();
     dropEverything();
     PreferencesStore &store = m_context.preferences;
     for (const QString &key : {keys::flagFinish, keys::analysisSource, keys::previewPath}) {
@@ -110,7 +136,7 @@ void AnalysisDriver::abandon()
 
 void AnalysisDriver::analysis()
 {
-    if (m_context.closing || m_context.taskSlots.isAnalysisRunning()) {
+    if (m_context.closing || m_context.taskSlots.isAnalysisRunning() || m_asking.isRunning()) {
         return;
     }
     if (m_analysisStopInt == 1) {
@@ -128,9 +154,8 @@ void AnalysisDriver::analysis()
         launch(ffmpegArguments());
     } else if (take(keys::flagResult) || take(keys::flagParse)) {
         stepParse();
-        analysisLater();
     } else if (take(keys::flagRecord)) {
-        goOnWith(stepRecord());
+        stepRecord();
     } else if (take(keys::flagDuration)) {
         goOnWith(stepDuration());
     } else if (take(keys::flagFinish)) {
@@ -141,6 +166,10 @@ void AnalysisDriver::analysis()
 void AnalysisDriver::goOnWith(const NextRun &next)
 {
     setFlag(next.isMeasuring ? keys::flagDuration : keys::flagFinish);
+    if (next.work) {
+        askThen(next.work, [this] { analysisLater(); });
+        return;
+    }
     if (next.arguments.isEmpty()) {
         analysisLater();
         return;
@@ -258,8 +287,18 @@ void AnalysisDriver::stepFinish()
     const MediaInfoRecord record = store.prefReadDico(keys::analysisRecord).toMap();
     store.prefDelete(keys::analysisRecord);
     const QString source = store.prefReadString(keys::analysisSource);
-    const bool made = !record.isEmpty() && makeRow(record);
-    store.prefDelete(keys::previewPath);
+    if (record.isEmpty()) {
+        endSource(source, false);
+        return;
+    }
+    const auto row = std::make_shared<NewRow>(
+        NewRow{source, store.prefReadString(keys::previewPath), record, {}});
+    askThen([row] { completeRow(*row); }, [this, row] { endSource(row->source, makeRow(*row)); });
+}
+
+void AnalysisDriver::endSource(const QString &source, bool made)
+{
+    m_context.preferences.prefDelete(keys::previewPath);
     if (!made && source != keys::cancelled) {
         if (m_reason.isEmpty()) {
             refuse(QStringLiteral("it could not be analysed"));

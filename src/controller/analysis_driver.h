@@ -2,12 +2,15 @@
 
 #include "analysis/analysis_merge.h"
 #include "controller/context.h"
+#include "support/off_thread.h"
+#include "process/tool_run.h"
 
 #include <QObject>
 #include <QStringList>
 #include <QTimer>
 
 #include <functional>
+#include <optional>
 
 // Takes the admitted sources one at a time, runs the analysis tool on each, and makes each a row of
 // the batch. A step machine: one call of analysis() does one step; its state stands in the
@@ -24,6 +27,7 @@ class AnalysisDriver : public QObject
 
 public:
     explicit AnalysisDriver(ControllerContext &context);
+    ~AnalysisDriver() override { endAsking(); }
 
     // Called at the end of an analysis run, to continue a batch that the drop had paused.
     std::function<void()> resumePausedBatch;
@@ -54,28 +58,47 @@ private:
 
     void stepBegin();
     QStringList ffmpegArguments() const;
+    // Asks tools that are waited for, off this thread; goes on unless the analysis was stopped.
+    void askThen(std::function<void()> question, std::function<void()> next);
+    void endAsking();
     void stepParse();
-    QString problemOfReport();
+    void endParse(const QString &problem);
+    struct ReportVerdict {
+        QString problem;         // null: the report is good
+        bool mayBeMovie = false; // the movie framework may read what ffmpeg can't
+    };
+    ReportVerdict verdictOnReport();
     DecodedFrame takeDecodedFrame() const;
     Findings gatherFindings() const;
     // What a step asks for next: a tool run, or nothing but the next step.
     struct NextRun {
         QStringList arguments;
         bool isMeasuring = false;
+        std::function<void()> work = nullptr; // off this thread, instead of a run
     };
     void goOnWith(const NextRun &next);
-    NextRun stepRecord();
+    void stepRecord();
+    bool askMovieFramework(Findings &findings) const;
+    NextRun runAfter(const Findings &findings, bool byMovieFramework);
     void refuseUndescribed(const QString &source);
     NextRun measure(const MediaInfoRecord &record);
     NextRun stepDuration();
     void settleDuration(MediaInfoRecord &record, std::optional<double> copied, bool hasEnded) const;
-    bool decodesByMovieFramework(const MediaInfoRecord &record) const;
-    bool isProResByMovieFramework(const MediaInfoRecord &record) const;
+    bool decodesByMovieFramework(const MediaInfoRecord &record, const QString &source) const;
+    bool isProResByMovieFramework(const MediaInfoRecord &record, const QString &source) const;
     NextRun previewOf(MediaInfoRecord record);
     void stepFinish();
     void finishSource();
-    bool makeRow(MediaInfoRecord record);
-    bool ensurePreview(MediaInfoRecord &record);
+    // A row in the making.
+    struct NewRow {
+        QString source;
+        QString picture; // its preview
+        MediaInfoRecord record;
+        QString said; // by the tool that made no preview
+    };
+    static void completeRow(NewRow &row);
+    bool makeRow(NewRow &row);
+    void endSource(const QString &source, bool made);
     void finishRun();
     void launch(const QStringList &arguments);
     void refuse(const QString &reason);
@@ -87,7 +110,9 @@ private:
     QString m_interlacing;
     DurationCheck m_durationCheck = DurationCheck::None;
     QTimer m_measuringLimit;
-    QString m_reason; // why the current source makes no row
+    QString m_reason;                             // why the current source makes no row
+    std::optional<BlockingRunsEnded> m_endedRuns; // from the stop until the tool has gone
+    OffThread m_asking;                           // ends before the rest goes
 };
 
 } // namespace qv

@@ -16,6 +16,9 @@
 
 #include <QFile>
 
+#include <memory>
+#include <utility>
+
 namespace qv
 {
 namespace
@@ -47,39 +50,54 @@ QString analysisFrameFile()
 
 void AnalysisDriver::stepParse()
 {
-    const QString problem = problemOfReport();
-    if (problem.isNull()) {
-        setFlag(keys::flagRecord);
+    const QString source = m_context.preferences.prefReadString(keys::analysisSource);
+    const ReportVerdict verdict = verdictOnReport();
+    if (!verdict.mayBeMovie) {
+        endParse(verdict.problem);
         return;
     }
-    refuse(problem);
-    setFlag(keys::flagFinish);
+    const auto opens = std::make_shared<bool>(false);
+    askThen([this, source, opens] { *opens = m_context.movies.canOpen(source); },
+            [this, opens, problem = verdict.problem] {
+                if (*opens) {
+                    logLine(QStringLiteral("appky > decSkip #1  :-)"));
+                }
+                endParse(*opens ? QString() : problem);
+            });
 }
 
-// Takes over what the analysis run printed; why it is of no use, or a null text.
-QString AnalysisDriver::problemOfReport()
+void AnalysisDriver::endParse(const QString &problem)
+{
+    if (problem.isNull()) {
+        setFlag(keys::flagRecord);
+    } else {
+        refuse(problem);
+        setFlag(keys::flagFinish);
+    }
+    analysisLater();
+}
+
+// Takes over what the analysis run printed, and says why it is of no use.
+AnalysisDriver::ReportVerdict AnalysisDriver::verdictOnReport()
 {
     const QString source = m_context.preferences.prefReadString(keys::analysisSource);
     const QString output = m_context.taskSlots.analysisTaskVerboseMStr();
     const RunReport &run = m_context.taskSlots.lastAnalysisRun();
     if (output.isEmpty() || output == QLatin1String(" ")) {
-        return QStringLiteral("ffmpeg %1 and printed nothing").arg(outcomeText(run.outcome));
+        return {QStringLiteral("ffmpeg %1 and printed nothing").arg(outcomeText(run.outcome))};
     }
     m_retained = reportWithoutNames(inOldWords(output), source);
     if (run.outcome.ending == ToolOutcome::Ending::Hung) {
-        return QStringLiteral("ffmpeg %1").arg(outcomeText(run.outcome));
+        return {QStringLiteral("ffmpeg %1").arg(outcomeText(run.outcome))};
     }
     if (isFfmpegSuccess(m_retained)) {
         return {};
     }
-    if (isMov(source) && m_context.movies.canOpen(source)) {
-        logLine(QStringLiteral("appky > decSkip #1  :-)"));
-        return {};
-    }
     const QString said = refusalReason(output, source);
-    return said.isNull()
-               ? QStringLiteral("ffmpeg does not accept it (%1)").arg(outcomeText(run.outcome))
-               : said;
+    return {said.isNull()
+                ? QStringLiteral("ffmpeg does not accept it (%1)").arg(outcomeText(run.outcome))
+                : said,
+            isMov(source)};
 }
 
 // The stream header of the decoded frames; the file is used up.
@@ -109,7 +127,8 @@ Findings AnalysisDriver::gatherFindings() const
     return findings;
 }
 
-bool AnalysisDriver::isProResByMovieFramework(const MediaInfoRecord &record) const
+bool AnalysisDriver::isProResByMovieFramework(const MediaInfoRecord &record,
+                                              const QString &source) const
 {
     static const QStringList names{QStringLiteral("ap4h"), QStringLiteral("apco"),
                                    QStringLiteral("apcs"), QStringLiteral("apch"),
@@ -119,8 +138,7 @@ bool AnalysisDriver::isProResByMovieFramework(const MediaInfoRecord &record) con
     }
     const QString picture = appendPath(temporaryFolder(), QStringLiteral("proresTest.jpg"));
     taskArrayPipes({Bundle::main().toolPath(QStringLiteral("qtThumbs")), QStringLiteral("-i"),
-                    m_context.preferences.prefReadString(keys::analysisSource),
-                    QStringLiteral("-w"), QStringLiteral("100"), QStringLiteral("-h"),
+                    source, QStringLiteral("-w"), QStringLiteral("100"), QStringLiteral("-h"),
                     QStringLiteral("100"), QStringLiteral("-tc"), QStringLiteral("0:00:00"),
                     QStringLiteral("-y"), QStringLiteral("-o"), picture});
     const bool compliant = fileExists(picture);
@@ -129,26 +147,44 @@ bool AnalysisDriver::isProResByMovieFramework(const MediaInfoRecord &record) con
     return compliant;
 }
 
-bool AnalysisDriver::decodesByMovieFramework(const MediaInfoRecord &record) const
+bool AnalysisDriver::decodesByMovieFramework(const MediaInfoRecord &record,
+                                             const QString &source) const
 {
-    if (!isMov(m_context.preferences.prefReadString(keys::analysisSource))) {
+    if (!isMov(source)) {
         return false;
     }
-    return !hasPictureKeys(record) || isProResByMovieFramework(record) ||
+    return !hasPictureKeys(record) || isProResByMovieFramework(record, source) ||
            (codecOf(record) == QLatin1String("icod") &&
             m_context.movies.hasDecoder(QStringLiteral("ICOD")));
 }
 
-AnalysisDriver::NextRun AnalysisDriver::stepRecord()
+void AnalysisDriver::stepRecord()
 {
-    Findings findings = gatherFindings();
-    const QString source = findings.sourcePath;
-    const bool byMovieFramework =
-        decodesByMovieFramework(findings.reported.value_or(MediaInfoRecord())) &&
-        m_context.movies.canOpen(source);
-    if (byMovieFramework) {
-        findings.movie = m_context.movies.record(source);
+    const auto findings = std::make_shared<Findings>(gatherFindings());
+    if (!isMov(findings->sourcePath)) {
+        goOnWith(runAfter(*findings, false));
+        return;
     }
+    const auto byMovies = std::make_shared<bool>(false);
+    askThen([this, findings, byMovies] { *byMovies = askMovieFramework(*findings); },
+            [this, findings, byMovies] { goOnWith(runAfter(*findings, *byMovies)); });
+}
+
+// Whether it is the one to make the pictures; then its record is among the findings.
+bool AnalysisDriver::askMovieFramework(Findings &findings) const
+{
+    const QString &source = findings.sourcePath;
+    if (!decodesByMovieFramework(findings.reported.value_or(MediaInfoRecord()), source) ||
+        !m_context.movies.canOpen(source)) {
+        return false;
+    }
+    findings.movie = m_context.movies.record(source);
+    return true;
+}
+
+AnalysisDriver::NextRun AnalysisDriver::runAfter(const Findings &findings, bool byMovieFramework)
+{
+    const QString source = findings.sourcePath;
     auto merged = analysisMerge(findings, byMovieFramework ? Road::MovieFramework : Road::Ffmpeg);
     if (!merged) {
         refuseUndescribed(source);
@@ -231,57 +267,51 @@ AnalysisDriver::NextRun AnalysisDriver::previewOf(MediaInfoRecord record)
     }
     store.prefWriteDico(keys::analysisRecord, record);
     if (intIn(record, QStringLiteral("decSkip")).value_or(0) == 1) {
-        m_context.movies.thumbnail(source, previewWidth, previewHeight(previewAspect(record)), 0,
-                                   picture);
-        return {};
+        const int height = previewHeight(previewAspect(record));
+        return {{}, false, [this, source, picture, height] {
+                    m_context.movies.thumbnail(source, previewWidth, height, 0, picture);
+                }};
     }
     return {previewArguments(record, source, picture, PreviewFrame::Intra), false};
 }
 
-bool AnalysisDriver::makeRow(MediaInfoRecord record)
+// What a row needs beside its record: the preview as planned, else one of any frame; such a source
+// is known from then on as one whose intra frames can't be picked out. The start of a source can be
+// had even where it can't be sought.
+void AnalysisDriver::completeRow(NewRow &row)
 {
-    const QString source = m_context.preferences.prefReadString(keys::analysisSource);
-    record.insert(QStringLiteral("srcPathStr"), source);
-    if (const QString name = cardClipName(source); !name.isNull()) {
-        record.insert(QStringLiteral("clipName"), name);
+    row.record.insert(QStringLiteral("srcPathStr"), row.source);
+    if (const QString name = cardClipName(row.source); !name.isNull()) {
+        row.record.insert(QStringLiteral("clipName"), name);
     }
-    if (!ensurePreview(record)) {
-        logLine(QStringLiteral("Not a compliant file- skipped: '%1'").arg(source));
+    for (const PreviewFrame frame : {PreviewFrame::Any, PreviewFrame::AnyAtStart}) {
+        if (fileExists(row.picture)) {
+            return;
+        }
+        row.record.insert(QStringLiteral("intraFailure"), 1);
+        row.said = taskArray1PipeMax(previewArguments(row.record, row.source, row.picture, frame),
+                                     ErrorText::Merged);
+    }
+}
+
+bool AnalysisDriver::makeRow(NewRow &row)
+{
+    if (!fileExists(row.picture)) {
+        const QString why = refusalReason(row.said, row.source);
+        refuse(why.isEmpty() ? QStringLiteral("no picture of it could be decoded") : why);
+        logLine(QStringLiteral("Not a compliant file- skipped: '%1'").arg(row.source));
         return false;
     }
+    row.record.insert(QStringLiteral("imgPathStr"), row.picture);
     BatchItem item;
     item.out = m_context.face.layoutIndex();
     item.dpi = m_context.face.pictureChoice();
-    item.src = rowCaption(record, source);
-    item.dico = std::move(record);
+    item.src = rowCaption(row.record, row.source);
+    item.dico = std::move(row.record);
     m_context.table.add(std::move(item));
     m_context.window.drawerOpen = true;
     m_context.face.rowsChanged();
     m_context.windowChanged();
-    return true;
-}
-
-// The preview as planned, else one of any frame; such a source is known from then on as one whose
-// intra frames can't be picked out. The start of a source can be had even where it can't be sought.
-bool AnalysisDriver::ensurePreview(MediaInfoRecord &record)
-{
-    const QString picture = m_context.preferences.prefReadString(keys::previewPath);
-    const QString source = stringIn(record, QStringLiteral("srcPathStr"));
-    QString said;
-    for (const PreviewFrame frame : {PreviewFrame::Any, PreviewFrame::AnyAtStart}) {
-        if (fileExists(picture)) {
-            break;
-        }
-        record.insert(QStringLiteral("intraFailure"), 1);
-        said =
-            taskArray1PipeMax(previewArguments(record, source, picture, frame), ErrorText::Merged);
-    }
-    if (!fileExists(picture)) {
-        const QString why = refusalReason(said, source);
-        refuse(why.isEmpty() ? QStringLiteral("no picture of it could be decoded") : why);
-        return false;
-    }
-    record.insert(QStringLiteral("imgPathStr"), picture);
     return true;
 }
 

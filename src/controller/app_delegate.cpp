@@ -18,6 +18,7 @@ namespace
 {
 
 constexpr double removeAllQuestionSeconds = 60;
+constexpr qsizetype previewsAtOnce = 100;
 
 } // namespace
 
@@ -260,8 +261,9 @@ void appDelegate::encBatchRemove(Sender sender)
 void appDelegate::removeRows(const QList<int> &indexes)
 {
     for (const int index : indexes) {
-        rmCocoa(stringIn(m_table.row(index).dico, QStringLiteral("imgPathStr")));
+        m_leftPreviews.append(stringIn(m_table.row(index).dico, QStringLiteral("imgPathStr")));
     }
+    removePreviews();
     m_table.remove(QSet<int>(indexes.begin(), indexes.end()));
     if (m_table.isEmpty()) {
         m_window.goEnabled = false;
@@ -269,6 +271,19 @@ void appDelegate::removeRows(const QList<int> &indexes)
     }
     m_context.face.rowsChanged();
     m_context.windowChanged();
+}
+
+// A few at a time: thousands of files would keep the window from answering.
+void appDelegate::removePreviews()
+{
+    const QStringList some = m_leftPreviews.mid(0, previewsAtOnce);
+    m_leftPreviews.remove(0, some.size());
+    for (const QString &preview : some) {
+        rmCocoa(preview);
+    }
+    if (!m_leftPreviews.isEmpty()) {
+        QMetaObject::invokeMethod(this, &appDelegate::removePreviews, Qt::QueuedConnection);
+    }
 }
 
 void appDelegate::encBatchRemoveAll(Sender sender)

@@ -90,6 +90,7 @@ private:
     void resumeAfterAdmission();
     void admitNothing(bool wrongTypes);
     void removeRows(const QList<int> &indexes);
+    void removePreviews();
     bool prepareDestination();
     bool userEndsBatch();
     void closeDown();
@@ -103,6 +104,7 @@ private:
     QSet<QString> m_admitted;
     bool m_pausedByAdmission = false;
     bool m_asksToQuit = false;
+    QStringList m_leftPreviews; // of rows that are gone
 };
 
 } // namespace qv

@@ -53,7 +53,7 @@ void EncodingDriver::encSend(const QString &stepNameStr)
 
 void EncodingDriver::enc(const QString &stepNameStr)
 {
-    if (m_context.closing || m_context.taskSlots.isEncodingRunning()) {
+    if (m_context.closing || m_context.taskSlots.isEncodingRunning() || m_composing.isRunning()) {
         return;
     }
     if (m_isAsking) {
@@ -111,6 +111,7 @@ void EncodingDriver::noteStop()
 void EncodingDriver::abandon()
 {
     m_heldStep.clear();
+    m_composing.abandon();
     purgeStills();
     PreferencesStore &store = m_context.preferences;
     for (const QString &key : {keys::currentFile, keys::work, keys::finish, keys::replaceFiles}) {
@@ -247,7 +248,6 @@ void EncodingDriver::encProcesses()
         return;
     } else if (isDue(QStringLiteral("appkyDisplay"))) {
         composeRow();
-        goOn();
     } else if (isDue(keys::finish)) {
         finishRow();
     }
@@ -278,7 +278,7 @@ void EncodingDriver::startRow()
     m_row.stills = stillsFolder();
     setChild(QStringLiteral("dstPathStr"), m_row.stills);
     // A run that is killed leaves its stills; the next start finds here where they are.
-    m_context.preferences.synchronize();
+    m_context.preferences.save();
     if (index >= 0) {
         m_context.table.row(index).dico.insert(QStringLiteral("dstPathStr"), m_row.sheet);
     }

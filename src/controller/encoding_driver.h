@@ -2,6 +2,8 @@
 
 #include "controller/context.h"
 #include "controller/sheet_names.h"
+#include "support/off_thread.h"
+#include "sheet/composer.h"
 #include "sheet/picture_attempts.h"
 #include "support/alerts.h"
 
@@ -84,6 +86,7 @@ private:
     void launchAttempt(const PictureAttempt &attempt);
     void launchPicture(const QStringList &arguments, int total);
     void composeRow();
+    void takeSheet(const tl::expected<ComposedSheet, QString> &composed);
     QVariantMap displayOfRow() const;
     void placeSheet(const QString &composed);
     void finishRow();
@@ -150,6 +153,7 @@ private:
     QString m_pendingStep;
     QString m_heldStep;
     int m_stillsCounter = 0;
+    OffThread m_composing; // ends before the rest goes
 };
 
 } // namespace qv

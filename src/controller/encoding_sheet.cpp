@@ -7,6 +7,7 @@
 #include "sheet/caption_texts.h"
 #include "sheet/composer.h"
 #include "sheet/extraction_plan.h"
+#include "sheet/text_painter.h"
 #include "support/dates.h"
 #include "support/diagnostics.h"
 #include "support/files.h"
@@ -17,6 +18,7 @@
 #include <QFileInfo>
 
 #include <algorithm>
+#include <memory>
 
 namespace qv
 {
@@ -27,13 +29,27 @@ QString EncodingDriver::growingSheetFolder() const
     return appendPath(m_row.stills, QStringLiteral("sheet"));
 }
 
+// A large sheet takes a third of a second, so it is drawn and written on another thread. A pause or
+// a stop that comes meanwhile counts from the next step on.
 void EncodingDriver::composeRow()
 {
     if (m_row.byMovieFramework) {
         noteMovieInstants();
     }
     QDir(m_row.stills).mkdir(lastPathComponent(growingSheetFolder()));
-    const tl::expected<ComposedSheet, QString> composed = composeSheet(m_row.dpi, displayOfRow());
+    prepareTexts(); // fonts are loaded by this thread
+    using Composed = tl::expected<ComposedSheet, QString>;
+    const auto composed = std::make_shared<Composed>();
+    m_composing.run([composed, dpi = m_row.dpi,
+                     display = displayOfRow()] { *composed = composeSheet(dpi, display); },
+                    [this, composed] {
+                        takeSheet(*composed);
+                        goOn();
+                    });
+}
+
+void EncodingDriver::takeSheet(const tl::expected<ComposedSheet, QString> &composed)
+{
     const bool nothingDrawn = composed && composed->drawn == 0;
     setChild(QStringLiteral("postProcessPurge"), m_row.stills);
     takeChild(QStringLiteral("appkyDisplay"));

@@ -30,6 +30,15 @@ constexpr size_t readSize = 65536;
 constexpr qsizetype outputLimit = 64 * 1024 * 1024;
 
 std::atomic<bool> g_interrupted = false;
+std::atomic<int> g_ended = 0;
+
+// Milliseconds, at most, until a run on another thread sees that it is to end.
+constexpr int endingInterval = 100;
+
+bool isToEnd()
+{
+    return g_interrupted || g_ended > 0;
+}
 
 // One read; nothing at the end of the stream.
 std::optional<QByteArray> readChunk(int fd)
@@ -74,7 +83,7 @@ public:
         // Once killed it is not waited for: a child of the tool may hold the stream open for ever.
         qsizetype total = 0;
         while (true) {
-            if (!waitForInput(fd, IdleWatch::askInterval())) {
+            if (!waitForInput(fd, std::min(IdleWatch::askInterval(), endingInterval))) {
                 if (killIfNeeded()) {
                     return;
                 }
@@ -87,7 +96,7 @@ public:
             m_watch.sawOutput();
             take(*chunk);
             total += chunk->size();
-            if (g_interrupted || total > outputLimit) {
+            if (isToEnd() || total > outputLimit) {
                 kill();
                 return;
             }
@@ -116,7 +125,7 @@ private:
         for (const ChildProcess &child : m_children) {
             ticks += child.processorTicks();
         }
-        if (!m_watch.isHung(ticks) && !g_interrupted) {
+        if (!m_watch.isHung(ticks) && !isToEnd()) {
             return false;
         }
         kill();
@@ -400,6 +409,16 @@ QString taskBloquante::verbose(const QStringList &arguments)
 void setBlockingRunsInterrupted(bool interrupted)
 {
     g_interrupted = interrupted;
+}
+
+BlockingRunsEnded::BlockingRunsEnded()
+{
+    ++g_ended;
+}
+
+BlockingRunsEnded::~BlockingRunsEnded()
+{
+    --g_ended;
 }
 
 } // namespace qv

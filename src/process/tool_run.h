@@ -36,4 +36,14 @@ public:
 // process is asked to stop. May be called from a signal handler.
 void setBlockingRunsInterrupted(bool interrupted);
 
+// While one lives, the blocking runs end in the same way: nobody waits for their answers any more.
+class BlockingRunsEnded
+{
+public:
+    BlockingRunsEnded();
+    ~BlockingRunsEnded();
+    BlockingRunsEnded(const BlockingRunsEnded &) = delete;
+    BlockingRunsEnded &operator=(const BlockingRunsEnded &) = delete;
+};
+
 } // namespace qv

@@ -11,6 +11,7 @@
 #include <QFileInfo>
 #include <QSaveFile>
 
+#include <memory>
 #include <utility>
 
 namespace qv
@@ -64,6 +65,17 @@ bool writeAtomically(const QString &path, const QByteArray &bytes, QString &erro
     return written;
 }
 
+bool writeValues(const QString &path, const QVariantMap &values)
+{
+    const auto xml = propertyListXml(values);
+    QString error = xml ? QString() : xml.error();
+    if (!xml || !writeAtomically(path, *xml, error)) {
+        logLine(QStringLiteral("synchronize         :-( %1: %2").arg(path, error));
+        return false;
+    }
+    return true;
+}
+
 } // namespace
 
 PreferencesStore::PreferencesStore() : PreferencesStore(QString(), Saving::ReadOnly) {}
@@ -73,7 +85,7 @@ PreferencesStore::PreferencesStore(const QString &path, Saving saving)
 {
     m_saveSoon.setSingleShot(true);
     m_saveSoon.setInterval(saveDelayMs);
-    connect(&m_saveSoon, &QTimer::timeout, this, &PreferencesStore::synchronize);
+    connect(&m_saveSoon, &QTimer::timeout, this, &PreferencesStore::save);
     load();
 }
 
@@ -235,18 +247,40 @@ void PreferencesStore::prefsWriteAll(const QVariantMap &values)
 bool PreferencesStore::synchronize()
 {
     m_saveSoon.stop();
+    if (m_writing.isRunning()) {
+        m_writing.abandon();
+        m_unsaved = true; // whether it was written, nobody has told
+    }
     if (m_saving == Saving::ReadOnly || !m_unsaved) {
         return true;
     }
-    const auto xml = propertyListXml(m_values);
-    QString error = xml ? QString() : xml.error();
-    if (!xml || !writeAtomically(m_path, *xml, error)) {
-        logLine(QStringLiteral("synchronize         :-( %1: %2").arg(m_path, error));
+    m_unsaved = !writeValues(m_path, m_values);
+    if (m_unsaved) {
         Q_EMIT notSaved();
-        return false;
+    }
+    return !m_unsaved;
+}
+
+// A busy disk takes its time until a file is safe, so nobody waits for it.
+void PreferencesStore::save()
+{
+    if (m_saving == Saving::ReadOnly || !m_unsaved) {
+        return;
+    }
+    if (m_writing.isRunning()) {
+        m_saveSoon.start();
+        return;
     }
     m_unsaved = false;
-    return true;
+    const auto written = std::make_shared<bool>(false);
+    m_writing.run(
+        [written, path = m_path, values = m_values] { *written = writeValues(path, values); },
+        [this, written] {
+            m_unsaved = m_unsaved || !*written;
+            if (!*written) {
+                Q_EMIT notSaved();
+            }
+        });
 }
 
 void PreferencesStore::load()

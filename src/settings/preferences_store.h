@@ -1,5 +1,7 @@
 #pragma once
 
+#include "support/off_thread.h"
+
 #include <QObject>
 #include <QString>
 #include <QStringList>
@@ -70,6 +72,8 @@ public:
     // Writes the file now, atomically, when something changed since the last time. False when it
     // could not be written (logged); the values stay in memory.
     bool synchronize();
+    // The same without waiting for the disk; a failure is told by the signal.
+    void save();
 
 Q_SIGNALS:
     void notSaved();
@@ -84,6 +88,7 @@ private:
     QString m_damagedFile;
     bool m_unsaved = false;
     QTimer m_saveSoon;
+    OffThread m_writing;
 };
 
 // Colour text "r,g,b,a" with components from 0 to 1: nothing unless there are exactly four parts.

@@ -8,6 +8,7 @@
 #include <QHash>
 
 #include <filesystem>
+#include <mutex>
 
 namespace qv
 {
@@ -22,6 +23,13 @@ struct Registry {
     QHash<QString, QString> shownOf;
     int lastNumber = 0;
 };
+
+// Tools are asked about sources on other threads, too.
+std::mutex &registryMutex()
+{
+    static std::mutex mutex;
+    return mutex;
+}
 
 Registry &registry()
 {
@@ -73,6 +81,7 @@ QString makeLink(const QByteArray &rawPath, const QString &shown)
 
 void setForeignNamesFolder(const QString &path)
 {
+    const std::lock_guard lock(registryMutex());
     registry() = Registry();
     registry().folder = path;
 }
@@ -83,6 +92,7 @@ QString usablePath(const QByteArray &rawPath)
     if (shown.toUtf8() == rawPath) {
         return shown;
     }
+    const std::lock_guard lock(registryMutex());
     Registry &names = registry();
     if (const auto known = names.linkOf.constFind(rawPath); known != names.linkOf.cend()) {
         return *known;
@@ -99,6 +109,7 @@ QString usablePath(const QByteArray &rawPath)
 
 QString shownPath(const QString &path)
 {
+    const std::lock_guard lock(registryMutex());
     return registry().shownOf.value(path, path);
 }
 

@@ -11,7 +11,11 @@
 #include <QApplication>
 #include <QDir>
 #include <QEventLoop>
+#include <QLabel>
+#include <QLineEdit>
 #include <QPainter>
+#include <QSignalBlocker>
+#include <QTextEdit>
 #include <QTimer>
 
 #include <cstdio>
@@ -83,9 +87,28 @@ struct Photographer {
         return picture;
     }
 
+    // Folders are shown as any user's.
+    static void renameHome()
+    {
+        const QString home = QDir::homePath();
+        const QString shown = QStringLiteral("/home/anna");
+        for (QWidget *widget : QApplication::allWidgets()) {
+            if (auto *field = qobject_cast<QLineEdit *>(widget)) {
+                const QSignalBlocker quiet(field);
+                field->setText(field->text().replace(home, shown));
+            } else if (auto *label = qobject_cast<QLabel *>(widget)) {
+                label->setText(label->text().replace(home, shown));
+            } else if (auto *text = qobject_cast<QTextEdit *>(widget);
+                       text != nullptr && text->toPlainText().contains(home)) {
+                text->setPlainText(text->toPlainText().replace(home, shown));
+            }
+        }
+    }
+
     void take(const QString &state, QWidget &window) const
     {
         settle();
+        renameHome();
         const QImage picture = together(window).convertToFormat(QImage::Format_RGB888);
         const QString path = folder + QLatin1Char('/') + state + QStringLiteral(".png");
         if (!picture.save(path)) {
