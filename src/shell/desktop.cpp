@@ -73,8 +73,8 @@ bool Desktop::awakeFromNib()
     logLine(QStringLiteral("dnd                 - post"));
     localizeInterface();
     m_launch.turnOverLogs();
-    checkLogs();
     checkTools();
+    checkLogs();
     prepareFolders();
     startQueries();
     m_window->setVersion(Bundle::main().version());

@@ -13,6 +13,7 @@
 #include "support/property_list.h"
 
 #include <QProcess>
+#include <QScopeGuard>
 #include <QScreen>
 #include <QTemporaryDir>
 
@@ -432,6 +433,10 @@ TEST_F(FaultsTest, AFullDiskIsAskedAboutOnceAndToldOfEveryRow)
     if (::mount("tmpfs", disk.constData(), "tmpfs", 0, "size=2m") != 0) {
         GTEST_SKIP() << "no disk can be mounted here";
     }
+    const auto unmount = qScopeGuard([&] {
+        m_desktop.reset();
+        EXPECT_EQ(::umount(disk.constData()), 0);
+    });
     write(path("home/Movies/fill"), QByteArray(1'500'000, 'x'));
     ASSERT_TRUE(start());
     ASSERT_TRUE(bringIn({"one.mp4", "two.mp4", "three.mp4"}));
@@ -442,8 +447,6 @@ TEST_F(FaultsTest, AFullDiskIsAskedAboutOnceAndToldOfEveryRow)
         EXPECT_THAT(reasonOf(row).toStdString(), HasSubstr("no space left"));
     }
     EXPECT_EQ(entriesOf(path("home/Movies/Quorvantel")), QStringList());
-    m_desktop.reset();
-    EXPECT_EQ(::umount(disk.constData()), 0);
 }
 
 TEST_F(FaultsTest, WhatComesWhileAQuestionIsOpenIsTakenIn)
