@@ -40,14 +40,11 @@ QFont boldFont(QFont font)
     return font;
 }
 
-// The desktop's own when it has icons.
+// What is no failure comes with the application's own picture: an end or a question is no danger.
 QIcon styleIcon(AlertStyle style)
 {
-    const bool critical = style == AlertStyle::Critical;
-    const QIcon own = interfacePicture(critical ? QStringLiteral("alertCritical")
-                                                : QStringLiteral("alertWarning"));
-    return QIcon::fromTheme(
-        critical ? QStringLiteral("dialog-error") : QStringLiteral("dialog-warning"), own);
+    return interfacePicture(style == AlertStyle::Critical ? QStringLiteral("alertCritical")
+                                                          : QStringLiteral("quorvantel"));
 }
 
 } // namespace

@@ -258,7 +258,10 @@ void BatchControls::showBars(const WindowState &window)
     m_taskWheel->setVisible(window.goPressed);
     m_taskWheel->setSpinning(task.wheelSpinning && window.stop.offersPause());
     m_percent->setText(task.percent);
-    setElided(*m_actionCaption, task.actionCaption);
+    // A pause may fall between two tools; it is told all the same.
+    const bool paused = window.goPressed && !window.stop.offersPause();
+    setElided(*m_actionCaption,
+              paused ? localizedCapitalized(QStringLiteral("D_action_pause")) : task.actionCaption);
 }
 
 void BatchControls::showBatch(const QString &caption, const QString &timeLeft)

@@ -87,28 +87,34 @@ struct Photographer {
         return picture;
     }
 
-    // Folders are shown as any user's.
-    static void renameHome()
+    // Folders are shown as any user's while the picture is taken.
+    class RenamedHome
     {
-        const QString home = QDir::homePath();
-        const QString shown = QStringLiteral("/home/anna");
-        for (QWidget *widget : QApplication::allWidgets()) {
-            if (auto *field = qobject_cast<QLineEdit *>(widget)) {
-                const QSignalBlocker quiet(field);
-                field->setText(field->text().replace(home, shown));
-            } else if (auto *label = qobject_cast<QLabel *>(widget)) {
-                label->setText(label->text().replace(home, shown));
-            } else if (auto *text = qobject_cast<QTextEdit *>(widget);
-                       text != nullptr && text->toPlainText().contains(home)) {
-                text->setPlainText(text->toPlainText().replace(home, shown));
+    public:
+        RenamedHome() { replaceAll(QDir::homePath(), QStringLiteral("/home/anna")); }
+        ~RenamedHome() { replaceAll(QStringLiteral("/home/anna"), QDir::homePath()); }
+
+    private:
+        static void replaceAll(const QString &from, const QString &to)
+        {
+            for (QWidget *widget : QApplication::allWidgets()) {
+                if (auto *field = qobject_cast<QLineEdit *>(widget)) {
+                    const QSignalBlocker quiet(field);
+                    field->setText(field->text().replace(from, to));
+                } else if (auto *label = qobject_cast<QLabel *>(widget)) {
+                    label->setText(label->text().replace(from, to));
+                } else if (auto *text = qobject_cast<QTextEdit *>(widget);
+                           text != nullptr && text->toPlainText().contains(from)) {
+                    text->setPlainText(text->toPlainText().replace(from, to));
+                }
             }
         }
-    }
+    };
 
     void take(const QString &state, QWidget &window) const
     {
         settle();
-        renameHome();
+        const RenamedHome renamed;
         const QImage picture = together(window).convertToFormat(QImage::Format_RGB888);
         const QString path = folder + QLatin1Char('/') + state + QStringLiteral(".png");
         if (!picture.save(path)) {
@@ -144,11 +150,11 @@ bool takeAll(const Photographer &camera, const QStringList &clips)
     if (!waitFor("the analysis", [&] { return controller.table().count() >= 3; })) {
         return false;
     }
+    window.resize(1180, 720);
     camera.take(QStringLiteral("analysing"), window);
     if (!waitFor("its end", [&] { return controller.isGateOpen(); })) {
         return false;
     }
-    window.resize(1180, 720);
     controller.whichArrayController().row(2).out = 0;
     controller.whichArrayController().row(2).dpi = 1;
     camera.take(QStringLiteral("list"), window);
@@ -170,9 +176,6 @@ bool takeAll(const Photographer &camera, const QStringList &clips)
     controller.iba_taskStopBt(StopControl::pauseSegment);
     camera.take(QStringLiteral("paused"), window);
     controller.iba_taskStopBt(StopControl::pauseSegment);
-    if (!waitFor("the sheets", [&] { return !controller.window().goPressed; })) {
-        return false;
-    }
     takeWithDialog(camera, QStringLiteral("done"), window);
     controller.iba_batchGoBt();
     takeWithDialog(camera, QStringLiteral("question"), window);
@@ -195,6 +198,7 @@ int main(int argc, char **argv)
     Bundle::setMain(Bundle(QStringLiteral(QV_BUILT_BUNDLE)));
     setLanguage(arguments.at(1));
     setLogFolder(QDir::homePath() + QStringLiteral("/logs"));
+    QDir().mkpath(logFolder());
     QDir().mkpath(QDir::homePath() + QStringLiteral("/Movies"));
     Desktop::Launch launch;
     launch.turnOverLogs = [] {};

@@ -98,6 +98,7 @@ TEST_F(BatchControlsTest, ShowsABatchAndItsPause)
     state.stop.images[0] = "btResume";
     m_controls->show(state);
     EXPECT_EQ(stop->name(0), "Resume");
+    EXPECT_EQ(find<QLabel>("taskProgressActionStr")->text(), "Paused");
 }
 
 TEST_F(BatchControlsTest, ElidesALongDestinationButKeepsIt)
