@@ -1,6 +1,7 @@
 #include "shell/desktop.h"
 
 #include "process/tool_environment.h"
+#include "sheet/text_painter.h"
 #include "shell/appearance.h"
 #include "shell/localize_widgets.h"
 #include "support/alerts.h"
@@ -22,6 +23,7 @@ namespace
 {
 
 constexpr int criticalStyle = 2;
+constexpr int fontsDelay = 400; // milliseconds
 
 WindowMemory memoryAt(const QString &file)
 {
@@ -205,9 +207,11 @@ void Desktop::showDestination()
     }
 }
 
+// The sheets' fonts take a tenth of a second to load, which is least felt before anything runs.
 void Desktop::show()
 {
     m_window->show();
+    QTimer::singleShot(fontsDelay, this, prepareTexts);
 }
 
 // ---- from outside
