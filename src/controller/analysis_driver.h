@@ -2,8 +2,8 @@
 
 #include "analysis/analysis_merge.h"
 #include "controller/context.h"
-#include "support/off_thread.h"
 #include "process/tool_run.h"
+#include "support/off_thread.h"
 
 #include <QObject>
 #include <QStringList>

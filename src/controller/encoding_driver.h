@@ -2,10 +2,10 @@
 
 #include "controller/context.h"
 #include "controller/sheet_names.h"
-#include "support/off_thread.h"
 #include "sheet/composer.h"
 #include "sheet/picture_attempts.h"
 #include "support/alerts.h"
+#include "support/off_thread.h"
 
 #include <QElapsedTimer>
 #include <QObject>
