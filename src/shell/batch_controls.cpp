@@ -104,9 +104,24 @@ BatchControls::BatchControls(QWidget *parent)
     for (int out = 0; out < static_cast<int>(m_counts.size()); ++out) {
         m_counts.at(static_cast<size_t>(out)) = offeredCounts(out).last();
     }
+    orderTabs();
     setLayoutIndex(1);
     setPictureChoice(0);
     show(WindowState());
+}
+
+// From top to bottom, as one reads.
+void BatchControls::orderTabs()
+{
+    QList<QWidget *> order{m_folder, m_choose};
+    order += m_layouts->segments();
+    order += m_count;
+    order += m_choices->segments();
+    order += m_go;
+    order += m_stop->segments();
+    for (qsizetype i = 1; i < order.size(); ++i) {
+        setTabOrder(order.at(i - 1), order.at(i));
+    }
 }
 
 void BatchControls::addDestination(QGridLayout &grid)

@@ -63,6 +63,7 @@ private:
     void offerCounts();
     void elideDestination();
     void colorGo();
+    void orderTabs();
     void showStopControl(const WindowState &window);
     void showBars(const WindowState &window);
 

@@ -181,6 +181,15 @@ int SegmentedControl::count() const
     return static_cast<int>(m_group.buttons().size());
 }
 
+QList<QWidget *> SegmentedControl::segments() const
+{
+    QList<QWidget *> all;
+    for (int i = 0; i < count(); ++i) {
+        all.append(m_group.button(i));
+    }
+    return all;
+}
+
 QString SegmentedControl::text(int segment) const
 {
     const QAbstractButton *button = m_group.button(segment);

@@ -2,6 +2,7 @@
 
 #include <QButtonGroup>
 #include <QIcon>
+#include <QList>
 #include <QWidget>
 
 class QHBoxLayout;
@@ -21,6 +22,8 @@ public:
     // Gives the segment's index. The name is what a screen reader says when there is no text.
     int addSegment(const QString &text, const QIcon &icon = {}, const QString &name = {});
     int count() const;
+    // In their order, for the tab order of a window.
+    QList<QWidget *> segments() const;
     QString text(int segment) const;
     void setText(int segment, const QString &text);
     QString name(int segment) const;

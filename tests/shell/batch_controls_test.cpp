@@ -101,6 +101,25 @@ TEST_F(BatchControlsTest, ShowsABatchAndItsPause)
     EXPECT_EQ(find<QLabel>("taskProgressActionStr")->text(), "Paused");
 }
 
+TEST_F(BatchControlsTest, IsWalkedByTabFromTopToBottom)
+{
+    WindowState state;
+    state.goEnabled = true;
+    m_controls->show(state);
+    m_controls->activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(m_controls.get()));
+    find<QLineEdit>("destinationField")->setFocus();
+    QPoint last;
+    for (int steps = 0; m_controls->focusWidget() != find<QPushButton>("goBt"); ++steps) {
+        ASSERT_LT(steps, 12);
+        QTest::keyClick(m_controls->focusWidget(), Qt::Key_Tab);
+        const QPoint place = m_controls->focusWidget()->mapTo(m_controls.get(), QPoint(0, 8));
+        EXPECT_TRUE(place.y() > last.y() + 12 || place.x() > last.x())
+            << m_controls->focusWidget()->metaObject()->className();
+        last = place;
+    }
+}
+
 TEST_F(BatchControlsTest, ElidesALongDestinationButKeepsIt)
 {
     const QString path = "/" + QString("a long name/").repeated(40);
