@@ -1,6 +1,7 @@
 #include "cli/headless_face.h"
 
 #include "sheet/caption_texts.h"
+#include "sheet/layout.h"
 #include "support/numbers.h"
 
 namespace qv
@@ -14,21 +15,6 @@ void tell(const Callback &callback, const Arguments &...arguments)
     if (callback) {
         callback(arguments...);
     }
-}
-
-QString countPreference(SheetLayout layout)
-{
-    switch (layout) {
-    case SheetLayout::Big:
-        return QStringLiteral("prefLimitBig");
-    case SheetLayout::Medium:
-        return QStringLiteral("prefLimitMed");
-    case SheetLayout::Minimum:
-        return QStringLiteral("prefLimitMin");
-    case SheetLayout::Mixed:
-        break;
-    }
-    return QStringLiteral("prefLimitMix");
 }
 
 } // namespace

@@ -165,6 +165,21 @@ int columnsOf(SheetLayout layout)
     return 6;
 }
 
+QString countPreference(SheetLayout layout)
+{
+    switch (layout) {
+    case SheetLayout::Big:
+        return QStringLiteral("prefLimitBig");
+    case SheetLayout::Medium:
+        return QStringLiteral("prefLimitMed");
+    case SheetLayout::Minimum:
+        return QStringLiteral("prefLimitMin");
+    case SheetLayout::Mixed:
+        break;
+    }
+    return QStringLiteral("prefLimitMix");
+}
+
 int wholeRowsCount(SheetLayout layout, int requested)
 {
     return requested > 0 ? requested - requested % columnsOf(layout) : 0;

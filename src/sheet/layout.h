@@ -19,6 +19,8 @@ enum class SheetLayout { Big = 0, Medium = 1, Minimum = 2, Mixed = 3 };
 SheetLayout sheetLayout(int out);
 // Columns of the grid: 2, 3 or 6.
 int columnsOf(SheetLayout layout);
+// The preference that holds a layout's number of stills: "prefLimitBig", ...
+QString countPreference(SheetLayout layout);
 // The count rounded down to whole rows; 0 below one row.
 int wholeRowsCount(SheetLayout layout, int requested);
 

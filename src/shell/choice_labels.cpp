@@ -29,17 +29,7 @@ QStringList pictureChoiceLabels()
 
 QString countPreference(int out)
 {
-    switch (sheetLayout(out)) {
-    case SheetLayout::Big:
-        return QStringLiteral("prefLimitBig");
-    case SheetLayout::Medium:
-        return QStringLiteral("prefLimitMed");
-    case SheetLayout::Minimum:
-        return QStringLiteral("prefLimitMin");
-    case SheetLayout::Mixed:
-        break;
-    }
-    return QStringLiteral("prefLimitMix");
+    return countPreference(sheetLayout(out));
 }
 
 QList<int> offeredCounts(int out)

@@ -1,8 +1,9 @@
 #include "shell/color_well.h"
 
+#include "shell/painted_icon_engine.h"
+
 #include <QColorDialog>
 #include <QGuiApplication>
-#include <QIconEngine>
 #include <QKeyEvent>
 #include <QPainter>
 #include <QPainterPath>
@@ -53,7 +54,7 @@ void drawSwatch(QPainter &painter, const QRectF &rect, const QColor &color, cons
     painter.restore();
 }
 
-class SwatchEngine : public QIconEngine
+class SwatchEngine : public PaintedIconEngine
 {
 public:
     explicit SwatchEngine(std::function<QColor()> color) : m_color(std::move(color)) {}
@@ -64,15 +65,6 @@ public:
         painter->setOpacity(painter->opacity() * (mode == QIcon::Disabled ? 0.5 : 1));
         drawSwatch(*painter, rect, m_color(), QGuiApplication::palette());
         painter->restore();
-    }
-
-    QPixmap pixmap(const QSize &size, QIcon::Mode mode, QIcon::State state) override
-    {
-        QPixmap pixmap(size);
-        pixmap.fill(Qt::transparent);
-        QPainter painter(&pixmap);
-        paint(&painter, QRect(QPoint(), size), mode, state);
-        return pixmap;
     }
 
     QIconEngine *clone() const override { return new SwatchEngine(m_color); }

@@ -1,10 +1,10 @@
 #include "shell/interface_pictures.h"
 
+#include "shell/painted_icon_engine.h"
 #include "support/bundle.h"
 
 #include <QFile>
 #include <QGuiApplication>
-#include <QIconEngine>
 #include <QPainter>
 #include <QPalette>
 #include <QSvgRenderer>
@@ -14,7 +14,7 @@ namespace qv
 namespace
 {
 
-class PictureEngine : public QIconEngine
+class PictureEngine : public PaintedIconEngine
 {
 public:
     explicit PictureEngine(QByteArray svg) : m_svg(std::move(svg)) {}
@@ -29,15 +29,6 @@ public:
             painter->setOpacity(painter->opacity() * 0.5);
         }
         renderer.render(painter, QRectF(rect));
-    }
-
-    QPixmap pixmap(const QSize &size, QIcon::Mode mode, QIcon::State state) override
-    {
-        QPixmap pixmap(size);
-        pixmap.fill(Qt::transparent);
-        QPainter painter(&pixmap);
-        paint(&painter, QRect(QPoint(), size), mode, state);
-        return pixmap;
     }
 
     QIconEngine *clone() const override { return new PictureEngine(m_svg); }
