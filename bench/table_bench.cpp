@@ -49,6 +49,7 @@ public:
     QString layoutLabel(int) const override { return {}; }
     int thumbnailCount(int) const override { return 15; }
     bool captionShown(const QString &) const override { return true; }
+    bool wantsQuickPictures() const override { return false; }
 };
 
 class NoMovies : public qv::MovieFramework

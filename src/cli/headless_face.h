@@ -38,6 +38,7 @@ public:
     QString layoutLabel(int out) const override;
     int thumbnailCount(int out) const override;
     bool captionShown(const QString &caption) const override;
+    bool wantsQuickPictures() const override { return m_options.quick; }
 
 private:
     const Options &m_options;

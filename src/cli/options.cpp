@@ -224,6 +224,9 @@ private:
             "jpg (960 pixels wide) or png (1920). Default: the preference.", "FORMAT");
         add({QStringLiteral("keep")}, "Keeps a sheet that is there already (default).");
         add({QStringLiteral("replace")}, "Replaces a sheet that is there already.");
+        add({QStringLiteral("quick")},
+            "Takes the key picture nearest to each instant, which is much faster. The stamps say "
+            "when the pictures really are.");
         add({QStringLiteral("no-timecode")}, "No time codes on the pictures.");
         add({QStringLiteral("caption")},
             "Captions shown, joined by commas: name, location, date, duration, picture, size, "
@@ -291,6 +294,7 @@ private:
     {
         options.output = value("output");
         options.replace = isSet("replace");
+        options.quick = isSet("quick");
         options.noTimecode = isSet("no-timecode");
         if (options.replace && isSet("keep")) {
             m_error = QStringLiteral("--keep and --replace exclude each other");

@@ -28,6 +28,7 @@ struct Options {
     std::optional<int> count;
     std::optional<int> pictureChoice; // 0 JPEG, 1 PNG
     bool replace = false;
+    bool quick = false; // key pictures near the instants
     bool noTimecode = false;
     std::optional<QSet<QString>> captions; // of captionSwitches()
     QString background;                    // colour texts; empty: the preference

@@ -44,6 +44,15 @@ QString textValue(const QVariant &value)
     return printable(value.toString());
 }
 
+// How the pictures of a sheet that was made were taken.
+QJsonValue roadOf(const SheetOutcome &outcome)
+{
+    if (outcome.status != SheetOutcome::Status::Made) {
+        return QJsonValue::Null;
+    }
+    return outcome.quick ? QStringLiteral("quick") : QStringLiteral("exact");
+}
+
 } // namespace
 
 QString statusWord(SheetOutcome::Status status)
@@ -72,6 +81,7 @@ QJsonObject sheetJson(const SheetOutcome &outcome)
         {QStringLiteral("pictures"), QJsonObject{{QStringLiteral("asked"), outcome.asked},
                                                  {QStringLiteral("drawn"), outcome.drawn}}},
         {QStringLiteral("pictures_moved"), outcome.moved},
+        {QStringLiteral("road"), roadOf(outcome)},
         {QStringLiteral("duration"), std::round(outcome.duration * 1000) / 1000},
         {QStringLiteral("seconds"), outcome.seconds}};
 }

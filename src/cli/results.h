@@ -21,6 +21,7 @@ struct SheetOutcome {
     int asked = 0;
     int moved = 0; // pictures of frames more than two seconds away from their stamps
     int drawn = 0;
+    bool quick = false;  // made of key pictures
     double duration = 0; // seconds of the source
     double seconds = 0;  // that it took
 };

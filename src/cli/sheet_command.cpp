@@ -130,6 +130,7 @@ private:
         outcome.asked = result.picturesAsked;
         outcome.moved = result.picturesMoved;
         outcome.drawn = result.picturesDrawn;
+        outcome.quick = result.isQuick;
         outcome.duration = result.duration;
         outcome.seconds = secondsOnCurrent();
         addRemarks(outcome);

@@ -20,6 +20,7 @@ struct RowResult {
     int picturesAsked = 0;
     int picturesDrawn = 0;
     int picturesMoved = 0; // of frames more than two seconds away from their stamps
+    bool isQuick = false;  // its stills are key pictures, and their stamps say of when
     double duration = 0;   // of the source, seconds
     double seconds = 0;    // that the row took
 };
@@ -68,6 +69,9 @@ public:
     virtual QString layoutLabel(int out) const = 0;
     virtual int thumbnailCount(int out) const = 0;
     virtual bool captionShown(const QString &caption) const = 0;
+    // Whether rows take the key pictures near their instants, which is much faster, instead of the
+    // pictures at them. Asked when a source is analysed and when its row begins.
+    virtual bool wantsQuickPictures() const = 0;
 
     // The file chooser, restricted to these extensions; empty when cancelled.
     virtual QStringList chooseSources(const QString &, const QStringList &) { return {}; }

@@ -63,6 +63,7 @@ public:
     QString layoutLabel(int out) const override;
     int thumbnailCount(int out) const override;
     bool captionShown(const QString &caption) const override;
+    bool wantsQuickPictures() const override { return m_widgets.memory.wantsQuickPictures(); }
     QStringList chooseSources(const QString &title, const QStringList &extensions) override;
     void chooseDestination() override;
     void closeHelp() override { m_widgets.help.close(); }

@@ -66,6 +66,16 @@ void WindowMemory::setLayout(int out)
     m_settings.setValue(QStringLiteral("layout"), out);
 }
 
+bool WindowMemory::wantsQuickPictures() const
+{
+    return m_settings.value(QStringLiteral("quickPictures"), false).toBool();
+}
+
+void WindowMemory::setQuickPictures(bool quick)
+{
+    m_settings.setValue(QStringLiteral("quickPictures"), quick);
+}
+
 QString WindowMemory::appearance() const
 {
     const QString stored = m_settings.value(QStringLiteral("appearance")).toString();

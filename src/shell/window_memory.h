@@ -26,6 +26,8 @@ public:
     void setDrawerWidth(int width);
     int layout() const; // layout index, the medium one when nothing sensible is stored
     void setLayout(int out);
+    bool wantsQuickPictures() const;
+    void setQuickPictures(bool quick);
     QString appearance() const; // "system", "light" or "dark"
     void setAppearance(const QString &appearance);
     QString sourceFolder() const; // where the file chooser was last; empty when unknown

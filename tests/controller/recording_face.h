@@ -17,6 +17,7 @@ public:
     int layout = 1; // three columns
     int dpi = 0;
     int thumbnails = 3;
+    bool quick = false;
     QStringList chosenSources;
 
     QMultiHash<QString, QString> skipped; // each source's reason by its name
@@ -75,6 +76,7 @@ public:
     QString layoutLabel(int out) const override { return "layout " + QString::number(out); }
     int thumbnailCount(int) const override { return thumbnails; }
     bool captionShown(const QString &) const override { return true; }
+    bool wantsQuickPictures() const override { return quick; }
     QStringList chooseSources(const QString &, const QStringList &) override
     {
         return chosenSources;
