@@ -123,6 +123,11 @@ bool endsAsClaimed(const MediaInfoRecord &record, std::optional<double> copied)
     return copied && *copied > -tailTolerance && *copied <= looked + tailTolerance;
 }
 
+bool endsWhereClaimed(const MediaInfoRecord &record, double end)
+{
+    return endsAsClaimed(record, end - std::max(0.0, claimed(record) - tailLength(record)));
+}
+
 double settledDuration(const MediaInfoRecord &record, double measured)
 {
     constexpr double longestFrame = 120;

@@ -41,6 +41,9 @@ std::optional<double> copiedSeconds(const QString &report);
 // Whether the tail run found the end where the record says.
 bool endsAsClaimed(const MediaInfoRecord &record, std::optional<double> copied);
 
+// The same, by the second at which the last packet ends.
+bool endsWhereClaimed(const MediaInfoRecord &record, double end);
+
 // The duration when the last packet begins at `measured` seconds: with the time that the last frame
 // lasts. A claim that is little longer holds.
 double settledDuration(const MediaInfoRecord &record, double measured);

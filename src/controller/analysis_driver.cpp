@@ -3,6 +3,7 @@
 #include "analysis/analysis_merge.h"
 #include "analysis/ffmpeg_probes.h"
 #include "analysis/ffmpeg_report.h"
+#include "analysis/quick_probe.h"
 #include "controller/admission.h"
 #include "controller/preview.h"
 #include "controller/progress_readers.h"
@@ -149,9 +150,7 @@ void AnalysisDriver::analysis()
     }
     if (take(keys::flagFfmpeg)) {
         setFlag(keys::flagParse);
-        // An earlier source's must not be taken for this one's.
-        QFile::remove(analysisFrameFile());
-        launch(ffmpegArguments());
+        describe();
     } else if (take(keys::flagResult) || take(keys::flagParse)) {
         stepParse();
     } else if (take(keys::flagRecord)) {
@@ -165,6 +164,9 @@ void AnalysisDriver::analysis()
 
 void AnalysisDriver::goOnWith(const NextRun &next)
 {
+    if (next.isAskedFor) {
+        return;
+    }
     setFlag(next.isMeasuring ? keys::flagDuration : keys::flagFinish);
     if (next.work) {
         askThen(next.work, [this] { analysisLater(); });
@@ -232,6 +234,7 @@ void AnalysisDriver::chooseSource()
     }
     const QString path = takeFromQueue();
     m_reason.clear();
+    m_isUnsure = false;
     logLine(QStringLiteral("analysis new file   : %1").arg(path));
     store.prefWrite(keys::analysisSource, path);
 }
@@ -261,6 +264,39 @@ void AnalysisDriver::stepBegin()
     // No tool needs to be asked about a file that can't be read.
     refuse(problem);
     setFlag(keys::flagFinish);
+}
+
+void AnalysisDriver::describe()
+{
+    // An earlier source's must not be taken for this one's.
+    QFile::remove(analysisFrameFile());
+    const bool isForced =
+        !m_context.preferences.prefReadString(QStringLiteral("ffFileForceFormatStr")).isEmpty();
+    m_isProbing = !m_isUnsure && !isForced && m_context.face.wantsQuickPictures() && hasQuickTool();
+    launch(m_isProbing ? probeArguments() : ffmpegArguments());
+}
+
+QStringList AnalysisDriver::probeArguments()
+{
+    const QString source = m_context.preferences.prefReadString(keys::analysisSource);
+    m_probePreview = previewPath(source);
+    return quickProbeCommand(source, analysisFrameFile(), m_probePreview, previewWidth,
+                             previewOffsets());
+}
+
+// When the quick tool's word does not do, ffmpeg is asked as if nobody had been asked before.
+bool AnalysisDriver::hasRepeatedExactly(const QString &why)
+{
+    if (!m_isProbing) {
+        return false;
+    }
+    logLine(QStringLiteral("quickThumbs         :-( %1: ffmpeg decides").arg(why));
+    QFile::remove(m_probePreview);
+    m_isUnsure = true;
+    m_isProbing = false;
+    setFlag(keys::flagFfmpeg);
+    analysisLater();
+    return true;
 }
 
 // Ten frames are decoded: their stream header tells the interlacing, the debug report the rest.

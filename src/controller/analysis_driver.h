@@ -57,7 +57,11 @@ private:
     void showCaption();
 
     void stepBegin();
+    void describe();
     QStringList ffmpegArguments() const;
+    QStringList probeArguments();
+    bool hasRepeatedExactly(const QString &why);
+    bool hasProbedTail(const MediaInfoRecord &record) const;
     // Asks tools that are waited for, off this thread; goes on unless the analysis was stopped.
     void askThen(std::function<void()> question, std::function<void()> next);
     void endAsking();
@@ -75,6 +79,7 @@ private:
         QStringList arguments;
         bool isMeasuring = false;
         std::function<void()> work = nullptr; // off this thread, instead of a run
+        bool isAskedFor = false;              // the next step is on its way already
     };
     void goOnWith(const NextRun &next);
     void stepRecord();
@@ -108,6 +113,9 @@ private:
     bool m_posted = false;
     QString m_retained; // the report of the analysis run, in old words and without names
     QString m_interlacing;
+    bool m_isProbing = false; // by the quick tool instead of ffmpeg
+    bool m_isUnsure = false;  // the quick tool's word did not do for the current source
+    QString m_probePreview;   // the preview that it may have made
     DurationCheck m_durationCheck = DurationCheck::None;
     QTimer m_measuringLimit;
     QString m_reason;                             // why the current source makes no row

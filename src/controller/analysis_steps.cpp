@@ -4,6 +4,7 @@
 
 #include "analysis/camcorder_clip.h"
 #include "analysis/ffmpeg_probes.h"
+#include "analysis/quick_probe.h"
 #include "analysis/report_dialect.h"
 #include "analysis/report_text.h"
 #include "controller/preview.h"
@@ -52,6 +53,9 @@ void AnalysisDriver::stepParse()
 {
     const QString source = m_context.preferences.prefReadString(keys::analysisSource);
     const ReportVerdict verdict = verdictOnReport();
+    if (!verdict.problem.isNull() && hasRepeatedExactly(verdict.problem)) {
+        return;
+    }
     if (!verdict.mayBeMovie) {
         endParse(verdict.problem);
         return;
@@ -89,6 +93,10 @@ AnalysisDriver::ReportVerdict AnalysisDriver::verdictOnReport()
     m_retained = reportWithoutNames(inOldWords(output), source);
     if (run.outcome.ending == ToolOutcome::Ending::Hung) {
         return {QStringLiteral("ffmpeg %1").arg(outcomeText(run.outcome))};
+    }
+    if (m_isProbing &&
+        (run.outcome.ending != ToolOutcome::Ending::Exited || run.outcome.exitCode != 0)) {
+        return {QStringLiteral("it %1").arg(outcomeText(run.outcome))};
     }
     if (isFfmpegSuccess(m_retained)) {
         return {};
@@ -187,6 +195,9 @@ AnalysisDriver::NextRun AnalysisDriver::runAfter(const Findings &findings, bool 
     const QString source = findings.sourcePath;
     auto merged = analysisMerge(findings, byMovieFramework ? Road::MovieFramework : Road::Ffmpeg);
     if (!merged) {
+        if (hasRepeatedExactly(QStringLiteral("nothing to be shown"))) {
+            return {{}, false, nullptr, true};
+        }
         refuseUndescribed(source);
         return {};
     }
@@ -198,8 +209,22 @@ AnalysisDriver::NextRun AnalysisDriver::runAfter(const Findings &findings, bool 
         return previewOf(merged->record);
     }
     m_durationCheck = durationCheck(merged->record, merged->clues);
-    return m_durationCheck == DurationCheck::None ? previewOf(merged->record)
-                                                  : measure(merged->record);
+    if (m_durationCheck == DurationCheck::Tail && hasProbedTail(merged->record)) {
+        m_durationCheck = DurationCheck::None;
+    }
+    if (m_durationCheck == DurationCheck::None) {
+        return previewOf(merged->record);
+    }
+    // It may stand elsewhere in a source of another length.
+    QFile::remove(m_probePreview);
+    return measure(merged->record);
+}
+
+// Whether the quick tool met the end where it is claimed to be.
+bool AnalysisDriver::hasProbedTail(const MediaInfoRecord &record) const
+{
+    const auto end = m_isProbing ? quickTail(m_retained) : std::nullopt;
+    return end && endsWhereClaimed(record, *end);
 }
 
 void AnalysisDriver::refuseUndescribed(const QString &source)
@@ -260,7 +285,8 @@ AnalysisDriver::NextRun AnalysisDriver::previewOf(MediaInfoRecord record)
 {
     PreferencesStore &store = m_context.preferences;
     const QString source = store.prefReadString(keys::analysisSource);
-    const QString picture = previewPath(source);
+    const bool isMade = m_isProbing && fileExists(m_probePreview);
+    const QString picture = isMade ? m_probePreview : previewPath(source);
     store.prefWrite(keys::previewPath, picture);
     if (!record.contains(QStringLiteral("v0_fields")) && !m_interlacing.isNull()) {
         record.insert(QStringLiteral("v0_fields"), m_interlacing);
@@ -271,6 +297,9 @@ AnalysisDriver::NextRun AnalysisDriver::previewOf(MediaInfoRecord record)
         return {{}, false, [this, source, picture, height] {
                     m_context.movies.thumbnail(source, previewWidth, height, 0, picture);
                 }};
+    }
+    if (isMade) {
+        return {};
     }
     return {previewArguments(record, source, picture, PreviewFrame::Intra), false};
 }

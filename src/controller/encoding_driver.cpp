@@ -1,5 +1,6 @@
 #include "controller/encoding_driver.h"
 
+#include "analysis/quick_probe.h"
 #include "controller/store_keys.h"
 #include "process/tool_environment.h"
 #include "sheet/composer.h"
@@ -243,7 +244,9 @@ void EncodingDriver::encProcesses()
         setChild(QStringLiteral("encVPostDeb"), 1);
         goOn();
     } else if (isDue(QStringLiteral("appkyThQt"))) {
-        launchMovieFramework();
+        launchOneRun();
+    } else if (hasQuickFailed()) {
+        takeExactPictures();
     } else if (continuePictures()) {
         return;
     } else if (isDue(QStringLiteral("appkyDisplay"))) {
@@ -274,6 +277,8 @@ void EncodingDriver::startRow()
     m_row.dpi = intIn(work, QStringLiteral("dpi")).value_or(item != nullptr ? item->dpi : 0);
     logLine(QStringLiteral("out                 = %1 (%2)")
                 .arg(QString::number(m_row.out), m_context.face.layoutLabel(m_row.out)));
+    m_row.isQuick = m_context.face.wantsQuickPictures() && hasQuickTool() &&
+                    intIn(work, QStringLiteral("decSkip")).value_or(0) == 0;
     m_row.sheet = sheetPath(m_row.source, m_row.dpi);
     m_row.stills = stillsFolder();
     setChild(QStringLiteral("dstPathStr"), m_row.stills);
@@ -378,11 +383,20 @@ bool EncodingDriver::hasFreeSpace()
     return false;
 }
 
+QVariantMap EncodingDriver::planInput() const
+{
+    QVariantMap input = m_context.preferences.prefReadDico(keys::work).toMap();
+    input.insert(QStringLiteral("thNumberInt"), m_context.face.thumbnailCount(m_row.out));
+    if (m_row.isQuick) {
+        input.insert(QStringLiteral("quick"), 1);
+    }
+    return input;
+}
+
 // Plans the stills; the plan's entries in the store make the next steps due.
 void EncodingDriver::runPlan()
 {
-    QVariantMap plan = m_context.preferences.prefReadDico(keys::work).toMap();
-    plan.insert(QStringLiteral("thNumberInt"), m_context.face.thumbnailCount(m_row.out));
+    const QVariantMap plan = planInput();
     encodage(m_row.out, Bundle::main().version(), plan, m_context.preferences);
     const QVariant display = child(QStringLiteral("appkyDisplay"));
     if (!display.isValid()) {

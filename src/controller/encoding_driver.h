@@ -8,6 +8,7 @@
 #include "support/off_thread.h"
 
 #include <QElapsedTimer>
+#include <QMap>
 #include <QObject>
 #include <QSet>
 #include <QStringList>
@@ -74,12 +75,18 @@ private:
     bool mayReplace(const QString &sheet);
     bool hasFreeSpace();
     void runPlan();
-    void launchMovieFramework();
+    void launchOneRun();
+    QVariantMap planInput() const;
+    QString instantsText() const;
+    bool hasQuickFailed() const;
+    void takeExactPictures();
+    void noteQuickInstants();
     bool continuePictures();
     bool hasRetried();
     bool failsRun(const RunReport &run, const QString &what);
     bool hasBroughtNearer();
     void noteInstant();
+    QMap<int, double> toldInstants() const;
     void noteMovieInstants();
     void noteShown(int index, double shown, double stamp);
     void launchNextPicture();
@@ -132,7 +139,8 @@ private:
         int drawn = 0;
         int hungRuns = 0;
         bool byMovieFramework = false;
-        bool canSeek = true; // until ffmpeg says that it can't
+        bool isQuick = false; // its stills are key pictures, taken in one run
+        bool canSeek = true;  // until ffmpeg says that it can't
         bool seeksToKeys = true;
         QSet<int> moved;     // indices of stills whose frames are far from their stamps
         double interval = 0; // seconds between two stills

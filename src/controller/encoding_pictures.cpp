@@ -52,18 +52,15 @@ int lowestIndex(const QVariantMap &pending)
 
 } // namespace
 
-// All stills in one run of the movie framework's tool.
-void EncodingDriver::launchMovieFramework()
+// All stills in one run of the movie framework's tool, or of the one that takes key pictures.
+void EncodingDriver::launchOneRun()
 {
     takeChild(QStringLiteral("appkyThQt"));
-    m_row.byMovieFramework = true;
+    m_row.byMovieFramework = !m_row.isQuick;
     const QVariantMap display = child(QStringLiteral("appkyDisplay")).toMap();
-    const QVariantMap timecodes = mapIn(display, QStringLiteral("timecode"));
-    QStringList instants;
-    for (int i = 0; i < timecodes.size(); ++i) {
-        instants.append(stringIn(timecodes, QString::number(i)));
-    }
-    const QStringList arguments{Bundle::main().toolPath(QStringLiteral("qtThumbs")),
+    const QStringList arguments{Bundle::main().toolPath(m_row.isQuick
+                                                            ? QStringLiteral("quickThumbs")
+                                                            : QStringLiteral("qtThumbs")),
                                 QStringLiteral("-i"),
                                 m_row.source,
                                 QStringLiteral("-w"),
@@ -71,29 +68,93 @@ void EncodingDriver::launchMovieFramework()
                                 QStringLiteral("-h"),
                                 QString::number(intIn(display, QStringLiteral("hTh")).value_or(0)),
                                 QStringLiteral("-tc"),
-                                instants.join(QLatin1Char('-')),
+                                instantsText(),
                                 QStringLiteral("-y"),
                                 QStringLiteral("-o"),
                                 m_row.stills};
     constexpr float percent = 100;
     m_context.taskSlots.tasklauncherStart(arguments, percent, PercentageQuiet, {true, true, true},
                                           false);
+    // The tool works now; the composer's fonts can be loaded meanwhile.
+    QMetaObject::invokeMethod(this, prepareTexts, Qt::QueuedConnection);
 }
 
-// The tool tells the frames that it took:
-//   image          : 3 12.480
-void EncodingDriver::noteMovieInstants()
+// "0:00:10-0:01:15"; to the millisecond for key pictures, which are told apart by it.
+QString EncodingDriver::instantsText() const
 {
-    static const QRegularExpression told(QStringLiteral("image +: (\\d+) ([\\d.]+)\\b"));
-    const QVariantMap timecodes =
-        mapIn(child(QStringLiteral("appkyDisplay")).toMap(), QStringLiteral("timecode"));
+    QStringList instants;
+    for (const PlannedPicture &picture : planExtraction(m_row.out, planInput()).pictures) {
+        instants.append(m_row.isQuick ? float2TimecodeStr(picture.time, 3) : picture.timecode);
+    }
+    return instants.join(u'-');
+}
+
+// Some picture has not come out of the quick run, which is over.
+bool EncodingDriver::hasQuickFailed() const
+{
+    if (!m_row.isQuick || !isDue(QStringLiteral("appkyDisplay"))) {
+        return false;
+    }
+    for (int i = 0; i < m_row.asked; ++i) {
+        if (!hasArrived(pictureFile(m_row.stills, i))) {
+            return true;
+        }
+    }
+    return false;
+}
+
+void EncodingDriver::takeExactPictures()
+{
+    const QString what = QStringLiteral("quickThumbs %1")
+                             .arg(outcomeText(m_context.taskSlots.lastEncodingRun().outcome));
+    logLine(QStringLiteral("quick pictures      :-( %1: each is taken by ffmpeg").arg(what));
+    if (const auto cause = outerCause()) {
+        failRow(*cause);
+        return;
+    }
+    m_row.isQuick = false;
+    takeChild(QStringLiteral("appkyDisplay"));
+    runPlan();
+}
+
+// Key pictures carry the stamps of when they are.
+void EncodingDriver::noteQuickInstants()
+{
+    QVariantMap display = child(QStringLiteral("appkyDisplay")).toMap();
+    QVariantMap timecodes = mapIn(display, QStringLiteral("timecode"));
+    const QMap<int, double> told = toldInstants();
+    for (auto it = told.begin(); it != told.end(); ++it) {
+        if (timecodes.contains(QString::number(it.key()))) {
+            timecodes.insert(QString::number(it.key()), float2TimecodeStr(it.value(), 0));
+        }
+    }
+    display.insert(QStringLiteral("timecode"), timecodes);
+    setChild(QStringLiteral("appkyDisplay"), display);
+}
+
+// The tools tell the frames that they took:
+//   image          : 3 12.480
+QMap<int, double> EncodingDriver::toldInstants() const
+{
+    static const QRegularExpression told(QStringLiteral("image +: (\\d{1,5}) ([\\d.]+)\\b"));
+    QMap<int, double> instants;
     auto match = told.globalMatch(m_context.taskSlots.lastEncodingRun().tail);
     while (match.hasNext()) {
         const QRegularExpressionMatch line = match.next();
-        const QString stamp = stringIn(timecodes, line.captured(1));
+        instants.insert(intValue(line.captured(1)), doubleValue(line.captured(2)));
+    }
+    return instants;
+}
+
+void EncodingDriver::noteMovieInstants()
+{
+    const QVariantMap timecodes =
+        mapIn(child(QStringLiteral("appkyDisplay")).toMap(), QStringLiteral("timecode"));
+    const QMap<int, double> told = toldInstants();
+    for (auto it = told.begin(); it != told.end(); ++it) {
+        const QString stamp = stringIn(timecodes, QString::number(it.key()));
         if (!stamp.isNull()) {
-            noteShown(intValue(line.captured(1)), doubleValue(line.captured(2)),
-                      double(timecodeStr2Float(stamp)));
+            noteShown(it.key(), it.value(), double(timecodeStr2Float(stamp)));
         }
     }
 }

@@ -35,6 +35,8 @@ void EncodingDriver::composeRow()
 {
     if (m_row.byMovieFramework) {
         noteMovieInstants();
+    } else if (m_row.isQuick) {
+        noteQuickInstants();
     }
     QDir(m_row.stills).mkdir(lastPathComponent(growingSheetFolder()));
     prepareTexts(); // fonts are loaded by this thread
@@ -216,6 +218,7 @@ void EncodingDriver::report(RowResult::Status status)
     result.reason = status == RowResult::Status::Made ? QString() : m_row.reason;
     result.picturesAsked = m_row.asked;
     result.picturesDrawn = m_row.drawn;
+    result.isQuick = m_row.isQuick;
     result.picturesMoved = static_cast<int>(m_row.moved.size());
     result.duration = m_row.duration;
     result.seconds = static_cast<double>(m_row.clock.elapsed()) / 1000;

@@ -23,7 +23,7 @@ constexpr int stemLimit = 220;
 QString startOffset(const MediaInfoRecord &record)
 {
     const double duration = numberIn(record, QStringLiteral("w_duration")).value_or(0);
-    for (const int offset : {120, 60, 10}) {
+    for (const int offset : previewOffsets()) {
         if (duration > offset) {
             return QString::number(offset);
         }
@@ -32,6 +32,11 @@ QString startOffset(const MediaInfoRecord &record)
 }
 
 } // namespace
+
+QList<int> previewOffsets()
+{
+    return {120, 60, 10, 0};
+}
 
 float previewAspect(const MediaInfoRecord &record)
 {

@@ -2,6 +2,7 @@
 
 #include "analysis/media_info_record.h"
 
+#include <QList>
 #include <QString>
 #include <QStringList>
 
@@ -19,6 +20,9 @@ int previewHeight(float aspect);
 
 // A free path for it in the temporary folder, named after the source.
 QString previewPath(const QString &sourcePath);
+
+// Seconds from the start at which the preview is taken: the first that the source is longer than.
+QList<int> previewOffsets();
 
 enum class PreviewFrame { Intra, Any, AnyAtStart };
 // The ffmpeg run that makes it, from somewhere inside the film, or without any seek.

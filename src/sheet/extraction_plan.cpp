@@ -110,7 +110,7 @@ PlannedPicture plannedPicture(const ExtractionPlan &plan, const Source &source, 
     picture.index = index;
     picture.time = instantOf(index, plan.interval);
     picture.timecode = float2TimecodeStr(picture.time, 0);
-    if (!plan.byMovieFramework) {
+    if (!plan.inOneRun) {
         picture.arguments = toolArguments(source, picture.time, index);
     }
     return picture;
@@ -178,7 +178,7 @@ void storePlan(const ExtractionPlan &plan, const QVariantMap &input, Preferences
     if (!commands.isEmpty()) {
         store.prefWriteChildDico(workingKey, QStringLiteral("appkyThFf"), commands);
     }
-    if (plan.byMovieFramework && plan.count > 0) {
+    if (plan.inOneRun && plan.count > 0) {
         store.prefWriteChildDico(workingKey, QStringLiteral("appkyThQt"), 1);
     }
     store.prefWriteChildDico(workingKey, QStringLiteral("appkyDisplay"), displayOf(plan, input));
@@ -194,7 +194,8 @@ ExtractionPlan planExtraction(int out, const QVariantMap &input)
     plan.count = wholeRowsCount(layout, requestedCount(input));
     plan.size = sizeOf(input);
     plan.interval = plan.count > 0 ? static_cast<double>(sourceDuration(input)) / plan.count : 0;
-    plan.byMovieFramework = flagIn(input, QStringLiteral("decSkip"));
+    plan.inOneRun =
+        flagIn(input, QStringLiteral("decSkip")) || flagIn(input, QStringLiteral("quick"));
 
     const Source source{stringIn(input, QStringLiteral("srcPathStr")),
                         stringIn(input, QStringLiteral("dstPathStr")),

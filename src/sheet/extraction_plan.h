@@ -20,20 +20,21 @@ struct PlannedPicture {
     int index = 0;
     double time = 0;       // seconds from the start of the source
     QString timecode;      // "0:01:15"
-    QStringList arguments; // tool first; empty on the movie-framework road
+    QStringList arguments; // tool first; empty when one run takes all
 };
 
 struct ExtractionPlan {
     int columns = 0;
     int count = 0;
     StillSize size;
-    double interval = 0; // seconds
-    bool byMovieFramework = false;
+    double interval = 0;   // seconds
+    bool inOneRun = false; // by a tool that takes all of them
     std::vector<PlannedPicture> pictures;
 };
 
 // The plan of a source, from its record and working entries (srcPathStr, dstPathStr, v0_width,
-// v0_height, w_duration, v0_dar, thNumberInt, v0_fields, intraFailure, decSkip). Touches nothing.
+// v0_height, w_duration, v0_dar, thNumberInt, v0_fields, intraFailure, decSkip, quick). Touches
+// nothing.
 ExtractionPlan planExtraction(int out, const QVariantMap &input);
 
 // Plans, empties and recreates the stills folder "dstPathStr", and stores the plan in the child

@@ -1,11 +1,11 @@
 // Takes pictures out of films, and tells what it knows of them, by GStreamer. It runs as a child of
 // the application, so that whatever a broken film does to a decoder happens here.
 
-#include "qt_thumbs/arguments.h"
 #include "qt_thumbs/decoders.h"
 #include "qt_thumbs/pictures.h"
 #include "qt_thumbs/probe.h"
-#include "qt_thumbs/watchdog.h"
+#include "thumbs/arguments.h"
+#include "thumbs/watchdog.h"
 
 #include <gst/gst.h>
 
@@ -32,12 +32,13 @@ bool answer(const qv::Request &request)
 
 int main(int argc, char **argv)
 {
-    const auto request = qv::parseArguments({argv + 1, argv + argc});
+    const auto request = qv::parseArguments({argv + 1, argv + argc}, qv::Tool::Movie);
     if (!request) {
-        std::fprintf(stderr, "qtThumbs: %s\n%s", request.error().c_str(), qv::usage);
+        std::fprintf(stderr, "qtThumbs: %s\n%s", request.error().c_str(),
+                     qv::usage(qv::Tool::Movie));
         return 2;
     }
-    qv::watchdog::start();
+    qv::watchdog::start("qtThumbs");
     GError *error = nullptr;
     if (gst_init_check(nullptr, nullptr, &error) == FALSE) {
         std::fprintf(stderr, "qtThumbs: %s\n", error != nullptr ? error->message : "no GStreamer");

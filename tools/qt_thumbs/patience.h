@@ -1,6 +1,6 @@
 #pragma once
 
-#include "qt_thumbs/watchdog.h"
+#include "thumbs/watchdog.h"
 
 #include <ctime>
 

@@ -1,27 +1,12 @@
 #pragma once
 
 #include "qt_thumbs/movie.h"
+#include "thumbs/picture.h"
 
-#include <cstdint>
 #include <optional>
-#include <vector>
 
 namespace qv
 {
-
-// 8-bit RGB, full range, rows without padding.
-struct Picture {
-    int width = 0;
-    int height = 0;
-    std::vector<std::uint8_t> pixels;
-
-    std::size_t stride() const { return static_cast<std::size_t>(width) * 3; }
-    std::uint8_t *row(int y) { return pixels.data() + static_cast<std::size_t>(y) * stride(); }
-    const std::uint8_t *row(int y) const
-    {
-        return pixels.data() + static_cast<std::size_t>(y) * stride();
-    }
-};
 
 // The frame as it is looked at: turned upright, without comb lines, scaled to exactly that size
 // whatever its aspect. Nothing when its format can't be converted.

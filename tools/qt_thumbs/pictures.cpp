@@ -2,13 +2,11 @@
 
 #include "qt_thumbs/frame_finder.h"
 #include "qt_thumbs/picture.h"
-#include "qt_thumbs/picture_writer.h"
-#include "qt_thumbs/watchdog.h"
+#include "thumbs/picture_files.h"
+#include "thumbs/picture_writer.h"
+#include "thumbs/watchdog.h"
 
-#include <cerrno>
 #include <cstdio>
-#include <cstring>
-#include <sys/stat.h>
 
 namespace qv
 {
@@ -21,21 +19,15 @@ constexpr int mostBreakdowns = 3;
 constexpr double overallLimit = 300;
 constexpr double limitPerPicture = 10;
 
-bool isFolder(const std::string &path)
-{
-    struct stat facts {
-    };
-    return ::stat(path.c_str(), &facts) == 0 && S_ISDIR(facts.st_mode);
-}
-
 class PictureRun
 {
 public:
-    explicit PictureRun(const PicturesRequest &request) : m_request(request) {}
+    explicit PictureRun(const PicturesRequest &request) : m_request(request), m_files(request) {}
 
     bool run()
     {
-        if (!prepareFolder()) {
+        if (const std::string problem = m_files.prepare(); !problem.empty()) {
+            std::fprintf(stderr, "qtThumbs: %s\n", problem.c_str());
             return false;
         }
         for (std::size_t i = 0; i < m_request.instants.size(); ++i) {
@@ -51,17 +43,6 @@ public:
     }
 
 private:
-    bool prepareFolder()
-    {
-        const std::string &base = m_request.destination;
-        m_intoFolder = isFolder(base) || m_request.instants.size() > 1;
-        if (m_intoFolder && !isFolder(base) && ::mkdir(base.c_str(), 0777) != 0) {
-            std::fprintf(stderr, "qtThumbs: %s: %s\n", base.c_str(), std::strerror(errno));
-            return false;
-        }
-        return true;
-    }
-
     // Empty, or why there is none.
     std::string make(std::size_t index)
     {
@@ -85,7 +66,7 @@ private:
         if (!picture) {
             return "a format that can't be shown";
         }
-        std::string problem = writePicture(*picture, pathOf(index), m_request.overwrite);
+        std::string problem = writePicture(*picture, m_files.pathOf(index), m_request.overwrite);
         if (problem.empty()) {
             std::printf("image          : %zu %.3f\n", index, frame->begin);
         }
@@ -116,22 +97,12 @@ private:
         return {};
     }
 
-    std::string pathOf(std::size_t index) const
-    {
-        if (!m_intoFolder) {
-            return m_request.destination;
-        }
-        char name[32];
-        std::snprintf(name, sizeof name, "/img%02zu.jpg", index);
-        return m_request.destination + name;
-    }
-
     const PicturesRequest &m_request;
+    PictureFiles m_files;
     std::unique_ptr<Movie> m_movie;
     double m_end = watchdog::now() + overallLimit +
                    limitPerPicture * static_cast<double>(m_request.instants.size());
     int m_breakdowns = 0;
-    bool m_intoFolder = false;
     bool m_allMade = true;
 };
 

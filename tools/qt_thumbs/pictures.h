@@ -1,6 +1,6 @@
 #pragma once
 
-#include "qt_thumbs/arguments.h"
+#include "thumbs/arguments.h"
 
 namespace qv
 {

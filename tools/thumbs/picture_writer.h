@@ -1,6 +1,6 @@
 #pragma once
 
-#include "qt_thumbs/picture.h"
+#include "thumbs/picture.h"
 
 #include <string>
 

@@ -1,4 +1,4 @@
-#include "qt_thumbs/watchdog.h"
+#include "thumbs/watchdog.h"
 
 #include <atomic>
 #include <chrono>
@@ -17,6 +17,7 @@ constexpr double tickSeconds = 0.05;
 std::atomic<int> g_ticks = 0;
 std::atomic<int> g_limit = 0;
 std::atomic<const char *> g_doing = "starting";
+const char *g_tool = "";
 
 // Each wake counts one tick however long the process was stopped meanwhile.
 [[noreturn]] void watch()
@@ -24,7 +25,7 @@ std::atomic<const char *> g_doing = "starting";
     while (true) {
         std::this_thread::sleep_for(tick);
         if (++g_ticks > g_limit) {
-            std::fprintf(stderr, "qtThumbs: gave up, no end of: %s\n", g_doing.load());
+            std::fprintf(stderr, "%s: gave up, no end of: %s\n", g_tool, g_doing.load());
             ::_exit(1);
         }
     }
@@ -32,8 +33,9 @@ std::atomic<const char *> g_doing = "starting";
 
 } // namespace
 
-void start()
+void start(const char *tool)
 {
+    g_tool = tool;
     allow(60, "starting");
     std::thread(watch).detach();
 }

@@ -5,7 +5,8 @@
 namespace qv::watchdog
 {
 
-void start();
+// `tool` is its name for messages, a literal.
+void start(const char *tool);
 
 // Seconds that the process has been running since start().
 double now();

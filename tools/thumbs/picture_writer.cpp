@@ -1,4 +1,4 @@
-#include "qt_thumbs/picture_writer.h"
+#include "thumbs/picture_writer.h"
 
 #include <algorithm>
 #include <cctype>
@@ -45,11 +45,12 @@ bool compress(const Picture &picture, unsigned char *&bytes, unsigned long &size
     jpeg_mem_dest(&codec, &bytes, &size);
     codec.image_width = static_cast<JDIMENSION>(picture.width);
     codec.image_height = static_cast<JDIMENSION>(picture.height);
-    codec.input_components = 3;
-    codec.in_color_space = JCS_RGB;
+    codec.input_components = static_cast<int>(picture.pixelSize());
+    codec.in_color_space = picture.order == Picture::Pixels::Rgb ? JCS_RGB : JCS_EXT_BGRX;
     jpeg_set_defaults(&codec);
     jpeg_set_quality(&codec, 100, TRUE);
-    codec.comp_info[0].h_samp_factor = codec.comp_info[0].v_samp_factor = 1; // colour as fine
+    codec.comp_info[0].h_samp_factor = codec.comp_info[0].v_samp_factor =
+        picture.hasFineColours ? 1 : 2;
     jpeg_start_compress(&codec, TRUE);
     while (codec.next_scanline < codec.image_height) {
         JSAMPROW line = const_cast<JSAMPROW>(picture.row(static_cast<int>(codec.next_scanline)));
@@ -72,8 +73,22 @@ Bytes jpegOf(const Picture &picture)
     return jpeg;
 }
 
+Picture withoutFiller(const Picture &picture)
+{
+    Picture plain{picture.width, picture.height, {}};
+    plain.pixels.reserve(plain.stride() * static_cast<std::size_t>(plain.height));
+    for (std::size_t at = 0; at + 4 <= picture.pixels.size(); at += 4) {
+        const std::uint8_t *pixel = picture.pixels.data() + at;
+        plain.pixels.insert(plain.pixels.end(), {pixel[2], pixel[1], pixel[0]});
+    }
+    return plain;
+}
+
 Bytes pngOf(const Picture &picture)
 {
+    if (picture.order == Picture::Pixels::Bgrx) {
+        return pngOf(withoutFiller(picture));
+    }
     png_image image{};
     image.version = PNG_IMAGE_VERSION;
     image.width = static_cast<png_uint_32>(picture.width);

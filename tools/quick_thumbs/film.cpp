@@ -1,0 +1,264 @@
+#include "quick_thumbs/film.h"
+
+#include "thumbs/watchdog.h"
+
+#include <cmath>
+#include <cstring>
+#include <string_view>
+
+namespace qv
+{
+namespace
+{
+
+constexpr double openLimit = 30;
+constexpr double readLimit = 20;
+
+// Lists that lead to other files, and what is no film.
+bool isList(std::string_view format)
+{
+    for (const std::string_view name : {"hls", "dash", "concat", "sdp", "rtsp", "image2", "imf"}) {
+        if (format == name) {
+            return true;
+        }
+    }
+    return false;
+}
+
+// Whether the streams are known as soon as the header has been read.
+bool hasHeader(const AVFormatContext &format)
+{
+    return (format.ctx_flags & AVFMTCTX_NOHEADER) == 0;
+}
+
+AVStream *streamOfId(const AVFormatContext &format, const AVStream &wanted)
+{
+    const auto index = static_cast<unsigned>(wanted.index);
+    if (index >= format.nb_streams) {
+        return nullptr;
+    }
+    AVStream *stream = format.streams[index];
+    const bool isTheSame = stream->id == wanted.id &&
+                           stream->codecpar->codec_id == wanted.codecpar->codec_id &&
+                           av_cmp_q(stream->time_base, wanted.time_base) == 0;
+    return isTheSame ? stream : nullptr;
+}
+
+bool isLarger(const AVStream &a, const AVStream &b)
+{
+    // In this order of weight: one that has packets, the file's own choice, the size.
+    const auto score = [](const AVStream &stream) {
+        const AVCodecParameters &codec = *stream.codecpar;
+        const bool isCover = (stream.disposition & AV_DISPOSITION_ATTACHED_PIC) != 0;
+        const bool isDefault = (stream.disposition & AV_DISPOSITION_DEFAULT) != 0;
+        return std::int64_t{codec.width} * codec.height +
+               ((stream.event_flags & AVSTREAM_EVENT_FLAG_NEW_PACKETS) != 0 ? 100'000'000 : 0) +
+               (isDefault ? 5'000'000 : 0) - (isCover ? std::int64_t{1} << 40 : 0);
+    };
+    return score(a) > score(b);
+}
+
+} // namespace
+
+std::string errorText(int error)
+{
+    char text[AV_ERROR_MAX_STRING_SIZE] = {};
+    av_strerror(error, text, sizeof text);
+    return text;
+}
+
+AVStream *shownStream(const AVFormatContext &format)
+{
+    AVStream *shown = nullptr;
+    for (unsigned i = 0; i < format.nb_streams; ++i) {
+        AVStream &stream = *format.streams[i];
+        if (stream.codecpar->codec_type == AVMEDIA_TYPE_VIDEO &&
+            (shown == nullptr || isLarger(stream, *shown))) {
+            shown = &stream;
+        }
+    }
+    const bool moves = shown != nullptr && (shown->disposition & AV_DISPOSITION_ATTACHED_PIC) == 0;
+    return moves ? shown : nullptr;
+}
+
+tl::expected<FormatPtr, std::string> openedFormat(const std::string &path, int debug)
+{
+    AVFormatContext *input = avformat_alloc_context();
+    input->debug = debug;
+    AVDictionary *options = nullptr;
+    av_dict_set(&options, "protocol_whitelist", "file", 0);
+    av_dict_set(&options, "scan_all_pmts", "1", 0);
+    watchdog::allow(openLimit, "opening the file");
+    const int opened = avformat_open_input(&input, ("file:" + path).c_str(), nullptr, &options);
+    av_dict_free(&options);
+    if (opened < 0) {
+        return tl::make_unexpected(errorText(opened));
+    }
+    FormatPtr format(input);
+    if (isList(format->iformat->name)) {
+        return tl::make_unexpected(std::string("a list of other files"));
+    }
+    return format;
+}
+
+tl::expected<std::unique_ptr<Film>, std::string> Film::open(const std::string &path,
+                                                            const Film *first)
+{
+    auto format = openedFormat(path);
+    if (!format) {
+        return tl::make_unexpected(format.error());
+    }
+    if (first != nullptr && hasHeader(**format)) {
+        std::unique_ptr<Film> film(new Film(std::move(*format)));
+        if (film->takeOver(*first)) {
+            return film;
+        }
+        format = std::move(film->m_format);
+    }
+    if (const int found = avformat_find_stream_info(format->get(), nullptr); found < 0) {
+        return tl::make_unexpected(errorText(found));
+    }
+    return of(std::move(*format));
+}
+
+tl::expected<std::unique_ptr<Film>, std::string> Film::of(FormatPtr format)
+{
+    std::unique_ptr<Film> film(new Film(std::move(format)));
+    if (!film->lookForVideo()) {
+        return tl::make_unexpected(std::string("no video"));
+    }
+    return film;
+}
+
+bool Film::takeOver(const Film &first)
+{
+    m_video = streamOfId(*m_format, first.video());
+    m_parameters = first.m_parameters;
+    m_start = first.m_start;
+    readOnlyVideo();
+    return m_video != nullptr;
+}
+
+bool Film::lookForVideo()
+{
+    m_video = shownStream(*m_format);
+    m_parameters = m_video;
+    const std::int64_t start = m_format->start_time;
+    m_start = start == AV_NOPTS_VALUE ? 0 : static_cast<double>(start) / AV_TIME_BASE;
+    readOnlyVideo();
+    return m_video != nullptr;
+}
+
+void Film::readOnlyVideo()
+{
+    for (unsigned i = 0; i < m_format->nb_streams; ++i) {
+        AVStream *stream = m_format->streams[i];
+        stream->discard = stream == m_video ? AVDISCARD_DEFAULT : AVDISCARD_ALL;
+    }
+}
+
+double Film::duration() const
+{
+    const std::int64_t ticks = m_format->duration;
+    return ticks > 0 ? static_cast<double>(ticks) / AV_TIME_BASE : 0;
+}
+
+bool Film::seek(double instant)
+{
+    return seek(instant, AVSEEK_FLAG_BACKWARD);
+}
+
+bool Film::seekToAny(double instant)
+{
+    for (unsigned i = 0; i < m_format->nb_streams; ++i) {
+        AVStream *stream = m_format->streams[i];
+        const AVMediaType type = stream->codecpar->codec_type;
+        const bool isCover = (stream->disposition & AV_DISPOSITION_ATTACHED_PIC) != 0;
+        const bool isRead = type == AVMEDIA_TYPE_AUDIO || (type == AVMEDIA_TYPE_VIDEO && !isCover);
+        stream->discard = isRead ? AVDISCARD_DEFAULT : AVDISCARD_ALL;
+    }
+    return seek(instant, AVSEEK_FLAG_BACKWARD | AVSEEK_FLAG_ANY);
+}
+
+bool Film::seek(double instant, int flags)
+{
+    watchdog::allow(readLimit, "seeking");
+    m_isAtEnd = false;
+    const double ticks = (instant + m_start) / av_q2d(m_video->time_base);
+    return av_seek_frame(m_format.get(), m_video->index, std::llround(ticks), flags) >= 0;
+}
+
+PacketPtr Film::next()
+{
+    while (PacketPtr packet = nextOfAny()) {
+        if (packet->stream_index == m_video->index) {
+            return packet;
+        }
+    }
+    return nullptr;
+}
+
+PacketPtr Film::nextOfAny()
+{
+    PacketPtr packet(av_packet_alloc());
+    while (!m_isAtEnd) {
+        watchdog::allow(readLimit, "reading");
+        const int read = av_read_frame(m_format.get(), packet.get());
+        if (read >= 0) {
+            return packet;
+        }
+        m_isAtEnd = read != AVERROR(EAGAIN);
+    }
+    return nullptr;
+}
+
+std::optional<double> Film::sinceStart(std::int64_t stamp) const
+{
+    return stamp == AV_NOPTS_VALUE ? std::nullopt
+                                   : std::optional(seconds(stamp, m_video->time_base) - m_start);
+}
+
+std::optional<double> Film::timeOf(const AVPacket &packet) const
+{
+    return sinceStart(packet.pts == AV_NOPTS_VALUE ? packet.dts : packet.pts);
+}
+
+std::optional<double> Film::timeOf(const AVFrame &frame) const
+{
+    return sinceStart(frame.best_effort_timestamp);
+}
+
+bool Film::hasIndex() const
+{
+    // Other formats list only what has been read so far.
+    for (const char *name : {"mov,", "matroska", "avi", "flv", "mxf"}) {
+        if (std::strncmp(m_format->iformat->name, name, std::strlen(name)) == 0) {
+            return avformat_index_get_entries_count(m_video) > 1;
+        }
+    }
+    return false;
+}
+
+std::optional<double> Film::keyTime(int entry) const
+{
+    const AVIndexEntry *found = entry < 0 ? nullptr : avformat_index_get_entry(m_video, entry);
+    return found == nullptr || (found->flags & AVINDEX_KEYFRAME) == 0
+               ? std::nullopt
+               : sinceStart(found->timestamp);
+}
+
+Film::Around Film::keysAround(double instant) const
+{
+    const auto ticks = std::llround((instant + m_start) / av_q2d(m_video->time_base));
+    return {keyTime(av_index_search_timestamp(m_video, ticks, AVSEEK_FLAG_BACKWARD)),
+            keyTime(av_index_search_timestamp(m_video, ticks + 1, 0))};
+}
+
+double Film::frameDuration() const
+{
+    const AVRational rate =
+        m_video->avg_frame_rate.num > 0 ? m_video->avg_frame_rate : m_video->r_frame_rate;
+    return rate.num > 0 && rate.den > 0 ? 1 / av_q2d(rate) : 0.04;
+}
+
+} // namespace qv

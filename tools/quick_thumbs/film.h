@@ -1,0 +1,77 @@
+#pragma once
+
+#include "quick_thumbs/libav.h"
+
+#include <tl/expected.hpp>
+
+#include <optional>
+#include <string>
+
+namespace qv
+{
+
+// A source's video stream, read packet by packet. Times are seconds from the source's start.
+class Film
+{
+public:
+    // `first` is the same source, opened before: what was found out about its streams is taken over
+    // from there where that is safe, so it must live longer.
+    static tl::expected<std::unique_ptr<Film>, std::string> open(const std::string &path,
+                                                                 const Film *first = nullptr);
+
+    // A source that is open, with what was found out about its streams.
+    static tl::expected<std::unique_ptr<Film>, std::string> of(FormatPtr format);
+
+    const AVStream &video() const { return *m_video; }
+    const AVFormatContext &format() const { return *m_format; }
+    const AVCodecParameters &parameters() const { return *m_parameters->codecpar; }
+    double duration() const; // 0 when unknown
+
+    // Goes to the last key picture that is known not to begin after the instant; where the format
+    // has no index, to a packet not far before it.
+    bool seek(double instant);
+    // The next packet of the video stream; nothing at the end.
+    PacketPtr next();
+    // The same with all video and sound: to any packet near the instant, and the packets that
+    // follow.
+    bool seekToAny(double instant);
+    PacketPtr nextOfAny();
+    void readOnlyVideo();                    // after seekToAny
+    double start() const { return m_start; } // of the source's clock, seconds
+    // Of a packet or frame; nothing when it carries none.
+    std::optional<double> timeOf(const AVPacket &packet) const;
+    std::optional<double> timeOf(const AVFrame &frame) const;
+
+    // Whether the container lists its key pictures.
+    bool hasIndex() const;
+    // From the list: the last key picture at or before the instant, the first after it. Their times
+    // are those of decoding, which may lie some frames before those of display.
+    struct Around {
+        std::optional<double> before;
+        std::optional<double> after;
+    };
+    Around keysAround(double instant) const;
+    double frameDuration() const; // seconds; a guess when the rate is unknown
+
+private:
+    explicit Film(FormatPtr format) : m_format(std::move(format)) {}
+    bool takeOver(const Film &first);
+    bool lookForVideo();
+    bool seek(double instant, int flags);
+    std::optional<double> sinceStart(std::int64_t stamp) const;
+    std::optional<double> keyTime(int entry) const;
+
+    FormatPtr m_format;
+    AVStream *m_video = nullptr;
+    const AVStream *m_parameters = nullptr; // of the first opening
+    double m_start = 0;
+    bool m_isAtEnd = false;
+};
+
+// The source without what is known of its streams. `debug` is the libraries' FF_FDEBUG_TS or 0.
+tl::expected<FormatPtr, std::string> openedFormat(const std::string &path, int debug = 0);
+
+// The stream that ffmpeg would show: of those that move the largest one.
+AVStream *shownStream(const AVFormatContext &format);
+
+} // namespace qv

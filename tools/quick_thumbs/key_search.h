@@ -1,0 +1,36 @@
+#pragma once
+
+#include "quick_thumbs/decoder.h"
+
+#include <optional>
+
+namespace qv
+{
+
+// Finds key pictures in a film, reading as little of it as its container allows.
+class KeySearch
+{
+public:
+    explicit KeySearch(Film &film) : m_film(film) {}
+
+    // The key picture nearest to the instant; of a film without an index it is looked for up to
+    // `reach` seconds behind it. Nothing when there is none.
+    std::optional<KeyPicture> nearest(double instant, double reach);
+    // The first key picture behind the instant and not behind the limit.
+    std::optional<KeyPicture> next(double instant, double limit);
+
+private:
+    struct Neighbours {
+        std::optional<KeyPicture> before;
+        std::optional<KeyPicture> after;
+    };
+    Neighbours readAround(double from, double instant, double limit);
+    std::optional<KeyPicture> firstFrom(double instant, double limit);
+    std::optional<KeyPicture> nearestRead(double instant, double reach);
+    std::optional<KeyPicture> keyOf(PacketPtr packet, double time);
+
+    Film &m_film;
+    double m_distance = 0.6; // the longest one seen between an instant and the key before it
+};
+
+} // namespace qv

@@ -1,0 +1,29 @@
+// Takes key pictures out of films, and tells what they are, by the libraries of ffmpeg. It runs as
+// a child of the application, so that whatever a broken film does to a decoder happens here.
+
+#include "quick_thumbs/libav.h"
+#include "quick_thumbs/pictures.h"
+#include "quick_thumbs/probe.h"
+#include "thumbs/arguments.h"
+#include "thumbs/watchdog.h"
+
+#include <cstdio>
+#include <cstdlib>
+
+int main(int argc, char **argv)
+{
+    const auto request = qv::parseArguments({argv + 1, argv + argc}, qv::Tool::Quick);
+    if (!request) {
+        std::fprintf(stderr, "quickThumbs: %s\n%s", request.error().c_str(),
+                     qv::usage(qv::Tool::Quick));
+        return 2;
+    }
+    qv::watchdog::start("quickThumbs");
+    av_log_set_level(AV_LOG_FATAL);
+    const bool done = request->kind == qv::Request::Kind::Probe
+                          ? qv::probe(*request)
+                          : qv::makePictures(request->pictures);
+    std::fflush(nullptr);
+    // Taking the libraries down takes longer than a picture.
+    std::_Exit(done ? 0 : 1);
+}

@@ -1,0 +1,198 @@
+#include "quick_thumbs/picture_maker.h"
+
+#include "quick_thumbs/filter_module.h"
+#include "thumbs/watchdog.h"
+
+extern "C" {
+#include <libavutil/pixdesc.h>
+}
+
+#include <algorithm>
+#include <array>
+#include <cstdlib>
+
+namespace qv
+{
+namespace
+{
+
+constexpr double convertLimit = 30;
+
+// Larger frames are nobody's film.
+constexpr std::int64_t largestArea = std::int64_t{1} << 28;
+
+// From this size on a picture that does not say how its colours are meant follows ITU-R BT.709,
+// below it BT.601.
+constexpr int firstHdHeight = 720;
+
+constexpr auto outputFormat = AV_PIX_FMT_BGR0;
+
+bool isHighDynamicRange(const AVFrame &frame)
+{
+    return frame.color_trc == AVCOL_TRC_SMPTE2084 || frame.color_trc == AVCOL_TRC_ARIB_STD_B67;
+}
+
+bool isInterlacedOrder(AVFieldOrder order)
+{
+    return order == AV_FIELD_TT || order == AV_FIELD_BB || order == AV_FIELD_TB ||
+           order == AV_FIELD_BT;
+}
+
+// Each a number of swscale's.
+int colourMatrix(const AVFrame &frame)
+{
+    switch (frame.colorspace) {
+    case AVCOL_SPC_BT709:
+        return SWS_CS_ITU709;
+    case AVCOL_SPC_FCC:
+        return SWS_CS_FCC;
+    case AVCOL_SPC_BT470BG:
+    case AVCOL_SPC_SMPTE170M:
+        return SWS_CS_ITU601;
+    case AVCOL_SPC_SMPTE240M:
+        return SWS_CS_SMPTE240M;
+    case AVCOL_SPC_BT2020_NCL:
+    case AVCOL_SPC_BT2020_CL:
+        return SWS_CS_BT2020;
+    default:
+        return frame.height >= firstHdHeight ? SWS_CS_ITU709 : SWS_CS_ITU601;
+    }
+}
+
+bool hasFineColours(AVPixelFormat format)
+{
+    const AVPixFmtDescriptor *about = av_pix_fmt_desc_get(format);
+    return about == nullptr || (about->log2_chroma_w == 0 && about->log2_chroma_h == 0);
+}
+
+// The formats whose name says the range; the scaler wants it said aside.
+AVPixelFormat plainFormat(AVPixelFormat format)
+{
+    switch (format) {
+    case AV_PIX_FMT_YUVJ420P:
+        return AV_PIX_FMT_YUV420P;
+    case AV_PIX_FMT_YUVJ422P:
+        return AV_PIX_FMT_YUV422P;
+    case AV_PIX_FMT_YUVJ444P:
+        return AV_PIX_FMT_YUV444P;
+    case AV_PIX_FMT_YUVJ440P:
+        return AV_PIX_FMT_YUV440P;
+    default:
+        return format;
+    }
+}
+
+bool hasFullRange(const AVFrame &frame)
+{
+    const auto format = static_cast<AVPixelFormat>(frame.format);
+    return frame.color_range == AVCOL_RANGE_JPEG || plainFormat(format) != format;
+}
+
+int brightness(const std::uint8_t *pixel, Picture::Pixels order)
+{
+    const int red = order == Picture::Pixels::Rgb ? pixel[0] : pixel[2];
+    const int blue = order == Picture::Pixels::Rgb ? pixel[2] : pixel[0];
+    return (299 * red + 587 * pixel[1] + 114 * blue) / 1000;
+}
+
+} // namespace
+
+PictureMaker::PictureMaker(const Film &film, Orientation orientation, int width, int height)
+    : m_isInterlaced(isInterlacedOrder(film.parameters().field_order)), m_orientation(orientation),
+      m_width(orientation.swapsSides ? height : width),
+      m_height(orientation.swapsSides ? width : height)
+{
+}
+
+// A single picture gives no movement to go by, so fields are told apart within it. Light beyond the
+// display's range is mapped at the small size, where it costs little.
+std::string PictureMaker::filtersFor(const AVFrame &frame) const
+{
+    std::string filters;
+    if (m_isInterlaced || frame.interlaced_frame != 0) {
+        filters = std::string("estdif=mode=frame:parity=") +
+                  (frame.interlaced_frame != 0 && frame.top_field_first == 0 ? "bff" : "tff");
+    }
+    if (isHighDynamicRange(frame)) {
+        const std::string size = std::to_string(m_width) + ":h=" + std::to_string(m_height);
+        filters += (filters.empty() ? "" : ",") + ("zscale=w=" + size) +
+                   ":filter=bicubic:t=linear:npl=100,format=gbrpf32le,zscale=p=bt709,"
+                   "tonemap=hable:desat=0,zscale=t=bt709:m=bt709:r=full,format=gbrp";
+    }
+    return filters;
+}
+
+tl::expected<Picture, std::string> PictureMaker::pictureOf(const AVFrame &frame)
+{
+    watchdog::allow(convertLimit, "converting a picture");
+    if (frame.width <= 0 || frame.height <= 0 ||
+        std::int64_t{frame.width} * frame.height > largestArea) {
+        return tl::make_unexpected(std::string("no such picture size"));
+    }
+    const std::string filters = filtersFor(frame);
+    if (filters.empty()) {
+        return scaled(frame);
+    }
+    FramePtr described(av_frame_clone(&frame));
+    if (isHighDynamicRange(frame)) {
+        described->colorspace =
+            frame.colorspace == AVCOL_SPC_UNSPECIFIED ? AVCOL_SPC_BT2020_NCL : frame.colorspace;
+        described->color_primaries = frame.color_primaries == AVCOL_PRI_UNSPECIFIED
+                                         ? AVCOL_PRI_BT2020
+                                         : frame.color_primaries;
+    }
+    const auto filtered = filteredFrame(*described, filters);
+    return filtered ? scaled(**filtered) : tl::make_unexpected(filtered.error());
+}
+
+tl::expected<Picture, std::string> PictureMaker::scaled(const AVFrame &frame)
+{
+    const auto format = static_cast<AVPixelFormat>(frame.format);
+    const bool fine = hasFineColours(format);
+    m_scaler.reset(sws_getCachedContext(
+        m_scaler.release(), frame.width, frame.height, plainFormat(format), m_width, m_height,
+        outputFormat, SWS_BICUBIC | (fine ? SWS_FULL_CHR_H_INT : 0), nullptr, nullptr, nullptr));
+    if (!m_scaler) {
+        return tl::make_unexpected(std::string("a format that can't be shown"));
+    }
+    constexpr int one = 1 << 16;
+    const int *matrix = sws_getCoefficients(colourMatrix(frame));
+    sws_setColorspaceDetails(m_scaler.get(), matrix, hasFullRange(frame) ? 1 : 0, matrix, 1, 0, one,
+                             one);
+    Picture picture{m_width, m_height, {}, Picture::Pixels::Bgrx, fine};
+    picture.pixels.resize(picture.stride() * static_cast<std::size_t>(m_height));
+    const std::array<std::uint8_t *, 4> planes{picture.pixels.data(), nullptr, nullptr, nullptr};
+    const std::array<int, 4> strides{static_cast<int>(picture.stride()), 0, 0, 0};
+    const int lines = sws_scale(m_scaler.get(), frame.data, frame.linesize, 0, frame.height,
+                                planes.data(), strides.data());
+    if (lines != m_height) {
+        return tl::make_unexpected(std::string("a picture that can't be scaled"));
+    }
+    return m_orientation.isPlain() ? std::move(picture) : oriented(picture, m_orientation);
+}
+
+bool isFlat(const Picture &picture)
+{
+    constexpr int step = 4;
+    constexpr int near = 10;
+    constexpr double most = 0.985;
+    std::array<std::size_t, 256> counts{};
+    std::size_t all = 0;
+    for (int y = 0; y < picture.height; y += step) {
+        const std::uint8_t *row = picture.row(y);
+        for (int x = 0; x < picture.width; x += step, ++all) {
+            ++counts[static_cast<std::size_t>(brightness(
+                row + static_cast<std::size_t>(x) * picture.pixelSize(), picture.order))];
+        }
+    }
+    // The fullest span of so many neighbouring levels.
+    std::size_t within = 0;
+    std::size_t fullest = 0;
+    for (std::size_t level = 0; level < counts.size(); ++level) {
+        within += counts[level] - (level > 2 * near ? counts[level - 2 * near - 1] : 0);
+        fullest = std::max(fullest, within);
+    }
+    return static_cast<double>(fullest) >= most * static_cast<double>(all);
+}
+
+} // namespace qv

@@ -1,0 +1,14 @@
+#pragma once
+
+#include "thumbs/arguments.h"
+
+namespace qv
+{
+
+// Prints on standard error what ffmpeg's debug report of a run that decodes ten frames says of the
+// source, with one line more, "tail", for what stands at its end; writes the header of the decoded
+// frames, and the picture that is asked for beside. False when the report may not be the one that
+// ffmpeg would print; a missing picture or tail is no reason.
+bool probe(const Request &request);
+
+} // namespace qv

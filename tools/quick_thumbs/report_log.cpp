@@ -1,0 +1,78 @@
+#include "quick_thumbs/report_log.h"
+
+#include "quick_thumbs/libav.h"
+
+extern "C" {
+#include <libavutil/log.h>
+}
+
+#include <algorithm>
+#include <cstring>
+#include <mutex>
+
+namespace qv::reportlog
+{
+namespace
+{
+
+constexpr std::size_t longest = 4'000'000;
+
+std::mutex g_mutex;
+std::string g_text;
+int g_printPrefix = 1;
+
+bool isNeeded(const char *line)
+{
+    for (const char *word :
+         {" IN delayed", " OUTdelayed", "read_frame_internal ", "nal_unit_type:"}) {
+        if (std::strstr(line, word) != nullptr) {
+            return false;
+        }
+    }
+    return true;
+}
+
+void gather(void *source, int level, const char *format, va_list values)
+{
+    if (level > AV_LOG_DEBUG) {
+        return;
+    }
+    char line[2048];
+    const std::lock_guard lock(g_mutex);
+    av_log_format_line(source, level, format, values, line, sizeof line, &g_printPrefix);
+    if (g_text.size() < longest && isNeeded(line)) {
+        g_text += line;
+    }
+}
+
+} // namespace
+
+void start()
+{
+    av_log_set_level(AV_LOG_DEBUG);
+    av_log_set_callback(gather);
+}
+
+void stop()
+{
+    av_log_set_callback(av_log_default_callback);
+    av_log_set_level(AV_LOG_FATAL);
+}
+
+void line(const std::string &text)
+{
+    const std::lock_guard lock(g_mutex);
+    g_text += text + '\n';
+}
+
+bool isTooLong()
+{
+    return g_text.size() >= longest;
+}
+
+const std::string &text()
+{
+    return g_text;
+}
+
+} // namespace qv::reportlog

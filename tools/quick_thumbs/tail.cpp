@@ -1,0 +1,53 @@
+#include "quick_thumbs/tail.h"
+
+#include "thumbs/watchdog.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace qv
+{
+namespace
+{
+
+constexpr double tailLimit = 20;
+constexpr double usualTail = 2;
+constexpr double framesInTail = 4;
+
+// A source whose end can't be sought is not read through.
+constexpr int mostPackets = 20'000;
+
+double endOf(const AVPacket &packet, const AVStream &stream, double start)
+{
+    const std::int64_t stamp = packet.dts == AV_NOPTS_VALUE ? packet.pts : packet.dts;
+    return stamp == AV_NOPTS_VALUE
+               ? 0
+               : seconds(stamp + std::max<std::int64_t>(0, packet.duration), stream.time_base) -
+                     start;
+}
+
+} // namespace
+
+std::optional<Tail> tailOf(Film &film)
+{
+    const double claimed = film.duration();
+    if (claimed <= 0 ||
+        !film.seekToAny(std::floor(
+            std::max(0.0, claimed - std::max(usualTail, framesInTail * film.frameDuration()))))) {
+        return std::nullopt;
+    }
+    Tail tail;
+    for (int i = 0; i < mostPackets; ++i) {
+        watchdog::allow(tailLimit, "reading the end");
+        const PacketPtr packet = film.nextOfAny();
+        if (!packet) {
+            return tail;
+        }
+        const AVStream &stream = *film.format().streams[packet->stream_index];
+        tail.end = std::max(tail.end, endOf(*packet, stream, film.start()));
+        tail.pictures += packet->stream_index == film.video().index ? 1 : 0;
+    }
+    return std::nullopt;
+}
+
+} // namespace qv
