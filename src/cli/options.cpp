@@ -197,6 +197,8 @@ private:
         if (m_command == Command::Info) {
             m_parser.setApplicationDescription(
                 QStringLiteral("Shows what is known about each video file."));
+            add({QStringLiteral("quick")},
+                "Asks the quick tool first, and ffmpeg when it is not sure.");
         }
         if (m_command == Command::Plan) {
             m_parser.setApplicationDescription(QStringLiteral(
@@ -268,6 +270,7 @@ private:
                   [](const QString &text) { return parseNumber(text, "time-out", 0.1, 1e6); })) {
             return wrong(m_error);
         }
+        options.quick = m_command != Command::Plan && isSet("quick");
         if (m_command != Command::Info && !readPlanOptions(options)) {
             return wrong(m_error);
         }
@@ -294,7 +297,6 @@ private:
     {
         options.output = value("output");
         options.replace = isSet("replace");
-        options.quick = isSet("quick");
         options.noTimecode = isSet("no-timecode");
         if (options.replace && isSet("keep")) {
             m_error = QStringLiteral("--keep and --replace exclude each other");

@@ -53,6 +53,18 @@ QJsonValue roadOf(const SheetOutcome &outcome)
     return outcome.quick ? QStringLiteral("quick") : QStringLiteral("exact");
 }
 
+// Of a sheet that was made, rounded to milliseconds.
+QJsonArray instantsOf(const SheetOutcome &outcome)
+{
+    QJsonArray instants;
+    if (outcome.status == SheetOutcome::Status::Made) {
+        for (const double instant : outcome.instants) {
+            instants.append(std::round(instant * 1000) / 1000);
+        }
+    }
+    return instants;
+}
+
 } // namespace
 
 QString statusWord(SheetOutcome::Status status)
@@ -82,6 +94,7 @@ QJsonObject sheetJson(const SheetOutcome &outcome)
                                                  {QStringLiteral("drawn"), outcome.drawn}}},
         {QStringLiteral("pictures_moved"), outcome.moved},
         {QStringLiteral("road"), roadOf(outcome)},
+        {QStringLiteral("instants"), instantsOf(outcome)},
         {QStringLiteral("duration"), std::round(outcome.duration * 1000) / 1000},
         {QStringLiteral("seconds"), outcome.seconds}};
 }

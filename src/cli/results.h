@@ -6,6 +6,7 @@
 #include "sheet/layout.h"
 
 #include <QJsonObject>
+#include <QList>
 #include <QString>
 
 // What the commands print for a source, as text and as JSON.
@@ -21,9 +22,10 @@ struct SheetOutcome {
     int asked = 0;
     int moved = 0; // pictures of frames more than two seconds away from their stamps
     int drawn = 0;
-    bool quick = false;  // made of key pictures
-    double duration = 0; // seconds of the source
-    double seconds = 0;  // that it took
+    bool quick = false;     // made of key pictures
+    QList<double> instants; // of its pictures, seconds
+    double duration = 0;    // seconds of the source
+    double seconds = 0;     // that it took
 };
 
 QString statusWord(SheetOutcome::Status status);

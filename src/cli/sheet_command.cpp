@@ -131,6 +131,7 @@ private:
         outcome.moved = result.picturesMoved;
         outcome.drawn = result.picturesDrawn;
         outcome.quick = result.isQuick;
+        outcome.instants = result.instants;
         outcome.duration = result.duration;
         outcome.seconds = secondsOnCurrent();
         addRemarks(outcome);

@@ -397,6 +397,10 @@ QVariantMap EncodingDriver::planInput() const
 void EncodingDriver::runPlan()
 {
     const QVariantMap plan = planInput();
+    m_row.instants.clear();
+    for (const PlannedPicture &picture : planExtraction(m_row.out, plan).pictures) {
+        m_row.instants.append(picture.time);
+    }
     encodage(m_row.out, Bundle::main().version(), plan, m_context.preferences);
     const QVariant display = child(QStringLiteral("appkyDisplay"));
     if (!display.isValid()) {

@@ -142,9 +142,10 @@ private:
         bool isQuick = false; // its stills are key pictures, taken in one run
         bool canSeek = true;  // until ffmpeg says that it can't
         bool seeksToKeys = true;
-        QSet<int> moved;     // indices of stills whose frames are far from their stamps
-        double interval = 0; // seconds between two stills
-        double fps = 0;      // 0: unknown
+        QList<double> instants; // of the stills, seconds
+        QSet<int> moved;        // indices of stills whose frames are far from their stamps
+        double interval = 0;    // seconds between two stills
+        double fps = 0;         // 0: unknown
         double duration = 0;
         QDateTime started;
         QElapsedTimer clock;

@@ -83,8 +83,8 @@ void EncodingDriver::launchOneRun()
 QString EncodingDriver::instantsText() const
 {
     QStringList instants;
-    for (const PlannedPicture &picture : planExtraction(m_row.out, planInput()).pictures) {
-        instants.append(m_row.isQuick ? float2TimecodeStr(picture.time, 3) : picture.timecode);
+    for (const double instant : m_row.instants) {
+        instants.append(float2TimecodeStr(instant, m_row.isQuick ? 3 : 0));
     }
     return instants.join(u'-');
 }
@@ -124,7 +124,8 @@ void EncodingDriver::noteQuickInstants()
     QVariantMap timecodes = mapIn(display, QStringLiteral("timecode"));
     const QMap<int, double> told = toldInstants();
     for (auto it = told.begin(); it != told.end(); ++it) {
-        if (timecodes.contains(QString::number(it.key()))) {
+        if (it.key() < m_row.instants.size()) {
+            m_row.instants[it.key()] = it.value();
             timecodes.insert(QString::number(it.key()), float2TimecodeStr(it.value(), 0));
         }
     }

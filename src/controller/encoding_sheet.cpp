@@ -219,6 +219,7 @@ void EncodingDriver::report(RowResult::Status status)
     result.picturesAsked = m_row.asked;
     result.picturesDrawn = m_row.drawn;
     result.isQuick = m_row.isQuick;
+    result.instants = m_row.instants;
     result.picturesMoved = static_cast<int>(m_row.moved.size());
     result.duration = m_row.duration;
     result.seconds = static_cast<double>(m_row.clock.elapsed()) / 1000;

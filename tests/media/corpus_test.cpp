@@ -113,17 +113,22 @@ protected:
     void expectCells()
     {
         EXPECT_GE(m_seen.drawn, m_expect.cells);
-        if (!m_source.picture.clock) {
-            return;
+        if (m_source.picture.clock) {
+            expectClocks(m_seen, m_expect.within);
         }
+    }
+
+    // What the pictures show, against their instants.
+    void expectClocks(const Seen &seen, double within)
+    {
         int strays = 0;
         std::string told;
-        for (const SeenCell &cell : cellsOf(m_seen, m_source.picture.tick)) {
+        for (const SeenCell &cell : cellsOf(seen, m_source.picture.tick)) {
             const double due = cell.stamp + m_expect.clockStart;
             told += std::to_string(due) + " -> " +
                     (cell.clock ? std::to_string(*cell.clock) : "unreadable") + '\n';
             const double distance = cell.clock ? std::abs(*cell.clock - due) : INFINITY;
-            strays += distance > m_expect.within ? 1 : 0;
+            strays += distance > within ? 1 : 0;
             if (cell.clock) {
                 m_farthest = std::max(m_farthest.value_or(0), distance);
             }
@@ -152,6 +157,20 @@ TEST_P(MediaCorpus, BecomesWhatItShould)
     ASSERT_EQ(m_seen.status.toStdString(), "made") << m_seen.reason.toStdString();
     expectRecord();
     expectCells();
+}
+
+TEST_P(MediaCorpus, IsTheSameToTheQuickToolAndItsPicturesAreOfTheirStamps)
+{
+    const Seen quick = theWalk().quickOf(m_source);
+    EXPECT_EQ(quick.status.toStdString(), m_seen.status.toStdString())
+        << quick.reason.toStdString();
+    EXPECT_EQ(quick.record, m_seen.record);
+    if (quick.isRow()) {
+        EXPECT_GE(quick.drawn, m_seen.drawn);
+        if (m_source.picture.clock) {
+            expectClocks(quick, m_expect.within);
+        }
+    }
 }
 
 INSTANTIATE_TEST_SUITE_P(Sources, MediaCorpus, testing::ValuesIn(walkedSources()), testName);

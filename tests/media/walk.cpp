@@ -5,6 +5,7 @@
 #include "sheet/extraction_plan.h"
 
 #include <QDir>
+#include <QJsonArray>
 #include <QJsonDocument>
 #include <QProcess>
 #include <QTemporaryDir>
@@ -28,9 +29,10 @@ QString sheetsFolder()
 }
 
 // Everything that is laid over or around the pictures is switched off.
-QStringList sheetArguments(const QString &theme)
+QStringList sheetArguments(const QString &theme, bool quick)
 {
     return {QStringLiteral("sheet"),
+            quick ? QStringLiteral("--quick") : QStringLiteral("--keep"),
             QStringLiteral("--json"),
             QStringLiteral("--format"),
             QStringLiteral("png"),
@@ -44,14 +46,15 @@ QStringList sheetArguments(const QString &theme)
             QStringLiteral("--border-size"),
             QStringLiteral("0"),
             QStringLiteral("-o"),
-            sheetsFolder() + u'/' + theme,
+            sheetsFolder() + QLatin1String(quick ? "/quick " : "/exact ") + theme,
             QFile::decodeName(corpusFolder()) + u'/' + theme};
 }
 
-QStringList infoArguments(const QString &theme)
+QStringList infoArguments(const QString &theme, bool quick)
 {
-    return {QStringLiteral("info"), QStringLiteral("--json"),
-            QFile::decodeName(corpusFolder()) + u'/' + theme};
+    const QStringList options = quick ? QStringList{QStringLiteral("--quick")} : QStringList();
+    return QStringList{QStringLiteral("info")} + options +
+           QStringList{QStringLiteral("--json"), QFile::decodeName(corpusFolder()) + u'/' + theme};
 }
 
 struct Run {
@@ -125,16 +128,19 @@ qv::SheetGeometry geometryOf(const qv::ExtractionPlan &plan)
 Walk::Walk(const QStringList &themes) : m_problems(makeCorpus())
 {
     std::vector<Run> runs;
-    for (const QString &theme : themes) {
-        runs.push_back({sheetArguments(theme), {}, {}});
-    }
-    const std::size_t sheetRuns = runs.size();
-    for (const QString &theme : themes) {
-        runs.push_back({infoArguments(theme), {}, {}});
+    std::vector<QHash<QByteArray, QJsonObject> *> results;
+    for (const bool quick : {false, true}) {
+        Told &told = quick ? m_quick : m_exact;
+        for (const QString &theme : themes) {
+            runs.push_back({sheetArguments(theme, quick), {}, {}});
+            results.push_back(&told.sheets);
+            runs.push_back({infoArguments(theme, quick), {}, {}});
+            results.push_back(&told.records);
+        }
     }
     executeAll(runs);
     for (std::size_t i = 0; i < runs.size(); ++i) {
-        addTo(i < sheetRuns ? m_sheets : m_records, runs[i].output);
+        addTo(*results[i], runs[i].output);
         if (!runs[i].problem.isEmpty()) {
             m_problems.append(runs[i].problem);
         }
@@ -143,19 +149,35 @@ Walk::Walk(const QStringList &themes) : m_problems(makeCorpus())
 
 Seen Walk::of(const Source &source) const
 {
+    return seenIn(m_exact, source);
+}
+
+Seen Walk::quickOf(const Source &source) const
+{
+    return seenIn(m_quick, source);
+}
+
+Seen Walk::seenIn(const Told &told, const Source &source)
+{
     const QByteArray name = shownName(source.name);
-    const QJsonObject sheet = m_sheets.value(name);
+    const QJsonObject sheet = told.sheets.value(name);
     Seen seen;
-    seen.isTold = m_sheets.contains(name);
+    seen.isTold = told.sheets.contains(name);
     seen.status = sheet.value(QStringLiteral("status")).toString();
     seen.reason = sheet.value(QStringLiteral("reason")).toString();
     seen.sheet = sheet.value(QStringLiteral("sheet")).toString();
     seen.drawn = sheet.value(QStringLiteral("pictures"))[QStringLiteral("drawn")].toInt();
-    seen.record = m_records.value(name).value(QStringLiteral("record")).toObject().toVariantMap();
+    seen.road = sheet.value(QStringLiteral("road")).toString();
+    const QJsonArray instants = sheet.value(QStringLiteral("instants")).toArray();
+    for (const QJsonValue &instant : instants) {
+        seen.instants.push_back(instant.toDouble());
+    }
+    seen.record =
+        told.records.value(name).value(QStringLiteral("record")).toObject().toVariantMap();
     return seen;
 }
 
-// The stamps are those of the plan that the command made from the same record.
+// The grid is that of the plan that the command made from the same record.
 std::vector<SeenCell> cellsOf(const Seen &seen, double tick)
 {
     QVariantMap input = seen.record;
@@ -164,8 +186,8 @@ std::vector<SeenCell> cellsOf(const Seen &seen, double tick)
     const qv::SheetGeometry geometry = geometryOf(plan);
     const QImage sheet(seen.sheet);
     std::vector<SeenCell> cells;
-    for (std::size_t i = 0; i < plan.pictures.size(); ++i) {
-        cells.push_back({plan.pictures[i].time, readClock(sheet, geometry.cells[i], tick)});
+    for (std::size_t i = 0; i < std::min(plan.pictures.size(), seen.instants.size()); ++i) {
+        cells.push_back({seen.instants.at(i), readClock(sheet, geometry.cells[i], tick)});
     }
     return cells;
 }

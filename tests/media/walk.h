@@ -18,6 +18,8 @@ struct Seen {
     QString sheet; // its path
     int drawn = 0;
     QVariantMap record;
+    QString road;                 // "exact", "quick"
+    std::vector<double> instants; // of its pictures, seconds
 
     bool isRow() const { return status == QLatin1String("made"); }
 };
@@ -28,7 +30,8 @@ struct SeenCell {
     std::optional<double> clock; // what the picture shows
 };
 
-// The command's runs over the corpus, `sheet` and `info` theme by theme, two at a time.
+// The command's runs over the corpus, `sheet` and `info` theme by theme, two at a time; and the
+// same with quick pictures.
 class Walk
 {
 public:
@@ -36,11 +39,18 @@ public:
 
     const QStringList &problems() const { return m_problems; }
     Seen of(const Source &source) const;
+    Seen quickOf(const Source &source) const;
 
 private:
+    struct Told {
+        QHash<QByteArray, QJsonObject> sheets; // by the name in the corpus
+        QHash<QByteArray, QJsonObject> records;
+    };
+    static Seen seenIn(const Told &told, const Source &source);
+
     QStringList m_problems;
-    QHash<QByteArray, QJsonObject> m_sheets; // by the name in the corpus
-    QHash<QByteArray, QJsonObject> m_records;
+    Told m_exact;
+    Told m_quick;
 };
 
 std::vector<SeenCell> cellsOf(const Seen &seen, double tick);

@@ -11,15 +11,6 @@ namespace
 
 constexpr double decodeLimit = 20;
 
-// Time stamps are rounded on their way.
-constexpr double rounding = 0.001;
-
-// Pictures on which no other builds are left out up to so many seconds before the instant.
-constexpr double hurryUntil = 1.5;
-
-// Without an index nobody knows whether a key picture stands between here and there.
-constexpr double longestWay = 10;
-
 bool isIntra(const AVFrame &frame)
 {
     return frame.pict_type == AV_PICTURE_TYPE_I || frame.pict_type == AV_PICTURE_TYPE_NONE ||
@@ -34,7 +25,7 @@ tl::expected<std::unique_ptr<Decoder>, std::string> Decoder::open(const Film &fi
     if (codec == nullptr) {
         return tl::make_unexpected(std::string("there is no decoder for it"));
     }
-    std::unique_ptr<Decoder> decoder(new Decoder(film));
+    std::unique_ptr<Decoder> decoder(new Decoder);
     decoder->m_codec.reset(avcodec_alloc_context3(codec));
     AVCodecContext *context = decoder->m_codec.get();
     int opened = avcodec_parameters_to_context(context, &film.parameters());
@@ -48,7 +39,6 @@ tl::expected<std::unique_ptr<Decoder>, std::string> Decoder::open(const Film &fi
     return decoder;
 }
 
-// A packet that is refused is skipped: the ones that follow may still be good.
 void Decoder::send(const AVPacket *packet)
 {
     watchdog::allow(decodeLimit, "decoding");
@@ -62,20 +52,17 @@ FramePtr Decoder::receive()
     return avcodec_receive_frame(m_codec.get(), frame.get()) >= 0 ? std::move(frame) : nullptr;
 }
 
-FramePtr Decoder::step(const AVPacket *packet)
-{
-    send(packet);
-    return receive();
-}
-
 void Decoder::restart()
 {
     avcodec_flush_buffers(m_codec.get());
-    m_reached.reset();
-    m_ahead.reset();
 }
 
-bool Decoder::isWhole(const AVFrame &frame) const
+void Decoder::hurry(bool isInHurry)
+{
+    m_codec->skip_frame = isInHurry ? AVDISCARD_NONREF : AVDISCARD_DEFAULT;
+}
+
+bool isWhole(const AVFrame &frame)
 {
     return frame.width > 0 && frame.height > 0 && (frame.flags & AV_FRAME_FLAG_CORRUPT) == 0 &&
            frame.decode_error_flags == 0;
@@ -84,7 +71,7 @@ bool Decoder::isWhole(const AVFrame &frame) const
 FramePtr Decoder::alone(const KeyPicture &key)
 {
     restart();
-    m_codec->skip_frame = AVDISCARD_DEFAULT;
+    hurry(false);
     for (const PacketPtr &packet : key.packets) {
         send(packet.get());
     }
@@ -92,67 +79,6 @@ FramePtr Decoder::alone(const KeyPicture &key)
     FramePtr frame = receive();
     restart();
     return frame && isWhole(*frame) && isIntra(*frame) ? std::move(frame) : nullptr;
-}
-
-bool Decoder::canGoOn(const Film &film, double instant) const
-{
-    if (!m_reached || *m_reached > instant) {
-        return false;
-    }
-    if (!film.hasIndex()) {
-        return instant - *m_reached < longestWay;
-    }
-    const auto before = film.keysAround(instant).before;
-    return !before || *before <= *m_reached + rounding;
-}
-
-FramePtr Decoder::upTo(Film &film, double instant)
-{
-    if (m_ahead && m_reached && *m_reached >= instant - rounding && canGoOn(film, instant)) {
-        return FramePtr(av_frame_clone(m_ahead.get()));
-    }
-    if (!canGoOn(film, instant)) {
-        restart();
-        if (!film.seek(instant)) {
-            return nullptr;
-        }
-    }
-    return frameAt(film, instant);
-}
-
-FramePtr Decoder::frameAt(Film &film, double instant)
-{
-    const double goal = instant - std::max(rounding, film.frameDuration() / 4);
-    FramePtr last;
-    while (true) {
-        while (FramePtr frame = receive()) {
-            const auto time = m_film.timeOf(*frame);
-            m_reached = time ? time : m_reached;
-            if (isWhole(*frame)) {
-                last = std::move(frame);
-                if (time && *time >= goal) {
-                    m_ahead.reset(av_frame_clone(last.get()));
-                    return last;
-                }
-            }
-        }
-        const PacketPtr packet = film.next();
-        if (!packet) {
-            break;
-        }
-        const auto time = m_film.timeOf(*packet);
-        m_codec->skip_frame =
-            time && *time < instant - hurryUntil ? AVDISCARD_NONREF : AVDISCARD_DEFAULT;
-        send(packet.get());
-    }
-    send(nullptr);
-    while (FramePtr frame = receive()) {
-        if (isWhole(*frame)) {
-            last = std::move(frame);
-        }
-    }
-    restart();
-    return last;
 }
 
 } // namespace qv

@@ -17,33 +17,29 @@ struct KeyPicture {
 class Decoder
 {
 public:
+    // For the film's video; its packets may come from another opening of it.
     static tl::expected<std::unique_ptr<Decoder>, std::string> open(const Film &film);
 
     // The picture without any that stand before or after it. Nothing when it can't be decoded so,
     // or only in part.
     FramePtr alone(const KeyPicture &key);
 
-    // The first picture that is not shown before the instant, or the last one before the end, by
-    // decoding all that it builds on. Goes on from where the last call came to, when that is on
-    // the way. Nothing when it can't be decoded.
-    FramePtr upTo(Film &film, double instant);
-
-    // A packet, or null at the end, and the next picture in order, when it brings one.
-    FramePtr step(const AVPacket *packet);
-
-private:
-    explicit Decoder(const Film &film) : m_film(film) {}
+    // In order: a packet, or null at the end, and then the pictures that are ready. A packet that
+    // is refused is skipped, as the ones that follow may still be good.
     void send(const AVPacket *packet);
     FramePtr receive();
+    // Leaves out what no other picture builds on.
+    void hurry(bool isInHurry);
+    // Forgets all that was sent.
     void restart();
-    bool canGoOn(const Film &film, double instant) const;
-    bool isWhole(const AVFrame &frame) const;
-    FramePtr frameAt(Film &film, double instant);
 
-    const Film &m_film;
+private:
+    Decoder() = default;
+
     CodecPtr m_codec;
-    std::optional<double> m_reached; // the last picture of upTo that stands in the decoder's past
-    FramePtr m_ahead;                // of upTo, shown at m_reached
 };
+
+// Whether nothing of it was lost.
+bool isWhole(const AVFrame &frame);
 
 } // namespace qv

@@ -14,6 +14,9 @@ namespace
 constexpr double openLimit = 30;
 constexpr double readLimit = 20;
 
+// By how many frames decoding may run ahead of display (ITU-T H.264 and H.265).
+constexpr int mostReordered = 16;
+
 // Lists that lead to other files, and what is no film.
 bool isList(std::string_view format)
 {
@@ -163,9 +166,16 @@ double Film::duration() const
     return ticks > 0 ? static_cast<double>(ticks) / AV_TIME_BASE : 0;
 }
 
+// Containers seek by the times of decoding, which come before those of display.
 bool Film::seek(double instant)
 {
-    return seek(instant, AVSEEK_FLAG_BACKWARD);
+    const int frames = hasIndex() ? parameters().video_delay + 1 : mostReordered;
+    return seek(instant - frames * frameDuration(), AVSEEK_FLAG_BACKWARD);
+}
+
+bool Film::seekToListed(double time)
+{
+    return seek(time, AVSEEK_FLAG_BACKWARD);
 }
 
 bool Film::seekToAny(double instant)
@@ -228,28 +238,40 @@ std::optional<double> Film::timeOf(const AVFrame &frame) const
     return sinceStart(frame.best_effort_timestamp);
 }
 
+bool Film::isOfKind(const char *name) const
+{
+    return std::strncmp(m_format->iformat->name, name, std::strlen(name)) == 0;
+}
+
 bool Film::hasIndex() const
 {
     // Other formats list only what has been read so far.
     for (const char *name : {"mov,", "matroska", "avi", "flv", "mxf"}) {
-        if (std::strncmp(m_format->iformat->name, name, std::strlen(name)) == 0) {
+        if (isOfKind(name)) {
             return avformat_index_get_entries_count(m_video) > 1;
         }
     }
     return false;
 }
 
+// Seconds by which the list runs ahead of display: some have the times of decoding.
+double Film::listedAhead() const
+{
+    return isOfKind("mov,") ? parameters().video_delay * frameDuration() : 0;
+}
+
 std::optional<double> Film::keyTime(int entry) const
 {
     const AVIndexEntry *found = entry < 0 ? nullptr : avformat_index_get_entry(m_video, entry);
-    return found == nullptr || (found->flags & AVINDEX_KEYFRAME) == 0
-               ? std::nullopt
-               : sinceStart(found->timestamp);
+    const bool isKey = found != nullptr && (found->flags & AVINDEX_KEYFRAME) != 0;
+    return isKey ? std::optional(sinceStart(found->timestamp).value_or(0) + listedAhead())
+                 : std::nullopt;
 }
 
 Film::Around Film::keysAround(double instant) const
 {
-    const auto ticks = std::llround((instant + m_start) / av_q2d(m_video->time_base));
+    const double listed = instant - listedAhead() + m_start;
+    const auto ticks = std::llround(listed / av_q2d(m_video->time_base));
     return {keyTime(av_index_search_timestamp(m_video, ticks, AVSEEK_FLAG_BACKWARD)),
             keyTime(av_index_search_timestamp(m_video, ticks + 1, 0))};
 }

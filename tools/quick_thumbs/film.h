@@ -30,6 +30,8 @@ public:
     // Goes to the last key picture that is known not to begin after the instant; where the format
     // has no index, to a packet not far before it.
     bool seek(double instant);
+    // Goes to a key picture of the container's list.
+    bool seekToListed(double time);
     // The next packet of the video stream; nothing at the end.
     PacketPtr next();
     // The same with all video and sound: to any packet near the instant, and the packets that
@@ -44,8 +46,8 @@ public:
 
     // Whether the container lists its key pictures.
     bool hasIndex() const;
-    // From the list: the last key picture at or before the instant, the first after it. Their times
-    // are those of decoding, which may lie some frames before those of display.
+    // From the list: the last key picture at or before the instant, the first after it. Good to a
+    // frame or two.
     struct Around {
         std::optional<double> before;
         std::optional<double> after;
@@ -60,6 +62,8 @@ private:
     bool seek(double instant, int flags);
     std::optional<double> sinceStart(std::int64_t stamp) const;
     std::optional<double> keyTime(int entry) const;
+    double listedAhead() const;
+    bool isOfKind(const char *name) const;
 
     FormatPtr m_format;
     AVStream *m_video = nullptr;

@@ -61,13 +61,13 @@ std::optional<KeyPicture> KeySearch::next(double instant, double limit)
     }
     const auto listed = m_film.keysAround(after).after;
     const bool isNear = listed && *listed <= limit;
-    return isNear && m_film.seek(*listed) ? firstFrom(anywhere, limit) : std::nullopt;
+    return isNear && m_film.seekToListed(*listed) ? firstFrom(anywhere, limit) : std::nullopt;
 }
 
 std::optional<KeyPicture> KeySearch::nearest(double instant, double reach)
 {
     // Some containers read their list at the first seek.
-    const bool sought = m_film.seek(instant);
+    m_film.seek(instant);
     if (!m_film.hasIndex()) {
         return nearestRead(instant, reach);
     }
@@ -76,12 +76,10 @@ std::optional<KeyPicture> KeySearch::nearest(double instant, double reach)
         return std::nullopt;
     }
     const bool takesAfter = !before || (after && *after - instant < instant - *before);
-    if (takesAfter || !sought) {
-        if (!m_film.seek(takesAfter ? *after : *before)) {
-            return std::nullopt;
-        }
+    if (!m_film.seekToListed(takesAfter ? *after : *before)) {
+        return std::nullopt;
     }
-    // The list has the times of decoding, not of display; the seek has led to the very packet.
+    // The seek has led to the very packet, whose time may be a little off the list's.
     return firstFrom(anywhere, std::numeric_limits<double>::max());
 }
 
@@ -98,6 +96,28 @@ KeySearch::Neighbours KeySearch::readAround(double from, double instant, double 
         found.before = std::move(key);
     }
     return found;
+}
+
+std::optional<double> KeySearch::before(double instant, std::optional<double> known)
+{
+    m_film.seek(instant);
+    if (m_film.hasIndex()) {
+        return m_film.keysAround(instant).before;
+    }
+    for (double back = m_distance;; back *= 2) {
+        const double from = std::max(known.value_or(0), instant - back);
+        const bool isWhole = from == known.value_or(0);
+        if (!m_film.seek(from)) {
+            return std::nullopt;
+        }
+        const Neighbours found = readAround(isWhole ? anywhere : from, instant, instant);
+        if (found.before) {
+            return found.before->time;
+        }
+        if (isWhole) {
+            return known;
+        }
+    }
 }
 
 // Reads from a little before the instant to the first key picture behind it. When none came before

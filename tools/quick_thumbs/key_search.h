@@ -16,6 +16,9 @@ public:
     // The key picture nearest to the instant; of a film without an index it is looked for up to
     // `reach` seconds behind it. Nothing when there is none.
     std::optional<KeyPicture> nearest(double instant, double reach);
+    // Seconds of the last key picture by the instant. Looks no further back than `known`, a time
+    // from which on there is one to be had. Nothing when there is none.
+    std::optional<double> before(double instant, std::optional<double> known);
     // The first key picture behind the instant and not behind the limit.
     std::optional<KeyPicture> next(double instant, double limit);
 

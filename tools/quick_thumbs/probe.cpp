@@ -97,11 +97,13 @@ private:
                 return "its clock jumps";
             }
             if (!m_header) {
-                takeFrame((*decoder)->step(packet.get()).get());
+                (*decoder)->send(packet.get());
+                takeFrame((*decoder)->receive().get());
             }
         }
         if (!m_header) {
-            takeFrame((*decoder)->step(nullptr).get());
+            (*decoder)->send(nullptr);
+            takeFrame((*decoder)->receive().get());
         }
         return m_header ? std::string() : "no frame could be decoded";
     }

@@ -63,7 +63,9 @@ std::optional<Worker::Taken> Worker::takeKeyFrom(double first, double last)
 {
     m_film->readOnlyVideo();
     const auto key = m_keys.next(first - 3 * rounding, last);
-    return key ? decodedAlone(*key) : std::nullopt;
+    const FramePtr frame = key ? m_decoder->alone(*key) : nullptr;
+    const bool isIntra = frame && frame->pict_type == AV_PICTURE_TYPE_I;
+    return isIntra ? pictureOf(frame.get(), key->time) : std::nullopt;
 }
 
 // A key picture serves one instant. Who shares one, or has none near, gets the picture at the
@@ -129,8 +131,17 @@ std::optional<Worker::Taken> Worker::decodedAlone(const KeyPicture &key)
 
 std::optional<Worker::Taken> Worker::byDecoding(double instant)
 {
-    const FramePtr frame = m_decoder->upTo(*m_film, instant);
-    return pictureOf(frame.get(), frame ? m_film->timeOf(*frame).value_or(instant) : 0);
+    if (!m_sequence) {
+        auto opened = Sequence::open(m_request.source, *m_film);
+        if (!opened) {
+            m_problem = opened.error();
+            return std::nullopt;
+        }
+        m_sequence = std::move(*opened);
+    }
+    const auto key = m_keys.before(instant, m_sequence->reached());
+    const FramePtr frame = m_sequence->upTo(instant, key);
+    return pictureOf(frame.get(), frame ? m_sequence->timeOf(*frame) : 0);
 }
 
 // The first key picture that can be decoded, behind the instant and then before it.

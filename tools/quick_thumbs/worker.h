@@ -4,6 +4,7 @@
 #include "quick_thumbs/film.h"
 #include "quick_thumbs/key_search.h"
 #include "quick_thumbs/picture_maker.h"
+#include "quick_thumbs/sequence.h"
 #include "thumbs/arguments.h"
 
 #include <tl/expected.hpp>
@@ -27,7 +28,8 @@ public:
     };
     // To be asked in the order of the instants.
     tl::expected<Taken, std::string> take(std::size_t index);
-    // The first key picture between these seconds.
+    // The first key picture between these seconds, if its decoder calls it one: that is by what
+    // ffmpeg would pick it.
     std::optional<Taken> takeKeyFrom(double first, double last);
     // The key picture that another worker takes for this instant is not free any more.
     void leaveOut(std::size_t index);
@@ -51,6 +53,7 @@ private:
     const PicturesRequest &m_request;
     KeySearch m_keys;
     std::unique_ptr<Decoder> m_decoder;
+    std::unique_ptr<Sequence> m_sequence; // opened when it is needed
     std::unique_ptr<PictureMaker> m_maker;
     std::optional<double> m_used; // the key picture of the last instant
     std::string m_problem;

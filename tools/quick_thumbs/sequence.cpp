@@ -1,0 +1,96 @@
+#include "quick_thumbs/sequence.h"
+
+#include <algorithm>
+
+namespace qv
+{
+namespace
+{
+
+// Time stamps are rounded on their way.
+constexpr double rounding = 0.001;
+
+// Pictures on which no other builds are left out up to so many seconds before the instant.
+constexpr double hurryUntil = 1.5;
+
+} // namespace
+
+tl::expected<std::unique_ptr<Sequence>, std::string> Sequence::open(const std::string &path,
+                                                                    const Film &first)
+{
+    auto film = Film::open(path, &first);
+    if (!film) {
+        return tl::make_unexpected(film.error());
+    }
+    auto decoder = Decoder::open(**film);
+    if (!decoder) {
+        return tl::make_unexpected(decoder.error());
+    }
+    std::unique_ptr<Sequence> sequence(new Sequence);
+    sequence->m_film = std::move(*film);
+    sequence->m_decoder = std::move(*decoder);
+    return sequence;
+}
+
+FramePtr Sequence::upTo(double instant, std::optional<double> key)
+{
+    m_instant = instant;
+    const bool isOnTheWay =
+        m_reached && *m_reached <= instant + rounding && *m_reached >= key.value_or(0) - rounding;
+    if (!isOnTheWay) {
+        forget();
+        m_waitsForKey = key.has_value();
+        if (!m_film->seek(key.value_or(0))) {
+            return nullptr;
+        }
+    }
+    const double goal = instant - std::max(rounding, m_film->frameDuration() / 4);
+    while (!m_reached || *m_reached < goal) {
+        FramePtr frame = next();
+        if (!frame) {
+            break;
+        }
+        m_reached = m_film->timeOf(*frame).value_or(m_reached.value_or(instant));
+        m_last = std::move(frame);
+    }
+    return m_last ? FramePtr(av_frame_clone(m_last.get())) : nullptr;
+}
+
+void Sequence::forget()
+{
+    m_decoder->restart();
+    m_isAtEnd = false;
+    m_reached.reset();
+    m_last.reset();
+}
+
+// The next picture that is whole, as far as to the film's end.
+FramePtr Sequence::next()
+{
+    while (true) {
+        while (FramePtr frame = m_decoder->receive()) {
+            if (isWhole(*frame)) {
+                return frame;
+            }
+        }
+        if (m_isAtEnd) {
+            return nullptr;
+        }
+        sendNext();
+    }
+}
+
+void Sequence::sendNext()
+{
+    const PacketPtr packet = m_film->next();
+    m_isAtEnd = !packet;
+    m_waitsForKey = m_waitsForKey && packet && (packet->flags & AV_PKT_FLAG_KEY) == 0;
+    if (m_waitsForKey) {
+        return;
+    }
+    const auto time = packet ? m_film->timeOf(*packet) : std::nullopt;
+    m_decoder->hurry(time && *time < m_instant - hurryUntil);
+    m_decoder->send(packet.get());
+}
+
+} // namespace qv
