@@ -95,7 +95,11 @@ void DesktopFace::followDrawer()
 {
     if (m_state.drawerOpen != m_drawerSeen) {
         m_drawerSeen = m_state.drawerOpen;
-        m_widgets.window.setDrawerOpen(m_drawerSeen);
+        // Refused sources outlast the rows, and must not go out of sight with them.
+        const bool isNeeded = m_drawer != nullptr && m_drawer->refused()->count() > 0;
+        if (m_drawerSeen || !isNeeded) {
+            m_widgets.window.setDrawerOpen(m_drawerSeen);
+        }
     }
 }
 
@@ -280,12 +284,7 @@ int DesktopFace::thumbnailCount(int out) const
 
 bool DesktopFace::captionShown(const QString &caption) const
 {
-    for (const CaptionSwitch &known : captionSwitches()) {
-        if (known.caption == caption) {
-            return intValue(m_widgets.preferences.prefReadString(known.preference)) != 0;
-        }
-    }
-    return true;
+    return isCaptionOn(m_widgets.preferences, caption);
 }
 
 QStringList DesktopFace::chooseSources(const QString &title, const QStringList &extensions)
