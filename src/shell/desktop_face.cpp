@@ -211,9 +211,12 @@ void DesktopFace::rowFinished(const RowResult &result)
     } else if (result.status != RowResult::Status::Stopped) {
         ++m_failed;
     }
-    // A row that vanished with its source is told among the refused ones.
-    if (result.status == RowResult::Status::Failed && m_controller != nullptr &&
-        m_controller->table().indexOfSource(result.source) < 0) {
+    const int row =
+        m_controller == nullptr ? -1 : m_controller->table().indexOfSource(result.source);
+    if (row >= 0) {
+        m_controller->whichArrayController().row(row).isQuick = result.isQuick;
+    } else if (result.status == RowResult::Status::Failed) {
+        // A row that vanished with its source is told among the refused ones.
         sourceSkipped(result.source, result.reason);
     }
 }

@@ -3,6 +3,7 @@
 #include "support/diagnostics.h"
 
 #include <QAbstractButton>
+#include <QCheckBox>
 #include <QClipboard>
 #include <QComboBox>
 #include <QGroupBox>
@@ -135,6 +136,18 @@ TEST_F(DesktopTest, KeepsRefusedSourcesInSightWhenTheRowsGo)
         controller().encBatchRemoveAll(appDelegate::Sender::Internal);
         ASSERT_TRUE(waitUntil([&] { return !go->isEnabled(); }));
         EXPECT_EQ(m_desktop->window().isDrawerOpen(), refuses);
+    }
+}
+
+TEST_F(DesktopTest, RemembersWhetherPicturesAreTakenQuickly)
+{
+    for (const bool before : {false, true, false}) {
+        ASSERT_TRUE(start());
+        auto *quick = find<QCheckBox>("quickSwitch");
+        EXPECT_EQ(quick->isChecked(), before);
+        QTest::mouseClick(quick, Qt::LeftButton, {}, {8, quick->height() / 2});
+        EXPECT_EQ(WindowMemory().wantsQuickPictures(), !before) << "from the next row on";
+        m_desktop->quit(appDelegate::Quit::AtOnce);
     }
 }
 
