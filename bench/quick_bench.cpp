@@ -253,7 +253,11 @@ bool jobsScale(const char *name, const QStringList &clips, const QStringList &ro
                        road + QStringList{QStringLiteral("--jobs"), QString::number(jobs)});
     };
     Turns turns({withJobs(1), withJobs(processors)});
-    if (clips.isEmpty() || !turns.run(longRounds)) {
+    if (clips.isEmpty()) {
+        std::printf("%s: no clips  MISSED\n", name);
+        return false;
+    }
+    if (!turns.run(longRounds)) {
         return false;
     }
     std::printf("%s, %lld clips: one job %.1f s, %u jobs %.1f s\n", name,
