@@ -3,10 +3,13 @@
 //
 // command_bench <folder for clips>
 
+#include "clips.h"
+#include "measuring.h"
+
 #include <QByteArray>
 #include <QDir>
-#include <QElapsedTimer>
 #include <QFile>
+#include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -15,88 +18,15 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <fcntl.h>
-#include <functional>
-#include <spawn.h>
-#include <string>
-#include <sys/resource.h>
-#include <sys/wait.h>
-#include <unistd.h>
+#include <map>
 #include <vector>
 
-extern char **environ;
+using namespace bench;
 
 namespace
 {
 
-const QString builtBundle = QStringLiteral(QV_BUILT_BUNDLE);
-const QString fakeTool = QStringLiteral(QV_FAKE_TOOL);
-
-struct Measured {
-    double milliseconds = 0;
-    long peakKilobytes = 0;
-    int status = -1;
-};
-
-// Runs a command with its output thrown away.
-Measured run(const QStringList &command)
-{
-    std::vector<QByteArray> texts;
-    for (const QString &argument : command) {
-        texts.push_back(argument.toUtf8());
-    }
-    std::vector<char *> pointers;
-    for (QByteArray &text : texts) {
-        pointers.push_back(text.data());
-    }
-    pointers.push_back(nullptr);
-    posix_spawn_file_actions_t actions;
-    ::posix_spawn_file_actions_init(&actions);
-    ::posix_spawn_file_actions_addopen(&actions, 0, "/dev/null", O_RDONLY, 0);
-    ::posix_spawn_file_actions_addopen(&actions, 1, "/dev/null", O_WRONLY, 0);
-    ::posix_spawn_file_actions_addopen(&actions, 2, "/dev/null", O_WRONLY, 0);
-    QElapsedTimer clock;
-    clock.start();
-    pid_t pid = 0;
-    Measured measured;
-    if (::posix_spawn(&pid, pointers[0], &actions, nullptr, pointers.data(), environ) == 0) {
-        rusage usage{};
-        int status = 0;
-        ::wait4(pid, &status, 0, &usage);
-        measured.milliseconds = static_cast<double>(clock.nsecsElapsed()) / 1e6;
-        measured.peakKilobytes = usage.ru_maxrss;
-        measured.status = WIFEXITED(status) ? WEXITSTATUS(status) : 128;
-    }
-    ::posix_spawn_file_actions_destroy(&actions);
-    return measured;
-}
-
-double median(std::vector<double> values)
-{
-    std::sort(values.begin(), values.end());
-    return values[values.size() / 2];
-}
-
-double medianTime(int times, const std::function<double()> &measure)
-{
-    std::vector<double> values;
-    for (int i = 0; i < times; ++i) {
-        values.push_back(measure());
-    }
-    return median(values);
-}
-
-bool verdict(const char *what, double value, double bound)
-{
-    const bool good = value <= bound;
-    std::printf("  %-46s %8.3f  (at most %.3f)%s\n", what, value, bound, good ? "" : "  MISSED");
-    return good;
-}
-
-QString builtCommand()
-{
-    return builtBundle + QStringLiteral("/Contents/MacOS/quorvantel-cli");
-}
+constexpr int fakeSources = 20;
 
 // ---- start-up
 
@@ -110,43 +40,10 @@ bool startUp()
     const double help = timeOf({builtCommand(), QStringLiteral("sheet"), QStringLiteral("--help")});
     std::printf("start-up: /bin/true %.1f ms, --version %.1f ms, sheet --help %.1f ms\n", bare,
                 version, help);
-    return verdict("--version less /bin/true, ms", version - bare, 30);
+    return atMost("--version less /bin/true, ms", version - bare, 30);
 }
 
 // ---- a whole sheet
-
-// Ten minutes of 1080p with a key frame every 10 seconds, the second one at `phase` seconds. With a
-// phase of 0 the sheet's instants fall on key frames, and each run is as short as can be.
-QString makeFilm(const QString &folder, int phase)
-{
-    const QString film = QStringLiteral("%1/film-%2.mp4").arg(folder).arg(phase);
-    if (!QFile::exists(film)) {
-        const QString part = folder + QStringLiteral("/film-part.mp4");
-        QProcess::execute(QStringLiteral("ffmpeg"),
-                          {QStringLiteral("-v"),
-                           QStringLiteral("error"),
-                           QStringLiteral("-y"),
-                           QStringLiteral("-f"),
-                           QStringLiteral("lavfi"),
-                           QStringLiteral("-i"),
-                           QStringLiteral("testsrc2=s=1920x1080:r=25:d=600"),
-                           QStringLiteral("-c:v"),
-                           QStringLiteral("libx264"),
-                           QStringLiteral("-preset"),
-                           QStringLiteral("ultrafast"),
-                           QStringLiteral("-g"),
-                           QStringLiteral("1000"),
-                           QStringLiteral("-sc_threshold"),
-                           QStringLiteral("0"),
-                           QStringLiteral("-crf"),
-                           QStringLiteral("30"),
-                           QStringLiteral("-force_key_frames"),
-                           QStringLiteral("expr:gte(t,n_forced*10-%1)").arg((10 - phase) % 10),
-                           part});
-        QFile::rename(part, film);
-    }
-    return film;
-}
 
 QList<QStringList> plannedCommands(const QString &film, const QString &stills)
 {
@@ -209,29 +106,10 @@ bool wholeSheet(const QString &folder, int phase)
         "whole sheet, key frames %d s past the tens: %lld commands in a shell loop %.0f ms, "
         "the command %.0f ms, of which its analysis %.0f ms\n",
         phase, static_cast<long long>(commands.size()), loop, median(sheets), analysis);
-    return verdict("(sheet less analysis) / loop", (median(sheets) - analysis) / loop, 1.05) &&
-           good;
+    return atMost("(sheet less analysis) / loop", (median(sheets) - analysis) / loop, 1.05) && good;
 }
 
 // ---- many sources
-
-// The command in a bundle of its own whose ffmpeg is the fake tool.
-QString commandWithFakeTool(const QString &folder)
-{
-    const QString contents = folder + QStringLiteral("/Fake.app/Contents");
-    QDir().mkpath(contents + QStringLiteral("/MacOS"));
-    QDir().mkpath(contents + QStringLiteral("/Resources/tools"));
-    const QString command = contents + QStringLiteral("/MacOS/quorvantel-cli");
-    QFile::copy(builtCommand(), command);
-    QFile::copy(builtBundle + QStringLiteral("/Contents/Info.plist"),
-                contents + QStringLiteral("/Info.plist"));
-    for (const QString &name : {QStringLiteral("en.lproj"), QStringLiteral("fonts")}) {
-        QFile::link(builtBundle + QStringLiteral("/Contents/Resources/") + name,
-                    contents + QStringLiteral("/Resources/") + name);
-    }
-    QFile::link(fakeTool, contents + QStringLiteral("/Resources/tools/ffmpeg"));
-    return command;
-}
 
 QString folderOfSources(const QString &parent, const char *kind, int count, const QByteArray &bytes)
 {
@@ -246,21 +124,13 @@ QString folderOfSources(const QString &parent, const char *kind, int count, cons
     return folder;
 }
 
-void makePicture(const QString &path)
-{
-    QProcess::execute(QStringLiteral("ffmpeg"),
-                      {QStringLiteral("-v"), QStringLiteral("error"), QStringLiteral("-y"),
-                       QStringLiteral("-f"), QStringLiteral("lavfi"), QStringLiteral("-i"),
-                       QStringLiteral("testsrc2=s=640x360:d=1"), QStringLiteral("-frames:v"),
-                       QStringLiteral("1"), path});
-    qputenv("FAKE_TOOL_PICTURE", path.toUtf8());
-}
-
 bool manySources()
 {
     const QTemporaryDir scratch;
     const QString command = commandWithFakeTool(scratch.path());
-    makePicture(scratch.filePath(QStringLiteral("picture.jpg")));
+    if (!makeFakePicture(scratch.filePath(QStringLiteral("picture.jpg")))) {
+        return false;
+    }
     const auto runOver = [&](const char *kind, int count, const QByteArray &bytes) {
         const QString out =
             scratch.filePath(QStringLiteral("out-%1-%2").arg(QLatin1String(kind)).arg(count));
@@ -272,16 +142,101 @@ bool manySources()
     std::printf("memory: 10 sources %ld kB, 1000 sources %ld kB (%.1f s)\n", few.peakKilobytes,
                 many.peakKilobytes, many.milliseconds / 1000);
     const bool memory =
-        verdict("growth from 10 to 1000 sources, MB",
-                static_cast<double>(many.peakKilobytes - few.peakKilobytes) / 1024, 20) &&
+        atMost("growth from 10 to 1000 sources, MB",
+               static_cast<double>(many.peakKilobytes - few.peakKilobytes) / 1024, 20) &&
         few.status == 0 && many.status == 0;
     const Measured thousand = runOver("empty", 1000, "");
     const Measured tenThousand = runOver("empty", 10000, "");
     std::printf("refusals: 1000 empty files %.0f ms, 10000 %.0f ms\n", thousand.milliseconds,
                 tenThousand.milliseconds);
-    return verdict("10000 refusals / 1000 refusals",
-                   tenThousand.milliseconds / thousand.milliseconds, 15) &&
+    return atMost("10000 refusals / 1000 refusals",
+                  tenThousand.milliseconds / thousand.milliseconds, 15) &&
            memory;
+}
+
+// ---- between two tools
+
+struct ToolRun {
+    QString phase;
+    qint64 begun = 0; // nanoseconds
+    qint64 ended = 0;
+};
+
+std::vector<ToolRun> toolRuns(const QString &path)
+{
+    std::vector<ToolRun> runs;
+    QFile file(path);
+    if (file.open(QIODevice::ReadOnly)) {
+        while (!file.atEnd()) {
+            const QList<QByteArray> words = file.readLine().simplified().split(' ');
+            runs.push_back({QString::fromLatin1(words.value(0)), words.value(1).toLongLong(),
+                            words.value(2).toLongLong()});
+        }
+    }
+    std::sort(runs.begin(), runs.end(),
+              [](const ToolRun &a, const ToolRun &b) { return a.begun < b.begun; });
+    return runs;
+}
+
+// Milliseconds from the end of a tool to the beginning of the next one, by the phases of both.
+// Behind the last picture the sheet is drawn, which is another matter.
+std::map<QString, std::vector<double>> gaps(const QString &path)
+{
+    std::map<QString, std::vector<double>> found;
+    const std::vector<ToolRun> runs = toolRuns(path);
+    for (std::size_t i = 1; i < runs.size(); ++i) {
+        const ToolRun &before = runs[i - 1];
+        const ToolRun &next = runs[i];
+        const bool isSheetBetween =
+            before.phase == QLatin1String("picture") && next.phase != before.phase;
+        if (!isSheetBetween && next.begun > before.ended) {
+            found[before.phase + QStringLiteral(" to ") + next.phase].push_back(
+                static_cast<double>(next.begun - before.ended) / 1e6);
+        }
+    }
+    return found;
+}
+
+// A tool's own start and end, in a loop that does nothing else.
+double bareGap(const QString &tool, const QTemporaryDir &scratch)
+{
+    const QString times = scratch.filePath(QStringLiteral("bare-times"));
+    qputenv("FAKE_TOOL_TIMES", times.toUtf8());
+    for (int i = 0; i < 100; ++i) {
+        run({tool, QStringLiteral("-i"), QStringLiteral("clip.mp4"),
+             scratch.filePath(QStringLiteral("img00.jpg"))});
+    }
+    const auto found = gaps(times);
+    return found.empty() ? 0 : median(found.begin()->second);
+}
+
+bool betweenTools()
+{
+    const QTemporaryDir scratch;
+    const QString command = commandWithFakeTool(scratch.path());
+    QStringList sheet{command, QStringLiteral("sheet"), QStringLiteral("-o"),
+                      scratch.filePath(QStringLiteral("out"))};
+    for (int i = 0; i < fakeSources; ++i) {
+        sheet.append(scratch.filePath(QStringLiteral("clip %1.mp4").arg(i)));
+        QFile source(sheet.last());
+        if (!source.open(QIODevice::WriteOnly) || source.write("x") != 1) {
+            return false;
+        }
+    }
+    bool good = makeFakePicture(scratch.filePath(QStringLiteral("picture.jpg")));
+    const QString tool = QFileInfo(command).path() + QStringLiteral("/../Resources/tools/ffmpeg");
+    const double bare = bareGap(tool, scratch);
+    const QString times = scratch.filePath(QStringLiteral("times"));
+    qputenv("FAKE_TOOL_TIMES", times.toUtf8());
+    good = run(sheet).status == 0 && good;
+    qunsetenv("FAKE_TOOL_TIMES");
+    const auto found = gaps(times);
+    std::printf("between two tools: a bare loop takes %.2f ms\n", bare);
+    for (const auto &[kind, values] : found) {
+        const QByteArray what = kind.toUtf8() + ", more than bare, ms";
+        good = atMost(what.constData(), median(values) - bare, 2) && good;
+    }
+    return good && !found.empty();
 }
 
 } // namespace
@@ -295,7 +250,8 @@ int main(int argc, char **argv)
     const QString folder = QString::fromLocal8Bit(argv[1]);
     QDir().mkpath(folder);
     std::setvbuf(stdout, nullptr, _IOLBF, 0);
-    const bool results[] = {startUp(), wholeSheet(folder, 3), wholeSheet(folder, 0), manySources()};
+    const bool results[] = {startUp(), wholeSheet(folder, 3), wholeSheet(folder, 0), betweenTools(),
+                            manySources()};
     return std::all_of(std::begin(results), std::end(results), [](bool good) { return good; }) ? 0
                                                                                                : 1;
 }

@@ -1,5 +1,6 @@
 // The batch table with 10,000 rows: memory over an empty one, time to show it, frames while
 // scrolling, adding and removing a row. Fails when memory or a frame misses its bound.
+#include "common/recording_workspace.h"
 #include "settings/preferences_store.h"
 #include "shell/batch_drawer.h"
 #include "support/files.h"
@@ -59,15 +60,6 @@ public:
     bool hasDecoder(const QString &) override { return false; }
     std::optional<qv::MediaInfoRecord> record(const QString &) override { return std::nullopt; }
     bool thumbnail(const QString &, int, int, double, const QString &) override { return false; }
-};
-
-class NoWorkspace : public qv::Workspace
-{
-public:
-    void reveal(const QStringList &) override {}
-    void open(const QString &) override {}
-    void openUrl(const QUrl &) override {}
-    void notify(const QString &, const QString &) override {}
 };
 
 QByteArray previewFile(const QString &scratch, int seed)
@@ -294,7 +286,7 @@ int main(int argc, char **argv)
     qv::PreferencesStore preferences;
     WindowFace face;
     NoMovies movies;
-    NoWorkspace workspace;
+    RecordingWorkspace workspace;
     qv::appDelegate controller(preferences, face, movies, {});
     qv::BatchDrawer drawer(controller, workspace);
     face.drawer = &drawer;

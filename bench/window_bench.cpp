@@ -3,6 +3,7 @@
 //
 // window_bench <folder for clips>
 
+#include "common/recording_workspace.h"
 #include "common/wait_until.h"
 #include "shell/desktop.h"
 #include "support/files.h"
@@ -264,15 +265,6 @@ QString makeManyFiles(const QString &folder)
 
 // ---- the window at work
 
-class QuietWorkspace : public Workspace
-{
-public:
-    void reveal(const QStringList &) override {}
-    void open(const QString &) override {}
-    void openUrl(const QUrl &) override {}
-    void notify(const QString &, const QString &) override {}
-};
-
 QDialog *openDialog()
 {
     for (QWidget *widget : QApplication::topLevelWidgets()) {
@@ -468,7 +460,8 @@ bool measure(const QString &clips, const QString &home)
     const QString many = makeManyFiles(home);
     Desktop::Launch launch;
     launch.turnOverLogs = [] {};
-    Desktop desktop(std::make_unique<QuietWorkspace>(), std::make_unique<FileChooser>(), launch);
+    Desktop desktop(std::make_unique<RecordingWorkspace>(), std::make_unique<FileChooser>(),
+                    launch);
     if (sources.isEmpty() || !desktop.awakeFromNib()) {
         return false;
     }

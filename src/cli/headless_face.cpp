@@ -79,21 +79,14 @@ int HeadlessFace::thumbnailCount(int out) const
 
 bool HeadlessFace::captionShown(const QString &caption) const
 {
-    if (m_options.noTimecode && caption == QLatin1String("timecode")) {
+    const bool isStamp = caption == QLatin1String("timecode");
+    if (m_options.noTimecode && isStamp) {
         return false;
     }
-    if (m_options.captions) {
-        // A list of captions says nothing about the stamps unless it names them.
-        return m_options.captions->contains(caption) ||
-               (caption == QLatin1String("timecode") && !m_options.noTimecode &&
-                intValue(m_preferences.prefReadString(QStringLiteral("prefTimecode"))) != 0);
-    }
-    for (const CaptionSwitch &known : captionSwitches()) {
-        if (known.caption == caption) {
-            return intValue(m_preferences.prefReadString(known.preference)) != 0;
-        }
-    }
-    return true;
+    const bool isListed = m_options.captions && m_options.captions->contains(caption);
+    // A list of captions says nothing about the stamps unless it names them.
+    const bool listDecides = m_options.captions && !isStamp;
+    return isListed || (!listDecides && isCaptionOn(m_preferences, caption));
 }
 
 } // namespace qv

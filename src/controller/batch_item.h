@@ -30,6 +30,7 @@ struct BatchItem {
     MediaInfoRecord dico; // the record with srcPathStr, imgPathStr, intraFailure, dstPathStr
     StyledText src;       // caption
     QString reason;       // why the row failed; null otherwise
+    bool isQuick = false; // its sheet shows key pictures
 
     QString sourcePath() const;
     // The preview, read from the file when asked for, so that ten thousand rows hold no pictures;

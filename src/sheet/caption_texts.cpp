@@ -7,6 +7,7 @@
 #include "support/numbers.h"
 #include "support/variant_values.h"
 
+#include <algorithm>
 #include <optional>
 
 namespace qv
@@ -151,6 +152,15 @@ const QList<CaptionSwitch> &captionSwitches()
         {QStringLiteral("essence"), QStringLiteral("pageEssence")},
         {QStringLiteral("timecode"), QStringLiteral("prefTimecode")}};
     return switches;
+}
+
+bool isCaptionOn(const PreferencesStore &preferences, const QString &caption)
+{
+    const QList<CaptionSwitch> &switches = captionSwitches();
+    const auto known =
+        std::find_if(switches.begin(), switches.end(),
+                     [&](const CaptionSwitch &one) { return one.caption == caption; });
+    return known == switches.end() || intValue(preferences.prefReadString(known->preference)) != 0;
 }
 
 } // namespace qv

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "settings/preferences_store.h"
+
 #include <QString>
 #include <QStringList>
 #include <QVariantMap>
@@ -21,5 +23,7 @@ struct CaptionSwitch {
     QString preference;
 };
 const QList<CaptionSwitch> &captionSwitches();
+// Whether the preferences show that caption; one that has no switch is always shown.
+bool isCaptionOn(const PreferencesStore &preferences, const QString &caption);
 
 } // namespace qv

@@ -59,6 +59,15 @@ QPalette paletteOf(const Tones &t)
     return palette;
 }
 
+// Qt outlines an empty check box too faintly for a dark window; it is filled like a button.
+void show(const Tones &tones)
+{
+    QPalette palette = paletteOf(tones);
+    QApplication::setPalette(palette);
+    palette.setColor(QPalette::Base, tones.button);
+    QApplication::setPalette(palette, "QCheckBox");
+}
+
 bool isDark(const QPalette &palette)
 {
     return palette.color(QPalette::Window).lightness() <
@@ -100,7 +109,7 @@ void askDesktop()
         if (reply.isValid() && chosen() == QLatin1String("system") &&
             schemeIn(reply.value().variant()) == schemePrefersDark &&
             !isDark(QApplication::palette())) {
-            QApplication::setPalette(paletteOf(darkTones));
+            show(darkTones);
         }
     });
 }
@@ -117,13 +126,13 @@ void applyAppearance(const QString &appearance)
 {
     chosen() = appearance;
     if (appearance == QLatin1String("dark")) {
-        QApplication::setPalette(paletteOf(darkTones));
+        show(darkTones);
     } else if (appearance == QLatin1String("light")) {
-        QApplication::setPalette(paletteOf(lightTones));
+        show(lightTones);
     } else if (hasThemePalette()) {
         QApplication::setPalette(QPalette());
     } else {
-        QApplication::setPalette(paletteOf(lightTones));
+        show(lightTones);
         askDesktop();
     }
 }

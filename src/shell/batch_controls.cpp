@@ -6,6 +6,7 @@
 #include "shell/segmented_control.h"
 #include "support/localized_strings.h"
 
+#include <QCheckBox>
 #include <QComboBox>
 #include <QEvent>
 #include <QGridLayout>
@@ -85,7 +86,7 @@ BatchControls::BatchControls(QWidget *parent)
     : QWidget(parent), m_folder(new QLineEdit(this)), m_choose(new QPushButton(this)),
       m_layouts(new SegmentedControl(SegmentedControl::Mode::SelectOne, this)),
       m_choices(new SegmentedControl(SegmentedControl::Mode::SelectOne, this)),
-      m_count(new QComboBox(this)), m_go(new QPushButton(this)),
+      m_count(new QComboBox(this)), m_quick(new QCheckBox(this)), m_go(new QPushButton(this)),
       m_stop(new SegmentedControl(SegmentedControl::Mode::Momentary, this)),
       m_progress(new QWidget(this))
 {
@@ -95,6 +96,7 @@ BatchControls::BatchControls(QWidget *parent)
     grid->setVerticalSpacing(10);
     addDestination(*grid);
     addSheetChoices(*grid);
+    addQuickSwitch(*grid);
     auto *column = new QVBoxLayout(this);
     column->setContentsMargins(0, 0, 0, 0);
     column->setSpacing(16);
@@ -117,6 +119,7 @@ void BatchControls::orderTabs()
     order += m_layouts->segments();
     order += m_count;
     order += m_choices->segments();
+    order += m_quick;
     order += m_go;
     order += m_stop->segments();
     for (qsizetype i = 1; i < order.size(); ++i) {
@@ -166,6 +169,15 @@ void BatchControls::addSheetChoices(QGridLayout &grid)
     row->addStretch();
     grid.addWidget(makeFieldName(QStringLiteral("@@stillsCountLabel"), m_count, this), 2, 0);
     grid.addLayout(row, 2, 1);
+}
+
+void BatchControls::addQuickSwitch(QGridLayout &grid)
+{
+    m_quick->setText(QStringLiteral("@@quickPictures"));
+    m_quick->setToolTip(QStringLiteral("@@quickPicturesTip"));
+    m_quick->setObjectName(QStringLiteral("quickSwitch"));
+    connect(m_quick, &QCheckBox::clicked, this, &BatchControls::quickPicturesChosen);
+    grid.addWidget(m_quick, grid.rowCount(), 1, Qt::AlignLeft);
 }
 
 QWidget *BatchControls::makeButtons()
@@ -362,6 +374,16 @@ void BatchControls::setThumbnailCount(int out, int count)
 {
     m_counts.at(static_cast<size_t>(std::clamp(out, 0, 3))) = count;
     offerCounts();
+}
+
+bool BatchControls::wantsQuickPictures() const
+{
+    return m_quick->isChecked();
+}
+
+void BatchControls::setQuickPictures(bool quick)
+{
+    m_quick->setChecked(quick);
 }
 
 void BatchControls::offerCounts()

@@ -6,6 +6,7 @@
 
 #include <array>
 
+class QCheckBox;
 class QComboBox;
 class QLabel;
 class QLineEdit;
@@ -43,6 +44,10 @@ public:
     int thumbnailCount(int out) const;
     void setThumbnailCount(int out, int count);
 
+    // Whether the stills may be the key pictures nearest to their instants.
+    bool wantsQuickPictures() const;
+    void setQuickPictures(bool quick);
+
     QPushButton *goButton() const { return m_go; }
 
 Q_SIGNALS:
@@ -50,6 +55,8 @@ Q_SIGNALS:
     void taskStopClicked(int segment);
     void folderRequested();
     void layoutChanged(int out);
+    // By the user.
+    void quickPicturesChosen(bool quick);
 
 protected:
     void resizeEvent(QResizeEvent *event) override;
@@ -58,6 +65,7 @@ protected:
 private:
     void addDestination(QGridLayout &grid);
     void addSheetChoices(QGridLayout &grid);
+    void addQuickSwitch(QGridLayout &grid);
     QWidget *makeButtons();
     QWidget *makeProgress();
     void offerCounts();
@@ -76,6 +84,7 @@ private:
     SegmentedControl *m_layouts;
     SegmentedControl *m_choices;
     QComboBox *m_count;
+    QCheckBox *m_quick;
     QPushButton *m_go;
     SegmentedControl *m_stop;
     QWidget *m_progress;

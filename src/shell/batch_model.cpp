@@ -198,7 +198,7 @@ QString BatchModel::statusWords(int row) const
     case RowMark::PuceCurrent:
         return localized(QStringLiteral("btCurrent"));
     case RowMark::PuceSuccess:
-        return localized(QStringLiteral("btDone"));
+        return localized(item->isQuick ? QStringLiteral("btDoneQuick") : QStringLiteral("btDone"));
     case RowMark::PuceFailure:
         return localized(QStringLiteral("btFailedWhy")).arg(reasonText(item->reason));
     }

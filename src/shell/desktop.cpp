@@ -25,17 +25,11 @@ namespace
 constexpr int criticalStyle = 2;
 constexpr int fontsDelay = 400; // milliseconds
 
-WindowMemory memoryAt(const QString &file)
-{
-    return file.isEmpty() ? WindowMemory() : WindowMemory(file);
-}
-
 } // namespace
 
 Desktop::Desktop(std::unique_ptr<Workspace> workspace, std::unique_ptr<FileChooser> chooser,
                  Launch launch)
     : m_launch(std::move(launch)), m_workspace(std::move(workspace)), m_chooser(std::move(chooser)),
-      m_memory(memoryAt(m_launch.memoryFile)),
       m_preferences(PreferencesStore::userFile(Bundle::main().identifier()),
                     PreferencesStore::Saving::Written),
       m_decoders(m_movies)
@@ -124,8 +118,7 @@ void Desktop::prepareFolders()
     if (folder) {
         setForeignNamesFolder(appendPath(*folder, QStringLiteral("names")));
     } else {
-        alertReport(localized(QStringLiteral("D_echec_1")), folder.error(), criticalStyle,
-                    AlertPlace::SheetOnWindow);
+        m_troubles.append(folder.error());
     }
     logEnvironment(Bundle::main());
     makeMovieFolder();

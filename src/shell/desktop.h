@@ -29,7 +29,6 @@ public:
         int runningCopies = 1;
         platform::Processor processor = platform::processor();
         std::function<void()> turnOverLogs = startLogs;
-        QString memoryFile; // of the window; empty: the user's
     };
 
     Desktop(std::unique_ptr<Workspace> workspace, std::unique_ptr<FileChooser> chooser,

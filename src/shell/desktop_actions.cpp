@@ -86,6 +86,8 @@ void Desktop::connectControls()
             &appDelegate::iba_taskStopBt);
     connect(&controls, &BatchControls::folderRequested, this,
             [this] { m_face->chooseDestination(); });
+    connect(&controls, &BatchControls::quickPicturesChosen, this,
+            [this](bool quick) { m_memory.setQuickPictures(quick); });
     connect(m_window.get(), &MainWindow::closeRequested, this, &Desktop::quitByClosing);
     connect(m_workspace.get(), &Workspace::failed, m_window.get(), &MainWindow::notice);
     connect(&m_preferences, &PreferencesStore::notSaved, this, &Desktop::settingsNotSaved);

@@ -95,7 +95,11 @@ void DesktopFace::followDrawer()
 {
     if (m_state.drawerOpen != m_drawerSeen) {
         m_drawerSeen = m_state.drawerOpen;
-        m_widgets.window.setDrawerOpen(m_drawerSeen);
+        // Refused sources outlast the rows, and must not go out of sight with them.
+        const bool isNeeded = m_drawer != nullptr && m_drawer->refused()->count() > 0;
+        if (m_drawerSeen || !isNeeded) {
+            m_widgets.window.setDrawerOpen(m_drawerSeen);
+        }
     }
 }
 
@@ -207,9 +211,12 @@ void DesktopFace::rowFinished(const RowResult &result)
     } else if (result.status != RowResult::Status::Stopped) {
         ++m_failed;
     }
-    // A row that vanished with its source is told among the refused ones.
-    if (result.status == RowResult::Status::Failed && m_controller != nullptr &&
-        m_controller->table().indexOfSource(result.source) < 0) {
+    const int row =
+        m_controller == nullptr ? -1 : m_controller->table().indexOfSource(result.source);
+    if (row >= 0) {
+        m_controller->whichArrayController().row(row).isQuick = result.isQuick;
+    } else if (result.status == RowResult::Status::Failed) {
+        // A row that vanished with its source is told among the refused ones.
         sourceSkipped(result.source, result.reason);
     }
 }
@@ -280,12 +287,7 @@ int DesktopFace::thumbnailCount(int out) const
 
 bool DesktopFace::captionShown(const QString &caption) const
 {
-    for (const CaptionSwitch &known : captionSwitches()) {
-        if (known.caption == caption) {
-            return intValue(m_widgets.preferences.prefReadString(known.preference)) != 0;
-        }
-    }
-    return true;
+    return isCaptionOn(m_widgets.preferences, caption);
 }
 
 QStringList DesktopFace::chooseSources(const QString &title, const QStringList &extensions)

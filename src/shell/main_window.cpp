@@ -138,6 +138,7 @@ void MainWindow::restore(const WindowMemory &memory)
         m_splitter->setSizes({std::max(1, width() - drawer), drawer});
     }
     m_controls->setLayoutIndex(memory.layout());
+    m_controls->setQuickPictures(memory.wantsQuickPictures());
 }
 
 void MainWindow::remember(WindowMemory &memory) const

@@ -101,12 +101,10 @@ private:
         return path.simplified();
     }
 
-    bool isMarked() const { return isChecked(); }
-
     QColor fillColor() const
     {
         const QPalette colors = palette();
-        if (isMarked()) {
+        if (isChecked()) {
             return isEnabled() ? colors.color(QPalette::Highlight)
                                : colors.color(QPalette::Disabled, QPalette::Mid);
         }
@@ -128,8 +126,8 @@ private:
     void drawContent(QPainter &painter)
     {
         const QPalette::ColorGroup state = isEnabled() ? QPalette::Active : QPalette::Disabled;
-        painter.setPen(palette().color(state, isMarked() && isEnabled() ? QPalette::HighlightedText
-                                                                        : QPalette::ButtonText));
+        painter.setPen(palette().color(state, isChecked() && isEnabled() ? QPalette::HighlightedText
+                                                                         : QPalette::ButtonText));
         const int iconWidth = icon().isNull() ? 0 : iconSize().width();
         const int textWidth = text().isEmpty() ? 0 : fontMetrics().horizontalAdvance(text());
         const int gap = iconWidth > 0 && textWidth > 0 ? iconGap : 0;
@@ -139,7 +137,7 @@ private:
                               iconSize().height());
             icon().paint(&painter, place, Qt::AlignCenter,
                          isEnabled() ? QIcon::Normal : QIcon::Disabled,
-                         isMarked() ? QIcon::On : QIcon::Off);
+                         isChecked() ? QIcon::On : QIcon::Off);
             x += iconWidth + gap;
         }
         painter.drawText(QRect(x, 0, textWidth + 1, height()), Qt::AlignVCenter | Qt::AlignLeft,

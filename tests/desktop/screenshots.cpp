@@ -2,6 +2,7 @@
 // Drives the real application on the offscreen platform, at the scale of QT_SCALE_FACTOR, and
 // writes FOLDER/<state>.png.
 
+#include "common/recording_workspace.h"
 #include "common/wait_until.h"
 #include "shell/appearance.h"
 #include "shell/desktop.h"
@@ -24,15 +25,6 @@ using namespace qv;
 
 namespace
 {
-
-class QuietWorkspace : public Workspace
-{
-public:
-    void reveal(const QStringList &) override {}
-    void open(const QString &) override {}
-    void openUrl(const QUrl &) override {}
-    void notify(const QString &, const QString &) override {}
-};
 
 QWidget *dialogOver(const QWidget *window)
 {
@@ -202,7 +194,8 @@ int main(int argc, char **argv)
     QDir().mkpath(QDir::homePath() + QStringLiteral("/Movies"));
     Desktop::Launch launch;
     launch.turnOverLogs = [] {};
-    Desktop desktop(std::make_unique<QuietWorkspace>(), std::make_unique<FileChooser>(), launch);
+    Desktop desktop(std::make_unique<RecordingWorkspace>(), std::make_unique<FileChooser>(),
+                    launch);
     if (!desktop.awakeFromNib()) {
         return 1;
     }

@@ -19,7 +19,8 @@
 //   pictures are the same file)
 //   "duration-N" sets the seconds that the report states.
 // FAKE_TOOL_LOG names a file that gets a line "phase index source" per run; FAKE_TOOL_PICTURE one
-// that is copied as the picture.
+// that is copied as the picture; FAKE_TOOL_TIMES one that gets a line "phase begin end" per run
+// that ends by itself, in nanoseconds of the steady clock.
 
 #include <algorithm>
 #include <chrono>
@@ -196,6 +197,20 @@ void logRun(const Run &run)
     }
 }
 
+long long nanoseconds()
+{
+    return std::chrono::steady_clock::now().time_since_epoch() / std::chrono::nanoseconds(1);
+}
+
+// In one piece and at the very end, so that little of what it costs is the tool's own.
+void noteTimes(const Run &run, long long begun)
+{
+    if (const char *path = std::getenv("FAKE_TOOL_TIMES")) {
+        std::ofstream(path, std::ios::app)
+            << run.phase + ' ' + std::to_string(begun) + ' ' + std::to_string(nanoseconds()) + '\n';
+    }
+}
+
 // The behaviour that the source's name asks of this run.
 std::string behaviourOf(const Run &run)
 {
@@ -249,6 +264,9 @@ void printReport(const Run &run, const std::string &behaviour)
 // Each picture's file differs, as frames do.
 void writeOutput(const Run &run)
 {
+    if (run.output.rfind('-', 0) == 0) {
+        return; // asked for its version, for example
+    }
     std::ofstream file(run.output, std::ios::binary);
     if (run.phase == "analysis") {
         file << "YUV4MPEG2 W640 H360 F25:1 Ip A1:1 C420jpeg\nFRAME\n";
@@ -349,5 +367,8 @@ int main(int argc, char **argv)
         std::for_each(arguments.begin() + 1, arguments.end(), playStep);
         return 0;
     }
-    return actAsFfmpeg(arguments);
+    const long long begun = nanoseconds();
+    const int status = actAsFfmpeg(arguments);
+    noteTimes(understand(arguments), begun);
+    return status;
 }

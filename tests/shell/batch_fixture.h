@@ -1,24 +1,11 @@
 #pragma once
 
+#include "common/recording_workspace.h"
 #include "controller/controller_fixture.h"
 #include "controller/store_keys.h"
-#include "shell/workspace.h"
 #include "support/variant_values.h"
 
 #include <QImage>
-
-// Remembers what the desktop is asked for.
-class RecordingWorkspace : public qv::Workspace
-{
-public:
-    QStringList revealed;
-    QStringList opened;
-
-    void reveal(const QStringList &paths) override { revealed = paths; }
-    void open(const QString &path) override { opened << path; }
-    void openUrl(const QUrl &) override {}
-    void notify(const QString &, const QString &) override {}
-};
 
 // A controller with rows that need no tool.
 class BatchTest : public ControllerTest

@@ -158,6 +158,8 @@ TEST_F(BatchModelTest, SaysInWordsWhatIsWithARow)
     EXPECT_EQ(text(model, 1, BatchModel::Mark, Qt::AccessibleTextRole), "In progress");
     EXPECT_EQ(text(model, 2, BatchModel::Mark, Qt::AccessibleTextRole), "Done");
     EXPECT_EQ(text(model, 3, BatchModel::Mark, Qt::AccessibleTextRole), "Waiting");
+    row(2).isQuick = true;
+    EXPECT_TRUE(text(model, 2, BatchModel::Mark, Qt::ToolTipRole).contains("quick pictures"));
     for (int column = 0; column < BatchModel::ColumnCount; ++column) {
         const QString tip = text(model, 0, column, Qt::ToolTipRole);
         EXPECT_TRUE(tip.contains(path("<b>odd").toHtmlEscaped()));

@@ -1,16 +1,9 @@
-#include "shell/desktop.h"
+#include "shell/desktop_fixture.h"
 
-#include "common/log_capture.h"
-#include "common/scripted_presenter.h"
-#include "common/test_bundle.h"
-#include "common/wait_until.h"
-#include "process/tool_environment.h"
 #include "support/diagnostics.h"
-#include "support/files.h"
-#include "support/foreign_names.h"
-#include "support/localized_strings.h"
 
 #include <QAbstractButton>
+#include <QCheckBox>
 #include <QClipboard>
 #include <QComboBox>
 #include <QGroupBox>
@@ -19,132 +12,15 @@
 #include <QMenuBar>
 #include <QMessageBox>
 #include <QPushButton>
-#include <QTemporaryDir>
 #include <QTest>
 #include <QToolButton>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 using namespace qv;
 using testing::Contains;
 using testing::ElementsAre;
 using testing::HasSubstr;
 
-namespace
-{
-
-class RecordingWorkspace : public Workspace
-{
-public:
-    QStringList wishes;
-    void reveal(const QStringList &paths) override { wishes << "reveal " + paths.join(' '); }
-    void open(const QString &path) override { wishes << "open " + path; }
-    void openUrl(const QUrl &url) override { wishes << "url " + url.toString().left(40); }
-    void notify(const QString &title, const QString &) override { wishes << "notify " + title; }
-};
-
-class ScriptedChooser : public FileChooser
-{
-public:
-    QStringList chosenFiles;
-    QString chosenFolder;
-    QStringList asked;
-    QStringList files(QWidget *, const QString &, const QStringList &extensions,
-                      const QString &) override
-    {
-        asked << "files " + QString::number(extensions.contains("MP4"));
-        return chosenFiles;
-    }
-    QString folder(QWidget *, const QString &title, const QString &) override
-    {
-        asked << "folder " + title;
-        return chosenFolder;
-    }
-};
-
-} // namespace
-
-class DesktopTest : public testing::Test
-{
-protected:
-    DesktopTest() : m_bundle(TestBundle::Ffmpeg::Fake)
-    {
-        qputenv("FAKE_TOOL_LOG", path("runs").toUtf8());
-        qputenv("FAKE_TOOL_PICTURE", samplePicture().toUtf8());
-        qputenv("TMPDIR", path("tmp").toUtf8());
-        QDir().mkpath(path("tmp"));
-        setLogFolder(path("logs"));
-        QDir().mkpath(path("logs"));
-        setLanguage("en");
-        QDir().mkpath(QDir::homePath() + "/Movies");
-        QFile::remove(PreferencesStore::userFile(Bundle::main().identifier()));
-    }
-    ~DesktopTest() override
-    {
-        m_desktop.reset();
-        setLanguage("en");
-        setTemporaryFolder({});
-        setForeignNamesFolder({});
-        setLogFolder({});
-        qputenv("TMPDIR", m_tmpBefore);
-        EXPECT_TRUE(hasNoChildren()) << "a child is left behind";
-    }
-
-    bool start(int runningCopies = 1)
-    {
-        auto workspace = std::make_unique<RecordingWorkspace>();
-        auto chooser = std::make_unique<ScriptedChooser>();
-        m_workspace = workspace.get();
-        m_chooser = chooser.get();
-        Desktop::Launch launch;
-        launch.runningCopies = runningCopies;
-        launch.turnOverLogs = [] {};
-        launch.memoryFile = path("window.ini");
-        m_desktop = std::make_unique<Desktop>(std::move(workspace), std::move(chooser), launch);
-        m_presenter = std::make_unique<ScriptedPresenter>();
-        utilsAlert::setSleeper([](int) {});
-        const bool started = m_desktop->awakeFromNib();
-        if (started) {
-            m_desktop->show();
-        }
-        return started;
-    }
-
-    QString path(const QString &name) const { return m_folder.filePath(name); }
-    QStringList sources(const QStringList &names) const
-    {
-        QStringList paths;
-        for (const QString &name : names) {
-            QFile file(path(name));
-            EXPECT_TRUE(file.open(QIODevice::WriteOnly));
-            file.write("a film");
-            paths << file.fileName();
-        }
-        return paths;
-    }
-    bool bringIn(const QStringList &names)
-    {
-        m_desktop->openPaths(sources(names));
-        QCoreApplication::processEvents();
-        return waitUntil([this] { return controller().isGateOpen(); });
-    }
-    appDelegate &controller() { return m_desktop->controller(); }
-    template <typename Widget> Widget *find(const char *name)
-    {
-        return m_desktop->window().findChild<Widget *>(name);
-    }
-    bool isEncoding() { return controller().window().goPressed; }
-
-    const QByteArray m_tmpBefore = qgetenv("TMPDIR");
-    QTemporaryDir m_folder;
-    TestBundle m_bundle;
-    LogCapture m_log;
-    RecordingWorkspace *m_workspace = nullptr;
-    ScriptedChooser *m_chooser = nullptr;
-    std::unique_ptr<Desktop> m_desktop;
-    std::unique_ptr<ScriptedPresenter> m_presenter;
-};
+using DesktopTest = DesktopFixture;
 
 TEST_F(DesktopTest, StartsUpInOrder)
 {
@@ -244,9 +120,35 @@ TEST_F(DesktopTest, MakesSheetsOfWhatIsDropped)
     }
     EXPECT_TRUE(fileExists(folder + "/one.jpg"));
     EXPECT_TRUE(fileExists(folder + "/two.jpg"));
-    EXPECT_TRUE(m_workspace->wishes.contains("open " + folder));
+    EXPECT_TRUE(m_workspace->opened.contains(folder));
     EXPECT_TRUE(waitUntil([this] { return m_presenter->countOf(localized("D_fin_GUI")) == 1; }));
     rmCocoa(folder);
+}
+
+TEST_F(DesktopTest, KeepsRefusedSourcesInSightWhenTheRowsGo)
+{
+    for (const bool refuses : {false, true}) {
+        ASSERT_TRUE(start());
+        ASSERT_TRUE(bringIn(refuses ? QStringList{"one.mp4", "analysis-refuse.mp4"}
+                                    : QStringList{"one.mp4"}));
+        auto *go = find<QPushButton>("goBt");
+        ASSERT_TRUE(waitUntil([&] { return go->isEnabled(); }));
+        controller().encBatchRemoveAll(appDelegate::Sender::Internal);
+        ASSERT_TRUE(waitUntil([&] { return !go->isEnabled(); }));
+        EXPECT_EQ(m_desktop->window().isDrawerOpen(), refuses);
+    }
+}
+
+TEST_F(DesktopTest, RemembersWhetherPicturesAreTakenQuickly)
+{
+    for (const bool before : {false, true, false}) {
+        ASSERT_TRUE(start());
+        auto *quick = find<QCheckBox>("quickSwitch");
+        EXPECT_EQ(quick->isChecked(), before);
+        QTest::mouseClick(quick, Qt::LeftButton, {}, {8, quick->height() / 2});
+        EXPECT_EQ(WindowMemory().wantsQuickPictures(), !before) << "from the next row on";
+        m_desktop->quit(appDelegate::Quit::AtOnce);
+    }
 }
 
 TEST_F(DesktopTest, TakesWhatComesWhileItLooksAtVideosAfterwards)
@@ -285,7 +187,7 @@ TEST_F(DesktopTest, MenusDoWhatTheySay)
     menus.chooseDestination->trigger();
     EXPECT_EQ(m_desktop->window().controls().destination(), path("films"));
     menus.showDestination->trigger();
-    EXPECT_TRUE(m_workspace->wishes.contains("open " + path("films")));
+    EXPECT_TRUE(m_workspace->opened.contains(path("films")));
 
     menus.debugToggle->trigger();
     EXPECT_TRUE(isDebug());
@@ -294,9 +196,9 @@ TEST_F(DesktopTest, MenusDoWhatTheySay)
     EXPECT_FALSE(isDebug());
     EXPECT_EQ(menus.debugToggle->text(), localized("menuDebug1"));
     menus.showLogs->trigger();
-    EXPECT_TRUE(m_workspace->wishes.contains("reveal " + detailsLogPath()));
+    EXPECT_THAT(m_workspace->revealed, ElementsAre(detailsLogPath()));
     menus.bugReport->trigger();
-    EXPECT_TRUE(m_workspace->wishes.last().startsWith("url mailto:"));
+    EXPECT_EQ(m_workspace->urls.last().scheme(), "mailto");
 
     menus.helpPage->trigger();
     EXPECT_TRUE(m_desktop->helpWindow().isVisible());
@@ -345,6 +247,6 @@ TEST_F(DesktopTest, PausesStopsAndAsksBeforeItQuits)
                   .entryList(QDir::NoDotAndDotDot | QDir::AllEntries)
                   .size(),
               0);
-    EXPECT_TRUE(WindowMemory(path("window.ini")).isDrawerOpen());
+    EXPECT_TRUE(WindowMemory().isDrawerOpen());
     rmCocoa(QDir::homePath() + "/Movies/Quorvantel");
 }

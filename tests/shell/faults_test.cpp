@@ -1,24 +1,13 @@
 // What goes wrong around the application: it is killed, folders go, files are damaged.
 
-#include "shell/desktop.h"
+#include "shell/desktop_fixture.h"
 
-#include "common/scripted_presenter.h"
-#include "common/test_bundle.h"
-#include "common/wait_until.h"
-#include "process/tool_environment.h"
 #include "support/diagnostics.h"
-#include "support/files.h"
-#include "support/foreign_names.h"
-#include "support/localized_strings.h"
 #include "support/property_list.h"
 
 #include <QProcess>
 #include <QScopeGuard>
 #include <QScreen>
-#include <QTemporaryDir>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <csignal>
 #include <sys/mount.h>
@@ -32,37 +21,10 @@ namespace
 
 const char *const folderVariable = "QV_FAULTS_FOLDER";
 
-class SilentWorkspace : public Workspace
-{
-public:
-    void reveal(const QStringList &) override {}
-    void open(const QString &) override {}
-    void openUrl(const QUrl &) override {}
-    void notify(const QString &, const QString &) override {}
-};
-
-class NoChooser : public FileChooser
-{
-public:
-    QStringList files(QWidget *, const QString &, const QStringList &, const QString &) override
-    {
-        return {};
-    }
-    QString folder(QWidget *, const QString &, const QString &) override { return {}; }
-};
-
 QByteArray contentOf(const QString &path)
 {
     QFile file(path);
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
-void write(const QString &path, const QByteArray &content)
-{
-    QDir().mkpath(QFileInfo(path).path());
-    QFile file(path);
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly)) << qPrintable(path);
-    file.write(content);
 }
 
 QStringList entriesOf(const QString &folder)
@@ -91,62 +53,14 @@ bool isAlive(pid_t pid)
 
 } // namespace
 
-class FaultsTest : public testing::Test
+class FaultsTest : public DesktopFixture
 {
 protected:
-    FaultsTest() : m_bundle(TestBundle::Ffmpeg::Fake)
-    {
-        qputenv("FAKE_TOOL_LOG", path("runs").toUtf8());
-        qputenv("FAKE_TOOL_PICTURE", samplePicture().toUtf8());
-        qputenv("HOME", path("home").toUtf8());
-        qputenv("TMPDIR", path("tmp").toUtf8());
-        qputenv("XDG_CONFIG_HOME", path("home/.config").toUtf8());
-        qputenv("XDG_RUNTIME_DIR", path("runtime").toUtf8());
-        for (const char *folder : {"home/Movies", "tmp", "runtime"}) {
-            QDir().mkpath(path(folder));
-        }
-        setLanguage("en");
-    }
-    ~FaultsTest() override
-    {
-        m_desktop.reset();
-        setTemporaryFolder({});
-        setForeignNamesFolder({});
-        qputenv("HOME", m_homeBefore);
-        qputenv("TMPDIR", m_tmpBefore);
-        EXPECT_TRUE(hasNoChildren()) << "a child is left behind";
-    }
+    FaultsTest() : DesktopFixture(qEnvironmentVariable(folderVariable)) {}
 
-    bool start()
-    {
-        m_desktop.reset();
-        Desktop::Launch launch;
-        launch.turnOverLogs = [] { mkdir(logFolder()); };
-        m_desktop = std::make_unique<Desktop>(std::make_unique<SilentWorkspace>(),
-                                              std::make_unique<NoChooser>(), launch);
-        m_presenter.reset();
-        m_presenter = std::make_unique<ScriptedPresenter>();
-        utilsAlert::setSleeper([](int) {});
-        return m_desktop->awakeFromNib();
-    }
-    bool bringIn(const QStringList &names)
-    {
-        QStringList paths;
-        for (const QString &name : names) {
-            write(path(name), "a film");
-            paths << path(name);
-        }
-        controller().draggedFiles(paths);
-        return waitUntil([this] { return controller().isGateOpen(); });
-    }
-    void go() { controller().iba_batchGoBt(); }
     bool waitForRun(const QByteArray &run)
     {
         return waitUntil([&] { return contentOf(path("runs")).contains(run); });
-    }
-    bool waitForEnd()
-    {
-        return waitUntil([this] { return !controller().window().goPressed; });
     }
     QString told() const
     {
@@ -158,13 +72,11 @@ protected:
     }
     QString reasonOf(int row) { return controller().table().row(row).reason; }
 
-    QString path(const QString &name) const { return m_root + '/' + name; }
     QString settingsFile() const { return PreferencesStore::userFile(Bundle::main().identifier()); }
     QVariantMap storedSettings() const
     {
         return readPropertyList(settingsFile()).value_or(QVariant()).toMap();
     }
-    appDelegate &controller() { return m_desktop->controller(); }
 
     // A process that runs one of the disabled tests below over this test's folder.
     void startAnother(QProcess &process, const QString &test)
@@ -188,16 +100,6 @@ protected:
             << "a tool outlives the application";
         std::for_each(tools.begin(), tools.end(), [](pid_t tool) { ::kill(tool, SIGKILL); });
     }
-
-    const QByteArray m_homeBefore = qgetenv("HOME");
-    const QByteArray m_tmpBefore = qgetenv("TMPDIR");
-    QTemporaryDir m_folder;
-    const QString m_root = qEnvironmentVariableIsSet(folderVariable)
-                               ? qEnvironmentVariable(folderVariable)
-                               : m_folder.path();
-    TestBundle m_bundle;
-    std::unique_ptr<Desktop> m_desktop;
-    std::unique_ptr<ScriptedPresenter> m_presenter;
 };
 
 // ---- killed
@@ -362,7 +264,6 @@ TEST_F(FaultsTest, TheWindowIsSeenWhateverItsMemorySays)
           QByteArray("[General]\ngeometry=@Rect(90000 90000 10 10)\ndrawerOpen=perhaps\n")}) {
         write(path("home/.config/Quorvantel/window.ini"), memory);
         ASSERT_TRUE(start());
-        m_desktop->show();
         const QRect screen = m_desktop->window().screen()->availableGeometry();
         EXPECT_TRUE(screen.intersects(m_desktop->window().frameGeometry()));
     }

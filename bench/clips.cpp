@@ -1,0 +1,123 @@
+#include "clips.h"
+
+#include <QDir>
+#include <QFile>
+#include <QProcess>
+
+#include <cstdio>
+
+namespace bench
+{
+namespace
+{
+
+QStringList words(const QString &text)
+{
+    return text.split(QLatin1Char(' '), Qt::SkipEmptyParts);
+}
+
+// A clip that is there is whole: it grows under another name.
+QString made(const QString &folder, const QString &name, const QStringList &input,
+             const QString &output)
+{
+    const QString clip = folder + QLatin1Char('/') + name;
+    if (QFile::exists(clip)) {
+        return clip;
+    }
+    QDir().mkpath(folder);
+    const QString part = folder + QStringLiteral("/part-") + name;
+    const QStringList arguments = words(QStringLiteral("-v error -y")) + input + words(output);
+    if (QProcess::execute(QStringLiteral("ffmpeg"), arguments + QStringList{part}) != 0 ||
+        !QFile::rename(part, clip)) {
+        std::fprintf(stderr, "%s can't be made\n", qUtf8Printable(clip));
+        return {};
+    }
+    return clip;
+}
+
+QString repeated(const QString &folder, const QString &name, const QString &piece, int times)
+{
+    if (piece.isEmpty()) {
+        return {};
+    }
+    return made(
+        folder, name,
+        {QStringLiteral("-stream_loop"), QString::number(times - 1), QStringLiteral("-i"), piece},
+        QStringLiteral("-map 0 -c copy"));
+}
+
+QString phoneRecording(const QString &folder, int number)
+{
+    static const char *const scenes[] = {"testsrc2=s=1920x1080:r=30",
+                                         "mandelbrot=s=640x360:r=30,scale=1920:1080",
+                                         "gradients=s=1920x1080:r=30:n=5:speed=0.03"};
+    return made(folder, QStringLiteral("phone-whole-%1.mp4").arg(number),
+                words(QStringLiteral("-f lavfi -i %1 -f lavfi -i sine=f=330")
+                          .arg(QLatin1String(scenes[number]))),
+                QStringLiteral("-t 12 -c:v libx264 -preset ultrafast -pix_fmt yuv420p -crf 28 -g "
+                               "30 -sc_threshold 0 -c:a aac"));
+}
+
+} // namespace
+
+QString makeFilm(const QString &folder, int phase)
+{
+    return made(folder, QStringLiteral("film-%1.mp4").arg(phase),
+                words(QStringLiteral("-f lavfi -i testsrc2=s=1920x1080:r=25:d=600")),
+                QStringLiteral("-c:v libx264 -preset ultrafast -g 1000 -sc_threshold 0 -crf 30 "
+                               "-force_key_frames expr:gte(t,n_forced*10-%1)")
+                    .arg((10 - phase) % 10));
+}
+
+QString make4kFilm(const QString &folder)
+{
+    const QString piece =
+        made(folder, QStringLiteral("film-4k-piece.mp4"),
+             words(QStringLiteral("-f lavfi -i testsrc2=s=3840x2160:r=25:d=20")),
+             QStringLiteral("-c:v libx265 -preset ultrafast -pix_fmt yuv420p10le -tag:v hvc1 "
+                            "-x265-params keyint=125:min-keyint=125:scenecut=0:log-level=error"));
+    return repeated(folder, QStringLiteral("film-4k.mp4"), piece, 6);
+}
+
+QString make8kFilm(const QString &folder)
+{
+    return made(folder, QStringLiteral("film-8k.mp4"),
+                words(QStringLiteral("-f lavfi -i testsrc2=s=7680x4320:r=25:d=3")),
+                QStringLiteral("-c:v libx264 -preset ultrafast -pix_fmt yuv420p -crf 30 -g 25 "
+                               "-sc_threshold 0"));
+}
+
+// No part of an hour is a multiple of the piece, or all pictures of a sheet were the same.
+QString makeRecording(const QString &folder)
+{
+    const QString piece =
+        made(folder, QStringLiteral("recording-piece.mpg"),
+             words(QStringLiteral("-f lavfi -i testsrc2=s=720x576:r=50:d=67 -f lavfi -i "
+                                  "sine=f=330:r=48000:d=67")),
+             QStringLiteral("-vf interlace,setdar=16/9 -c:v mpeg2video -flags +ildct+ilme -b:v "
+                            "1500k -maxrate 2500k -bufsize 1835k -g 12 -bf 2 -c:a mp2 -b:a 96k "
+                            "-f mpeg"));
+    return repeated(folder, QStringLiteral("recording.mpg"), piece, 54);
+}
+
+QStringList makePhoneClips(const QString &folder, int count)
+{
+    QStringList clips;
+    for (int i = 0; i < count; ++i) {
+        const QString whole = phoneRecording(folder, i % 3);
+        const QString clip =
+            whole.isEmpty()
+                ? QString()
+                : made(folder + QStringLiteral("/phone"), QStringLiteral("VID %1.mp4").arg(i),
+                       {QStringLiteral("-ss"), QString::number(i / 18 % 4), QStringLiteral("-i"),
+                        whole},
+                       QStringLiteral("-t %1 -c copy -metadata:s:v rotate=90").arg(3 + i / 3 % 6));
+        if (clip.isEmpty()) {
+            return {};
+        }
+        clips.append(clip);
+    }
+    return clips;
+}
+
+} // namespace bench

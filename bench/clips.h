@@ -1,0 +1,24 @@
+#pragma once
+
+#include <QString>
+#include <QStringList>
+
+// Films to measure with. ffmpeg makes each at the first call; it stays in the folder. All give its
+// path, or a null one when it can't be made.
+namespace bench
+{
+
+// Ten minutes of 1080p with a key frame every 10 seconds, the second one at `phase` seconds. With a
+// phase of 0 a sheet's instants fall on key frames, and each run is as short as can be.
+QString makeFilm(const QString &folder, int phase);
+// Two minutes of HEVC, 3840 x 2160 with 10 bits, a key frame every 5 seconds: more than a sheet has
+// pictures.
+QString make4kFilm(const QString &folder);
+// Three seconds of 7680 x 4320 with a key frame every second.
+QString make8kFilm(const QString &folder);
+// An hour of interlaced MPEG-2, 720 x 576, as a recorder writes it.
+QString makeRecording(const QString &folder);
+// Upright clips of 3 to 8 seconds, as telephones make them; empty when one can't be made.
+QStringList makePhoneClips(const QString &folder, int count);
+
+} // namespace bench
