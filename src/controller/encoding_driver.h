@@ -11,6 +11,7 @@
 #include <QMap>
 #include <QObject>
 #include <QSet>
+#include <QSize>
 #include <QStringList>
 
 #include <functional>
@@ -77,6 +78,7 @@ private:
     void runPlan();
     void launchOneRun();
     QVariantMap planInput() const;
+    QSize oneRunSize() const;
     QString instantsText() const;
     bool hasQuickFailed() const;
     void takeExactPictures();

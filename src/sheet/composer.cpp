@@ -5,6 +5,7 @@
 #include "sheet/image_export.h"
 #include "sheet/layout.h"
 #include "sheet/sheet_painter.h"
+#include "sheet/still_reader.h"
 #include "support/files.h"
 #include "support/log.h"
 #include "support/variant_values.h"
@@ -237,6 +238,20 @@ QSize sheetPixels(int dpi, const QVariantMap &display)
 {
     const Output output = outputOf(dpi);
     return bitmapSize(geometryOf(display, contentOf(display), output.canvasScale), output);
+}
+
+QSize usefulStillSize(int dpi, const QVariantMap &display)
+{
+    const Output output = outputOf(dpi);
+    const SheetGeometry geometry = geometryOf(display, contentOf(display), output.canvasScale);
+    const QSize planned(intIn(display, QStringLiteral("wTh")).value_or(0),
+                        intIn(display, QStringLiteral("hTh")).value_or(0));
+    const QSizeF largest = geometry.cell.expandedTo(geometry.hero.size());
+    const QSize useful = (largest * output.bitmapScale * stillOversampling).toSize();
+    return useful.isEmpty() || planned.isEmpty() || useful.width() >= planned.width()
+               ? planned
+               : QSize(useful.width(),
+                       std::max(1, planned.height() * useful.width() / planned.width()));
 }
 
 QImage drawSheetAtWidth(int dpi, const QVariantMap &display, int width, int *drawn)

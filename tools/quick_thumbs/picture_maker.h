@@ -23,6 +23,7 @@ public:
 
 private:
     tl::expected<Picture, std::string> scaled(const AVFrame &frame);
+    int scaling(const AVFrame &frame) const;
     std::string filtersFor(const AVFrame &frame) const;
 
     bool m_isInterlaced;
