@@ -5,7 +5,9 @@
 
 #include <QColor>
 #include <QCommandLineParser>
+#include <QThread>
 
+#include <algorithm>
 #include <cmath>
 
 namespace qv
@@ -24,6 +26,8 @@ constexpr LayoutName layouts[] = {{"big", SheetLayout::Big},
 
 constexpr int countLimit = 2000;
 constexpr double borderLimit = 100;
+constexpr int jobsLimit = 64;
+constexpr int shardLimit = 100000;
 
 // What people call the captions whose stored names are old.
 struct CaptionAlias {
@@ -143,6 +147,39 @@ Parsed<double> parseNumber(const QString &text, const char *what, double from, d
     return number;
 }
 
+Parsed<int> parseJobs(const QString &text)
+{
+    bool isNumber = false;
+    const int jobs = text.toInt(&isNumber);
+    if (!isNumber || jobs < 1 || jobs > jobsLimit) {
+        return wrong(QStringLiteral("the number of jobs '%1' is no whole number from 1 to %2")
+                         .arg(text, QString::number(jobsLimit)));
+    }
+    return jobs;
+}
+
+// "3/8".
+Parsed<Shard> parseShard(const QString &text)
+{
+    const QStringList numbers = text.split(QLatin1Char('/'));
+    bool isPart = false;
+    bool isParts = false;
+    const Shard shard{numbers.value(0).toInt(&isPart), numbers.value(1).toInt(&isParts)};
+    if (numbers.size() != 2 || !isPart || !isParts || shard.part < 1 || shard.part > shard.parts ||
+        shard.parts > shardLimit) {
+        return wrong(
+            QStringLiteral("the shard '%1' is not K/N with whole numbers, K from 1 to N and "
+                           "N up to %2")
+                .arg(text, QString::number(shardLimit)));
+    }
+    return shard;
+}
+
+int processors()
+{
+    return std::clamp(QThread::idealThreadCount(), 1, jobsLimit);
+}
+
 // The options of one command, declared and read.
 class CommandParser
 {
@@ -170,16 +207,20 @@ private:
     void add(const QStringList &names, const char *description, const char *value = nullptr)
     {
         QCommandLineOption option(names, QString::fromUtf8(description));
+        m_names.append(names);
         if (value != nullptr) {
             option.setValueName(QLatin1String(value));
+            m_valued.insert(names.last());
         }
         m_parser.addOption(option);
     }
 
+    bool makesSheets() const { return m_command == Command::Sheet || m_command == Command::Worker; }
+
     void declare()
     {
         add({QStringLiteral("h"), QStringLiteral("help")}, "Shows this help.");
-        if (m_command == Command::Sheet) {
+        if (makesSheets()) {
             m_parser.setApplicationDescription(QStringLiteral(
                 "Makes an index sheet of each video file, named or found in a named folder.\n"
                 "The sheets' paths go to standard output, one a line."));
@@ -201,6 +242,12 @@ private:
         if (m_command == Command::Plan) {
             m_parser.setApplicationDescription(QStringLiteral(
                 "Shows which pictures a sheet would take, and how, without taking them."));
+        }
+        if (m_command != Command::Plan) {
+            add({QStringLiteral("from")},
+                "Takes the sources that FILE lists, too; - is standard input. One name a line, or "
+                "each ended by a NUL byte.",
+                "FILE");
         }
         add({QStringLiteral("json")}, "Results as JSON, one object a line and source.");
         add({QStringLiteral("log")}, "Appends trace lines to FILE.", "FILE");
@@ -224,6 +271,10 @@ private:
             "jpg (960 pixels wide) or png (1920). Default: the preference.", "FORMAT");
         add({QStringLiteral("keep")}, "Keeps a sheet that is there already (default).");
         add({QStringLiteral("replace")}, "Replaces a sheet that is there already.");
+        add({QStringLiteral("jobs")},
+            "Works on N sources at a time. Default: as many as there are processors.", "N");
+        add({QStringLiteral("shard")},
+            "Takes the K-th of N parts of the sources only, the same on every machine.", "K/N");
         add({QStringLiteral("quick")},
             "Takes the key picture nearest to each instant, which is much faster. The stamps say "
             "when the pictures really are.");
@@ -271,10 +322,14 @@ private:
         if (m_command != Command::Info && !readPlanOptions(options)) {
             return wrong(m_error);
         }
-        if (m_command == Command::Sheet && !readSheetOptions(options)) {
+        if (makesSheets() && !readSheetOptions(options)) {
             return wrong(m_error);
         }
-        if (options.sources.isEmpty()) {
+        if (m_command == Command::Worker) {
+            return options;
+        }
+        options.from = m_command == Command::Plan ? QString() : value("from");
+        if (options.sources.isEmpty() && options.from.isEmpty()) {
             return wrong(QStringLiteral("no source is named"));
         }
         if (m_command == Command::Plan && options.sources.size() > 1) {
@@ -290,8 +345,29 @@ private:
                     [&](const QString &text) { return parseCount(text, options.layout); });
     }
 
+    // Everything that is said of the sheets themselves, and of the log.
+    QStringList sheetArguments() const
+    {
+        static const QSet<QString> ofTheList{QStringLiteral("jobs"), QStringLiteral("from"),
+                                             QStringLiteral("shard"), QStringLiteral("json"),
+                                             QStringLiteral("quiet")};
+        QStringList arguments;
+        for (const QStringList &names : m_names) {
+            const QString &name = names.last();
+            if (ofTheList.contains(name) || !m_parser.isSet(name)) {
+                continue;
+            }
+            arguments << (m_valued.contains(name)
+                              ? QStringLiteral("--%1=%2").arg(name, m_parser.value(name))
+                              : QStringLiteral("--") + name);
+        }
+        return arguments;
+    }
+
     bool readSheetOptions(Options &options)
     {
+        options.jobs = processors();
+        options.sheetArguments = sheetArguments();
         options.output = value("output");
         options.replace = isSet("replace");
         options.quick = isSet("quick");
@@ -304,7 +380,8 @@ private:
             m_error = QStringLiteral("the output folder has no name");
             return false;
         }
-        return take("format", options.pictureChoice, parseFormat) &&
+        return take("jobs", options.jobs, parseJobs) && take("shard", options.shard, parseShard) &&
+               take("format", options.pictureChoice, parseFormat) &&
                take("caption", options.captions, parseCaptions) &&
                take("background", options.background, parseColor) &&
                take("border-color", options.borderColor, parseColor) &&
@@ -315,6 +392,8 @@ private:
 
     Command m_command;
     QCommandLineParser m_parser;
+    QList<QStringList> m_names; // of the options
+    QSet<QString> m_valued;     // the options that take a value
     QString m_error;
 };
 
@@ -370,6 +449,8 @@ tl::expected<Options, QString> parseOptions(const QStringList &arguments)
         command = Command::Info;
     } else if (word == QLatin1String("plan")) {
         command = Command::Plan;
+    } else if (word == QLatin1String("worker")) {
+        command = Command::Worker; // what "sheet" starts copies of itself as
     } else if (word != QLatin1String("sheet")) {
         const QString problem = word.isEmpty() ? QStringLiteral("no command is given")
                                                : QStringLiteral("unknown command '%1'").arg(word);
