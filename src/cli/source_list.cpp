@@ -34,7 +34,7 @@ QString absolutePath(const QByteArray &name)
 QString namedBelow(const QString &folderName, const QString &folder, const QString &path)
 {
     const QString shown = shownPath(path);
-    if (!shown.startsWith(folder)) {
+    if (!shown.startsWith(folder) || folderName == folder) {
         return shown;
     }
     const QString below = shown.mid(folder.size());
