@@ -155,7 +155,7 @@ void JobPool::ended(Worker &worker, const ToolOutcome &outcome)
         logLine(QStringLiteral("worker              :-( ") + how);
         ++m_deathsOverJobs;
         onLost(job->number, how);
-    } else if (!m_isEnding) {
+    } else if (!wasReady && !m_isEnding) {
         if (job) {
             m_waiting.push_front(*job);
         }
@@ -171,8 +171,10 @@ void JobPool::remove(const Worker &worker)
 {
     const auto found = std::find_if(m_workers.begin(), m_workers.end(),
                                     [&](const auto &each) { return each.get() == &worker; });
-    (*found)->process.release()->deleteLater();
+    m_gone.push_back(std::move((*found)->process));
     m_workers.erase(found);
+    QMetaObject::invokeMethod(
+        this, [this] { m_gone.clear(); }, Qt::QueuedConnection);
 }
 
 } // namespace qv

@@ -40,8 +40,6 @@ public:
     // Whether a job that is given now is taken up at once.
     bool hasRoom() const;
     void give(Job job);
-    // The jobs that no copy has taken up, for somebody else to do.
-    std::deque<Job> takeWaiting() { return std::exchange(m_waiting, {}); }
     QList<qsizetype> inProgress() const;
 
     // No more jobs come: the copies end when they have answered; or at once.
@@ -74,6 +72,7 @@ private:
     QStringList m_command;
     size_t m_size;
     std::vector<std::unique_ptr<Worker>> m_workers;
+    std::vector<std::unique_ptr<WorkerProcess>> m_gone; // have ended
     std::deque<Job> m_waiting;
     int m_failedStarts = 0;   // in a row
     int m_deathsOverJobs = 0; // in a row
