@@ -53,6 +53,10 @@ public:
     QString destinationFolder() const;
     QString sheetBase(const QString &sourcePath);
     QString sheetPath(const QString &sourcePath, int dpi);
+    void giveSheetBase(const QString &sourcePath, const QString &base)
+    {
+        m_names.give(sourcePath, base);
+    }
 
 private:
     static constexpr double neededMegabytes = 1.0; // for a row
