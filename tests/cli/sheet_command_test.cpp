@@ -58,7 +58,7 @@ TEST_F(CommandTest, JsonLinesHaveTheSameKeysWhateverBecameOfTheSource)
     for (const QJsonObject &object : ran.objects()) {
         EXPECT_EQ(
             object.keys(),
-            words("duration pictures pictures_moved reason road seconds sheet source status"));
+            words("duration instants pictures pictures_moved reason road seconds sheet source status"));
         EXPECT_NE(object.value(QStringLiteral("sheet")).isNull(),
                   object.value(QStringLiteral("reason")).isNull());
     }

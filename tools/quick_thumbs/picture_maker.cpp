@@ -1,5 +1,6 @@
 #include "quick_thumbs/picture_maker.h"
 
+#include "quick_thumbs/fields.h"
 #include "quick_thumbs/filter_module.h"
 #include "thumbs/watchdog.h"
 
@@ -95,6 +96,23 @@ int brightness(const std::uint8_t *pixel, Picture::Pixels order)
     return (299 * red + 587 * pixel[1] + 114 * blue) / 1000;
 }
 
+// The top field comes first where a frame says nothing.
+bool isBottomFirst(const AVFrame &frame)
+{
+    return frame.interlaced_frame != 0 && frame.top_field_first == 0;
+}
+
+// What such light comes with when nothing is said.
+void assumeColours(AVFrame &frame)
+{
+    if (frame.colorspace == AVCOL_SPC_UNSPECIFIED) {
+        frame.colorspace = AVCOL_SPC_BT2020_NCL;
+    }
+    if (frame.color_primaries == AVCOL_PRI_UNSPECIFIED) {
+        frame.color_primaries = AVCOL_PRI_BT2020;
+    }
+}
+
 } // namespace
 
 PictureMaker::PictureMaker(const Film &film, Orientation orientation, int width, int height)
@@ -104,14 +122,18 @@ PictureMaker::PictureMaker(const Film &film, Orientation orientation, int width,
 {
 }
 
-// A single picture gives no movement to go by, so fields are told apart within it. Light beyond the
-// display's range is mapped at the small size, where it costs little.
-std::string PictureMaker::filtersFor(const AVFrame &frame) const
+bool PictureMaker::hasFields(const AVFrame &frame) const
+{
+    return m_isInterlaced || frame.interlaced_frame != 0;
+}
+
+// What is done by filters: the fields of rare formats, and light beyond the display's range, which
+// is mapped at the small size, where it costs little.
+std::string PictureMaker::filtersFor(const AVFrame &frame, bool hasFieldsLeft) const
 {
     std::string filters;
-    if (m_isInterlaced || frame.interlaced_frame != 0) {
-        const bool bottomFirst = frame.interlaced_frame != 0 && frame.top_field_first == 0;
-        filters.append("estdif=mode=frame:parity=").append(bottomFirst ? "bff," : "tff,");
+    if (hasFieldsLeft) {
+        filters.append("estdif=mode=frame:parity=").append(isBottomFirst(frame) ? "bff," : "tff,");
     }
     if (isHighDynamicRange(frame)) {
         filters.append("zscale=w=").append(std::to_string(m_width));
@@ -132,19 +154,16 @@ tl::expected<Picture, std::string> PictureMaker::pictureOf(const AVFrame &frame)
         std::int64_t{frame.width} * frame.height > largestArea) {
         return tl::make_unexpected(std::string("no such picture size"));
     }
-    const std::string filters = filtersFor(frame);
+    const FramePtr own(av_frame_clone(&frame));
+    const bool hasFieldsLeft = hasFields(frame) && !takeOutCombs(*own, isBottomFirst(frame));
+    const std::string filters = filtersFor(frame, hasFieldsLeft);
     if (filters.empty()) {
-        return scaled(frame);
+        return scaled(*own);
     }
-    FramePtr described(av_frame_clone(&frame));
     if (isHighDynamicRange(frame)) {
-        described->colorspace =
-            frame.colorspace == AVCOL_SPC_UNSPECIFIED ? AVCOL_SPC_BT2020_NCL : frame.colorspace;
-        described->color_primaries = frame.color_primaries == AVCOL_PRI_UNSPECIFIED
-                                         ? AVCOL_PRI_BT2020
-                                         : frame.color_primaries;
+        assumeColours(*own);
     }
-    const auto filtered = filteredFrame(*described, filters);
+    const auto filtered = filteredFrame(*own, filters);
     return filtered ? scaled(**filtered) : tl::make_unexpected(filtered.error());
 }
 
