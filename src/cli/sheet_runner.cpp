@@ -60,10 +60,12 @@ bool SheetRunner::settle(const Source &source)
 void SheetRunner::rowMade(const Source &source)
 {
     // It may have gone since the last sheet.
-    if (auto opened = m_session.openDestination(); !opened) {
-        tellUnmade(SheetOutcome::Status::Failed, source, opened.error());
-        next();
-        return;
+    if (!QFileInfo(m_session.controller().destinationFolder()).isDir()) {
+        if (auto opened = m_session.openDestination(); !opened) {
+            tellUnmade(SheetOutcome::Status::Failed, source, opened.error());
+            next();
+            return;
+        }
     }
     m_session.preferences().prefWrite(keys::replaceFiles, m_options.replace ? 1 : 0);
     m_session.controller().iba_batchGoBt();
