@@ -2,9 +2,11 @@
 
 #include "cli/exit_status.h"
 #include "cli/headless_session.h"
+#include "cli/name_list.h"
 #include "cli/record_commands.h"
 #include "cli/sheet_command.h"
 #include "cli/source_list.h"
+#include "cli/worker.h"
 #include "support/bundle.h"
 
 #include <QStringDecoder>
@@ -50,15 +52,57 @@ bool isForeign(const QString &value, const DecodedArguments &arguments)
                        });
 }
 
+// The sources as the system named them.
+QByteArrayList bytesOf(const QStringList &sources, const DecodedArguments &arguments)
+{
+    QHash<QString, QByteArrayList> raw = arguments.raw;
+    QByteArrayList names;
+    for (const QString &source : sources) {
+        const auto found = raw.find(source);
+        names.append(found == raw.end() || found->isEmpty() ? source.toUtf8() : found->takeFirst());
+    }
+    return names;
+}
+
+// The sources of the command line, then those of the list that it names.
+tl::expected<QByteArrayList, QString>
+namedSources(const Options &options, const DecodedArguments &arguments, const Streams &streams)
+{
+    QByteArrayList names = bytesOf(options.sources, arguments);
+    if (options.from.isEmpty()) {
+        return names;
+    }
+    const bool isInput = options.from == QLatin1String("-");
+    const auto listed = isInput ? readNames(streams.input) : readNamesOf(options.from);
+    if (!listed) {
+        return tl::make_unexpected(
+            QStringLiteral("%1 is no list of sources: %2")
+                .arg(isInput ? QStringLiteral("standard input") : printable(options.from),
+                     listed.error()));
+    }
+    return names + *listed;
+}
+
+int wrongUsage(const Streams &streams, const QString &reason, const QString &command)
+{
+    streams.message(
+        QStringLiteral("quorvantel-cli: %1\nTry 'quorvantel-cli %2 --help'.").arg(reason, command));
+    return WrongUsage;
+}
+
 int runOnSources(const Options &options, const DecodedArguments &arguments, const Streams &streams)
 {
+    const auto names = namedSources(options, arguments, streams);
+    if (!names) {
+        return wrongUsage(streams, names.error(), arguments.texts.first());
+    }
     const auto session = HeadlessSession::start(options);
     if (!session) {
         streams.message(session.error());
         return CannotWork;
     }
     const QList<Source> sources =
-        listSources(options.sources, arguments.raw, (*session)->controller().admittedExtensions());
+        listSources(*names, (*session)->controller().admittedExtensions());
     switch (options.command) {
     case Command::Info:
         return runInfoCommand(**session, options, streams, sources);
@@ -73,7 +117,12 @@ int runOnSources(const Options &options, const DecodedArguments &arguments, cons
 
 bool needsFonts(const QByteArrayList &arguments)
 {
-    return arguments.value(0) == "sheet";
+    return arguments.value(0) == "sheet" || isWorker(arguments);
+}
+
+bool isWorker(const QByteArrayList &arguments)
+{
+    return arguments.value(0) == "worker";
 }
 
 QByteArray versionLine()
@@ -89,12 +138,12 @@ int runCommand(const QByteArrayList &arguments, const Streams &streams)
         streams.message(QStringLiteral("quorvantel-cli: ") + options.error());
         return WrongUsage;
     }
-    for (const QString &written : {options->output, options->logFile}) {
-        if (isForeign(written, decoded)) {
-            streams.message(QStringLiteral("quorvantel-cli: the name '%1' of what is to be written "
-                                           "is not valid UTF-8\nTry 'quorvantel-cli %2 --help'.")
-                                .arg(printable(written), decoded.texts.first()));
-            return WrongUsage;
+    for (const QString &file : {options->output, options->logFile, options->from}) {
+        if (isForeign(file, decoded)) {
+            return wrongUsage(streams,
+                              QStringLiteral("an option names '%1', which is not valid UTF-8")
+                                  .arg(printable(file)),
+                              decoded.texts.first());
         }
     }
     switch (options->command) {
@@ -104,6 +153,8 @@ int runCommand(const QByteArrayList &arguments, const Streams &streams)
     case Command::Version:
         streams.out(versionLine());
         return AllDone;
+    case Command::Worker:
+        return runWorker(*options, streams);
     default:
         return runOnSources(*options, decoded, streams);
     }

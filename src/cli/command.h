@@ -16,6 +16,9 @@ int runCommand(const QByteArrayList &arguments, const Streams &streams);
 // Whether the arguments ask for sheets, which need fonts and so a graphical application object.
 bool needsFonts(const QByteArrayList &arguments);
 
+// Whether this process is a copy of the command that another one feeds with sources.
+bool isWorker(const QByteArrayList &arguments);
+
 // What --version prints.
 QByteArray versionLine();
 

@@ -1,146 +1,27 @@
 #include "cli/options.h"
 
-#include "settings/preferences_store.h"
-#include "sheet/caption_texts.h"
+#include "cli/option_values.h"
 
-#include <QColor>
 #include <QCommandLineParser>
+#include <QThread>
 
-#include <cmath>
+#include <algorithm>
 
 namespace qv
 {
 namespace
 {
 
-struct LayoutName {
-    const char *name;
-    SheetLayout layout;
-};
-constexpr LayoutName layouts[] = {{"big", SheetLayout::Big},
-                                  {"medium", SheetLayout::Medium},
-                                  {"minimum", SheetLayout::Minimum},
-                                  {"mixed", SheetLayout::Mixed}};
-
-constexpr int countLimit = 2000;
 constexpr double borderLimit = 100;
-
-// What people call the captions whose stored names are old.
-struct CaptionAlias {
-    const char *alias;
-    const char *caption;
-};
-constexpr CaptionAlias captionAliases[] = {
-    {"picture", "vIdentity"}, {"size", "poids"}, {"contents", "essence"}};
-
-template <typename T> using Parsed = tl::expected<T, QString>;
 
 tl::unexpected<QString> wrong(const QString &text)
 {
     return tl::make_unexpected(text);
 }
 
-Parsed<SheetLayout> parseLayout(const QString &text)
+int processors()
 {
-    for (const LayoutName &known : layouts) {
-        if (text == QLatin1String(known.name)) {
-            return known.layout;
-        }
-    }
-    return wrong(
-        QStringLiteral("unknown layout '%1': it is big, medium, minimum or mixed").arg(text));
-}
-
-Parsed<int> parseCount(const QString &text, SheetLayout layout)
-{
-    bool isNumber = false;
-    const int count = text.toInt(&isNumber);
-    if (!isNumber || count < 1 || count > countLimit) {
-        return wrong(QStringLiteral("the count '%1' is no whole number from 1 to %2")
-                         .arg(text, QString::number(countLimit)));
-    }
-    if (count < columnsOf(layout)) {
-        return wrong(QStringLiteral("a count of %1 fills no row: the %2 layout has %3 columns")
-                         .arg(QString::number(count), layoutName(layout),
-                              QString::number(columnsOf(layout))));
-    }
-    return count;
-}
-
-Parsed<int> parseFormat(const QString &text)
-{
-    if (text == QLatin1String("jpg") || text == QLatin1String("jpeg")) {
-        return 0;
-    }
-    if (text == QLatin1String("png")) {
-        return 1;
-    }
-    return wrong(QStringLiteral("unknown format '%1': it is jpg or png").arg(text));
-}
-
-// "white", "#202020" or "0.10,0.10,0.10,1.00".
-Parsed<QString> parseColor(const QString &text)
-{
-    if (text.contains(QLatin1Char(','))) {
-        const auto components = colorFromText(text);
-        return components ? Parsed<QString>(colorText(*components))
-                          : wrong(QStringLiteral("the colour '%1' needs four parts: red,green,blue,"
-                                                 "alpha, each from 0 to 1")
-                                      .arg(text));
-    }
-    const QColor color(text);
-    if (!color.isValid()) {
-        return wrong(QStringLiteral("unknown colour '%1': give a name, #rrggbb, or "
-                                    "red,green,blue,alpha from 0 to 1")
-                         .arg(text));
-    }
-    return colorText({color.redF(), color.greenF(), color.blueF(), color.alphaF()});
-}
-
-QString captionNamed(const QString &name)
-{
-    for (const CaptionAlias &alias : captionAliases) {
-        if (name.compare(QLatin1String(alias.alias), Qt::CaseInsensitive) == 0) {
-            return QLatin1String(alias.caption);
-        }
-    }
-    for (const CaptionSwitch &known : captionSwitches()) {
-        if (name.compare(known.caption, Qt::CaseInsensitive) == 0) {
-            return known.caption;
-        }
-    }
-    return {};
-}
-
-Parsed<QSet<QString>> parseCaptions(const QString &list)
-{
-    QSet<QString> captions;
-    for (const QString &part : list.split(QLatin1Char(','), Qt::SkipEmptyParts)) {
-        const QString name = part.trimmed();
-        if (name == QLatin1String("none")) {
-            continue;
-        }
-        const QString caption = captionNamed(name);
-        if (caption.isEmpty()) {
-            return wrong(QStringLiteral("unknown caption '%1': they are name, location, date, "
-                                        "duration, picture, size, contents, timecode (or none)")
-                             .arg(name));
-        }
-        captions.insert(caption);
-    }
-    return captions;
-}
-
-Parsed<double> parseNumber(const QString &text, const char *what, double from, double to)
-{
-    bool isNumber = false;
-    const double number = text.toDouble(&isNumber);
-    if (!isNumber || !std::isfinite(number) || number < from || number > to) {
-        return wrong(
-            QStringLiteral("the %1 '%2' is no number from %3 to %4")
-                .arg(QLatin1String(what), text, QString::number(from), QString::number(to)));
-    }
-    return number;
+    return std::clamp(QThread::idealThreadCount(), 1, jobsLimit);
 }
 
 // The options of one command, declared and read.
@@ -170,16 +51,20 @@ private:
     void add(const QStringList &names, const char *description, const char *value = nullptr)
     {
         QCommandLineOption option(names, QString::fromUtf8(description));
+        m_names.append(names);
         if (value != nullptr) {
             option.setValueName(QLatin1String(value));
+            m_valued.insert(names.last());
         }
         m_parser.addOption(option);
     }
 
+    bool makesSheets() const { return m_command == Command::Sheet || m_command == Command::Worker; }
+
     void declare()
     {
         add({QStringLiteral("h"), QStringLiteral("help")}, "Shows this help.");
-        if (m_command == Command::Sheet) {
+        if (makesSheets()) {
             m_parser.setApplicationDescription(QStringLiteral(
                 "Makes an index sheet of each video file, named or found in a named folder.\n"
                 "The sheets' paths go to standard output, one a line."));
@@ -204,6 +89,12 @@ private:
             m_parser.setApplicationDescription(QStringLiteral(
                 "Shows which pictures a sheet would take, and how, without taking them."));
         }
+        if (m_command != Command::Plan) {
+            add({QStringLiteral("from")},
+                "Takes the sources that FILE lists, too; - is standard input. One name a line, or "
+                "each ended by a NUL byte.",
+                "FILE");
+        }
         add({QStringLiteral("json")}, "Results as JSON, one object a line and source.");
         add({QStringLiteral("log")}, "Appends trace lines to FILE.", "FILE");
         add({QStringLiteral("verbose")}, "Traces in detail (to standard error without --log).");
@@ -226,6 +117,10 @@ private:
             "jpg (960 pixels wide) or png (1920). Default: the preference.", "FORMAT");
         add({QStringLiteral("keep")}, "Keeps a sheet that is there already (default).");
         add({QStringLiteral("replace")}, "Replaces a sheet that is there already.");
+        add({QStringLiteral("jobs")},
+            "Works on N sources at a time. Default: as many as there are processors.", "N");
+        add({QStringLiteral("shard")},
+            "Takes the K-th of N parts of the sources only, the same on every machine.", "K/N");
         add({QStringLiteral("quick")},
             "Takes the key picture nearest to each instant, which is much faster. The stamps say "
             "when the pictures really are.");
@@ -274,10 +169,14 @@ private:
         if (m_command != Command::Info && !readPlanOptions(options)) {
             return wrong(m_error);
         }
-        if (m_command == Command::Sheet && !readSheetOptions(options)) {
+        if (makesSheets() && !readSheetOptions(options)) {
             return wrong(m_error);
         }
-        if (options.sources.isEmpty()) {
+        if (m_command == Command::Worker) {
+            return options;
+        }
+        options.from = m_command == Command::Plan ? QString() : value("from");
+        if (options.sources.isEmpty() && options.from.isEmpty()) {
             return wrong(QStringLiteral("no source is named"));
         }
         if (m_command == Command::Plan && options.sources.size() > 1) {
@@ -293,8 +192,29 @@ private:
                     [&](const QString &text) { return parseCount(text, options.layout); });
     }
 
+    // Everything that is said of the sheets themselves, and of the log.
+    QStringList sheetArguments() const
+    {
+        static const QSet<QString> ofTheList{QStringLiteral("jobs"), QStringLiteral("from"),
+                                             QStringLiteral("shard"), QStringLiteral("json"),
+                                             QStringLiteral("quiet")};
+        QStringList arguments;
+        for (const QStringList &names : m_names) {
+            const QString &name = names.last();
+            if (ofTheList.contains(name) || !m_parser.isSet(name)) {
+                continue;
+            }
+            arguments << (m_valued.contains(name)
+                              ? QStringLiteral("--%1=%2").arg(name, m_parser.value(name))
+                              : QStringLiteral("--") + name);
+        }
+        return arguments;
+    }
+
     bool readSheetOptions(Options &options)
     {
+        options.jobs = processors();
+        options.sheetArguments = sheetArguments();
         options.output = value("output");
         options.replace = isSet("replace");
         options.noTimecode = isSet("no-timecode");
@@ -306,7 +226,8 @@ private:
             m_error = QStringLiteral("the output folder has no name");
             return false;
         }
-        return take("format", options.pictureChoice, parseFormat) &&
+        return take("jobs", options.jobs, parseJobs) && take("shard", options.shard, parseShard) &&
+               take("format", options.pictureChoice, parseFormat) &&
                take("caption", options.captions, parseCaptions) &&
                take("background", options.background, parseColor) &&
                take("border-color", options.borderColor, parseColor) &&
@@ -317,6 +238,8 @@ private:
 
     Command m_command;
     QCommandLineParser m_parser;
+    QList<QStringList> m_names; // of the options
+    QSet<QString> m_valued;     // the options that take a value
     QString m_error;
 };
 
@@ -344,16 +267,6 @@ QString hintFor(const QString &command)
 
 } // namespace
 
-QString layoutName(SheetLayout layout)
-{
-    for (const LayoutName &known : layouts) {
-        if (known.layout == layout) {
-            return QLatin1String(known.name);
-        }
-    }
-    return {};
-}
-
 tl::expected<Options, QString> parseOptions(const QStringList &arguments)
 {
     const QString word = arguments.value(0);
@@ -372,6 +285,8 @@ tl::expected<Options, QString> parseOptions(const QStringList &arguments)
         command = Command::Info;
     } else if (word == QLatin1String("plan")) {
         command = Command::Plan;
+    } else if (word == QLatin1String("worker")) {
+        command = Command::Worker; // what "sheet" starts copies of itself as
     } else if (word != QLatin1String("sheet")) {
         const QString problem = word.isEmpty() ? QStringLiteral("no command is given")
                                                : QStringLiteral("unknown command '%1'").arg(word);

@@ -16,12 +16,19 @@
 namespace qv
 {
 
-enum class Command { Sheet, Info, Plan, Help, Version };
+enum class Command { Sheet, Info, Plan, Help, Version, Worker };
+
+// The K-th of N parts of the list of sources.
+struct Shard {
+    int part = 1; // from 1
+    int parts = 1;
+};
 
 struct Options {
     Command command = Command::Help;
     QString helpText; // of Help
     QStringList sources;
+    QString from; // a file that lists more of them; "-": standard input
 
     QString output; // empty: the preferences' destination
     SheetLayout layout = SheetLayout::Medium;
@@ -34,6 +41,10 @@ struct Options {
     QString background;                    // colour texts; empty: the preference
     QString borderColor;
     std::optional<double> borderSize;
+
+    int jobs = 1; // sources worked on at a time
+    std::optional<Shard> shard;
+    QStringList sheetArguments; // what of the command line a copy of the command needs
 
     bool json = false;
     QString logFile;

@@ -20,8 +20,19 @@ ProgressLine::ProgressLine(const Streams &streams, bool wanted, int total)
 
 void ProgressLine::source(int number, const QString &name)
 {
-    m_number = number;
+    m_shownNumber = number;
+    m_done = number - 1;
     m_name = printable(name);
+    m_caption.clear();
+    m_part = 0;
+    show();
+}
+
+void ProgressLine::sources(int done, const QStringList &names)
+{
+    m_shownNumber = done;
+    m_done = done;
+    m_name = printable(names.join(QStringLiteral(", ")));
     m_caption.clear();
     m_part = 0;
     show();
@@ -43,7 +54,7 @@ void ProgressLine::show()
         return;
     }
     QString line = QStringLiteral("[%1/%2] %3")
-                       .arg(QString::number(m_number), QString::number(m_total), m_name);
+                       .arg(QString::number(m_shownNumber), QString::number(m_total), m_name);
     QString tail = m_caption.isEmpty() ? QString() : QStringLiteral(": ") + m_caption.toLower();
     tail += timeLeft();
     const qsizetype room = std::max<qsizetype>(8, m_streams.terminalColumns - tail.size() - 1);
@@ -56,7 +67,7 @@ void ProgressLine::show()
 
 QString ProgressLine::timeLeft() const
 {
-    const double done = (m_number - 1 + m_part) / std::max(1, m_total);
+    const double done = (m_done + m_part) / std::max(1, m_total);
     if (done < estimableShare) {
         return {};
     }

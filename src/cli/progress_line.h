@@ -4,6 +4,7 @@
 
 #include <QElapsedTimer>
 #include <QString>
+#include <QStringList>
 
 // One line on the terminal that tells how far the work is, rewritten in place and gone at the end.
 namespace qv
@@ -18,6 +19,8 @@ public:
 
     // Source `number` (from 1) is worked on.
     void source(int number, const QString &name);
+    // So many sources are done, and those of these names are worked on.
+    void sources(int done, const QStringList &names);
     // Its step, such as "Picture 3/15", and how much of it is done (0 to 1).
     void step(const QString &caption, double part);
     // Takes the line away, so that a message can be printed.
@@ -30,7 +33,8 @@ private:
     const Streams &m_streams;
     bool m_active;
     int m_total;
-    int m_number = 0;
+    int m_shownNumber = 0;
+    double m_done = 0; // sources
     double m_part = 0;
     bool m_shown = false;
     QString m_name;

@@ -5,9 +5,9 @@
 #include "support/foreign_names.h"
 
 #include <QDir>
-#include <QFile>
 #include <QFileInfo>
 
+#include <climits>
 #include <filesystem>
 
 namespace qv
@@ -34,7 +34,7 @@ QString absolutePath(const QByteArray &name)
 QString namedBelow(const QString &folderName, const QString &folder, const QString &path)
 {
     const QString shown = shownPath(path);
-    if (!shown.startsWith(folder)) {
+    if (!shown.startsWith(folder) || folderName == folder) {
         return shown;
     }
     const QString below = shown.mid(folder.size());
@@ -69,34 +69,41 @@ Source sourceOfFile(const QString &name, const QString &path, const QSet<QString
                       : QStringLiteral("'.%1' is no extension of a video that is known here")
                             .arg(extension);
     }
-    return {path, name, problem};
+    // One text for both where they are the same: a list may have a hundred thousand.
+    return {path, name == path ? path : name, problem};
 }
 
-QList<Source> sourcesOf(const QString &name, const QByteArray &raw, const QSet<QString> &extensions)
+QList<Source> sourcesOf(const QByteArray &raw, const QSet<QString> &extensions)
 {
+    if (raw.size() >= PATH_MAX) {
+        const QString start = QString::fromUtf8(raw.left(PATH_MAX));
+        return {{start, start, QStringLiteral("its path is too long for this system")}};
+    }
+    const QString name = QString::fromUtf8(raw);
     if (name.isEmpty()) {
         return {{QString(), name, QStringLiteral("its name is empty")}};
     }
     const QString given = absolutePath(raw);
+    if (QFileInfo(given).isDir()) {
+        return sourcesOfFolder(name, given, extensions);
+    }
     // An alias stands for what it leads to, as in a drop.
-    const QString target = QFileInfo(given).isDir() ? QString() : resolveAlias(given);
-    const QString path = target.isNull() ? given : target;
-    return QFileInfo(path).isDir() ? sourcesOfFolder(name, path, extensions)
-                                   : QList<Source>{sourceOfFile(name, path, extensions)};
+    const QString target = resolveAlias(given);
+    if (target.isNull()) {
+        return {sourceOfFile(name, given, extensions)};
+    }
+    return QFileInfo(target).isDir() ? sourcesOfFolder(name, target, extensions)
+                                     : QList<Source>{sourceOfFile(name, target, extensions)};
 }
 
 } // namespace
 
-QList<Source> listSources(const QStringList &names, QHash<QString, QByteArrayList> rawNames,
-                          const QSet<QString> &admittedExtensions)
+QList<Source> listSources(const QByteArrayList &names, const QSet<QString> &admittedExtensions)
 {
     QList<Source> sources;
     QSet<QString> seen;
-    for (const QString &name : names) {
-        const auto raw = rawNames.find(name);
-        const QByteArray bytes =
-            raw == rawNames.end() || raw->isEmpty() ? QFile::encodeName(name) : raw->takeFirst();
-        for (Source &source : sourcesOf(name, bytes, admittedExtensions)) {
+    for (const QByteArray &name : names) {
+        for (Source &source : sourcesOf(name, admittedExtensions)) {
             if (!seen.contains(source.path)) {
                 seen.insert(source.path);
                 sources.append(std::move(source));
@@ -104,6 +111,15 @@ QList<Source> listSources(const QStringList &names, QHash<QString, QByteArrayLis
         }
     }
     return sources;
+}
+
+QList<Source> sourcesOfShard(const QList<Source> &sources, const Shard &shard)
+{
+    QList<Source> part;
+    for (qsizetype i = shard.part - 1; i < sources.size(); i += shard.parts) {
+        part.append(sources.at(i));
+    }
+    return part;
 }
 
 } // namespace qv

@@ -1,13 +1,13 @@
 #pragma once
 
+#include "cli/options.h"
+
 #include <QByteArrayList>
-#include <QHash>
 #include <QList>
 #include <QSet>
 #include <QString>
-#include <QStringList>
 
-// The sources that the command line names, files and what stands in folders, in order.
+// The sources that the user names, files and what stands in folders, in order.
 namespace qv
 {
 
@@ -17,8 +17,11 @@ struct Source {
     QString problem; // why it is no source; null otherwise
 };
 
-// `rawNames` holds the bytes of those names that are not UTF-8, by how they read and in order.
-QList<Source> listSources(const QStringList &names, QHash<QString, QByteArrayList> rawNames,
-                          const QSet<QString> &admittedExtensions);
+// In the order of the names, and within a folder by the bytes of the names, so that the same files
+// give the same list on every machine.
+QList<Source> listSources(const QByteArrayList &names, const QSet<QString> &admittedExtensions);
+
+// One part of the list, dealt out in turn, so that neighbours, which are often alike, spread.
+QList<Source> sourcesOfShard(const QList<Source> &sources, const Shard &shard);
 
 } // namespace qv

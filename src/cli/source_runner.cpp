@@ -51,17 +51,35 @@ void SourceRunner::begin()
     if (!controller.table().isEmpty()) {
         controller.encBatchRemove(appDelegate::Sender::Internal);
     }
-    if (m_stopping || ++m_index >= m_sources.size()) {
-        finish(!m_stopping);
+    m_isWorking = false;
+    if (m_stopping) {
+        finish(false);
+    } else {
+        fetch();
+    }
+}
+
+void SourceRunner::fetch()
+{
+    if (m_index >= m_sources.size()) {
+        finish(true);
         return;
     }
+    m_progress.source(static_cast<int>(m_index) + 1, m_sources.at(m_index).named);
+    work(m_sources.at(m_index++));
+}
+
+void SourceRunner::work(const Source &source)
+{
+    m_current = source;
+    m_isWorking = true;
     m_clock.start();
     m_skipReason.clear();
-    m_progress.source(static_cast<int>(m_index) + 1, current().named);
-    if (!current().problem.isNull()) {
-        skipped(current(), current().problem);
+    appDelegate &controller = m_session.controller();
+    if (settle(current())) {
         next();
-    } else if (settle(current())) {
+    } else if (!current().problem.isNull()) {
+        skipped(current(), current().problem);
         next();
     } else {
         controller.admitSources({current().path});
@@ -85,7 +103,9 @@ void SourceRunner::interrupted()
 {
     m_stopping = true;
     appDelegate &controller = m_session.controller();
-    if (controller.window().goPressed) {
+    if (!m_isWorking) {
+        finish(false);
+    } else if (controller.window().goPressed) {
         controller.iba_taskStopBt(StopControl::stopSegment);
     } else if (!controller.isGateOpen()) {
         controller.iba_analysisStopBt();

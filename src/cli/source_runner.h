@@ -11,7 +11,8 @@
 
 #include <functional>
 
-// Hands the sources to the controller one after the other.
+// Hands the sources to the controller one after the other: those of a list, unless a class that is
+// derived from it has them from elsewhere.
 namespace qv
 {
 
@@ -28,6 +29,13 @@ public:
     bool run();
 
 protected:
+    // Asks for the next source. work() or finish() follows, now or later.
+    virtual void fetch();
+    void work(const Source &source);
+    void finish(bool complete);
+    // Ends the source in progress, and with it the run.
+    void interrupted();
+
     // Before a source is looked at; true when it is settled without the controller.
     virtual bool settle(const Source &) { return false; }
     // The source has become the controller's only row. Call next() when done with it.
@@ -35,13 +43,12 @@ protected:
     virtual void skipped(const Source &, const QString &reason) = 0;
 
     void next();
-    const Source &current() const { return m_sources.at(m_index); }
-    int sourceCount() const { return static_cast<int>(m_sources.size()); }
+    const Source &current() const { return m_current; }
     double secondsOnCurrent() const { return static_cast<double>(m_clock.elapsed()) / 1000; }
-    bool wantsMessages() const { return !m_options.quiet; }
     // On standard error and on standard output, in the progress line's place.
     void say(const QString &text);
     void print(const QByteArray &result);
+    ProgressLine &progress() { return m_progress; }
 
     HeadlessSession &m_session;
     const Options &m_options;
@@ -50,11 +57,11 @@ protected:
 private:
     void begin();
     void analysisEnded();
-    void interrupted();
-    void finish(bool complete);
 
     QList<Source> m_sources;
-    qsizetype m_index = -1;
+    qsizetype m_index = 0; // of the next one
+    Source m_current;
+    bool m_isWorking = false;
     bool m_complete = true;
     bool m_stopping = false;
     QString m_skipReason;

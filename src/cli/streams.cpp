@@ -1,5 +1,7 @@
 #include "cli/streams.h"
 
+#include "support/platform.h"
+
 #include <cerrno>
 #include <sys/ioctl.h>
 #include <unistd.h>
@@ -32,14 +34,16 @@ int columnsOf(int fd)
 
 } // namespace
 
-Streams Streams::standard()
+Streams Streams::standard(int input, int output)
 {
     Streams streams;
-    streams.out = [](const QByteArray &bytes) { writeAll(STDOUT_FILENO, bytes); };
+    streams.out = [output](const QByteArray &bytes) { writeAll(output, bytes); };
     streams.err = [](const QByteArray &bytes) { writeAll(STDERR_FILENO, bytes); };
-    streams.outIsTerminal = ::isatty(STDOUT_FILENO) == 1;
+    streams.outIsTerminal = ::isatty(output) == 1;
     streams.errIsTerminal = ::isatty(STDERR_FILENO) == 1;
     streams.terminalColumns = columnsOf(STDERR_FILENO);
+    streams.input = input;
+    streams.workerProgram = platform::executablePath();
     return streams;
 }
 

@@ -78,6 +78,12 @@ public:
     {
         return m_encoding.sheetPath(sourcePath, dpi);
     }
+    // The same without extension; and that of one source settled by another process.
+    QString sheetBase(const QString &sourcePath) { return m_encoding.sheetBase(sourcePath); }
+    void giveSheetBase(const QString &sourcePath, const QString &base)
+    {
+        m_encoding.giveSheetBase(sourcePath, base);
+    }
     QString destinationFolder() const { return m_encoding.destinationFolder(); }
     QSet<QString> admittedExtensions() const { return m_admitted; }
 

@@ -290,9 +290,9 @@ void EncodingDriver::startRow()
     if (!mayWriteSheet(m_row.sheet) || !hasFreeSpace()) {
         return;
     }
-    resumeLogAppend(
-        QStringLiteral("\n----------\n\nsource              : %1\n").arg(shownPath(m_row.source)));
-    resumeLogAppend(QStringLiteral("destination         : %1\n").arg(m_row.sheet));
+    resumeLogAppend(QStringLiteral("\n----------\n\nsource              : %1\n"
+                                   "destination         : %2\n")
+                        .arg(shownPath(m_row.source), m_row.sheet));
     setChild(QStringLiteral("encQtEnc"), 1);
     m_context.window.stepCaption.clear();
     m_context.window.encoding.actionCaption = lastPathComponent(shownPath(m_row.source));

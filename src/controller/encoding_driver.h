@@ -11,6 +11,7 @@
 #include <QMap>
 #include <QObject>
 #include <QSet>
+#include <QSize>
 #include <QStringList>
 
 #include <functional>
@@ -52,6 +53,10 @@ public:
     QString destinationFolder() const;
     QString sheetBase(const QString &sourcePath);
     QString sheetPath(const QString &sourcePath, int dpi);
+    void giveSheetBase(const QString &sourcePath, const QString &base)
+    {
+        m_names.give(sourcePath, base);
+    }
 
 private:
     static constexpr double neededMegabytes = 1.0; // for a row
@@ -77,6 +82,7 @@ private:
     void runPlan();
     void launchOneRun();
     QVariantMap planInput() const;
+    QSize oneRunSize() const;
     QString instantsText() const;
     bool hasQuickFailed() const;
     void takeExactPictures();

@@ -57,16 +57,16 @@ void EncodingDriver::launchOneRun()
 {
     takeChild(QStringLiteral("appkyThQt"));
     m_row.byMovieFramework = !m_row.isQuick;
-    const QVariantMap display = child(QStringLiteral("appkyDisplay")).toMap();
+    const QSize size = oneRunSize();
     const QStringList arguments{Bundle::main().toolPath(m_row.isQuick
                                                             ? QStringLiteral("quickThumbs")
                                                             : QStringLiteral("qtThumbs")),
                                 QStringLiteral("-i"),
                                 m_row.source,
                                 QStringLiteral("-w"),
-                                QString::number(intIn(display, QStringLiteral("wTh")).value_or(0)),
+                                QString::number(size.width()),
                                 QStringLiteral("-h"),
-                                QString::number(intIn(display, QStringLiteral("hTh")).value_or(0)),
+                                QString::number(size.height()),
                                 QStringLiteral("-tc"),
                                 instantsText(),
                                 QStringLiteral("-y"),
@@ -77,6 +77,16 @@ void EncodingDriver::launchOneRun()
                                           false);
     // The tool works now; the composer's fonts can be loaded meanwhile.
     QMetaObject::invokeMethod(this, prepareTexts, Qt::QueuedConnection);
+}
+
+// Key pictures are decoded so fast that writing larger ones than the sheet needs would cost as
+// much.
+QSize EncodingDriver::oneRunSize() const
+{
+    const QVariantMap display = displayOfRow();
+    return m_row.isQuick ? usefulStillSize(m_row.dpi, display)
+                         : QSize(intIn(display, QStringLiteral("wTh")).value_or(0),
+                                 intIn(display, QStringLiteral("hTh")).value_or(0));
 }
 
 // "0:00:10-0:01:15"; to the millisecond for key pictures, which are told apart by it.

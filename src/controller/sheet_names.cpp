@@ -35,6 +35,9 @@ QString titleOf(const QString &sourcePath)
 QString SheetNames::baseFor(const QString &sourcePath, const QString &folder,
                             const std::function<bool(const QString &)> &mayUse)
 {
+    if (const QString given = m_given.value(sourcePath); !given.isNull()) {
+        return given;
+    }
     if (folder != m_folder) {
         forget();
         m_folder = folder;

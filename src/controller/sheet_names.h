@@ -19,6 +19,8 @@ public:
     // stays the same as long as the folder does. A name that `mayUse` refuses is passed over.
     QString baseFor(const QString &sourcePath, const QString &folder,
                     const std::function<bool(const QString &base)> &mayUse = nullptr);
+    // The name that whoever knows all the sources gave this one; it stays, whatever the folder.
+    void give(const QString &sourcePath, const QString &base) { m_given.insert(sourcePath, base); }
     void forget();
 
 private:
@@ -26,6 +28,7 @@ private:
                      const std::function<bool(const QString &)> &mayUse);
 
     QString m_folder;
+    QHash<QString, QString> m_given;
     QHash<QString, QString> m_baseOfSource;
     QHash<QString, QString> m_sourceOfBase;
     QHash<QString, int> m_lastNumber; // given to a source of this title

@@ -5,6 +5,7 @@
 #include "sheet/image_export.h"
 #include "sheet/layout.h"
 #include "sheet/sheet_painter.h"
+#include "sheet/still_reader.h"
 #include "support/files.h"
 #include "support/log.h"
 #include "support/variant_values.h"
@@ -118,7 +119,7 @@ SheetContent contentOf(const QVariantMap &display)
     return content;
 }
 
-SheetGeometry geometryOf(const QVariantMap &display, const SheetContent &content, double scale)
+SheetGeometry geometryOf(const QVariantMap &display, double scale)
 {
     SheetMeasures measures;
     const int unknownLayout = -1;
@@ -126,8 +127,8 @@ SheetGeometry geometryOf(const QVariantMap &display, const SheetContent &content
         sheetLayout(intIn(display, QStringLiteral("bigMedMinMix")).value_or(unknownLayout));
     measures.scale = scale;
     measures.borderSize = numberIn(display, QStringLiteral("borderSize")).value_or(0);
-    measures.pictures = static_cast<int>(content.stills.size());
-    measures.captionLines = static_cast<int>(content.captions.size());
+    measures.pictures = static_cast<int>(display.value(QStringLiteral("th")).toStringList().size());
+    measures.captionLines = static_cast<int>(captionsIn(display).size());
     measures.stillWidth = numberIn(display, QStringLiteral("wTh")).value_or(0);
     measures.stillHeight = numberIn(display, QStringLiteral("hTh")).value_or(0);
     return sheetGeometry(measures);
@@ -152,7 +153,7 @@ struct RenderedSheet {
 tl::expected<RenderedSheet, QString> renderSheet(const Output &output, const QVariantMap &display)
 {
     const SheetContent content = contentOf(display);
-    const SheetGeometry geometry = geometryOf(display, content, output.canvasScale);
+    const SheetGeometry geometry = geometryOf(display, output.canvasScale);
     const QSize size = bitmapSize(geometry, output);
     if (size.isEmpty()) {
         return tl::make_unexpected(
@@ -236,13 +237,27 @@ QImage drawSheet(int dpi, const QVariantMap &display, int *drawn)
 QSize sheetPixels(int dpi, const QVariantMap &display)
 {
     const Output output = outputOf(dpi);
-    return bitmapSize(geometryOf(display, contentOf(display), output.canvasScale), output);
+    return bitmapSize(geometryOf(display, output.canvasScale), output);
+}
+
+QSize usefulStillSize(int dpi, const QVariantMap &display)
+{
+    const Output output = outputOf(dpi);
+    const SheetGeometry geometry = geometryOf(display, output.canvasScale);
+    const QSize planned(intIn(display, QStringLiteral("wTh")).value_or(0),
+                        intIn(display, QStringLiteral("hTh")).value_or(0));
+    const QSizeF largest = geometry.cell.expandedTo(geometry.hero.size());
+    const QSize useful = (largest * output.bitmapScale * stillOversampling).toSize();
+    return useful.isEmpty() || planned.isEmpty() || useful.width() >= planned.width()
+               ? planned
+               : QSize(useful.width(),
+                       std::max(1, planned.height() * useful.width() / planned.width()));
 }
 
 QImage drawSheetAtWidth(int dpi, const QVariantMap &display, int width, int *drawn)
 {
     Output output = outputOf(dpi);
-    const double canvas = geometryOf(display, contentOf(display), output.canvasScale).width;
+    const double canvas = geometryOf(display, output.canvasScale).width;
     output.bitmapScale = width / canvas;
     return drawnSheet(output, display, drawn);
 }

@@ -31,6 +31,9 @@ QImage drawSheet(int dpi, const QVariantMap &display, int *drawn = nullptr);
 
 // Width and height of the sheet's bitmap; empty when it can't be drawn.
 QSize sheetPixels(int dpi, const QVariantMap &display);
+// The size of stills beyond which the sheet gets no sharper, in their shape and not above wTh x
+// hTh.
+QSize usefulStillSize(int dpi, const QVariantMap &display);
 // The sheet as drawSheet gives it, but drawn at this width: sharp at that size, and quick when it
 // is small.
 QImage drawSheetAtWidth(int dpi, const QVariantMap &display, int width, int *drawn = nullptr);

@@ -13,7 +13,6 @@ namespace
 
 constexpr int largestSide = 20000;
 constexpr qint64 largestArea = 50'000'000;
-constexpr double oversampling = 2;
 // The decoder shrinks blocks of 8 x 8 pixels while it decodes; to 1, 2 and 4 pixels a side quickly,
 // to other sizes more slowly than it decodes them whole.
 constexpr int blockSide = 8;
@@ -41,7 +40,7 @@ QSize decodedSize(const QSize &full, const QSize &wanted)
     const double share = std::max(static_cast<double>(wanted.width()) / full.width(),
                                   static_cast<double>(wanted.height()) / full.height());
     int eighths = 1;
-    while (eighths < blockSide && eighths < share * oversampling * blockSide) {
+    while (eighths < blockSide && eighths < share * stillOversampling * blockSide) {
         eighths *= 2;
     }
     return {scaledSide(full.width(), eighths), scaledSide(full.height(), eighths)};

@@ -7,6 +7,9 @@
 namespace qv
 {
 
+// How many pixels of a still make one of the sheet, each way, where the still has as many.
+inline constexpr double stillOversampling = 2;
+
 // A still, decoded at no more than what `wanted` needs: twice that size where the file has as much,
 // so that scaling down by area gives a sharp picture. A null image when the file is missing, does
 // not decode or claims an absurd size.

@@ -20,7 +20,7 @@ constexpr int nameMaxBytes = 255; // what file systems take
 struct Registry {
     QString folder;
     QHash<QByteArray, QString> linkOf;
-    QHash<QString, QString> shownOf;
+    QHash<QString, QByteArray> rawOf;
     int lastNumber = 0;
 };
 
@@ -63,7 +63,7 @@ QString freshFolder(Registry &names)
     return {};
 }
 
-QString makeLink(const QByteArray &rawPath, const QString &shown)
+QString makeLink(const QByteArray &bytes, const QString &shown)
 {
     const QString folder = freshFolder(registry());
     if (folder.isEmpty()) {
@@ -72,7 +72,7 @@ QString makeLink(const QByteArray &rawPath, const QString &shown)
     const QString name = fittingName(shown.mid(shown.lastIndexOf(QLatin1Char('/')) + 1));
     const QString link = folder + QLatin1Char('/') + name;
     std::error_code error;
-    std::filesystem::create_symlink(rawPath.toStdString(), QFile::encodeName(link).toStdString(),
+    std::filesystem::create_symlink(bytes.toStdString(), QFile::encodeName(link).toStdString(),
                                     error);
     return error ? QString() : link;
 }
@@ -86,31 +86,39 @@ void setForeignNamesFolder(const QString &path)
     registry().folder = path;
 }
 
-QString usablePath(const QByteArray &rawPath)
+QString usablePath(const QByteArray &bytes)
 {
-    const QString shown = QString::fromUtf8(rawPath);
-    if (shown.toUtf8() == rawPath) {
+    const QString shown = QString::fromUtf8(bytes);
+    if (shown.toUtf8() == bytes) {
         return shown;
     }
     const std::lock_guard lock(registryMutex());
     Registry &names = registry();
-    if (const auto known = names.linkOf.constFind(rawPath); known != names.linkOf.cend()) {
+    if (const auto known = names.linkOf.constFind(bytes); known != names.linkOf.cend()) {
         return *known;
     }
-    const QString link = names.folder.isEmpty() ? QString() : makeLink(rawPath, shown);
+    const QString link = names.folder.isEmpty() ? QString() : makeLink(bytes, shown);
     if (link.isEmpty()) {
         logLine(QStringLiteral("File name           :-( not valid UTF-8: ") + shown);
         return shown;
     }
-    names.linkOf.insert(rawPath, link);
-    names.shownOf.insert(link, shown);
+    names.linkOf.insert(bytes, link);
+    names.rawOf.insert(link, bytes);
     return link;
 }
 
 QString shownPath(const QString &path)
 {
     const std::lock_guard lock(registryMutex());
-    return registry().shownOf.value(path, path);
+    const auto raw = registry().rawOf.constFind(path);
+    return raw == registry().rawOf.cend() ? path : QString::fromUtf8(*raw);
+}
+
+QByteArray rawPath(const QString &path)
+{
+    const std::lock_guard lock(registryMutex());
+    const auto raw = registry().rawOf.constFind(path);
+    return raw == registry().rawOf.cend() ? QFile::encodeName(path) : *raw;
 }
 
 } // namespace qv

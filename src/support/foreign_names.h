@@ -14,10 +14,13 @@ void setForeignNamesFolder(const QString &path);
 
 // A path that opens the file: the path itself when it is valid UTF-8, else that of a link to it,
 // always the same for the same file. Without a folder for links, the shown path.
-QString usablePath(const QByteArray &rawPath);
+QString usablePath(const QByteArray &bytes);
 
 // What to show for a path that usablePath gave: the original with replacement characters for a
 // link, any other path as it is.
 QString shownPath(const QString &path);
+
+// The bytes of the name behind a path that usablePath gave, for another process to open.
+QByteArray rawPath(const QString &path);
 
 } // namespace qv

@@ -115,6 +115,18 @@ void prepareStandardStreams()
     std::signal(SIGCHLD, SIG_DFL);
 }
 
+int keptStandardInput()
+{
+    return ::fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+}
+
+int takenStandardOutput()
+{
+    const int own = ::fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+    ::dup2(STDERR_FILENO, STDOUT_FILENO);
+    return own;
+}
+
 FreeSpace freeSpace(const QString &path)
 {
     struct statvfs status = {};

@@ -29,6 +29,13 @@ Processor processor();
 // are noticed also when whoever started us ignores them.
 void prepareStandardStreams();
 
+// What standard input is, for this process alone and beyond prepareStandardStreams(); -1 when it
+// came closed.
+int keptStandardInput();
+// What standard output is, for this process alone: tools that inherit it print to standard error
+// from then on. -1 when it came closed.
+int takenStandardOutput();
+
 // The login name of the process's user, from the user database; empty when unknown.
 QString loginName();
 

@@ -7,6 +7,7 @@
 #include <QFile>
 #include <QJsonDocument>
 #include <QProcess>
+#include <QTemporaryFile>
 
 #include <filesystem>
 #include <fstream>
@@ -91,6 +92,10 @@ Ran CommandTest::run(const QByteArrayList &arguments)
     };
     streams.outIsTerminal = streams.errIsTerminal = m_terminal;
     streams.terminalColumns = 200;
+    QTemporaryFile input;
+    EXPECT_TRUE(input.open() && input.write(m_input) == m_input.size() && input.seek(0));
+    streams.input = input.handle();
+    streams.workerProgram = m_workerProgram;
     ran.status = qv::runCommand(arguments, streams);
     qv::setLogSink([](const QByteArray &) {});
     for (const QByteArray &line : both.split('\n')) {

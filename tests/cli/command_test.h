@@ -50,6 +50,8 @@ protected:
     // Of the next runs.
     bool m_terminal = false;
     std::function<void(const QByteArray &)> m_onResult;
+    QByteArray m_input;      // standard input
+    QString m_workerProgram; // empty: no process but this one
 
     TestBundle m_bundle;
     QTemporaryDir m_folder;

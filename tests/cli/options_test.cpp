@@ -2,6 +2,8 @@
 
 #include "cli/command_test.h"
 
+#include <tuple>
+
 using namespace qv;
 using testing::HasSubstr;
 
@@ -29,6 +31,15 @@ const std::vector<WrongLine> wrongLines{
     {{"sheet", "--background", "nocolour", "a.mp4"}, "unknown colour 'nocolour'"},
     {{"sheet", "--border-size", "nan", "a.mp4"}, "border size"},
     {{"sheet", "--hang-timeout", "inf", "a.mp4"}, "time-out"},
+    {{"sheet", "--jobs", "0", "a.mp4"}, "number of jobs '0'"},
+    {{"sheet", "--shard", "0/4", "a.mp4"}, "shard '0/4'"},
+    {{"sheet", "--shard", "5/4", "a.mp4"}, "shard '5/4'"},
+    {{"sheet", "--shard", "1/2/3", "a.mp4"}, "shard '1/2/3'"},
+    {{"sheet", "--shard", "1/100001", "a.mp4"}, "shard '1/100001'"},
+    {{"sheet", "--from", "/none/list"}, "/none/list is no list of sources: No such file"},
+    {{"sheet", "--from", "/"}, "/ is no list of sources: Is a directory"},
+    {{"info", "--from", "-"}, "standard input is no list of sources: it names no source"},
+    {{"sheet", "--from", "list\xff"}, "not valid UTF-8"},
 };
 
 Options parsed(const QStringList &arguments)
@@ -67,7 +78,7 @@ TEST(Options, EveryOptionArrives)
     const Options options = parsed(words(
         "sheet -o out -l mixed -n 12 -f png --replace --no-timecode --caption name,Size,picture "
         "--background red --border-color 0.5,0.25,0,1 --border-size 2.5 --json --log trace.txt "
-        "--verbose --quiet --hang-timeout 1.5 a.mp4 b"));
+        "--verbose --quiet --hang-timeout 1.5 --jobs 7 --shard 2/9 --from list --quick a.mp4 b"));
     EXPECT_EQ(options.command, Command::Sheet);
     EXPECT_EQ(options.output, QStringLiteral("out"));
     EXPECT_EQ(options.layout, SheetLayout::Mixed);
@@ -83,4 +94,25 @@ TEST(Options, EveryOptionArrives)
     EXPECT_EQ(options.logFile, QStringLiteral("trace.txt"));
     EXPECT_EQ(options.hangTimeout, 1.5);
     EXPECT_EQ(options.sources, words("a.mp4 b"));
+    EXPECT_EQ(options.from, QStringLiteral("list"));
+    EXPECT_EQ(options.jobs, 7);
+    EXPECT_TRUE(options.quick && options.shard && options.shard->part == 2);
+}
+
+TEST(Options, ACopyOfTheCommandIsToldAllThatIsSaidOfTheSheets)
+{
+    const QStringList line = words(
+        "sheet -o out -l mixed -n 12 -f png --replace --no-timecode --caption name,Size --quick "
+        "--background red --border-color 0.5,0.25,0,1 --border-size 2.5 --log trace.txt "
+        "--verbose --hang-timeout 1.5");
+    const Options original = parsed(line + words("--json --jobs 7 --shard 2/9 --from - a.mp4"));
+    const Options copied = parsed(words("worker") + original.sheetArguments);
+    EXPECT_EQ(copied.command, Command::Worker);
+    EXPECT_EQ(copied.sources, QStringList());
+    const auto values = [](const Options &o) {
+        return std::tuple(o.output, o.layout, o.count, o.pictureChoice, o.replace, o.noTimecode,
+                          o.captions, o.quick, o.background, o.borderColor, o.borderSize, o.logFile,
+                          o.verbose, o.hangTimeout);
+    };
+    EXPECT_EQ(values(copied), values(original));
 }

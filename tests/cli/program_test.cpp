@@ -1,89 +1,11 @@
 // The program as a process: signals, streams, surroundings, several at once.
 
-#include "cli/command_test.h"
+#include "cli/program_test.h"
 
-#include <QDir>
-#include <QElapsedTimer>
-#include <QFile>
-#include <QProcess>
-
-#include <csignal>
 #include <fcntl.h>
-#include <filesystem>
-#include <memory>
 #include <sys/stat.h>
 
 using testing::HasSubstr;
-
-namespace
-{
-
-constexpr int patience = 30000; // milliseconds
-
-} // namespace
-
-class ProgramTest : public CommandTest
-{
-protected:
-    explicit ProgramTest(TestBundle::Ffmpeg ffmpeg = TestBundle::Ffmpeg::Fake) : CommandTest(ffmpeg)
-    {
-        const std::filesystem::path folder = m_bundle.path().toStdString() + "/Contents/MacOS";
-        std::filesystem::create_directories(folder);
-        std::filesystem::copy_file(QV_CLI_PROGRAM, folder / "quorvantel-cli");
-    }
-
-    // A bash script with the program's path as $0.
-    std::unique_ptr<QProcess> start(const QByteArray &script)
-    {
-        auto process = std::make_unique<QProcess>();
-        process->setWorkingDirectory(m_folder.path());
-        // Whoever runs the tests in the background has some of them ignored.
-        process->setChildProcessModifier([] {
-            for (const int signal : {SIGINT, SIGHUP, SIGTERM}) {
-                std::signal(signal, SIG_DFL);
-            }
-        });
-        process->start(QStringLiteral("/bin/bash"),
-                       {QStringLiteral("-c"), QFile::decodeName(script),
-                        m_bundle.path() + QStringLiteral("/Contents/MacOS/quorvantel-cli")});
-        return process;
-    }
-
-    void waitForTool(QProcess &process, const QByteArray &run)
-    {
-        QElapsedTimer clock;
-        clock.start();
-        while (!contentsOf(path("tool.log")).contains(run)) {
-            ASSERT_FALSE(process.waitForFinished(10)) << process.readAllStandardError().constData();
-            ASSERT_LT(clock.elapsed(), patience);
-        }
-    }
-
-    int statusOf(QProcess &process)
-    {
-        EXPECT_TRUE(process.waitForFinished(patience));
-        EXPECT_EQ(process.exitStatus(), QProcess::NormalExit);
-        return process.exitCode();
-    }
-
-    void expectNobodyWorksOn(const QByteArray &source)
-    {
-        for (const QString &entry : QDir(QStringLiteral("/proc")).entryList(QDir::Dirs)) {
-            const QByteArray folder = "/proc/" + entry.toUtf8();
-            QElapsedTimer clock;
-            clock.start();
-            while (contentsOf(folder + "/cmdline").contains(source)) {
-                ASSERT_LT(clock.elapsed(), patience) << folder.constData();
-            }
-        }
-    }
-};
-
-class RealProgramTest : public ProgramTest
-{
-protected:
-    RealProgramTest() : ProgramTest(TestBundle::Ffmpeg::Real) {}
-};
 
 TEST_F(ProgramTest, ASignalStopsTheToolAndLeavesOnlyWhatIsWhole)
 {
@@ -99,8 +21,9 @@ TEST_F(ProgramTest, ASignalStopsTheToolAndLeavesOnlyWhatIsWhole)
                              Stop{SIGHUP, "two.preview-hang.mp4", "preview -1 two"}}) {
         SCOPED_TRACE(stop.source);
         const QByteArray hanging = make(stop.source);
-        auto process = start(QByteArray("exec \"$0\" sheet -n 3 -o out --replace one.mp4 ") +
-                             stop.source + " three.mp4");
+        auto process =
+            start(QByteArray("exec \"$0\" sheet --jobs 1 -n 3 -o out --replace one.mp4 ") +
+                  stop.source + " three.mp4");
         waitForTool(*process, stop.run);
         ::kill(static_cast<pid_t>(process->processId()), stop.signal);
         EXPECT_EQ(statusOf(*process), 128 + stop.signal);
@@ -118,7 +41,8 @@ TEST_F(ProgramTest, AReaderThatWentAwayStopsItCleanly)
 {
     make("a.mp4");
     make("b.mp4");
-    auto process = start("exec 3> >(:); wait $!; \"$0\" sheet -n 3 -o out a.mp4 b.mp4 >&3");
+    auto process =
+        start("exec 3> >(:); wait $!; \"$0\" sheet --jobs 1 -n 3 -o out a.mp4 b.mp4 >&3");
     EXPECT_EQ(statusOf(*process), 128 + SIGPIPE);
     EXPECT_THAT(process->readAllStandardError().toStdString(), HasSubstr("stopped: 1 made"));
     EXPECT_EQ(scratchFolders(), QStringList());

@@ -56,8 +56,9 @@ TEST_F(CommandTest, JsonLinesHaveTheSameKeysWhateverBecameOfTheSource)
     EXPECT_EQ(ran.status, 1);
     EXPECT_EQ(ran.told("status"), words("made skipped skipped failed"));
     for (const QJsonObject &object : ran.objects()) {
-        EXPECT_EQ(object.keys(),
-                  words("duration pictures pictures_moved reason seconds sheet source status"));
+        EXPECT_EQ(
+            object.keys(),
+            words("duration instants pictures pictures_moved reason road seconds sheet source status"));
         EXPECT_NE(object.value(QStringLiteral("sheet")).isNull(),
                   object.value(QStringLiteral("reason")).isNull());
     }

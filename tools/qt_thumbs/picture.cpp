@@ -1,5 +1,7 @@
 #include "qt_thumbs/picture.h"
 
+#include "thumbs/deinterlace.h"
+
 #include <algorithm>
 #include <cstring>
 
@@ -208,18 +210,10 @@ std::optional<Picture> pictureOf(const Frame &frame, GstVideoOrientationMethod o
 
 void deinterlace(Picture &picture, bool bottomFirst)
 {
-    for (int y = bottomFirst ? 0 : 1; y < picture.height; y += 2) {
-        const std::uint8_t *above = picture.row(y > 0 ? y - 1 : std::min(1, picture.height - 1));
-        const std::uint8_t *below =
-            picture.row(y + 1 < picture.height ? y + 1 : std::max(0, y - 1));
-        std::uint8_t *line = picture.row(y);
-        for (std::size_t x = 0; x < picture.stride(); ++x) {
-            const int low = std::min(above[x], below[x]) - restingDifference;
-            const int high = std::max(above[x], below[x]) + restingDifference;
-            const int mean = (above[x] + below[x] + 1) / 2;
-            line[x] = line[x] < low || line[x] > high ? static_cast<std::uint8_t>(mean) : line[x];
-        }
-    }
+    const Rows<std::uint8_t> rows{picture.pixels.data(),
+                                  static_cast<std::ptrdiff_t>(picture.stride()), picture.stride(),
+                                  picture.height};
+    deinterlace(rows, bottomFirst, restingDifference);
 }
 
 bool isTurnedSideways(GstVideoOrientationMethod orientation)

@@ -13,8 +13,7 @@ namespace qv
 std::optional<Picture> pictureOf(const Frame &frame, GstVideoOrientationMethod orientation,
                                  int width, int height);
 
-// Fills the lines of the field that is shown later (the odd ones unless bottomFirst) with what
-// their neighbours allow: resting detail stays, the comb lines of movement go.
+// Takes the comb lines out of a picture of two fields.
 void deinterlace(Picture &picture, bool bottomFirst);
 
 Picture upright(const Picture &picture, GstVideoOrientationMethod orientation);

@@ -1,5 +1,6 @@
 #include "quick_thumbs/picture_maker.h"
 
+#include "quick_thumbs/fields.h"
 #include "quick_thumbs/filter_module.h"
 #include "thumbs/watchdog.h"
 
@@ -95,6 +96,23 @@ int brightness(const std::uint8_t *pixel, Picture::Pixels order)
     return (299 * red + 587 * pixel[1] + 114 * blue) / 1000;
 }
 
+// The top field comes first where a frame says nothing.
+bool isBottomFirst(const AVFrame &frame)
+{
+    return frame.interlaced_frame != 0 && frame.top_field_first == 0;
+}
+
+// What such light comes with when nothing is said.
+void assumeColours(AVFrame &frame)
+{
+    if (frame.colorspace == AVCOL_SPC_UNSPECIFIED) {
+        frame.colorspace = AVCOL_SPC_BT2020_NCL;
+    }
+    if (frame.color_primaries == AVCOL_PRI_UNSPECIFIED) {
+        frame.color_primaries = AVCOL_PRI_BT2020;
+    }
+}
+
 } // namespace
 
 PictureMaker::PictureMaker(const Film &film, Orientation orientation, int width, int height)
@@ -104,20 +122,27 @@ PictureMaker::PictureMaker(const Film &film, Orientation orientation, int width,
 {
 }
 
-// A single picture gives no movement to go by, so fields are told apart within it. Light beyond the
-// display's range is mapped at the small size, where it costs little.
-std::string PictureMaker::filtersFor(const AVFrame &frame) const
+bool PictureMaker::hasFields(const AVFrame &frame) const
+{
+    return m_isInterlaced || frame.interlaced_frame != 0;
+}
+
+// What is done by filters: the fields of rare formats, and light beyond the display's range, which
+// is mapped at the small size, where it costs little.
+std::string PictureMaker::filtersFor(const AVFrame &frame, bool hasFieldsLeft) const
 {
     std::string filters;
-    if (m_isInterlaced || frame.interlaced_frame != 0) {
-        filters = std::string("estdif=mode=frame:parity=") +
-                  (frame.interlaced_frame != 0 && frame.top_field_first == 0 ? "bff" : "tff");
+    if (hasFieldsLeft) {
+        filters.append("estdif=mode=frame:parity=").append(isBottomFirst(frame) ? "bff," : "tff,");
     }
     if (isHighDynamicRange(frame)) {
-        const std::string size = std::to_string(m_width) + ":h=" + std::to_string(m_height);
-        filters += (filters.empty() ? "" : ",") + ("zscale=w=" + size) +
-                   ":filter=bicubic:t=linear:npl=100,format=gbrpf32le,zscale=p=bt709,"
-                   "tonemap=hable:desat=0,zscale=t=bt709:m=bt709:r=full,format=gbrp";
+        filters.append("zscale=w=").append(std::to_string(m_width));
+        filters.append(":h=").append(std::to_string(m_height));
+        filters.append(":filter=bicubic:t=linear:npl=100,format=gbrpf32le,zscale=p=bt709,"
+                       "tonemap=hable:desat=0,zscale=t=bt709:m=bt709:r=full,format=gbrp,");
+    }
+    if (!filters.empty()) {
+        filters.pop_back(); // the comma
     }
     return filters;
 }
@@ -129,20 +154,24 @@ tl::expected<Picture, std::string> PictureMaker::pictureOf(const AVFrame &frame)
         std::int64_t{frame.width} * frame.height > largestArea) {
         return tl::make_unexpected(std::string("no such picture size"));
     }
-    const std::string filters = filtersFor(frame);
+    const FramePtr own(av_frame_clone(&frame));
+    const bool hasFieldsLeft = hasFields(frame) && !takeOutCombs(*own, isBottomFirst(frame));
+    const std::string filters = filtersFor(frame, hasFieldsLeft);
     if (filters.empty()) {
-        return scaled(frame);
+        return scaled(*own);
     }
-    FramePtr described(av_frame_clone(&frame));
     if (isHighDynamicRange(frame)) {
-        described->colorspace =
-            frame.colorspace == AVCOL_SPC_UNSPECIFIED ? AVCOL_SPC_BT2020_NCL : frame.colorspace;
-        described->color_primaries = frame.color_primaries == AVCOL_PRI_UNSPECIFIED
-                                         ? AVCOL_PRI_BT2020
-                                         : frame.color_primaries;
+        assumeColours(*own);
     }
-    const auto filtered = filteredFrame(*described, filters);
+    const auto filtered = filteredFrame(*own, filters);
     return filtered ? scaled(**filtered) : tl::make_unexpected(filtered.error());
+}
+
+// Well below the stored size averages are as sharp as anything, and quicker.
+int PictureMaker::scaling(const AVFrame &frame) const
+{
+    return frame.width * 2 >= m_width * 3 && frame.height * 2 >= m_height * 3 ? SWS_AREA
+                                                                              : SWS_BICUBIC;
 }
 
 tl::expected<Picture, std::string> PictureMaker::scaled(const AVFrame &frame)
@@ -151,7 +180,7 @@ tl::expected<Picture, std::string> PictureMaker::scaled(const AVFrame &frame)
     const bool fine = hasFineColours(format);
     m_scaler.reset(sws_getCachedContext(
         m_scaler.release(), frame.width, frame.height, plainFormat(format), m_width, m_height,
-        outputFormat, SWS_BICUBIC | (fine ? SWS_FULL_CHR_H_INT : 0), nullptr, nullptr, nullptr));
+        outputFormat, scaling(frame) | (fine ? SWS_FULL_CHR_H_INT : 0), nullptr, nullptr, nullptr));
     if (!m_scaler) {
         return tl::make_unexpected(std::string("a format that can't be shown"));
     }

@@ -23,7 +23,9 @@ public:
 
 private:
     tl::expected<Picture, std::string> scaled(const AVFrame &frame);
-    std::string filtersFor(const AVFrame &frame) const;
+    int scaling(const AVFrame &frame) const;
+    bool hasFields(const AVFrame &frame) const;
+    std::string filtersFor(const AVFrame &frame, bool hasFieldsLeft) const;
 
     bool m_isInterlaced;
     Orientation m_orientation;

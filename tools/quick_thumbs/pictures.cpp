@@ -8,6 +8,7 @@
 #include <atomic>
 #include <cstdio>
 #include <mutex>
+#include <sched.h>
 #include <thread>
 
 namespace qv
@@ -22,6 +23,15 @@ constexpr std::size_t mostWorkers = 16;
 
 // What a worker is good for: less is done before another one has opened the film.
 constexpr std::size_t leastPictures = 3;
+
+// A scheduler may grant fewer than the machine has.
+std::size_t usableProcessors()
+{
+    cpu_set_t granted;
+    return ::sched_getaffinity(0, sizeof granted, &granted) == 0
+               ? static_cast<std::size_t>(CPU_COUNT(&granted))
+               : std::thread::hardware_concurrency();
+}
 
 class PictureRun
 {
@@ -60,7 +70,7 @@ private:
             return 1;
         }
         const std::size_t worthwhile = m_request.instants.size() / leastPictures;
-        const std::size_t processors = std::thread::hardware_concurrency();
+        const std::size_t processors = usableProcessors();
         return std::clamp<std::size_t>(std::min(worthwhile, processors), 1, mostWorkers);
     }
 

@@ -37,11 +37,11 @@ void gather(void *source, int level, const char *format, va_list values)
     if (level > AV_LOG_DEBUG) {
         return;
     }
-    char line[2048];
     const std::lock_guard lock(g_mutex);
-    av_log_format_line(source, level, format, values, line, sizeof line, &g_printPrefix);
-    if (g_text.size() < longest && isNeeded(line)) {
-        g_text += line;
+    static char said[2048];
+    av_log_format_line(source, level, format, values, said, sizeof said, &g_printPrefix);
+    if (g_text.size() < longest && isNeeded(said)) {
+        g_text.append(said);
     }
 }
 
@@ -62,7 +62,7 @@ void stop()
 void line(const std::string &text)
 {
     const std::lock_guard lock(g_mutex);
-    g_text += text + '\n';
+    g_text.append(text).append(1, '\n');
 }
 
 bool isTooLong()

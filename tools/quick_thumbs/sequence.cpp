@@ -10,9 +10,6 @@ namespace
 // Time stamps are rounded on their way.
 constexpr double rounding = 0.001;
 
-// Pictures on which no other builds are left out up to so many seconds before the instant.
-constexpr double hurryUntil = 1.5;
-
 } // namespace
 
 tl::expected<std::unique_ptr<Sequence>, std::string> Sequence::open(const std::string &path,
@@ -32,9 +29,9 @@ tl::expected<std::unique_ptr<Sequence>, std::string> Sequence::open(const std::s
     return sequence;
 }
 
-FramePtr Sequence::upTo(double instant, std::optional<double> key)
+FramePtr Sequence::upTo(double instant, std::optional<double> key, double slack)
 {
-    m_instant = instant;
+    m_goal = instant - std::max({rounding, m_film->frameDuration() / 4, slack});
     const bool isOnTheWay =
         m_reached && *m_reached <= instant + rounding && *m_reached >= key.value_or(0) - rounding;
     if (!isOnTheWay) {
@@ -44,8 +41,7 @@ FramePtr Sequence::upTo(double instant, std::optional<double> key)
             return nullptr;
         }
     }
-    const double goal = instant - std::max(rounding, m_film->frameDuration() / 4);
-    while (!m_reached || *m_reached < goal) {
+    while (!m_reached || *m_reached < m_goal) {
         FramePtr frame = next();
         if (!frame) {
             break;
@@ -89,7 +85,7 @@ void Sequence::sendNext()
         return;
     }
     const auto time = packet ? m_film->timeOf(*packet) : std::nullopt;
-    m_decoder->hurry(time && *time < m_instant - hurryUntil);
+    m_decoder->hurry(time && *time < m_goal);
     m_decoder->send(packet.get());
 }
 

@@ -12,10 +12,10 @@ public:
     static tl::expected<std::unique_ptr<Sequence>, std::string> open(const std::string &path,
                                                                      const Film &first);
 
-    // The first picture that is not shown before the instant, or the last one before the end, by
-    // decoding from `key`, the second of the key picture before it, if there is one, or from where
-    // the last call came to. Nothing when it can't be decoded.
-    FramePtr upTo(double instant, std::optional<double> key);
+    // The first picture that is not shown more than `slack` seconds before the instant, or the last
+    // one before the end, by decoding from `key`, the second of the key picture before it, if there
+    // is one, or from where the last call came to. Nothing when it can't be decoded.
+    FramePtr upTo(double instant, std::optional<double> key, double slack);
     // The second up to which the last call came.
     std::optional<double> reached() const { return m_reached; }
 
@@ -29,7 +29,7 @@ private:
 
     std::unique_ptr<Film> m_film;
     std::unique_ptr<Decoder> m_decoder;
-    double m_instant = 0;
+    double m_goal = 0;
     bool m_isAtEnd = false;
     bool m_waitsForKey = false; // what comes before it lacks what it builds on
     std::optional<double> m_reached;

@@ -14,6 +14,9 @@ constexpr double rounding = 0.001;
 // How many key pictures are tried instead of a flat one or a broken one.
 constexpr int mostTries = 4;
 
+// How much earlier than its instant a picture may be, where that saves decoding: the stamp says it.
+constexpr double mostSlack = 0.25;
+
 bool isSame(std::optional<double> a, double b)
 {
     return a && std::abs(*a - b) < rounding;
@@ -76,7 +79,7 @@ tl::expected<Worker::Taken, std::string> Worker::take(std::size_t index)
     m_problem = "there is no picture near it";
     auto taken = byKeyPicture(instant, reach(index));
     if (!taken) {
-        taken = byDecoding(instant);
+        taken = byDecoding(instant, reach(index));
     }
     if (!taken) {
         taken = anywhereNear(instant);
@@ -129,7 +132,7 @@ std::optional<Worker::Taken> Worker::decodedAlone(const KeyPicture &key)
     return pictureOf(frame.get(), key.time);
 }
 
-std::optional<Worker::Taken> Worker::byDecoding(double instant)
+std::optional<Worker::Taken> Worker::byDecoding(double instant, double reach)
 {
     if (!m_sequence) {
         auto opened = Sequence::open(m_request.source, *m_film);
@@ -140,7 +143,7 @@ std::optional<Worker::Taken> Worker::byDecoding(double instant)
         m_sequence = std::move(*opened);
     }
     const auto key = m_keys.before(instant, m_sequence->reached());
-    const FramePtr frame = m_sequence->upTo(instant, key);
+    const FramePtr frame = m_sequence->upTo(instant, key, std::min(reach / 2, mostSlack));
     return pictureOf(frame.get(), frame ? m_sequence->timeOf(*frame) : 0);
 }
 

@@ -45,7 +45,7 @@ private:
     std::optional<Taken> byKeyPicture(double instant, double reach);
     std::optional<Taken> decodedAlone(const KeyPicture &key);
     std::optional<Taken> lessFlat(Taken flat, double limit);
-    std::optional<Taken> byDecoding(double instant);
+    std::optional<Taken> byDecoding(double instant, double reach);
     std::optional<Taken> anywhereNear(double instant);
     std::optional<Taken> pictureOf(const AVFrame *frame, double time);
 

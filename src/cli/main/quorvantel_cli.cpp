@@ -9,6 +9,7 @@
 #include <cstdio>
 #include <cstring>
 #include <memory>
+#include <unistd.h>
 
 namespace
 {
@@ -27,11 +28,15 @@ int main(int argc, char **argv)
         std::fwrite(line.constData(), 1, static_cast<size_t>(line.size()), stdout);
         return 0;
     }
+    const int input = qv::platform::keptStandardInput();
     qv::platform::prepareStandardStreams();
     QByteArrayList arguments;
     for (int i = 1; i < argc; ++i) {
         arguments.append(argv[i]);
     }
+    // What a worker answers must not mix with what its tools print.
+    const int output =
+        qv::isWorker(arguments) ? qv::platform::takenStandardOutput() : STDOUT_FILENO;
     qInstallMessageHandler(logQtMessage);
     qputenv("QT_QPA_PLATFORM", "offscreen");
     qunsetenv("QT_QPA_PLATFORMTHEME");
@@ -41,5 +46,5 @@ int main(int argc, char **argv)
         qv::needsFonts(arguments) ? new QGuiApplication(applicationArgc, argv)
                                   : new QCoreApplication(applicationArgc, argv));
     QCoreApplication::setApplicationName(QStringLiteral("quorvantel-cli"));
-    return qv::runCommand(arguments, qv::Streams::standard());
+    return qv::runCommand(arguments, qv::Streams::standard(input, output));
 }
