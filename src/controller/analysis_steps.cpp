@@ -216,7 +216,9 @@ AnalysisDriver::NextRun AnalysisDriver::runAfter(const Findings &findings, bool 
         return previewOf(merged->record);
     }
     // It may stand elsewhere in a source of another length.
-    QFile::remove(m_probePreview);
+    if (m_isProbing) {
+        QFile::remove(m_probePreview);
+    }
     return measure(merged->record);
 }
 

@@ -134,9 +134,10 @@ void EncodingDriver::noteQuickInstants()
     QVariantMap timecodes = mapIn(display, QStringLiteral("timecode"));
     const QMap<int, double> told = toldInstants();
     for (auto it = told.begin(); it != told.end(); ++it) {
-        if (it.key() < m_row.instants.size()) {
+        const QString stamp = float2TimecodeStr(it.value(), 0);
+        if (it.key() < m_row.instants.size() && !stamp.isEmpty()) {
             m_row.instants[it.key()] = it.value();
-            timecodes.insert(QString::number(it.key()), float2TimecodeStr(it.value(), 0));
+            timecodes.insert(QString::number(it.key()), stamp);
         }
     }
     display.insert(QStringLiteral("timecode"), timecodes);

@@ -62,3 +62,19 @@ TEST_F(RoadTest, LeadsFromADropToWholeSheetsWhateverTheNames)
     }
     EXPECT_EQ(filesInOut().size(), stems.size());
 }
+
+TEST_F(RoadTest, TakesKeyPicturesWhenQuickOnesAreWanted)
+{
+    m_face.quick = true;
+    QFile::link(builtTool("quickThumbs"), m_bundle.tool("quickThumbs"));
+    QFile::copy(clip(), path("film.mp4"));
+    m_controller->draggedFiles({path("film.mp4")});
+    ASSERT_TRUE(waitForGate());
+    EXPECT_EQ(m_controller->table().row(0).img().width(), 160);
+    ASSERT_TRUE(encode());
+    const RowResult result = m_face.results.value(0);
+    EXPECT_TRUE(result.isQuick);
+    EXPECT_EQ(result.picturesDrawn, 3);
+    EXPECT_GT(QImage(result.sheet).width(), 160 * 3);
+    EXPECT_FALSE(m_log.contains(":-( quickThumbs"));
+}

@@ -12,8 +12,10 @@
 //   holder=MS           leaves a child behind that holds both streams open
 //   crash=SIGNAL exit=N ends
 //
-// Otherwise it is ffmpeg. The source's name says what happens, in parts between dots:
-//   <phase>-<behaviour>[-<index>], phase analysis, preview, picture or all; index of the picture.
+// Otherwise it is ffmpeg, or quickThumbs when that is its name. The source's name says what
+// happens, in parts between dots:
+//   <phase>-<behaviour>[-<index>], phase analysis, preview, picture or all, of quickThumbs probe or
+//   quick; index of the picture.
 //   Behaviours: hang, crash, silent (prints nothing), garbage, missing (no output file),
 //   intra (no file while intra frames are selected), slow, flood, refuse, norate, same (all its
 //   pictures are the same file)
@@ -30,6 +32,7 @@
 #include <cstring>
 #include <fcntl.h>
 #include <fstream>
+#include <optional>
 #include <poll.h>
 #include <string>
 #include <thread>
@@ -310,11 +313,9 @@ int measure(const Run &run, const Texts &arguments)
     return 0;
 }
 
-int actAsFfmpeg(const Texts &arguments)
+// Behaviours that leave nothing else to do: the exit status.
+std::optional<int> misbehave(const Run &run, const std::string &behaviour)
 {
-    const Run run = understand(arguments);
-    const std::string behaviour = behaviourOf(run);
-    logRun(run);
     if (behaviour == "silent") {
         return 1;
     }
@@ -333,8 +334,18 @@ int actAsFfmpeg(const Texts &arguments)
         writeTo(STDERR_FILENO, noise);
         return 0;
     }
-    const bool vanished = run.phase == "picture" && ::access(run.source.c_str(), R_OK) != 0;
-    if (behaviour == "refuse" || vanished) {
+    return behaviour == "refuse" ? std::optional(refuse(run)) : std::nullopt;
+}
+
+int actAsFfmpeg(const Texts &arguments)
+{
+    const Run run = understand(arguments);
+    const std::string behaviour = behaviourOf(run);
+    logRun(run);
+    if (const auto status = misbehave(run, behaviour)) {
+        return *status;
+    }
+    if (run.phase == "picture" && ::access(run.source.c_str(), R_OK) != 0) {
         return refuse(run);
     }
     printReport(run, behaviour);
@@ -358,6 +369,74 @@ int actAsFfmpeg(const Texts &arguments)
     return 0;
 }
 
+// ---- quickThumbs
+
+std::string valueOf(const Texts &arguments, const std::string &option)
+{
+    const auto found = std::find(arguments.begin(), arguments.end(), option);
+    return found == arguments.end() || found + 1 == arguments.end() ? "" : *(found + 1);
+}
+
+void describe(Run run, const Texts &arguments)
+{
+    printReport(run, "");
+    writeTo(STDERR_FILENO, "tail           : " + std::to_string(durationOf(run)) + ".000 50\n");
+    run.phase = "analysis";
+    run.output = valueOf(arguments, "-frame");
+    writeOutput(run);
+    run.phase = "preview";
+    run.output = valueOf(arguments, "-o");
+    writeOutput(run);
+}
+
+// Each picture is of two seconds later than it was asked for. "far" tells what can't be, "missing"
+// leaves out the last.
+void takeAll(Run run, const std::string &behaviour, std::string codes)
+{
+    const std::string folder = run.output;
+    for (run.index = 0; !codes.empty(); ++run.index) {
+        const size_t dash = codes.find('-');
+        if (behaviour == "missing" && dash == std::string::npos) {
+            return;
+        }
+        int hours = 0;
+        int minutes = 0;
+        double seconds = 0;
+        std::sscanf(codes.c_str(), "%d:%d:%lf", &hours, &minutes, &seconds);
+        codes = dash == std::string::npos ? "" : codes.substr(dash + 1);
+        const std::string index = std::to_string(run.index);
+        const std::string told = std::to_string(hours * 3600 + minutes * 60 + seconds + 2);
+        run.output = folder + "/img0" + index + ".jpg";
+        writeOutput(run);
+        writeTo(STDOUT_FILENO, "image          : " + index + ' ' +
+                                   (behaviour == "far" ? std::string(300, '9') + ".5" : told) +
+                                   '\n');
+    }
+}
+
+int actAsQuickThumbs(const Texts &arguments)
+{
+    Run run;
+    run.phase = arguments.empty() || arguments[0] != "-probe" ? "quick" : "probe";
+    run.source = valueOf(arguments, run.phase == "probe" ? "-probe" : "-i");
+    run.stem = lastComponent(run.source);
+    run.output = valueOf(arguments, "-o");
+    const std::string behaviour = behaviourOf(run);
+    logRun(run);
+    if (const auto status = misbehave(run, behaviour)) {
+        return *status;
+    }
+    if (behaviour == "slow") {
+        waitFor(300);
+    }
+    if (run.phase == "probe") {
+        describe(run, arguments);
+    } else {
+        takeAll(run, behaviour, valueOf(arguments, "-tc"));
+    }
+    return behaviour == "missing" ? 1 : 0;
+}
+
 } // namespace
 
 int main(int argc, char **argv)
@@ -366,6 +445,9 @@ int main(int argc, char **argv)
     if (!arguments.empty() && arguments[0] == "play") {
         std::for_each(arguments.begin() + 1, arguments.end(), playStep);
         return 0;
+    }
+    if (lastComponent(argv[0]) == "quickThumbs") {
+        return actAsQuickThumbs(arguments);
     }
     const long long begun = nanoseconds();
     const int status = actAsFfmpeg(arguments);

@@ -13,10 +13,11 @@
 
 #include <filesystem>
 
-// The built tool, and sources that the installed ffmpeg makes for it.
+// A built tool, and sources that the installed ffmpeg makes for it.
 class ThumbsTest : public testing::Test
 {
 protected:
+    explicit ThumbsTest(const char *tool = "qtThumbs") : m_tool(tool) {}
     // Homes of tests are new each time; the list of plug-ins need not be.
     static void SetUpTestSuite() { qputenv("GST_REGISTRY", QV_GST_REGISTRY); }
     // Some names are none for QTemporaryDir.
@@ -31,23 +32,26 @@ protected:
         QByteArray out;
         QByteArray err;
     };
-    static Ran run(const QString &program, const QStringList &arguments)
+    // In the test's folder.
+    Ran run(const QString &program, const QStringList &arguments) const
     {
         QProcess process;
+        process.setWorkingDirectory(m_folder.path());
+        process.setStandardInputFile(QProcess::nullDevice());
         process.start(program, arguments);
         EXPECT_TRUE(process.waitForFinished(30000)) << "no end";
+        EXPECT_EQ(process.exitStatus(), QProcess::NormalExit);
         return {process.exitCode(), process.readAllStandardOutput(),
                 process.readAllStandardError()};
     }
-    static Ran thumbs(const QStringList &arguments)
-    {
-        return run(builtTool("qtThumbs"), arguments);
-    }
+    Ran thumbs(const QStringList &arguments) const { return run(builtTool(m_tool), arguments); }
     Ran pictures(const QString &source, const QString &timeCodes, const QString &base = "out",
-                 QSize size = {96, 64}) const
+                 QSize size = {96, 64}, const QStringList &more = {}) const
     {
-        return thumbs({"-i", path(source), "-w", QString::number(size.width()), "-h",
-                       QString::number(size.height()), "-tc", timeCodes, "-y", "-o", path(base)});
+        return thumbs(QStringList{"-i", source, "-w", QString::number(size.width()), "-h",
+                                  QString::number(size.height()), "-tc", timeCodes, "-y", "-o",
+                                  base} +
+                      more);
     }
 
     QString path(const QString &name) const { return m_folder.filePath(name); }
@@ -62,6 +66,15 @@ protected:
         QFile file(path(name));
         return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
     }
+    // The colours next to the corners, row by row.
+    QStringList cornersOf(const QString &name) const
+    {
+        const QImage seen(path(name));
+        const int right = seen.width() - 10;
+        const int bottom = seen.height() - 10;
+        return {colourAt(seen, 10, 10), colourAt(seen, right, 10), colourAt(seen, 10, bottom),
+                colourAt(seen, right, bottom)};
+    }
     // A source from a graph of synthetic pictures.
     QString film(const QString &name, const QString &graph, const QString &encoding) const
     {
@@ -70,6 +83,13 @@ protected:
                               encoding.split(' ', Qt::SkipEmptyParts) + QStringList{path(name)});
         EXPECT_EQ(made.status, 0) << made.err.constData();
         return path(name);
+    }
+    // Another colour in each corner.
+    static QString corners()
+    {
+        return "color=red:s=48x32:r=10:d=0.3[a];color=lime:s=48x32:r=10:d=0.3[b];"
+               "color=blue:s=48x32:r=10:d=0.3[c];color=white:s=48x32:r=10:d=0.3[d];"
+               "[a][b]hstack[t];[c][d]hstack[u];[t][u]vstack";
     }
     // One second of red, one of green, one of blue.
     static QString traffic()
@@ -106,5 +126,13 @@ protected:
         return colours;
     }
 
+    const char *m_tool;
     QTemporaryDir m_folder;
+};
+
+// What goes for each tool that takes pictures.
+class AnyThumbsTest : public ThumbsTest, public testing::WithParamInterface<const char *>
+{
+protected:
+    AnyThumbsTest() : ThumbsTest(GetParam()) {}
 };

@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstring>
 #include <string_view>
+#include <sys/stat.h>
 
 namespace qv
 {
@@ -16,6 +17,14 @@ constexpr double readLimit = 20;
 
 // By how many frames decoding may run ahead of display (ITU-T H.264 and H.265).
 constexpr int mostReordered = 16;
+
+// A pipe would be waited for.
+bool isSpecial(const std::string &path)
+{
+    struct stat facts {
+    };
+    return ::stat(path.c_str(), &facts) == 0 && !S_ISREG(facts.st_mode);
+}
 
 // Lists that lead to other files, and what is no film.
 bool isList(std::string_view format)
@@ -86,6 +95,9 @@ AVStream *shownStream(const AVFormatContext &format)
 
 tl::expected<FormatPtr, std::string> openedFormat(const std::string &path, int debug)
 {
+    if (isSpecial(path)) {
+        return tl::make_unexpected(std::string("it is no plain file"));
+    }
     AVFormatContext *input = avformat_alloc_context();
     input->debug = debug;
     AVDictionary *options = nullptr;
