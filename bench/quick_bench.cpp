@@ -52,6 +52,9 @@ QString clockText(double seconds)
         .arg(milliseconds % 1000, 3, 10, QLatin1Char('0'));
 }
 
+// How wide a quick sheet of three columns, as JPEG, asks for its stills.
+constexpr int usefulWidth = 628;
+
 // Of 15 pictures; the count is 0 when there is no plan.
 Task taskOf(const QString &source)
 {
@@ -60,9 +63,10 @@ Task taskOf(const QString &source)
                                 QStringLiteral("-n"), QStringLiteral("15"), source});
     plan.waitForFinished(-1);
     const QJsonObject object = QJsonDocument::fromJson(plan.readAllStandardOutput()).object();
+    const int plannedWidth = std::max(1, object.value(QStringLiteral("wTh")).toInt());
     Task task{source,
-              object.value(QStringLiteral("wTh")).toInt(),
-              object.value(QStringLiteral("hTh")).toInt(),
+              usefulWidth,
+              object.value(QStringLiteral("hTh")).toInt() * usefulWidth / plannedWidth,
               object.value(QStringLiteral("count")).toInt(),
               object.value(QStringLiteral("interval")).toDouble(),
               {}};

@@ -36,8 +36,9 @@ FramePtr Sequence::upTo(double instant, std::optional<double> key, double slack)
         m_reached && *m_reached <= instant + rounding && *m_reached >= key.value_or(0) - rounding;
     if (!isOnTheWay) {
         forget();
-        m_waitsForKey = key.has_value();
-        if (!m_film->seek(key.value_or(0))) {
+        m_awaitedKey = key;
+        if (!(key && m_film->hasIndex() ? m_film->seekToListed(*key)
+                                        : m_film->seek(key.value_or(0)))) {
             return nullptr;
         }
     }
@@ -76,15 +77,22 @@ FramePtr Sequence::next()
     }
 }
 
+bool Sequence::isAwaitedKey(const AVPacket &packet) const
+{
+    const double listRounding = m_film->hasIndex() ? 1 : rounding; // the seek has led to it
+    return (packet.flags & AV_PKT_FLAG_KEY) != 0 &&
+           m_film->timeOf(packet).value_or(*m_awaitedKey) >= *m_awaitedKey - listRounding;
+}
+
 void Sequence::sendNext()
 {
     const PacketPtr packet = m_film->next();
     m_isAtEnd = !packet;
-    m_waitsForKey = m_waitsForKey && packet && (packet->flags & AV_PKT_FLAG_KEY) == 0;
-    if (m_waitsForKey) {
+    const auto time = packet ? m_film->timeOf(*packet) : std::nullopt;
+    if (m_awaitedKey && packet && !isAwaitedKey(*packet)) {
         return;
     }
-    const auto time = packet ? m_film->timeOf(*packet) : std::nullopt;
+    m_awaitedKey.reset();
     m_decoder->hurry(time && *time < m_goal);
     m_decoder->send(packet.get());
 }

@@ -24,6 +24,7 @@ public:
 private:
     Sequence() = default;
     FramePtr next();
+    bool isAwaitedKey(const AVPacket &packet) const;
     void sendNext();
     void forget();
 
@@ -31,7 +32,7 @@ private:
     std::unique_ptr<Decoder> m_decoder;
     double m_goal = 0;
     bool m_isAtEnd = false;
-    bool m_waitsForKey = false; // what comes before it lacks what it builds on
+    std::optional<double> m_awaitedKey; // what comes before it lacks what it builds on
     std::optional<double> m_reached;
     FramePtr m_last; // shown at m_reached
 };
