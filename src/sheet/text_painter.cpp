@@ -6,6 +6,7 @@
 #include "support/log.h"
 
 #include <QDir>
+#include <QFileInfo>
 #include <QFontDatabase>
 #include <QFontMetricsF>
 #include <QImage>
@@ -34,7 +35,8 @@ QStringList bundleFontFiles()
                                QStringLiteral("*.ttc")};
     QStringList files;
     for (const QString &name : folder.entryList(patterns, QDir::Files | QDir::Readable)) {
-        files << folder.filePath(name);
+        // The font is read again whenever it falls out of a cache, also when a link to it has gone.
+        files << QFileInfo(folder.filePath(name)).canonicalFilePath();
     }
     return files;
 }

@@ -2,6 +2,7 @@
 #include "analysis/camcorder_clip.h"
 
 #include "common/test_bundle.h"
+#include "common/test_files.h"
 
 #include <QDir>
 #include <QFile>
@@ -26,11 +27,9 @@ protected:
     }
     QString make(const QString &name, const QByteArray &bytes = "x") const
     {
-        QFile file(m_folder.filePath(name));
-        QDir().mkpath(QFileInfo(file).path());
-        EXPECT_TRUE(file.open(QIODevice::WriteOnly));
-        file.write(bytes);
-        return file.fileName();
+        const QString file = m_folder.filePath(name);
+        writeFile(file, bytes);
+        return file;
     }
 
     TestBundle m_bundle{TestBundle::Ffmpeg::None};
@@ -57,11 +56,7 @@ TEST_F(CardTest, LeavesEveryOtherFileItsName)
 
 TEST_F(CardTest, TakesNothingFromTheToolThatDoesNotBelongIntoAName)
 {
-    const QString tool = m_bundle.tool("gettimestamps");
-    QFile::remove(tool);
     const QByteArray line = "00003 : ../\\033[1mc\\007/\\303\\251\\0" + QByteArray(999, 'p');
-    const QString script = make("tool", "#!/bin/sh\nprintf '00003x : no\\n" + line + "\\n'\n");
-    QFile::setPermissions(script, QFile::ReadOwner | QFile::ExeOwner);
-    QFile::link(script, tool);
+    writeScript(m_bundle.tool("gettimestamps"), "printf '00003x : no\\n" + line + "\\n'\n");
     EXPECT_EQ(clipDateName(make("BDMV/STREAM/00003.MTS")), "..[1mc" + QString(52, 'p') + "-00003");
 }

@@ -1,6 +1,7 @@
 // The probes that run ffmpeg, on clips of its synthetic sources.
 #include "analysis/ffmpeg_probes.h"
 #include "analysis/ffmpeg_report.h"
+#include "common/test_files.h"
 
 #include "process/tool_environment.h"
 #include "process/tool_run.h"
@@ -39,9 +40,7 @@ protected:
     static QString path(const char *name) { return s_folder->filePath(q(name)); }
     static void write(const char *name, const QByteArray &content)
     {
-        QFile file(path(name));
-        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-        file.write(content);
+        writeFile(path(name), content);
     }
     static QString analysisReport(const QString &source)
     {

@@ -4,6 +4,7 @@
 
 #include "analysis/mpeg_streams.h"
 #include "common/log_capture.h"
+#include "common/test_files.h"
 
 #include <QBuffer>
 #include <QFile>
@@ -281,13 +282,11 @@ private:
 
 TEST_F(MpegFiles, GiveARecordOrAReasonInTheLog)
 {
-    QFile film(path("film %1.m2v"));
-    ASSERT_TRUE(film.open(QIODevice::WriteOnly));
-    film.write(elementary({10, 0, 0, 0}, {10, 0, 59, 0}, 12));
-    film.close();
+    const QString film = path("film %1.m2v");
+    writeFile(film, elementary({10, 0, 0, 0}, {10, 0, 59, 0}, 12));
     const LogCapture log;
     setDebug(true);
-    const auto record = mpeginfoFunction::mpegInfoDico(film.fileName());
+    const auto record = mpeginfoFunction::mpegInfoDico(film);
     setDebug(false);
     ASSERT_TRUE(record);
     EXPECT_EQ(record->value(q("wrapper")), q("mpeg1video"));
@@ -297,14 +296,13 @@ TEST_F(MpegFiles, GiveARecordOrAReasonInTheLog)
     }
     EXPECT_FALSE(mpeginfoFunction::mpegInfoDico(path("missing")));
     EXPECT_TRUE(log.contains(q("Erreur              : File not found\n")));
-    EXPECT_EQ(mpeginfoFunction::mpegInfo(film.fileName()), q(""));
+    EXPECT_EQ(mpeginfoFunction::mpegInfo(film), q(""));
 }
 
 TEST_F(MpegFiles, ThatAreNoneAreRefusedAtOnce)
 {
     ASSERT_EQ(::mkfifo(path("pipe").toLocal8Bit().constData(), 0600), 0);
-    QFile empty(path("empty"));
-    ASSERT_TRUE(empty.open(QIODevice::WriteOnly));
+    writeFile(path("empty"), "");
     const std::pair<QString, const char *> cases[] = {
         {path("pipe"), "Reading error"},     {q("/dev/zero"), "Reading error"},
         {path("."), "File not found"},       {QString(), "File not found"},

@@ -40,7 +40,7 @@ void expectEach(const std::vector<Bad> &table, const std::function<Ran(QByteArra
 TEST_F(RealCommandTest, EachBadFileGetsItsReasonAndTheOthersGoOn)
 {
     const QByteArray good = soundClip("in/good.mp4");
-    const QByteArray whole = contentsOf(good);
+    const QByteArray whole = contentOf(good);
     make("no videos/notes.txt");
     const QByteArray circle = path("circle.mp4");
     std::filesystem::create_symlink("circle.mp4", circle.toStdString());

@@ -133,12 +133,6 @@ QStringList words(const char *line)
     return QString::fromUtf8(line).split(QLatin1Char(' '));
 }
 
-QByteArray contentsOf(const QByteArray &path)
-{
-    QFile file(QString::fromUtf8(path));
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
 QStringList scratchFolders()
 {
     return QDir(QDir::tempPath()).entryList({QStringLiteral("Quorvantel-cli-*")}, QDir::Dirs);

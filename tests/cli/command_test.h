@@ -1,6 +1,7 @@
 #pragma once
 
 #include "common/test_bundle.h"
+#include "common/test_files.h"
 
 #include <QByteArrayList>
 #include <QImage>
@@ -66,6 +67,5 @@ protected:
 
 // The words between the spaces.
 QStringList words(const char *line);
-QByteArray contentsOf(const QByteArray &path);
 // Folders that a run would leave behind in the temporary folder.
 QStringList scratchFolders();

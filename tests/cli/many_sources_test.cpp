@@ -43,7 +43,7 @@ TEST_F(ProgramTest, SeveralJobsTellAndMakeWhatOneDoes)
         EXPECT_EQ(statusOf(*process), 1);
         told[several] = withoutSeconds(process->readAllStandardOutput());
         for (const QString &name : namesIn("out")) {
-            sheets[several][name] = contentsOf(path("out/" + name.toUtf8()));
+            sheets[several][name] = contentOf(path("out/" + name.toUtf8()));
             if (name != QLatin1String("kept.jpg")) {
                 QFile::remove(QString::fromUtf8(path("out/" + name.toUtf8())));
             }
@@ -113,7 +113,7 @@ TEST_F(ProgramTest, ARunThatIsKilledLeavesNobodyBehindAndIsTakenUpWhereItWas)
             expectNobodyWorksOn(source);
         }
         for (const QString &name : before) {
-            EXPECT_FALSE(contentsOf(path("tool.log")).contains(name.toUtf8().chopped(4) + ".mp4"));
+            EXPECT_FALSE(contentOf(path("tool.log")).contains(name.toUtf8().chopped(4) + ".mp4"));
         }
         before = namesIn("out");
         for (const QString &name : before) {
@@ -127,7 +127,7 @@ TEST_F(ProgramTest, ARunThatIsKilledLeavesNobodyBehindAndIsTakenUpWhereItWas)
     auto again = start(command);
     EXPECT_EQ(statusOf(*again), 0);
     EXPECT_EQ(again->readAllStandardOutput().count('\n'), sources.size());
-    EXPECT_EQ(contentsOf(path("tool.log")).count("analysis"), sources.size() - before.size());
+    EXPECT_EQ(contentOf(path("tool.log")).count("analysis"), sources.size() - before.size());
 }
 
 TEST_F(CommandTest, WhenNoCopyCanBeStartedThisProcessDoesTheWork)
@@ -156,7 +156,7 @@ TEST_F(CommandTest, WhenCopiesKeepDyingItGivesUp)
     EXPECT_EQ(ran.status, 3);
     EXPECT_THAT(ran.err.toStdString(), AllOf(HasSubstr("No further one is started"),
                                              HasSubstr("stopped: 0 made"), HasSubstr(" not done")));
-    EXPECT_EQ(contentsOf(path("tool.log")), "");
+    EXPECT_EQ(contentOf(path("tool.log")), "");
 }
 
 TEST_F(CommandTest, AListGivesItsNamesAsBytesAfterThoseOfTheCommandLine)

@@ -67,7 +67,7 @@ TEST_F(ProgramTest, AKilledOneLeavesTheOldSheetAndIsClearedUpAfter)
     waitForTool(*process, "picture 1");
     process->kill();
     ASSERT_TRUE(process->waitForFinished(patience));
-    EXPECT_EQ(contentsOf(path("out/a.picture-slow.jpg")), "the old one");
+    EXPECT_EQ(contentOf(path("out/a.picture-slow.jpg")), "the old one");
     EXPECT_EQ(namesIn("out").size(), 1);
     expectNobodyWorksOn(source);
     const QStringList left = scratchFolders();
@@ -118,7 +118,7 @@ TEST_F(ProgramTest, StreamsThatCameClosedDoNotEndUpInItsFiles)
     auto process = start("\"$0\" sheet -n 3 --log log -o out a.mp4 none.mp4 <&- >&- 2>&-");
     EXPECT_EQ(statusOf(*process), 1);
     EXPECT_FALSE(pictureAt("out/a.jpg").isNull());
-    const QByteArray log = contentsOf(path("log"));
+    const QByteArray log = contentOf(path("log"));
     EXPECT_FALSE(log.isEmpty() || log.contains("skipped: none.mp4"));
-    EXPECT_FALSE(contentsOf(path("out/a.jpg")).contains("out/a.jpg"));
+    EXPECT_FALSE(contentOf(path("out/a.jpg")).contains("out/a.jpg"));
 }

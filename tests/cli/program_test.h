@@ -53,7 +53,7 @@ protected:
     {
         QElapsedTimer clock;
         clock.start();
-        while (!contentsOf(path("tool.log")).contains(run)) {
+        while (!contentOf(path("tool.log")).contains(run)) {
             ASSERT_FALSE(process.waitForFinished(10)) << process.readAllStandardError().constData();
             ASSERT_LT(clock.elapsed(), patience);
         }
@@ -65,9 +65,9 @@ protected:
         for (const QString &entry : QDir(QStringLiteral("/proc")).entryList(QDir::Dirs)) {
             const QByteArray folder = "/proc/" + entry.toUtf8();
             const QByteArray parent =
-                contentsOf(folder + "/status").split('\n').value(6).mid(6).trimmed();
-            if (contentsOf(folder + "/cmdline").contains(source) &&
-                contentsOf("/proc/" + parent + "/cmdline").contains(QByteArray("\0worker\0", 8))) {
+                contentOf(folder + "/status").split('\n').value(6).mid(6).trimmed();
+            if (contentOf(folder + "/cmdline").contains(source) &&
+                contentOf("/proc/" + parent + "/cmdline").contains(QByteArray("\0worker\0", 8))) {
                 return parent.toInt();
             }
         }
@@ -87,7 +87,7 @@ protected:
             const QByteArray folder = "/proc/" + entry.toUtf8();
             QElapsedTimer clock;
             clock.start();
-            while (contentsOf(folder + "/cmdline").contains(source)) {
+            while (contentOf(folder + "/cmdline").contains(source)) {
                 ASSERT_LT(clock.elapsed(), patience) << folder.constData();
             }
         }

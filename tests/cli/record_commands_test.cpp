@@ -49,5 +49,5 @@ TEST_F(CommandTest, PlanTellsEveryPictureAndTakesNone)
         last.value(QStringLiteral("arguments")).toArray().contains(QString::fromUtf8(source)));
     EXPECT_THAT(run({"plan", source}).out.toStdString(),
                 HasSubstr("layout: medium\ncount: 15\nsize: 640 x 360\ninterval: 6.67 s\n"));
-    EXPECT_THAT(contentsOf(path("tool.log")).toStdString(), Not(HasSubstr("picture")));
+    EXPECT_THAT(contentOf(path("tool.log")).toStdString(), Not(HasSubstr("picture")));
 }

@@ -56,9 +56,8 @@ TEST_F(CommandTest, JsonLinesHaveTheSameKeysWhateverBecameOfTheSource)
     EXPECT_EQ(ran.status, 1);
     EXPECT_EQ(ran.told("status"), words("made skipped skipped failed"));
     for (const QJsonObject &object : ran.objects()) {
-        EXPECT_EQ(
-            object.keys(),
-            words("duration instants pictures pictures_moved reason road seconds sheet source status"));
+        EXPECT_EQ(object.keys(), words("duration instants pictures pictures_moved reason road "
+                                       "seconds sheet source status"));
         EXPECT_NE(object.value(QStringLiteral("sheet")).isNull(),
                   object.value(QStringLiteral("reason")).isNull());
     }
@@ -74,8 +73,8 @@ TEST_F(CommandTest, ASheetThatIsThereIsKeptUnlessItIsToBeReplaced)
     const Ran kept = sheets({source});
     EXPECT_EQ(kept.told("status"), words("kept"));
     EXPECT_EQ(kept.told("sheet"), QStringList(QString::fromUtf8(path("out/a.jpg"))));
-    EXPECT_EQ(contentsOf(path("out/a.jpg")), "the old one");
-    EXPECT_EQ(contentsOf(path("tool.log")), "");
+    EXPECT_EQ(contentOf(path("out/a.jpg")), "the old one");
+    EXPECT_EQ(contentOf(path("tool.log")), "");
     EXPECT_EQ(sheets({"--replace", source}).told("status"), words("made"));
     EXPECT_FALSE(pictureAt("out/a.jpg").isNull());
     EXPECT_EQ(namesIn("out"), words("a.jpg"));
@@ -128,7 +127,7 @@ TEST_F(CommandTest, ADestinationIsMadeWhenMissingAndRefusedWhenItCannotBe)
         EXPECT_EQ(ran.out, "");
         EXPECT_THAT(ran.err.toStdString(), HasSubstr(output.toStdString()));
     }
-    EXPECT_EQ(contentsOf(path("file")), "video");
+    EXPECT_EQ(contentOf(path("file")), "video");
 }
 
 TEST_F(CommandTest, ADestinationThatGoesAwayMeanwhileCostsNoMoreThanItMust)
@@ -149,22 +148,18 @@ TEST_F(CommandTest, ThePreferencesAreReadAndNeverWritten)
 {
     const QString file =
         QDir::homePath() + QStringLiteral("/Library/Preferences/org.quorvantel.Quorvantel.plist");
-    QDir().mkpath(QFileInfo(file).path());
     const QByteArray settings =
         "<?xml version=\"1.0\"?><plist version=\"1.0\"><dict><key>prefLimitMed</key>"
         "<integer>6</integer><key>prefDpi</key><integer>1</integer><key>junk</key><true/>"
         "</dict></plist>";
     for (const QByteArray &contents : {settings, settings.left(100)}) {
-        QFile plist(file);
-        ASSERT_TRUE(plist.open(QIODevice::WriteOnly));
-        plist.write(contents);
-        plist.close();
+        writeFile(file, contents);
         const Ran ran = run({"sheet", "--json", "-o", path("out"), make("a.mp4")});
         const bool whole = contents == settings;
         const QJsonValue pictures = ran.objects().value(0).value(QStringLiteral("pictures"));
         EXPECT_EQ(pictures.toObject().value(QStringLiteral("asked")), whole ? 6 : 15);
         EXPECT_TRUE(ran.told("sheet").value(0).endsWith(QLatin1String(whole ? ".png" : ".jpg")));
-        EXPECT_EQ(contentsOf(file.toUtf8()), contents);
+        EXPECT_EQ(contentOf(file), contents);
     }
     EXPECT_TRUE(QFile::remove(file));
 }
@@ -173,7 +168,7 @@ TEST_F(CommandTest, TheTraceGoesToTheLogAndQuietTellsFailuresOnly)
 {
     const QByteArrayList alike{make("a/x.mp4"), make("b/x.mp4")};
     EXPECT_EQ(sheets(QByteArrayList{"--quiet", "--log", path("log")} + alike).err, "");
-    EXPECT_THAT(contentsOf(path("log")).toStdString(), HasSubstr("iba_batchGoBt"));
+    EXPECT_THAT(contentOf(path("log")).toStdString(), HasSubstr("iba_batchGoBt"));
     EXPECT_EQ(sheets({"--quiet", path("none.mp4")}).err,
               "skipped: " + path("none.mp4") + ": no such file\n");
     EXPECT_EQ(sheets({"--log", path("none/x.log"), alike.first()}).status, 3);

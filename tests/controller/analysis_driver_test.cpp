@@ -62,7 +62,7 @@ TEST_F(AnalysisTest, EachRefusedSourceSaysWhyAndTheOthersGoOn)
 {
     QDir().mkpath(path("folder.mp4"));
     ASSERT_EQ(::mkfifo(QFile::encodeName(path("fifo.mp4")).constData(), 0600), 0);
-    write(path("empty.mp4"), "");
+    writeFile(path("empty.mp4"), "");
     QFile::link(path("gone"), path("dangling.mp4"));
     QFile::link(path("loop.mp4"), path("loop.mp4"));
     QStringList drop;
@@ -104,7 +104,7 @@ TEST_F(AnalysisTest, ASourceWithoutIntraPreviewGetsOneOfAnyFrameAndIsMarked)
 
 TEST_F(AnalysisTest, AFrameLeftFromAnEarlierSourceIsNotTakenForThisOnes)
 {
-    write(path("scratch/frame.yuv"), "YUV4MPEG2 W720 H576 F25:1 It A1:1\nFRAME\n");
+    writeFile(path("scratch/frame.yuv"), "YUV4MPEG2 W720 H576 F25:1 It A1:1\nFRAME\n");
     ASSERT_TRUE(admit({"analysis-missing.mp4"}));
     EXPECT_EQ(rows(), QStringList());
 }
@@ -189,7 +189,7 @@ TEST_F(AnalysisTest, ADurationThatThePacketsContradictIsMeasured)
 {
     const QStringList drop{path("ends-30.mp4"), path("ends-60.mp4")};
     for (const QString &film : drop) {
-        write(film, QByteArray(100000, 'x')); // enough for a minute
+        writeFile(film, QByteArray(100000, 'x')); // enough for a minute
     }
     m_controller->draggedFiles(drop);
     ASSERT_TRUE(waitForGate());

@@ -3,6 +3,7 @@
 #include "common/log_capture.h"
 #include "common/scripted_presenter.h"
 #include "common/test_bundle.h"
+#include "common/test_files.h"
 #include "common/wait_until.h"
 #include "controller/app_delegate.h"
 #include "controller/recording_face.h"
@@ -62,7 +63,7 @@ protected:
     // A source that is there; its name tells the fake tool what to do.
     QString source(const QString &name) const
     {
-        write(path(name), "a film");
+        writeFile(path(name), "a film");
         return path(name);
     }
     QStringList sources(const QStringList &names) const
@@ -72,18 +73,6 @@ protected:
             paths << source(name);
         }
         return paths;
-    }
-    static void write(const QString &file, const QByteArray &content)
-    {
-        QDir().mkpath(QFileInfo(file).path());
-        QFile f(file);
-        ASSERT_TRUE(f.open(QIODevice::WriteOnly));
-        f.write(content);
-    }
-    static QByteArray contentOf(const QString &file)
-    {
-        QFile f(file);
-        return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
     }
 
     // ---- analysis

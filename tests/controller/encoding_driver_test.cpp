@@ -80,7 +80,7 @@ TEST_F(EncodingTest, ThePlaceAndKindOfASheetFollowTheSettings)
         ASSERT_TRUE(encode());
         EXPECT_FALSE(QImage(path(row.sheet)).isNull());
         expectIdle();
-        write(path("out/Quorvantel/a/mine.txt"), "untouched");
+        writeFile(path("out/Quorvantel/a/mine.txt"), "untouched");
     }
     EXPECT_EQ(contentOf(path("out/Quorvantel/a/mine.txt")), "untouched");
 }
@@ -124,8 +124,8 @@ TEST_F(EncodingTest, AnExistingSheetIsKeptOrReplacedAsAnswered)
             m_face.results.clear();
             m_presenter.shown.clear();
             m_presenter.answers = row.answers;
-            write(sheet("a"), "old");
-            write(sheet("b"), "old");
+            writeFile(sheet("a"), "old");
+            writeFile(sheet("b"), "old");
             ASSERT_TRUE(encode());
             EXPECT_EQ(results(), row.expected);
             EXPECT_EQ(m_presenter.countOf(question), row.questions);

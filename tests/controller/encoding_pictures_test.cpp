@@ -106,14 +106,12 @@ TEST_F(PicturesTest, TheMovieFrameworksToolTakesAllAtOnceAndWithoutItTheRowFails
     ASSERT_TRUE(encode());
     expectFailedWithoutSheet(m_face.results.value(0), "");
 
-    write(m_bundle.tool("qtThumbs"), "#!/bin/sh\n"
-                                     "printf '%s\\n' \"$@\" > \"$FAKE_TOOL_LOG.qt\"\n"
-                                     "for last; do :; done\n"
-                                     "for i in 00 01 02; do\n"
-                                     "  cp \"$FAKE_TOOL_PICTURE\" \"$last/img$i.jpg\"\n"
-                                     "done\n"
-                                     "echo 'pourcentage    : 100'\n");
-    QFile::setPermissions(m_bundle.tool("qtThumbs"), QFile::ReadOwner | QFile::ExeOwner);
+    writeScript(m_bundle.tool("qtThumbs"), "printf '%s\\n' \"$@\" > \"$FAKE_TOOL_LOG.qt\"\n"
+                                           "for last; do :; done\n"
+                                           "for i in 00 01 02; do\n"
+                                           "  cp \"$FAKE_TOOL_PICTURE\" \"$last/img$i.jpg\"\n"
+                                           "done\n"
+                                           "echo 'pourcentage    : 100'\n");
     ASSERT_TRUE(encode());
     EXPECT_EQ(m_face.results.last().picturesDrawn, 3);
     const QStringList arguments =

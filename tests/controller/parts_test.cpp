@@ -83,8 +83,8 @@ TEST_F(DeliveryTest, AnExistingFileIsKeptOrReplacedWhole)
 {
     const QString made = path("made.jpg");
     const QString place = path("out/sheet.jpg");
-    write(made, "whole sheet");
-    write(place, "old");
+    writeFile(made, "whole sheet");
+    writeFile(place, "old");
     const auto kept = deliverSheet(made, place, Existing::Keep);
     ASSERT_FALSE(kept);
     EXPECT_TRUE(kept.error().kept);
@@ -97,7 +97,7 @@ TEST_F(DeliveryTest, AnExistingFileIsKeptOrReplacedWhole)
 
 TEST_F(DeliveryTest, AFailureSaysWhyAndLeavesNothingBehind)
 {
-    write(path("made.jpg"), "whole sheet");
+    writeFile(path("made.jpg"), "whole sheet");
     QDir().mkpath(path("out/folder.jpg"));
     for (const char *place : {"missing/sheet.jpg", "made.jpg/s.jpg", "out/folder.jpg"}) {
         const auto result = deliverSheet(path("made.jpg"), path(place), Existing::Replace);

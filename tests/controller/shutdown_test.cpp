@@ -25,7 +25,7 @@ protected:
     void askToReplace(const std::function<void()> &meanwhile)
     {
         ASSERT_TRUE(admit({"film.mp4", "other.mp4"}));
-        write(sheet("film"), "an older sheet");
+        writeFile(sheet("film"), "an older sheet");
         m_presenter.answers = {{1, true}};
         m_presenter.whileShown = meanwhile;
         EXPECT_TRUE(encode());

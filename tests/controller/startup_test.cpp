@@ -1,5 +1,6 @@
 #include "common/log_capture.h"
 #include "common/test_bundle.h"
+#include "common/test_files.h"
 #include "common/wait_until.h"
 #include "controller/startup.h"
 #include "process/child_process.h"
@@ -35,18 +36,9 @@ protected:
         EXPECT_TRUE(hasNoChildren());
     }
     QString path(const QString &name) const { return m_folder.filePath(name); }
-    static void write(const QString &file, const QByteArray &content)
-    {
-        QDir().mkpath(QFileInfo(file).path());
-        QFile f(file);
-        ASSERT_TRUE(f.open(QIODevice::WriteOnly));
-        f.write(content);
-    }
     void makeTool(const QString &name, const QByteArray &script)
     {
-        QFile::remove(m_bundle.tool(name));
-        write(m_bundle.tool(name), "#!/bin/sh\n" + script);
-        QFile::setPermissions(m_bundle.tool(name), QFile::ReadOwner | QFile::ExeOwner);
+        writeScript(m_bundle.tool(name), script);
     }
 
     QTemporaryDir m_folder;
@@ -88,8 +80,8 @@ TEST_F(StartupTest, RefusesASecondCopyAndAPathWithABackslash)
 
 TEST_F(StartupTest, EmptiesTheTemporaryFolderOfTheRunBeforeAndClosesItToOthers)
 {
-    write(path("Quorvantel/stills-1/00000.jpg"), "left behind");
-    write(path("Quorvantel-private-abcdef/00000.jpg"), "left behind");
+    writeFile(path("Quorvantel/stills-1/00000.jpg"), "left behind");
+    writeFile(path("Quorvantel-private-abcdef/00000.jpg"), "left behind");
     EXPECT_EQ(makeTemporaryFolder(Bundle::main()).value_or(""), path("Quorvantel"));
     EXPECT_EQ(QDir(path("Quorvantel")).entryList(QDir::AllEntries | QDir::NoDotAndDotDot),
               QStringList{"app.app"});
@@ -101,7 +93,7 @@ TEST_F(StartupTest, EmptiesTheTemporaryFolderOfTheRunBeforeAndClosesItToOthers)
 
 TEST_F(StartupTest, TakesAPrivateFolderWhenTheUsualNameIsSomebodyElses)
 {
-    write(path("elsewhere/precious"), "kept");
+    writeFile(path("elsewhere/precious"), "kept");
     QFile::link(path("elsewhere"), path("Quorvantel"));
     const QString folder = makeTemporaryFolder(Bundle::main()).value_or("");
     EXPECT_TRUE(folder.startsWith(path("Quorvantel-private-"))) << folder.toStdString();
@@ -112,7 +104,7 @@ TEST_F(StartupTest, TakesAPrivateFolderWhenTheUsualNameIsSomebodyElses)
 
 TEST_F(StartupTest, SaysWhereNoTemporaryFolderCanBeMade)
 {
-    write(path("a file"), "");
+    writeFile(path("a file"), "");
     qputenv("TMPDIR", path("a file").toUtf8());
     const auto made = makeTemporaryFolder(Bundle::main());
     ASSERT_FALSE(made);

@@ -1,5 +1,6 @@
 #include "process/task_launcher.h"
 
+#include "common/test_files.h"
 #include "common/wait_until.h"
 #include "process/played.h"
 
@@ -87,10 +88,6 @@ protected:
     // The states of this process's children: "S" sleeping, "T" stopped.
     static QByteArray childStates()
     {
-        const auto contentOf = [](const QByteArray &path) {
-            QFile file(QString::fromLatin1(path));
-            return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-        };
         QByteArray states;
         for (const QByteArray &pid : contentOf("/proc/thread-self/children").split(' ')) {
             const QByteArray line = contentOf("/proc/" + pid + "/stat");

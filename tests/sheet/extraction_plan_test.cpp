@@ -1,5 +1,6 @@
 #include "sheet/extraction_plan.h"
 
+#include "common/test_files.h"
 #include "support/bundle.h"
 #include "support/files.h"
 #include "support/localized_strings.h"
@@ -148,10 +149,10 @@ TEST_F(Encodage, TouchesNoFolderOfTheUser)
 TEST_F(Encodage, EmptiesItsOwnFolderAgain)
 {
     run();
-    QFile old(pictureFile(folder(), 40));
-    ASSERT_TRUE(old.open(QIODevice::WriteOnly));
+    const QString old = pictureFile(folder(), 40);
+    writeFile(old, "");
     run();
-    EXPECT_FALSE(QFileInfo::exists(old.fileName()));
+    EXPECT_FALSE(QFileInfo::exists(old));
     EXPECT_TRUE(purgeStillsFolder(folder()));
     EXPECT_FALSE(QFileInfo::exists(folder()));
 }

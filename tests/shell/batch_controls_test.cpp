@@ -1,6 +1,7 @@
 #include "shell/batch_controls.h"
 
 #include "common/test_bundle.h"
+#include "common/test_files.h"
 #include "shell/segmented_control.h"
 #include "shell/time_left.h"
 #include "shell/window_memory.h"
@@ -197,11 +198,10 @@ TEST(WindowMemoryTest, SurvivesALaunchAndADamagedFile)
     EXPECT_EQ(memory.drawerWidth(), 444);
     EXPECT_EQ(memory.appearance(), "dark");
 
-    QFile damaged(folder.filePath("damaged.ini"));
-    ASSERT_TRUE(damaged.open(QIODevice::WriteOnly));
-    damaged.write("layout=99\ndrawerWidth=-5\nappearance=\\x00zebra\ngeometry=@ByteArray(nonsense");
-    damaged.close();
-    const WindowMemory worse(damaged.fileName());
+    const QString damaged = folder.filePath("damaged.ini");
+    writeFile(damaged,
+              "layout=99\ndrawerWidth=-5\nappearance=\\x00zebra\ngeometry=@ByteArray(nonsense");
+    const WindowMemory worse(damaged);
     EXPECT_EQ(worse.layout(), 1);
     EXPECT_EQ(worse.drawerWidth(), 0);
     EXPECT_EQ(worse.appearance(), "system");

@@ -44,7 +44,7 @@ protected:
     QString setMade(int index)
     {
         const QString sheet = path(QString("sheet%1.jpg").arg(index));
-        write(sheet, "a sheet");
+        writeFile(sheet, "a sheet");
         row(index).resultat = qv::RowMark::PuceSuccess;
         row(index).dico.insert("dstPathStr", sheet);
         return sheet;

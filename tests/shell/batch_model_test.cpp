@@ -187,7 +187,7 @@ TEST_F(BatchModelTest, PreviewsKeepTheirProportionsAndAreReadOnce)
     addRows(4);
     makePreview(0, {160, 90});
     makePreview(1, {160, 320});
-    write(path("film2.mp4.jpg"), "no picture at all");
+    writeFile(path("film2.mp4.jpg"), "no picture at all");
     makePreview(3, {160, 1});
     const BatchModel model(*m_controller);
     const QSize box(120, 80);

@@ -6,6 +6,7 @@
 #include "common/recording_workspace.h"
 #include "common/scripted_presenter.h"
 #include "common/test_bundle.h"
+#include "common/test_files.h"
 #include "common/wait_until.h"
 #include "process/tool_environment.h"
 #include "support/files.h"
@@ -35,14 +36,6 @@ public:
         return chosenFolder;
     }
 };
-
-inline void write(const QString &path, const QByteArray &content)
-{
-    QDir().mkpath(QFileInfo(path).path());
-    QFile file(path);
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly)) << qPrintable(path);
-    file.write(content);
-}
 
 // The application with the fake tool as ffmpeg, for a user of its own who never ran it.
 class DesktopFixture : public testing::Test
@@ -100,7 +93,7 @@ protected:
     {
         QStringList paths;
         for (const QString &name : names) {
-            write(path(name), "a film");
+            writeFile(path(name), "a film");
             paths << path(name);
         }
         return paths;

@@ -21,12 +21,6 @@ namespace
 
 const char *const folderVariable = "QV_FAULTS_FOLDER";
 
-QByteArray contentOf(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
 QStringList entriesOf(const QString &folder)
 {
     return QDir(folder).entryList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden);
@@ -127,7 +121,7 @@ TEST_F(FaultsTest, DISABLED_WritesSettings)
 TEST_F(FaultsTest, KilledWhileItEncodesLeavesOnlyWholeSheets)
 {
     const QString sheets = path("home/Movies/Quorvantel");
-    write(sheets + "/mine/film.txt", "kept");
+    writeFile(sheets + "/mine/film.txt", "kept");
     QProcess application;
     startAnother(application, "Encodes");
     ASSERT_TRUE(waitForRun("picture 2 picture-hang-2.mp4"));
@@ -151,7 +145,7 @@ TEST_F(FaultsTest, KilledWhileItLooksAtAVideoStartsAgainAsBefore)
     const QString program = m_bundle.path() + "/Contents/MacOS/Quorvantel";
     QDir().mkpath(QFileInfo(program).path());
     ASSERT_TRUE(QFile::copy(QV_BUILT_APPLICATION, program));
-    write(path("analysis-hang.mp4"), "a film");
+    writeFile(path("analysis-hang.mp4"), "a film");
     for (int run = 0; run < 2; ++run) {
         QFile::remove(path("runs"));
         QProcess application;
@@ -190,24 +184,24 @@ TEST_F(FaultsTest, TheStartTellsWhatIsWrongAndGoesOn)
     } rows[] = {
         {"nothing wrong", [] {}, nullptr},
         {"no tools", [&] { rmCocoa(Bundle::main().toolsPath()); }, "troubleNoFfmpeg"},
-        {"settings are rubbish", [&] { write(settingsFile(), "\xff\x01<plist"); },
+        {"settings are rubbish", [&] { writeFile(settingsFile(), "\xff\x01<plist"); },
          "troubleSettingsDamaged"},
         {"settings are no dictionary",
-         [&] { write(settingsFile(), "<plist version=\"1.0\"><array/></plist>"); },
+         [&] { writeFile(settingsFile(), "<plist version=\"1.0\"><array/></plist>"); },
          "troubleSettingsDamaged"},
-        {"settings can't be written", [&] { write(path("home/Library/Preferences"), "a file"); },
-         "troubleSettingsNotSaved"},
+        {"settings can't be written",
+         [&] { writeFile(path("home/Library/Preferences"), "a file"); }, "troubleSettingsNotSaved"},
         {"the home is a file",
          [&] {
-             write(path("home-file"), "");
+             writeFile(path("home-file"), "");
              qputenv("HOME", path("home-file").toUtf8());
          },
          "troubleSettingsNotSaved"},
-        {"logs can't be written", [&] { write(path("home/Library/Logs"), "a file"); },
+        {"logs can't be written", [&] { writeFile(path("home/Library/Logs"), "a file"); },
          "troubleNoLogs"},
         {"the temporary folder is a file",
          [&] {
-             write(path("tmp-file"), "");
+             writeFile(path("tmp-file"), "");
              qputenv("TMPDIR", path("tmp-file").toUtf8());
          },
          "startNoTemporaryFolder"},
@@ -244,7 +238,7 @@ TEST_F(FaultsTest, ImpossibleSettingsAreSetBackAndTheOthersStay)
     QVariantMap settings = odd;
     settings.insert("prefLimitMix", 60);
     settings.insert("prefFromALaterVersion", "unknown");
-    write(settingsFile(), propertyListXml(settings).value_or(QByteArray()));
+    writeFile(settingsFile(), propertyListXml(settings).value_or(QByteArray()));
     ASSERT_TRUE(start());
     EXPECT_THAT(told().toStdString(), HasSubstr(localized("troubleSettingsMended").toStdString()));
     const QVariantMap stored = storedSettings();
@@ -262,7 +256,7 @@ TEST_F(FaultsTest, TheWindowIsSeenWhateverItsMemorySays)
          {QByteArray("\x00\xff\x01[[[", 6), QByteArray(200'000, '='),
           QByteArray("[General]\ngeometry=@ByteArray(rubbish)\ndrawerWidth=-5\nlayout=99\n"),
           QByteArray("[General]\ngeometry=@Rect(90000 90000 10 10)\ndrawerOpen=perhaps\n")}) {
-        write(path("home/.config/Quorvantel/window.ini"), memory);
+        writeFile(path("home/.config/Quorvantel/window.ini"), memory);
         ASSERT_TRUE(start());
         const QRect screen = m_desktop->window().screen()->availableGeometry();
         EXPECT_TRUE(screen.intersects(m_desktop->window().frameGeometry()));
@@ -276,7 +270,7 @@ TEST_F(FaultsTest, WithoutAPlaceToWorkNothingIsBlamedOnTheVideos)
     ASSERT_TRUE(start());
     ASSERT_TRUE(bringIn({"one.mp4"}));
     rmCocoa(path("home/Movies"));
-    write(path("home/Movies"), "a file");
+    writeFile(path("home/Movies"), "a file");
     go();
     EXPECT_FALSE(controller().window().goPressed);
     EXPECT_EQ(m_presenter->countOf(localized("D_go_dossier_destination1")), 1);
@@ -302,7 +296,7 @@ TEST_F(FaultsTest, ARowSaysWhatWasTakenFromIt)
         {"a file in its place",
          [&] {
              rmCocoa(movies);
-             write(movies, "a file");
+             writeFile(movies, "a file");
          },
          "the destination folder has gone", false},
         {"the stills", [&] { rmCocoa(movies + "/Quorvantel/picture-slow"); },
@@ -338,7 +332,7 @@ TEST_F(FaultsTest, AFullDiskIsAskedAboutOnceAndToldOfEveryRow)
         m_desktop.reset();
         EXPECT_EQ(::umount(disk.constData()), 0);
     });
-    write(path("home/Movies/fill"), QByteArray(1'500'000, 'x'));
+    writeFile(path("home/Movies/fill"), QByteArray(1'500'000, 'x'));
     ASSERT_TRUE(start());
     ASSERT_TRUE(bringIn({"one.mp4", "two.mp4", "three.mp4"}));
     go();
@@ -352,11 +346,11 @@ TEST_F(FaultsTest, AFullDiskIsAskedAboutOnceAndToldOfEveryRow)
 
 TEST_F(FaultsTest, WhatComesWhileAQuestionIsOpenIsTakenIn)
 {
-    write(path("home/Movies/Quorvantel/one.jpg"), "an older sheet");
+    writeFile(path("home/Movies/Quorvantel/one.jpg"), "an older sheet");
     ASSERT_TRUE(start());
     ASSERT_TRUE(bringIn({"one.mp4"}));
-    write(path("two.mp4"), "a film");
-    write(path("three.mp4"), "a film");
+    writeFile(path("two.mp4"), "a film");
+    writeFile(path("three.mp4"), "a film");
     m_presenter->whileShown = [this] {
         m_presenter->whileShown = nullptr;
         m_desktop->openPaths({path("two.mp4")});

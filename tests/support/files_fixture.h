@@ -1,6 +1,7 @@
 #pragma once
 
 #include "common/log_capture.h"
+#include "common/test_files.h"
 #include "support/files.h"
 
 #include <QDir>
@@ -31,10 +32,7 @@ protected:
     }
     static QString write(const QString &path, const QByteArray &bytes)
     {
-        QDir().mkpath(QFileInfo(path).path());
-        QFile file(path);
-        EXPECT_TRUE(file.open(QIODevice::WriteOnly)) << path.toStdString();
-        file.write(bytes);
+        writeFile(path, bytes);
         return path;
     }
     void link(const QString &target, const QString &name) const

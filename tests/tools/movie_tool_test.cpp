@@ -58,14 +58,11 @@ TEST_F(MovieToolTest, OpensNothingWithoutTheTool)
 
 TEST_F(MovieToolTest, AsksOnceForEachSourceAsItIs)
 {
-    QFile tool(m_bundle.tool("qtThumbs"));
-    ASSERT_TRUE(tool.open(QIODevice::WriteOnly));
-    tool.write(QString("#!/bin/sh\necho \"$@\" >> '%1'\n"
-                       "echo '{\"APCH\": true, \"v0_width\": 8, \"v0_height\": 8}'\n")
-                   .arg(path("runs"))
-                   .toUtf8());
-    tool.close();
-    tool.setPermissions(QFile::ReadOwner | QFile::ExeOwner);
+    writeScript(m_bundle.tool("qtThumbs"),
+                QString("echo \"$@\" >> '%1'\n"
+                        "echo '{\"APCH\": true, \"v0_width\": 8, \"v0_height\": 8}'\n")
+                    .arg(path("runs"))
+                    .toUtf8());
     write("a.mov", "1");
     EXPECT_TRUE(m_movies.canOpen(path("a.mov")) && m_movies.record(path("a.mov")));
     EXPECT_TRUE(m_movies.hasDecoder("APCH") && !m_movies.hasDecoder("ICOD"));

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "common/test_bundle.h"
+#include "common/test_files.h"
 
 #include <QColor>
 #include <QDir>
@@ -55,17 +56,8 @@ protected:
     }
 
     QString path(const QString &name) const { return m_folder.filePath(name); }
-    void write(const QString &name, const QByteArray &bytes) const
-    {
-        QFile file(path(name));
-        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-        file.write(bytes);
-    }
-    QByteArray read(const QString &name) const
-    {
-        QFile file(path(name));
-        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-    }
+    void write(const QString &name, const QByteArray &bytes) const { writeFile(path(name), bytes); }
+    QByteArray read(const QString &name) const { return contentOf(path(name)); }
     // The colours next to the corners, row by row.
     QStringList cornersOf(const QString &name) const
     {
