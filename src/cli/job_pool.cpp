@@ -2,6 +2,7 @@
 
 #include "cli/worker_protocol.h"
 #include "support/log.h"
+#include "support/platform.h"
 
 #include <algorithm>
 
@@ -16,7 +17,7 @@ constexpr int deathsLimit = 10;
 } // namespace
 
 JobPool::JobPool(QStringList command, int size)
-    : m_command(std::move(command)), m_size(static_cast<size_t>(size))
+    : m_command(std::move(command)), m_size(static_cast<size_t>(size)), m_places(m_size)
 {
 }
 
@@ -94,8 +95,21 @@ void JobPool::handOut()
     }
 }
 
+int JobPool::freePlace() const
+{
+    int place = 0;
+    const auto isTaken = [&](const auto &worker) { return worker->place == place; };
+    while (std::any_of(m_workers.begin(), m_workers.end(), isTaken)) {
+        ++place;
+    }
+    return place;
+}
+
 bool JobPool::startWorker()
 {
+    const int place = freePlace();
+    // A tool that counts the processors takes its share of them, not all again for each copy.
+    const platform::ProcessorShare share(place, static_cast<int>(m_places));
     auto process = WorkerProcess::start(m_command);
     if (!process) {
         m_failedStarts = failedStartsLimit;
@@ -103,6 +117,7 @@ bool JobPool::startWorker()
         return false;
     }
     auto worker = std::make_unique<Worker>();
+    worker->place = place;
     worker->process = std::move(*process);
     worker->process->onLine = [this, w = worker.get()](const QByteArray &line) { heard(*w, line); };
     worker->process->onEnded = [this, w = worker.get()](const ToolOutcome &how) { ended(*w, how); };

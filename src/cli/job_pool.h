@@ -57,11 +57,13 @@ private:
     struct Worker {
         std::unique_ptr<WorkerProcess> process;
         std::optional<Job> job;
+        int place = 0; // among those that run at a time
         bool isReady = false;
         QString problem; // why it can't work
     };
 
     Worker *freeWorker();
+    int freePlace() const;
     bool startWorker();
     void noteStartFailure(const QString &reason);
     void handOut();
@@ -71,6 +73,7 @@ private:
 
     QStringList m_command;
     size_t m_size;
+    const size_t m_places;
     std::vector<std::unique_ptr<Worker>> m_workers;
     std::vector<std::unique_ptr<WorkerProcess>> m_gone; // have ended
     std::deque<Job> m_waiting;

@@ -14,6 +14,7 @@
 #include <dirent.h>
 #include <fcntl.h>
 #include <pwd.h>
+#include <sched.h>
 #include <sys/file.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -244,6 +245,56 @@ bool reopenStream(int descriptor, const QString &path)
     const bool done = ::dup2(file, descriptor) == descriptor;
     ::close(file);
     return done;
+}
+
+namespace
+{
+
+std::vector<int> allowedProcessors()
+{
+    cpu_set_t set;
+    std::vector<int> processors;
+    if (::sched_getaffinity(0, sizeof set, &set) == 0) {
+        for (int i = 0; i < CPU_SETSIZE; ++i) {
+            if (CPU_ISSET(i, &set)) {
+                processors.push_back(i);
+            }
+        }
+    }
+    return processors;
+}
+
+bool keepTo(const std::vector<int> &processors)
+{
+    cpu_set_t set;
+    CPU_ZERO(&set);
+    for (const int processor : processors) {
+        CPU_SET(processor, &set);
+    }
+    return ::sched_setaffinity(0, sizeof set, &set) == 0;
+}
+
+} // namespace
+
+ProcessorShare::ProcessorShare(int part, int parts) : m_all(allowedProcessors())
+{
+    const auto count = static_cast<int>(m_all.size());
+    std::vector<int> share;
+    for (int i = 0; i < count; ++i) {
+        if (parts <= count ? i % parts == part : i == part % count) {
+            share.push_back(m_all[static_cast<std::size_t>(i)]);
+        }
+    }
+    if (share.empty() || !keepTo(share)) {
+        m_all.clear();
+    }
+}
+
+ProcessorShare::~ProcessorShare()
+{
+    if (!m_all.empty()) {
+        keepTo(m_all);
+    }
 }
 
 } // namespace qv::platform

@@ -87,4 +87,18 @@ bool isPeerThisUser(qintptr socket);
 // appending. False when that failed; the stream then stays as it was.
 bool reopenStream(int descriptor, const QString &path);
 
+// While it lives, processes that this thread starts keep to a part of the processors that this one
+// may use: the part-th of `parts` like ones, or a single processor when there are more parts.
+class ProcessorShare
+{
+public:
+    ProcessorShare(int part, int parts);
+    ~ProcessorShare();
+    ProcessorShare(const ProcessorShare &) = delete;
+    ProcessorShare &operator=(const ProcessorShare &) = delete;
+
+private:
+    std::vector<int> m_all; // empty: nothing was changed
+};
+
 } // namespace qv::platform

@@ -102,6 +102,18 @@ bool isBottomFirst(const AVFrame &frame)
     return frame.interlaced_frame != 0 && frame.top_field_first == 0;
 }
 
+// The container's word where the decoder has none.
+void completeColours(AVFrame &frame, const AVCodecParameters &told)
+{
+    frame.colorspace =
+        frame.colorspace == AVCOL_SPC_UNSPECIFIED ? told.color_space : frame.colorspace;
+    frame.color_trc = frame.color_trc == AVCOL_TRC_UNSPECIFIED ? told.color_trc : frame.color_trc;
+    frame.color_primaries = frame.color_primaries == AVCOL_PRI_UNSPECIFIED ? told.color_primaries
+                                                                           : frame.color_primaries;
+    frame.color_range =
+        frame.color_range == AVCOL_RANGE_UNSPECIFIED ? told.color_range : frame.color_range;
+}
+
 // What such light comes with when nothing is said.
 void assumeColours(AVFrame &frame)
 {
@@ -116,8 +128,8 @@ void assumeColours(AVFrame &frame)
 } // namespace
 
 PictureMaker::PictureMaker(const Film &film, Orientation orientation, int width, int height)
-    : m_isInterlaced(isInterlacedOrder(film.parameters().field_order)), m_orientation(orientation),
-      m_width(orientation.swapsSides ? height : width),
+    : m_told(film.parameters()), m_isInterlaced(isInterlacedOrder(film.parameters().field_order)),
+      m_orientation(orientation), m_width(orientation.swapsSides ? height : width),
       m_height(orientation.swapsSides ? width : height)
 {
 }
@@ -155,12 +167,13 @@ tl::expected<Picture, std::string> PictureMaker::pictureOf(const AVFrame &frame)
         return tl::make_unexpected(std::string("no such picture size"));
     }
     const FramePtr own(av_frame_clone(&frame));
+    completeColours(*own, m_told);
     const bool hasFieldsLeft = hasFields(frame) && !takeOutCombs(*own, isBottomFirst(frame));
-    const std::string filters = filtersFor(frame, hasFieldsLeft);
+    const std::string filters = filtersFor(*own, hasFieldsLeft);
     if (filters.empty()) {
         return scaled(*own);
     }
-    if (isHighDynamicRange(frame)) {
+    if (isHighDynamicRange(*own)) {
         assumeColours(*own);
     }
     const auto filtered = filteredFrame(*own, filters);

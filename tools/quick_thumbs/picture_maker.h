@@ -27,6 +27,7 @@ private:
     bool hasFields(const AVFrame &frame) const;
     std::string filtersFor(const AVFrame &frame, bool hasFieldsLeft) const;
 
+    const AVCodecParameters &m_told; // of the first opening of the film
     bool m_isInterlaced;
     Orientation m_orientation;
     int m_width; // as stored: before the picture is turned
