@@ -1,16 +1,18 @@
 #include "sheet/stills_ahead.h"
 
+#include <QThread>
+
 #include <algorithm>
-#include <thread>
 
 namespace qv
 {
 namespace
 {
 
+// As many as the processors that this process may use.
 std::size_t workers()
 {
-    return std::clamp<std::size_t>(std::thread::hardware_concurrency(), 1, 8);
+    return static_cast<std::size_t>(std::clamp(QThread::idealThreadCount(), 1, 8));
 }
 
 } // namespace

@@ -2,8 +2,6 @@
 
 #include "thumbs/watchdog.h"
 
-#include <cmath>
-
 namespace qv
 {
 namespace

@@ -3,9 +3,9 @@
 #include "quick_thumbs/worker.h"
 #include "thumbs/picture_files.h"
 #include "thumbs/picture_writer.h"
+#include "thumbs/watchdog.h"
 
 #include <algorithm>
-#include <atomic>
 #include <cstdio>
 #include <mutex>
 #include <sched.h>
@@ -20,6 +20,9 @@ namespace
 constexpr std::int64_t veryLargeArea = 20'000'000;
 
 constexpr std::size_t mostWorkers = 16;
+
+// Seconds without a new picture after which the source is left to whoever has more patience.
+constexpr double pictureLimit = 180;
 
 // What a worker is good for: less is done before another one has opened the film.
 constexpr std::size_t leastPictures = 3;
@@ -43,6 +46,7 @@ public:
         if (const std::string problem = m_files.prepare(); !problem.empty()) {
             return fail(problem);
         }
+        watchdog::expect(pictureLimit, "a picture");
         auto film = Film::open(m_request.source);
         if (!film) {
             return fail(film.error());
@@ -120,6 +124,7 @@ private:
     void tell(std::size_t index, const std::string &problem, double time)
     {
         const std::lock_guard lock(m_mutex);
+        watchdog::expect(pictureLimit, "a picture");
         const std::size_t count = m_request.instants.size();
         if (problem.empty()) {
             ++m_made;

@@ -9,10 +9,6 @@
 #include "thumbs/picture_writer.h"
 #include "thumbs/watchdog.h"
 
-extern "C" {
-#include <libavutil/display.h>
-}
-
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
@@ -41,6 +37,7 @@ public:
     // Empty, or why the report is of no use.
     std::string run()
     {
+        watchdog::expect(probeLimit, "a report");
         reportlog::start();
         reportlog::line("quickThumbs");
         std::string problem = describe();

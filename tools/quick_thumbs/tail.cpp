@@ -1,7 +1,5 @@
 #include "quick_thumbs/tail.h"
 
-#include "thumbs/watchdog.h"
-
 #include <algorithm>
 #include <cmath>
 
@@ -10,7 +8,6 @@ namespace qv
 namespace
 {
 
-constexpr double tailLimit = 20;
 constexpr double usualTail = 2;
 constexpr double framesInTail = 4;
 
@@ -31,14 +28,14 @@ double endOf(const AVPacket &packet, const AVStream &stream, double start)
 std::optional<Tail> tailOf(Film &film)
 {
     const double claimed = film.duration();
-    if (claimed <= 0 ||
+    const bool wasFoundThere = film.format().duration_estimation_method == AVFMT_DURATION_FROM_PTS;
+    if (claimed <= 0 || wasFoundThere ||
         !film.seekToAny(std::floor(
             std::max(0.0, claimed - std::max(usualTail, framesInTail * film.frameDuration()))))) {
         return std::nullopt;
     }
     Tail tail;
     for (int i = 0; i < mostPackets; ++i) {
-        watchdog::allow(tailLimit, "reading the end");
         const PacketPtr packet = film.nextOfAny();
         if (!packet) {
             return tail;

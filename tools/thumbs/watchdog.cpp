@@ -3,6 +3,7 @@
 #include <atomic>
 #include <chrono>
 #include <cstdio>
+#include <limits>
 #include <thread>
 #include <unistd.h>
 
@@ -17,16 +18,33 @@ constexpr double tickSeconds = 0.05;
 std::atomic<int> g_ticks = 0;
 std::atomic<int> g_limit = 0;
 std::atomic<const char *> g_doing = "starting";
+std::atomic<int> g_resultLimit = std::numeric_limits<int>::max();
+std::atomic<const char *> g_result = "";
 const char *g_tool = "";
+
+// Each wake counts one tick however long the process was stopped meanwhile.
+[[noreturn]] void giveUp(const char *what, const char *why)
+{
+    std::fprintf(stderr, "%s: gave up, %s: %s\n", g_tool, what, why);
+    ::_exit(1);
+}
+
+int ticksFromNow(double seconds)
+{
+    return g_ticks + static_cast<int>(seconds / tickSeconds);
+}
 
 // Each wake counts one tick however long the process was stopped meanwhile.
 [[noreturn]] void watch()
 {
     while (true) {
         std::this_thread::sleep_for(tick);
-        if (++g_ticks > g_limit) {
-            std::fprintf(stderr, "%s: gave up, no end of: %s\n", g_tool, g_doing.load());
-            ::_exit(1);
+        const int now = ++g_ticks;
+        if (now > g_limit) {
+            giveUp("no end of", g_doing);
+        }
+        if (now > g_resultLimit) {
+            giveUp("too long without", g_result);
         }
     }
 }
@@ -48,7 +66,13 @@ double now()
 void allow(double seconds, const char *doing)
 {
     g_doing = doing;
-    g_limit = g_ticks + static_cast<int>(seconds / tickSeconds);
+    g_limit = ticksFromNow(seconds);
+}
+
+void expect(double seconds, const char *result)
+{
+    g_result = result;
+    g_resultLimit = ticksFromNow(seconds);
 }
 
 } // namespace qv::watchdog

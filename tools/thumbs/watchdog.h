@@ -15,4 +15,8 @@ double now();
 // seconds. `doing` must be a literal.
 void allow(double seconds, const char *doing);
 
+// The same for a result: however much goes on meanwhile, as in a source that is read without end,
+// the process ends unless this is called again. Without a call nothing is expected.
+void expect(double seconds, const char *result);
+
 } // namespace qv::watchdog
