@@ -5,6 +5,13 @@ set(QV_CONTENTS ${QV_BUNDLE}/Contents)
 set(QV_RESOURCES ${QV_CONTENTS}/Resources)
 file(MAKE_DIRECTORY ${QV_CONTENTS}/MacOS ${QV_RESOURCES}/tools ${QV_RESOURCES}/fonts)
 
+# Where newer versions are looked for, and the Ed25519 key that their archives must be signed with
+# (base64, made by scripts/sign-update). Without a key only what comes over https from that address
+# is installed.
+set(QV_UPDATE_ADDRESS "https://updates.quorvantel.example/" CACHE STRING
+  "Address of the update service, ending in /")
+set(QV_UPDATE_PUBLIC_KEY "" CACHE STRING "Public key of update archives (base64)")
+
 configure_file(resources/Info.plist.in ${QV_CONTENTS}/Info.plist @ONLY)
 # String tables and the help page of each language.
 foreach(language en fr)

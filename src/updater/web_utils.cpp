@@ -1,0 +1,1 @@
+#include "updater/web_utils.h"

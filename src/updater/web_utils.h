@@ -1,0 +1,85 @@
+#pragma once
+
+#include <QByteArray>
+#include <QObject>
+#include <QString>
+#include <QUrl>
+
+#include <tl/expected.hpp>
+
+#include <functional>
+#include <memory>
+
+class QNetworkAccessManager;
+
+// Pages and files from the web, over HTTP and HTTPS only. Redirects are followed to the same or a
+// safer scheme; certificates that can't be verified are failures. Nothing is kept between requests
+// but a download that did not come to its end. Everything happens on the event loop.
+namespace qv
+{
+
+struct WebLimits {
+    int connecting = 15'000; // milliseconds until the request is on its way
+    int silence = 30'000;    // milliseconds without a byte
+    int redirects = 5;
+    qint64 pageBytes = qint64{1} << 20; // of a page
+    qint64 fileBytes = qint64{2} << 30; // of a download
+    int attempts = 4;                   // of a download that is cut off, each going on
+};
+
+struct WebPage {
+    int status = 0; // of HTTP
+    QByteArray body;
+    QString contentType; // as the server names it, may be empty
+
+    // In the encoding that the server names, that the page's own first lines name, or UTF-8.
+    QString text() const;
+};
+
+class webUtils : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit webUtils(const WebLimits &limits = {}, QObject *parent = nullptr);
+    ~webUtils() override;
+
+    // The page, whatever its HTTP status is, or why it did not come, for people. The handler is
+    // called once, later, and never after this object's end.
+    using PageHandler = std::function<void(const tl::expected<WebPage, QString> &page)>;
+    void webpageLoad(const QUrl &address, PageHandler handler);
+
+    // Whether any text came back from the address; why not, when not.
+    using ConnexionHandler = std::function<void(const tl::expected<void, QString> &connected)>;
+    void internetConnexionCheck(const QUrl &address, ConnexionHandler handler);
+
+    // Downloads into a new file; the folder must exist. What has come so far stands in `keptFolder`
+    // (made when missing) until all has come: a download of the same address that was cut off,
+    // cancelled or failed goes on there, when the server has still the same file and can. A server
+    // that cuts the connection is asked again by itself.
+    struct DownloadRequest {
+        QUrl address;
+        QString path;
+        QString keptFolder;
+    };
+    // One download at a time; a second one while one runs fails at once.
+    using DownloadHandler = std::function<void(const tl::expected<void, QString> &done)>;
+    void downloadURL(const DownloadRequest &request, DownloadHandler handler);
+    bool isDownloading() const;
+    // Its handler is called with cancelledReason().
+    void cancelDownload();
+    static QString cancelledReason();
+
+Q_SIGNALS:
+    // Bytes of the file that are there, and of the whole; -1 when the server does not tell.
+    void downloadProgressed(qint64 received, qint64 total);
+
+private:
+    class Page;
+    class Download;
+    WebLimits m_limits;
+    std::unique_ptr<QNetworkAccessManager> m_manager;
+    std::unique_ptr<Download> m_download;
+};
+
+} // namespace qv

@@ -1,0 +1,1 @@
+#include "updater/zip_archive.h"
