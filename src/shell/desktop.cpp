@@ -24,6 +24,7 @@ namespace
 
 constexpr int criticalStyle = 2;
 constexpr int fontsDelay = 400; // milliseconds
+constexpr int updateDelay = 1500;
 
 } // namespace
 
@@ -41,6 +42,7 @@ Desktop::Desktop(std::unique_ptr<Workspace> workspace, std::unique_ptr<FileChoos
     m_menus = new Menus(*m_window);
     m_preferencesWindow = new PreferencesWindow(m_preferences, m_window.get());
     m_help = new HelpWindow(m_window.get());
+    m_updateWindow = new UpdateWindow(m_window.get());
     m_face = std::make_unique<DesktopFace>(
         DesktopFace::Widgets{*m_window, *m_menus, *m_preferencesWindow, m_preferences, m_memory,
                              *m_chooser, *m_workspace, *m_help});
@@ -49,12 +51,14 @@ Desktop::Desktop(std::unique_ptr<Workspace> workspace, std::unique_ptr<FileChoos
     m_window->setDrawer(m_drawer);
     m_face->setController(*m_controller, *m_drawer);
     m_alerts.setMainWindow(m_window.get());
+    makeUpdater();
     connectMenus();
     connectControls();
 }
 
 Desktop::~Desktop()
 {
+    m_updater.reset();
     m_controller.reset();
 }
 
@@ -74,7 +78,8 @@ bool Desktop::awakeFromNib()
     prepareFolders();
     startQueries();
     m_window->setVersion(Bundle::main().version());
-    connect(m_menus->insertUpdateItem(), &QAction::triggered, this, &Desktop::showUpdateWindow);
+    connect(m_menus->insertUpdateItem(), &QAction::triggered, this,
+            [this] { m_updater->iba_checkForUpdates(Updater::Sender::MenuItem); });
     logLine(QStringLiteral("update              - done"));
     localizeMenu(m_window->menuBar());
     loadPreferences();
@@ -107,6 +112,7 @@ void Desktop::localizeInterface()
     localizeWindow(m_window.get());
     localizeWindow(m_preferencesWindow);
     localizeWindow(m_help);
+    localizeWindow(m_updateWindow);
     localizeView(m_drawer);
     logLine(QStringLiteral("localisations       - post"));
 }
@@ -205,6 +211,8 @@ void Desktop::show()
 {
     m_window->show();
     QTimer::singleShot(fontsDelay, this, prepareTexts);
+    QTimer::singleShot(updateDelay, this,
+                       [this] { m_updater->iba_checkForUpdates(Updater::Sender::Nobody); });
 }
 
 // ---- from outside
@@ -251,6 +259,7 @@ void Desktop::end()
     }
     m_memory.save();
     m_preferencesWindow->close();
+    m_updateWindow->accept();
     m_window->hide();
     // A loop that an alert runs may have to be ended first, so the wish is repeated.
     for (const int delay : {0, 100, 500}) {

@@ -6,9 +6,12 @@
 #include "settings/preferences_store.h"
 #include "shell/desktop_face.h"
 #include "shell/help_window.h"
+#include "shell/update_window.h"
 #include "shell/window_alerts.h"
+#include "shell/window_update_face.h"
 #include "support/diagnostics.h"
 #include "support/platform.h"
+#include "updater/updater.h"
 
 #include <QObject>
 
@@ -53,6 +56,8 @@ public:
     PreferencesWindow &preferencesWindow() { return *m_preferencesWindow; }
     BatchDrawer &drawer() { return *m_drawer; }
     HelpWindow &helpWindow() { return *m_help; }
+    UpdateWindow &updateWindow() { return *m_updateWindow; }
+    Updater &updater() { return *m_updater; }
 
 Q_SIGNALS:
     // Everything is closed down; the event loop may end.
@@ -77,10 +82,10 @@ private:
     void iba_menuOpenFolder();
     void paste();
     void showAbout();
-    void showUpdateWindow();
     void showLogs();
     void showDestinationFolder();
     void preferencesSaved();
+    void makeUpdater();
     void setAppearance(const QString &appearance);
     void quitByClosing();
     void end();
@@ -96,9 +101,12 @@ private:
     Menus *m_menus;
     PreferencesWindow *m_preferencesWindow;
     HelpWindow *m_help;
+    UpdateWindow *m_updateWindow;
     std::unique_ptr<DesktopFace> m_face;
     std::unique_ptr<appDelegate> m_controller;
     BatchDrawer *m_drawer = nullptr;
+    std::unique_ptr<WindowUpdateFace> m_updateFace;
+    std::unique_ptr<Updater> m_updater;
     DecoderQuery m_decoders;
     FfmpegQuery m_ffmpeg;
     QString m_storedDestination;

@@ -146,10 +146,21 @@ void Desktop::showAbout()
                  QStringLiteral("\n\n") + localized(QStringLiteral("about_2")));
 }
 
-void Desktop::showUpdateWindow()
+// The sheet's actions go to the updater, the updater's words to the sheet.
+void Desktop::makeUpdater()
 {
-    showNote(m_window.get(), localized(QStringLiteral("updateWindow")), Bundle::main().name(),
-             localized(QStringLiteral("updateWindow_1")).arg(Bundle::main().version()));
+    m_updateFace = std::make_unique<WindowUpdateFace>(
+        WindowUpdateFace::Widgets{*m_window, *m_preferencesWindow, *m_updateWindow, *m_controller,
+                                  [this] { quit(appDelegate::Quit::AtOnce); }});
+    m_updater = std::make_unique<Updater>(Updater::Parts{m_preferences, *m_updateFace});
+    connect(m_updateWindow, &UpdateWindow::segmentClicked, this,
+            [this](int segment) { m_updater->iba_dl(segment); });
+    connect(m_updateWindow, &UpdateWindow::cancelClicked, this, [this] { m_updater->cancel(); });
+    connect(m_updateWindow, &UpdateWindow::linkClicked, this,
+            [this](const QUrl &address) { m_workspace->openUrl(address); });
+    m_preferencesWindow->checkForUpdates = [this] {
+        m_updater->iba_checkForUpdates(Updater::Sender::Nobody);
+    };
 }
 
 void Desktop::showLogs()

@@ -299,7 +299,7 @@ bool copyFile(const QString &source, const QString &destination, const QString &
     return transferItem(copying(), expandTilde(source), expandTilde(destination), overwrite);
 }
 
-bool moveToTrash(const QString &path)
+bool moveToTrash(const QString &path, QString *where)
 {
     const QString expanded = expandTilde(path);
     if (expanded.isEmpty()) {
@@ -307,7 +307,7 @@ bool moveToTrash(const QString &path)
     }
     // The trash of the home is made where it is missing, but not the folders that lead to it.
     QDir().mkpath(QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation));
-    if (!QFile::moveToTrash(expanded)) {
+    if (!QFile::moveToTrash(expanded, where)) {
         logLine(QStringLiteral("moveToTrash         :-( %1").arg(expanded));
     }
     return true;

@@ -20,7 +20,9 @@ bool mkdir(const QString &path);
 // An existing destination is replaced only when the flag is exactly "y".
 bool moveFile(const QString &source, const QString &destination, const QString &overwrite);
 bool copyFile(const QString &source, const QString &destination, const QString &overwrite);
-bool moveToTrash(const QString &path);
+// True when there was a path to try; `where`, when given, gets the place in the trash, null when the
+// item did not get there.
+bool moveToTrash(const QString &path, QString *where = nullptr);
 // Whether the folder (or the folder of the file) can be written into, tried by making one inside.
 bool droitsAcces(const QString &path);
 // Full paths of the entries of a folder, one level, by name.

@@ -159,6 +159,25 @@ bool copyTimes(const QByteArray &rawFrom, const QByteArray &rawTo)
     return ::utimensat(AT_FDCWD, rawTo.constData(), times.data(), AT_SYMLINK_NOFOLLOW) == 0;
 }
 
+ExchangeResult exchange(const QString &a, const QString &b)
+{
+    if (::renameat2(AT_FDCWD, QFile::encodeName(a).constData(), AT_FDCWD,
+                    QFile::encodeName(b).constData(), RENAME_EXCHANGE) == 0) {
+        return ExchangeResult::Done;
+    }
+    const bool isUnknown = errno == EINVAL || errno == ENOSYS || errno == EOPNOTSUPP;
+    return isUnknown ? ExchangeResult::Unsupported : ExchangeResult::Failed;
+}
+
+void flushVolume(const QString &path)
+{
+    const int item = ::open(QFile::encodeName(path).constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+    if (item >= 0) {
+        ::syncfs(item);
+        ::close(item);
+    }
+}
+
 qint64 itemSize(const QByteArray &rawPath)
 {
     struct stat status = {};

@@ -51,6 +51,11 @@ FreeSpace freeSpace(const QString &path);
 QDateTime creationTime(const QString &path);
 // Gives the item the times of last access and modification of another one.
 bool copyTimes(const QByteArray &rawFrom, const QByteArray &rawTo);
+// Two items of one volume change their places, in one step.
+enum class ExchangeResult { Done, Unsupported, Failed };
+ExchangeResult exchange(const QString &a, const QString &b);
+// Returns when what was written to the volume that holds the path has reached the disk.
+void flushVolume(const QString &path);
 // Its own size in bytes, links not followed; 0 when missing.
 qint64 itemSize(const QByteArray &rawPath);
 // Whether another volume begins at the folder.

@@ -1,0 +1,44 @@
+#include "shell/window_update_face.h"
+
+#include "shell/reason_text.h"
+#include "support/alerts.h"
+#include "support/localized_strings.h"
+
+namespace qv
+{
+
+void WindowUpdateFace::bringMainWindowBack()
+{
+    if (m_widgets.window.isMinimized()) {
+        m_widgets.window.showNormal();
+    }
+}
+
+// Alerts stay: what they tell would be lost.
+void WindowUpdateFace::closeOtherSheets()
+{
+    if (m_widgets.preferences.isVisible()) {
+        m_widgets.preferences.reject();
+    }
+}
+
+QString WindowUpdateFace::words(const QString &reason) const
+{
+    return reasonText(reason);
+}
+
+bool WindowUpdateFace::mayEndForUpdate()
+{
+    if (!m_widgets.controller.window().goPressed) {
+        return true;
+    }
+    constexpr int cancel = 1;
+    Alert question;
+    question.title = alertFormat(localized(QStringLiteral("updateQuit_1")));
+    question.detail = alertFormat(localized(QStringLiteral("updateQuit_2")));
+    question.buttons = {localized(QStringLiteral("updateQuit_install")),
+                        localized(QStringLiteral("D_Annuler"))};
+    return alertPresenter().runModal(question) != cancel;
+}
+
+} // namespace qv

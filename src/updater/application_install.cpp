@@ -1,0 +1,91 @@
+#include "updater/application_install.h"
+
+#include "support/files.h"
+#include "support/log.h"
+
+#include <QFileInfo>
+#include <QProcess>
+#include <QProcessEnvironment>
+
+namespace qv
+{
+namespace
+{
+
+// A single quote can't stand inside of single quotes.
+QString shellQuoted(QString text)
+{
+    return QLatin1Char('\'') + text.replace(QLatin1Char('\''), QLatin1String("'\\''")) +
+           QLatin1Char('\'');
+}
+
+void logTrash(bool isTrashed)
+{
+    logLine(QStringLiteral("moveToTrash         ? %1").arg(isTrashed ? 1 : 0));
+}
+
+Installation inPlace(const QString &application, const QString &place, const DiskMoves &moves)
+{
+    const Replacement done = replaceItem(application, place, moves);
+    logTrash(done.isTrashed);
+    return {done.error, place, done.oldAt, done.isTrashed, false};
+}
+
+Installation onDesktop(const QString &application, const QString &running,
+                       const QString &archiveName, const DiskMoves &moves)
+{
+    const QString place = expandTilde(appendPath(QStringLiteral("~/Desktop"), archiveName));
+    mkdir(QFileInfo(place).path());
+    const Replacement done = replaceItem(application, place, moves);
+    Installation result{done.error, place, {}, false, true};
+    if (done.error.isNull()) {
+        result.oldAt = moves.trash(running);
+        result.isOldTrashed = !result.oldAt.isNull();
+        logTrash(result.isOldTrashed);
+    }
+    return result;
+}
+
+} // namespace
+
+Installation installApplication(const QString &application, const QString &runningPath,
+                                const QString &archiveName, const DiskMoves &moves)
+{
+    return droitsAcces(runningPath) ? inPlace(application, runningPath, moves)
+                                    : onDesktop(application, runningPath, archiveName, moves);
+}
+
+QString installAddOn(const QString &item, const QString &bundleName, const DiskMoves &moves)
+{
+    const QString folder =
+        expandTilde(QStringLiteral("~/Library/Application Support/%1").arg(bundleName));
+    mkdir(folder);
+    droitsAcces(folder);
+    const Replacement done = replaceItem(item, appendPath(folder, lastPathComponent(item)), moves);
+    return done.error;
+}
+
+QString relaunchCommand(const QString &bundlePath, const QString &executable)
+{
+    const QString program = QStringLiteral("%1/Contents/MacOS/%2").arg(bundlePath, executable);
+    return QStringLiteral("/bin/sleep 10 && exec %1").arg(shellQuoted(program));
+}
+
+bool relaunchLater(const QString &bundlePath, const QString &executable)
+{
+    QProcess shell;
+    shell.setProgram(QStringLiteral("/bin/sh"));
+    shell.setArguments({QStringLiteral("-c"), relaunchCommand(bundlePath, executable)});
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("LC_CTYPE"), QStringLiteral("en_US.UTF-8"));
+    shell.setProcessEnvironment(environment);
+    shell.setWorkingDirectory(QStringLiteral("/"));
+    shell.setStandardOutputFile(QProcess::nullDevice());
+    shell.setStandardErrorFile(QProcess::nullDevice());
+    const bool started = shell.startDetached();
+    logLine(QStringLiteral("relaunch            :-%1 %2")
+                .arg(QLatin1String(started ? ")" : "("), bundlePath));
+    return started;
+}
+
+} // namespace qv

@@ -1,0 +1,37 @@
+#pragma once
+
+#include "support/bundle.h"
+#include "updater/bundle_moves.h"
+
+#include <QString>
+
+// The new version takes the place of the running one.
+namespace qv
+{
+
+struct Installation {
+    QString error;       // for people; null when the new version is installed
+    QString installedAt; // the running application's place, or one on the desktop
+    QString oldAt;       // where the version that ran lies now; null when it was not moved
+    bool isOldTrashed = false;
+    bool isOnDesktop = false;
+};
+
+// Brings the new application to the running one's place, and that one to the trash. Where the
+// running one's folder can't be written into, the new one goes to the desktop, named as its archive
+// is. Blocking; may run on any thread.
+Installation installApplication(const QString &application, const QString &runningPath,
+                                const QString &archiveName,
+                                const DiskMoves &moves = DiskMoves::real());
+
+// Brings the item under its own name into the application's support folder of the user. Null, or
+// why it failed.
+QString installAddOn(const QString &item, const QString &bundleName,
+                     const DiskMoves &moves = DiskMoves::real());
+
+// The command line by which a shell starts the bundle's program ten seconds later.
+QString relaunchCommand(const QString &bundlePath, const QString &executable);
+// Starts that shell, which outlives this process. False when it can't be started.
+bool relaunchLater(const QString &bundlePath, const QString &executable);
+
+} // namespace qv
