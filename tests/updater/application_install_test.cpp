@@ -1,0 +1,261 @@
+#include "updater/application_install.h"
+
+#include "common/log_capture.h"
+#include "common/wait_until.h"
+#include "support/files.h"
+#include "updater/application_archive.h"
+
+#include "small_application.h"
+
+#include <QDir>
+#include <QProcess>
+#include <QTemporaryDir>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <unistd.h>
+
+using namespace qv;
+using testing::HasSubstr;
+
+namespace
+{
+
+class InstallTest : public testing::Test
+{
+protected:
+    InstallTest()
+    {
+        qputenv("HOME", path("home").toUtf8());
+        qputenv("XDG_DATA_HOME", path("home/.local/share").toUtf8());
+        SmallApplication{.version = "1.0"}.write(running());
+        SmallApplication{.version = "2.0"}.write(offered());
+    }
+    ~InstallTest() override
+    {
+        qputenv("HOME", m_home);
+        qunsetenv("XDG_DATA_HOME");
+    }
+
+    QString path(const QString &name) const { return m_folder.filePath(name); }
+    QString running() const { return path("place/Quorvantel.app"); }
+    QString offered() const { return path("dl/Quorvantel.app"); }
+    QString versionAt(const QString &bundle) const { return Bundle(bundle).version(); }
+    // Also what is hidden.
+    QStringList namesIn(const QString &folder) const
+    {
+        return QDir(path(folder)).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot);
+    }
+    void removeTreeOf(const QString &folder) { QDir(path(folder)).removeRecursively(); }
+    Installation install(const DiskMoves &moves = DiskMoves::real())
+    {
+        return installApplication(offered(), running(), "Quorvantel.zip", moves);
+    }
+
+    const QByteArray m_home = qgetenv("HOME");
+    const QTemporaryDir m_folder;
+    LogCapture m_log;
+};
+
+DiskMoves withoutExchange()
+{
+    DiskMoves moves = DiskMoves::real();
+    moves.exchange = [](const QString &, const QString &) {
+        return DiskMoves::Exchange::Unsupported;
+    };
+    return moves;
+}
+
+} // namespace
+
+TEST_F(InstallTest, TheNewVersionTakesThePlaceAndTheOldOneLiesInTheTrash)
+{
+    for (const DiskMoves &moves : {DiskMoves::real(), withoutExchange()}) {
+        SmallApplication{.version = "1.0"}.write(running());
+        SmallApplication{.version = "2.0"}.write(offered());
+        const Installation done = install(moves);
+        EXPECT_TRUE(done.error.isNull()) << qPrintable(done.error);
+        EXPECT_EQ(versionAt(running()), "2.0");
+        EXPECT_TRUE(done.isOldTrashed);
+        EXPECT_EQ(versionAt(done.oldAt), "1.0");
+        EXPECT_EQ(namesIn("place"), QStringList{"Quorvantel.app"});
+        EXPECT_TRUE(QFileInfo(running() + "/Contents/MacOS/Quorvantel").isExecutable());
+        EXPECT_TRUE(m_log.contains("moveToTrash         ? 1"));
+        removeTreeOf("place");
+    }
+    const QDir info(path("home/.local/share/Trash/info"));
+    ASSERT_FALSE(info.entryList(QDir::Files).isEmpty());
+    EXPECT_THAT(contentOf(info.filePath(info.entryList(QDir::Files).first())).toStdString(),
+                HasSubstr("Path=" + running().toStdString() + "\n"))
+        << "it can be put back from the trash";
+}
+
+// Each fault in turn: the old version is at its place, or the outcome tells where it lies.
+TEST_F(InstallTest, WhateverFailsTheOldVersionIsNotLost)
+{
+    DiskMoves real = DiskMoves::real();
+    const auto failingRename = [real](int number) {
+        DiskMoves moves = withoutExchange();
+        moves.rename = [real, number, count = 0](const QString &from, const QString &to) mutable {
+            return ++count != number && real.rename(from, to);
+        };
+        return moves;
+    };
+    DiskMoves noExchange = real;
+    noExchange.exchange = [](const QString &, const QString &) {
+        return DiskMoves::Exchange::Failed;
+    };
+    const struct {
+        const char *what;
+        DiskMoves moves;
+    } cases[] = {{"the exchange fails", noExchange},
+                 {"the old one can't be moved away", failingRename(2)},
+                 {"the new one can't be moved in", failingRename(3)}};
+    for (const auto &c : cases) {
+        SmallApplication{.version = "2.0"}.write(offered());
+        const Installation done = install(c.moves);
+        EXPECT_FALSE(done.error.isNull()) << c.what;
+        EXPECT_EQ(versionAt(running()), "1.0") << c.what;
+        EXPECT_EQ(namesIn("place"), QStringList{"Quorvantel.app"}) << c.what;
+    }
+    // Neither in nor back.
+    SmallApplication{.version = "2.0"}.write(offered());
+    DiskMoves onlyAway = withoutExchange();
+    onlyAway.rename = [real, count = 0](const QString &from, const QString &to) mutable {
+        return ++count < 3 && real.rename(from, to);
+    };
+    const Installation lost = install(onlyAway);
+    EXPECT_FALSE(lost.error.isNull());
+    EXPECT_EQ(versionAt(lost.oldAt), "1.0");
+}
+
+TEST_F(InstallTest, WhatTheTrashDoesNotTakeStaysBeside)
+{
+    DiskMoves moves = DiskMoves::real();
+    moves.trash = [](const QString &) { return QString(); };
+    const Installation done = install(moves);
+    EXPECT_TRUE(done.error.isNull());
+    EXPECT_FALSE(done.isOldTrashed);
+    EXPECT_EQ(done.oldAt, path("place/Quorvantel (1).app"));
+    EXPECT_EQ(versionAt(done.oldAt), "1.0");
+    EXPECT_EQ(versionAt(running()), "2.0");
+}
+
+TEST_F(InstallTest, AnUnwritablePlaceSendsItToTheDesktop)
+{
+    if (::geteuid() == 0) {
+        // What not even root can write into.
+        removeTreeOf("place");
+        const Installation done =
+            installApplication(offered(), "/proc/self/fdinfo", "Quorvantel 2.zip",
+                               DiskMoves{DiskMoves::real().exchange, DiskMoves::real().rename,
+                                         [](const QString &) { return QString(); }});
+        EXPECT_TRUE(done.error.isNull()) << qPrintable(done.error);
+        EXPECT_TRUE(done.isOnDesktop);
+        EXPECT_EQ(done.installedAt, path("home/Desktop/Quorvantel 2.zip"));
+        EXPECT_EQ(versionAt(done.installedAt), "2.0");
+        EXPECT_TRUE(m_log.contains("moveToTrash         ? 0"));
+        return;
+    }
+    QFile::setPermissions(running(), QFile::ReadOwner | QFile::ExeOwner);
+    const Installation done = install();
+    QFile::setPermissions(running(), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    EXPECT_TRUE(done.isOnDesktop);
+    EXPECT_EQ(versionAt(path("home/Desktop/Quorvantel.zip")), "2.0");
+}
+
+TEST_F(InstallTest, ClearsOnlyWhatAKilledInstallationLeft)
+{
+    QDir().mkpath(path("place/.quorvantel-update-abc/Quorvantel.app"));
+    writeFile(path("place/.quorvantel-update-file"), "the user's");
+    QDir().mkpath(path("target"));
+    QFile::link(path("target"), path("place/.quorvantel-update-link"));
+    clearStagingFolders(running());
+    EXPECT_THAT(namesIn("place"),
+                testing::UnorderedElementsAre(".quorvantel-update-file", ".quorvantel-update-link",
+                                              "Quorvantel.app"));
+}
+
+TEST_F(InstallTest, AnAddOnReplacesAnEarlierOne)
+{
+    const QString support = "home/Library/Application Support/Quorvantel";
+    for (const QByteArray content : {"one", "two"}) {
+        writeFile(path("dl/ffmpeg"), content);
+        EXPECT_TRUE(installAddOn(path("dl/ffmpeg"), "Quorvantel").isNull());
+        EXPECT_EQ(contentOf(path(support + "/ffmpeg")), content);
+    }
+    EXPECT_EQ(namesIn(support), QStringList{"ffmpeg"});
+    EXPECT_FALSE(installAddOn(path("dl/none"), "Quorvantel").isNull());
+}
+
+TEST_F(InstallTest, TheRelaunchQuotesThePathForTheShell)
+{
+    const QString place = path("it's $(touch bad) \"here\"; `x`/A.app");
+    SmallApplication{.version = "3.0", .program = "echo $VERSION\n"}.write(place);
+    QString command = relaunchCommand(place, "Quorvantel");
+    ASSERT_TRUE(command.startsWith("/bin/sleep 10 && "));
+    command.remove("/bin/sleep 10 && ");
+    QProcess shell;
+    shell.setWorkingDirectory(m_folder.path());
+    shell.start("/bin/sh", {"-c", command});
+    ASSERT_TRUE(shell.waitForFinished());
+    EXPECT_EQ(shell.readAllStandardOutput(), "3.0\n");
+    EXPECT_FALSE(QFileInfo::exists(path("bad")));
+}
+
+// ---- what the archive holds
+
+TEST(ArchiveNames, AreLastComponentsThatAreSafe)
+{
+    EXPECT_EQ(archiveName("http://u.example/a/Quorvantel-2.zip"), "Quorvantel-2.zip");
+    EXPECT_TRUE(isApplicationAddress("http://u.example/a/QUORVANTEL-2.zip"));
+    EXPECT_FALSE(isApplicationAddress("http://quorvantel.example/a/ffmpeg.zip"));
+    for (const QString bad : {"", "http://u.example/..", "http://u.example/."}) {
+        EXPECT_TRUE(archiveName(bad).isNull()) << qPrintable(bad);
+    }
+    EXPECT_TRUE(archiveName("http://u.example/" + QString(300, 'a')).isNull());
+}
+
+TEST_F(InstallTest, OnlyANewerVersionThatStartsHereIsTaken)
+{
+    const struct {
+        const char *what;
+        SmallApplication application;
+        bool taken;
+    } cases[] = {
+        {"newer", {}, true},
+        {"the same", {.version = "1.0"}, false},
+        {"older", {.version = "0.9"}, false},
+        {"another application", {.identifier = "org.other"}, false},
+        {"it does not start", {.program = "exit 1\n"}, false},
+        {"it prints another version", {.program = "echo 1.0\n"}, false},
+    };
+    for (const auto &c : cases) {
+        removeTreeOf("dl");
+        c.application.write(offered());
+        QFile::setPermissions(offered() + "/Contents/MacOS/Quorvantel",
+                              QFile::ReadOwner | QFile::WriteOwner);
+        const auto found = unpackedApplication(path("dl"), Bundle(running()));
+        EXPECT_EQ(found.has_value(), c.taken) << c.what;
+    }
+    SmallApplication().write(offered());
+    const auto found = unpackedApplication(path("dl"), Bundle(running()));
+    EXPECT_EQ(found.value_or(""), offered());
+    EXPECT_TRUE(QFileInfo(offered() + "/Contents/Resources/tools/ffmpeg").isExecutable());
+    QFile::remove(offered() + "/Contents/MacOS/Quorvantel");
+    QFile::link("/bin/true", offered() + "/Contents/MacOS/Quorvantel");
+    EXPECT_FALSE(unpackedApplication(path("dl"), Bundle(running())));
+    removeTreeOf("dl");
+    EXPECT_FALSE(unpackedApplication(path("dl"), Bundle(running())));
+}
+
+TEST_F(InstallTest, AnAddOnIsNamedAsItsArchive)
+{
+    writeFile(path("dl/tool.zip"), "");
+    EXPECT_FALSE(unpackedAddOn(path("dl/tool.zip")));
+    writeFile(path("dl/tool"), "#!/bin/sh\n");
+    EXPECT_EQ(unpackedAddOn(path("dl/tool.zip")).value_or(""), path("dl/tool"));
+    EXPECT_TRUE(QFileInfo(path("dl/tool")).isExecutable());
+    EXPECT_FALSE(unpackedAddOn(path("dl/tool"))) << "an archive is no add-on itself";
+}
