@@ -128,6 +128,7 @@ void Desktop::prepareFolders()
     }
     logEnvironment(Bundle::main());
     makeMovieFolder();
+    clearStagingFolders(Bundle::main().path());
 }
 
 void Desktop::checkLogs()

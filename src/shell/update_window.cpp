@@ -8,6 +8,8 @@
 #include "updater/updater.h"
 
 #include <QHBoxLayout>
+#include <QImage>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
 #include <QLocale>
@@ -24,6 +26,8 @@ constexpr int iconSize = 56;
 constexpr int progressSteps = 1000;
 // Laying out a page may take time that grows much faster than its length.
 constexpr qsizetype longestPage = 200'000; // characters
+
+const QString widestAmount = QStringLiteral("000.0 MB of 000.0 MB");
 
 QLabel *plainLabel()
 {
@@ -55,9 +59,12 @@ NotesBrowser::NotesBrowser(QWidget *parent) : QTextBrowser(parent)
     });
 }
 
-QVariant NotesBrowser::loadResource(int, const QUrl &)
+// A picture is an empty place instead of a sign that something is broken.
+QVariant NotesBrowser::loadResource(int type, const QUrl &)
 {
-    return {};
+    QImage nothing(1, 1, QImage::Format_ARGB32_Premultiplied);
+    nothing.fill(Qt::transparent);
+    return type == QTextDocument::ImageResource ? QVariant(nothing) : QVariant();
 }
 
 void NotesBrowser::showPage(const WebPage &page)
@@ -131,6 +138,9 @@ QWidget *UpdateWindow::makeProgress()
     m_bar->setTextVisible(false);
     m_bar->setObjectName(QStringLiteral("updateProgress"));
     m_amount->setWordWrap(false);
+    m_amount->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
+    // The bar keeps its length while the numbers change.
+    m_amount->setMinimumWidth(m_amount->fontMetrics().horizontalAdvance(widestAmount));
     m_cancel->setObjectName(QStringLiteral("updateCancel"));
     m_cancel->setAutoDefault(false);
     row->addWidget(m_bar, 1);
@@ -174,10 +184,14 @@ void UpdateWindow::showOffer(const UpdateOffer &offer)
     setPhase(UpdatePhase::Offered);
     if (!isVisible()) {
         open();
-        m_buttons->segments()
-            .at(m_mayDownload ? Updater::downloadSegment : Updater::closeSegment)
-            ->setFocus();
+        focusMainButton();
     }
+}
+
+void UpdateWindow::focusMainButton()
+{
+    const int main = m_mayDownload ? Updater::downloadSegment : Updater::closeSegment;
+    m_buttons->segments().at(main)->setFocus();
 }
 
 void UpdateWindow::setStatus(const QString &status)
@@ -203,6 +217,9 @@ void UpdateWindow::setPhase(UpdatePhase phase)
         m_cancel->setFocus();
     } else {
         m_timeLeft.stop();
+    }
+    if (isIdle) {
+        focusMainButton();
     }
     if (phase == UpdatePhase::Installing) {
         setStatus(localized(QStringLiteral("updateInstalling")));
@@ -251,6 +268,22 @@ void UpdateWindow::reject()
         break;
     case UpdatePhase::Installing:
         break;
+    }
+}
+
+// Return presses the button that has the focus, and the sheet's main one from everywhere else.
+void UpdateWindow::keyPressEvent(QKeyEvent *event)
+{
+    if (event->key() != Qt::Key_Return && event->key() != Qt::Key_Enter) {
+        QDialog::keyPressEvent(event);
+        return;
+    }
+    auto *button = qobject_cast<QAbstractButton *>(focusWidget());
+    QWidget *download = m_buttons->segments().at(Updater::downloadSegment);
+    if (button != nullptr) {
+        button->click();
+    } else if (download->isEnabled()) {
+        Q_EMIT segmentClicked(Updater::downloadSegment);
     }
 }
 

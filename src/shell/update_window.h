@@ -49,6 +49,9 @@ public:
     // come to its end stays.
     void reject() override;
 
+protected:
+    void keyPressEvent(QKeyEvent *event) override;
+
 Q_SIGNALS:
     void segmentClicked(int segment);
     void cancelClicked();
@@ -58,6 +61,7 @@ private:
     QWidget *makeHead();
     QWidget *makeProgress();
     QWidget *makeFoot();
+    void focusMainButton();
 
     QLabel *m_heading;
     QLabel *m_running;

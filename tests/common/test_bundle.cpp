@@ -4,6 +4,7 @@
 #include <QFile>
 #include <QImage>
 #include <QPainter>
+#include <QRegularExpression>
 #include <QStandardPaths>
 
 namespace
@@ -19,6 +20,20 @@ void copyFolder(const QString &from, const QString &to)
     }
 }
 
+// Nobody answers at its update address.
+void copyInfo(const QString &to)
+{
+    QFile built(builtBundle + QStringLiteral("/Contents/Info.plist"));
+    QFile copy(to);
+    if (built.open(QIODevice::ReadOnly) && copy.open(QIODevice::WriteOnly)) {
+        static const QRegularExpression address(
+            QStringLiteral("(<key>QVUpdateAddress</key>\\s*<string>)[^<]*"));
+        copy.write(QString::fromUtf8(built.readAll())
+                       .replace(address, QStringLiteral("\\1http://127.0.0.1:1/"))
+                       .toUtf8());
+    }
+}
+
 } // namespace
 
 TestBundle::TestBundle(Ffmpeg ffmpeg) : m_before(qv::Bundle::main())
@@ -26,8 +41,7 @@ TestBundle::TestBundle(Ffmpeg ffmpeg) : m_before(qv::Bundle::main())
     const QString contents = path() + QStringLiteral("/Contents");
     const QString resources = contents + QStringLiteral("/Resources");
     QDir().mkpath(resources + QStringLiteral("/tools"));
-    QFile::copy(builtBundle + QStringLiteral("/Contents/Info.plist"),
-                contents + QStringLiteral("/Info.plist"));
+    copyInfo(contents + QStringLiteral("/Info.plist"));
     for (const QString &language : {QStringLiteral("/en.lproj"), QStringLiteral("/fr.lproj")}) {
         copyFolder(builtBundle + QStringLiteral("/Contents/Resources") + language,
                    resources + language);

@@ -14,6 +14,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <csignal>
+#include <memory>
+#include <sys/wait.h>
 #include <unistd.h>
 
 using namespace qv;
@@ -65,6 +68,30 @@ DiskMoves withoutExchange()
         return DiskMoves::Exchange::Unsupported;
     };
     return moves;
+}
+
+// The process dies when it wants to move more often.
+DiskMoves killingAfter(int moves)
+{
+    const DiskMoves real = DiskMoves::real();
+    const auto left = std::make_shared<int>(moves);
+    const auto count = [left] {
+        if ((*left)-- == 0) {
+            ::kill(::getpid(), SIGKILL);
+        }
+    };
+    return {[=](const QString &a, const QString &b) {
+                count();
+                return real.exchange(a, b);
+            },
+            [=](const QString &from, const QString &to) {
+                count();
+                return real.rename(from, to);
+            },
+            [=](const QString &path) {
+                count();
+                return real.trash(path);
+            }};
 }
 
 } // namespace
@@ -128,6 +155,31 @@ TEST_F(InstallTest, WhateverFailsTheOldVersionIsNotLost)
     const Installation lost = install(onlyAway);
     EXPECT_FALSE(lost.error.isNull());
     EXPECT_EQ(versionAt(lost.oldAt), "1.0");
+}
+
+// Killed before each of its moves in turn: a whole application stands at the place all the same.
+TEST_F(InstallTest, AKilledInstallationLeavesAnApplicationAtItsPlace)
+{
+    constexpr int moreThanItsMoves = 8;
+    int killed = 0;
+    for (int last = 0; last < moreThanItsMoves; ++last) {
+        removeTreeOf("place");
+        SmallApplication{.version = "1.0"}.write(running());
+        SmallApplication{.version = "2.0"}.write(offered());
+        const pid_t child = ::fork();
+        if (child == 0) {
+            install(killingAfter(last));
+            ::_exit(0);
+        }
+        int status = 0;
+        ASSERT_EQ(::waitpid(child, &status, 0), child);
+        killed += WIFSIGNALED(status) ? 1 : 0;
+        EXPECT_THAT(versionAt(running()).toStdString(), testing::AnyOf("1.0", "2.0")) << last;
+        EXPECT_TRUE(QFileInfo(running() + "/Contents/MacOS/Quorvantel").isExecutable()) << last;
+        clearStagingFolders(running());
+        EXPECT_EQ(namesIn("place"), QStringList{"Quorvantel.app"}) << last;
+    }
+    EXPECT_GE(killed, 3) << "staging, exchange, trash";
 }
 
 TEST_F(InstallTest, WhatTheTrashDoesNotTakeStaysBeside)
