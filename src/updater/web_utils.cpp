@@ -1,1 +1,75 @@
 #include "updater/web_utils.h"
+
+#include "updater/web_download.h"
+#include "updater/web_page.h"
+
+#include <QNetworkAccessManager>
+
+namespace qv
+{
+
+webUtils::webUtils(const WebLimits &limits, QObject *parent)
+    : QObject(parent), m_limits(limits), m_manager(std::make_unique<QNetworkAccessManager>()),
+      m_pages(std::make_unique<QObject>())
+{
+}
+
+webUtils::~webUtils() = default;
+
+void webUtils::webpageLoad(const QUrl &address, PageHandler handler)
+{
+    auto *page = new PageLoad(*m_manager, address, m_limits, std::move(handler));
+    page->setParent(m_pages.get());
+}
+
+void webUtils::internetConnexionCheck(const QUrl &address, ConnexionHandler handler)
+{
+    const auto judge = [host = address.host(), handler = std::move(handler)](const auto &page) {
+        if (!page) {
+            handler(tl::unexpected(page.error()));
+        } else if (page->text().isEmpty()) {
+            handler(
+                tl::unexpected(QStringLiteral("the server at %1 sent an empty page").arg(host)));
+        } else {
+            handler({});
+        }
+    };
+    webpageLoad(address, judge);
+}
+
+void webUtils::downloadURL(const DownloadRequest &request, DownloadHandler handler)
+{
+    if (m_download) {
+        const auto refuse = [handler = std::move(handler)] {
+            handler(tl::unexpected(QStringLiteral("there is a download on its way already")));
+        };
+        QMetaObject::invokeMethod(m_pages.get(), refuse, Qt::QueuedConnection);
+        return;
+    }
+    const auto tell = [this, handler = std::move(handler)](const auto &done) {
+        // Whoever hears it may begin the next one, or delete this.
+        const std::unique_ptr<WebDownload> download = std::move(m_download);
+        handler(done);
+    };
+    m_download = std::make_unique<WebDownload>(*m_manager, request, m_limits, tell);
+    connect(m_download.get(), &WebDownload::progressed, this, &webUtils::downloadProgressed);
+}
+
+bool webUtils::isDownloading() const
+{
+    return m_download != nullptr;
+}
+
+void webUtils::cancelDownload()
+{
+    if (m_download) {
+        m_download->cancel();
+    }
+}
+
+QString webUtils::cancelledReason()
+{
+    return QStringLiteral("the download was cancelled");
+}
+
+} // namespace qv

@@ -18,6 +18,8 @@ class QNetworkAccessManager;
 namespace qv
 {
 
+class WebDownload;
+
 struct WebLimits {
     int connecting = 15'000; // milliseconds until the request is on its way
     int silence = 30'000;    // milliseconds without a byte
@@ -25,6 +27,7 @@ struct WebLimits {
     qint64 pageBytes = qint64{1} << 20; // of a page
     qint64 fileBytes = qint64{2} << 30; // of a download
     int attempts = 4;                   // of a download that is cut off, each going on
+    int pause = 500; // milliseconds before the second attempt; doubled before each further one
 };
 
 struct WebPage {
@@ -75,11 +78,10 @@ Q_SIGNALS:
     void downloadProgressed(qint64 received, qint64 total);
 
 private:
-    class Page;
-    class Download;
     WebLimits m_limits;
     std::unique_ptr<QNetworkAccessManager> m_manager;
-    std::unique_ptr<Download> m_download;
+    std::unique_ptr<QObject> m_pages; // that are on their way, as its children
+    std::unique_ptr<WebDownload> m_download;
 };
 
 } // namespace qv

@@ -1,0 +1,248 @@
+#include "updater/web_exchange.h"
+
+#include "support/bundle.h"
+
+#include <QNetworkAccessManager>
+#include <QSslError>
+
+namespace qv
+{
+namespace
+{
+
+constexpr qint64 unreadBytes = 256 << 10;
+
+// A header's value is one line of visible characters.
+QByteArray headerText(const QString &text)
+{
+    QByteArray line;
+    for (const QChar character : text) {
+        line +=
+            character.unicode() > ' ' && character.unicode() < 0x7f ? character.toLatin1() : '-';
+    }
+    return line;
+}
+
+QByteArray userAgent()
+{
+    const Bundle &bundle = Bundle::main();
+    return headerText(bundle.name()) + '/' + headerText(bundle.version());
+}
+
+QNetworkRequest plainRequest(const QUrl &address, const WebLimits &limits)
+{
+    // A name and a password in an address would be given to whoever asks for them.
+    QNetworkRequest request(address.adjusted(QUrl::RemoveUserInfo | QUrl::RemoveFragment));
+    request.setAttribute(QNetworkRequest::CookieLoadControlAttribute, QNetworkRequest::Manual);
+    request.setAttribute(QNetworkRequest::CookieSaveControlAttribute, QNetworkRequest::Manual);
+    request.setAttribute(QNetworkRequest::AuthenticationReuseAttribute, QNetworkRequest::Manual);
+    request.setAttribute(QNetworkRequest::CacheLoadControlAttribute,
+                         QNetworkRequest::AlwaysNetwork);
+    request.setAttribute(QNetworkRequest::CacheSaveControlAttribute, false);
+    request.setAttribute(QNetworkRequest::RedirectPolicyAttribute,
+                         QNetworkRequest::NoLessSafeRedirectPolicy);
+    // Only the older protocol makes the server wait for a slow reader.
+    request.setAttribute(QNetworkRequest::Http2AllowedAttribute, false);
+    request.setMaximumRedirectsAllowed(limits.redirects);
+    request.setRawHeader("Accept-Encoding", "identity");
+    request.setRawHeader("User-Agent", userAgent());
+    return request;
+}
+
+bool isRedirectStatus(int status)
+{
+    return status == 301 || status == 302 || status == 303 || status == 305 || status == 307 ||
+           status == 308;
+}
+
+QString seconds(int milliseconds)
+{
+    return QString::number(milliseconds / 1000.0, 'g', 3);
+}
+
+// What the library gives when a server can be asked again with some hope.
+bool isPassing(QNetworkReply::NetworkError error)
+{
+    switch (error) {
+    case QNetworkReply::RemoteHostClosedError:
+    case QNetworkReply::TimeoutError:
+    case QNetworkReply::TemporaryNetworkFailureError:
+    case QNetworkReply::NetworkSessionFailedError:
+    case QNetworkReply::UnknownNetworkError:
+    case QNetworkReply::ProxyConnectionClosedError:
+    case QNetworkReply::ProxyTimeoutError:
+        return true;
+    default:
+        return false;
+    }
+}
+
+} // namespace
+
+WebExchange::WebExchange(QNetworkAccessManager &manager, const QUrl &address,
+                         const QList<Header> &headers, const WebLimits &limits)
+    : m_limits(limits)
+{
+    QNetworkRequest request = plainRequest(address, limits);
+    for (const Header &header : headers) {
+        request.setRawHeader(header.name, header.value);
+    }
+    m_reply = manager.get(request);
+    m_reply->setReadBufferSize(unreadBytes);
+    m_patience.setSingleShot(true);
+    connect(&m_patience, &QTimer::timeout, this, &WebExchange::fallSilent);
+    m_patience.start(limits.connecting);
+    watchReply();
+}
+
+void WebExchange::watchReply()
+{
+    connect(m_reply, &QNetworkReply::requestSent, this, [this] {
+        m_isSent = true;
+        noteLife();
+    });
+    connect(m_reply, &QNetworkReply::metaDataChanged, this, &WebExchange::noteLife);
+    connect(m_reply, &QNetworkReply::redirected, this, &WebExchange::noteLife);
+    connect(m_reply, &QNetworkReply::sslErrors, this, [this] { m_isCertificateBad = true; });
+    connect(m_reply, &QNetworkReply::readyRead, this, [this] {
+        noteLife();
+        giveBytes();
+    });
+    connect(m_reply, &QNetworkReply::finished, this, &WebExchange::finish);
+}
+
+WebExchange::~WebExchange()
+{
+    m_reply->disconnect(this);
+    m_reply->deleteLater();
+}
+
+QString WebExchange::host() const
+{
+    return m_reply->url().host();
+}
+
+int WebExchange::status() const
+{
+    return m_reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
+}
+
+QByteArray WebExchange::header(const QByteArray &name) const
+{
+    return m_reply->rawHeader(name);
+}
+
+std::optional<qint64> WebExchange::declaredLength() const
+{
+    return parseByteCount(header("Content-Length"));
+}
+
+QByteArray WebExchange::read()
+{
+    const QByteArray bytes = m_reply->readAll();
+    m_received += bytes.size();
+    return bytes;
+}
+
+// What comes along with a redirect that is followed is nobody's page.
+bool WebExchange::isAnswer() const
+{
+    return !isRedirectStatus(status()) || header("Location").isEmpty();
+}
+
+void WebExchange::noteLife()
+{
+    if (m_isSent && !m_hasEnded) {
+        m_patience.start(m_limits.silence);
+    }
+}
+
+void WebExchange::giveBytes()
+{
+    if (!isAnswer()) {
+        m_reply->readAll();
+    } else if (!m_hasEnded) {
+        Q_EMIT bytesCame();
+    }
+}
+
+void WebExchange::fallSilent()
+{
+    const int waited = m_isSent ? m_limits.silence : m_limits.connecting;
+    end(Ending::Cut,
+        QStringLiteral("the server at %1 did not answer for %2 s").arg(host(), seconds(waited)));
+}
+
+void WebExchange::finish()
+{
+    if (m_reply->error() != QNetworkReply::NoError && !hasHttpStatusError()) {
+        end(isPassing(m_reply->error()) ? Ending::Cut : Ending::Refused, failureReason());
+    } else if (isShort()) {
+        end(Ending::Cut, QStringLiteral("the server at %1 sent less than it promised").arg(host()));
+    } else {
+        end(Ending::Whole, {});
+    }
+}
+
+// The library makes errors of statuses from 400 on, although their pages came well.
+bool WebExchange::hasHttpStatusError() const
+{
+    const int error = m_reply->error();
+    return status() >= 400 && ((error > 200 && error <= QNetworkReply::UnknownContentError) ||
+                               (error > 400 && error <= QNetworkReply::UnknownServerError) ||
+                               error == QNetworkReply::ProtocolInvalidOperationError ||
+                               error == QNetworkReply::ProxyAuthenticationRequiredError);
+}
+
+bool WebExchange::isShort() const
+{
+    const std::optional<qint64> declared = declaredLength();
+    return declared && m_received + m_reply->bytesAvailable() < *declared;
+}
+
+void WebExchange::end(Ending ending, const QString &reason)
+{
+    if (std::exchange(m_hasEnded, true)) {
+        return;
+    }
+    m_patience.stop();
+    Q_EMIT ended(ending, reason);
+}
+
+QString WebExchange::failureReason() const
+{
+    switch (m_reply->error()) {
+    case QNetworkReply::SslHandshakeFailedError:
+        return (m_isCertificateBad
+                    ? QStringLiteral("the certificate of %1 can't be trusted: %2")
+                    : QStringLiteral("no safe connection to the server at %1 can be made: %2"))
+            .arg(host(), m_reply->errorString());
+    case QNetworkReply::RemoteHostClosedError:
+        return QStringLiteral("the server at %1 broke off the connection").arg(host());
+    case QNetworkReply::InsecureRedirectError:
+    case QNetworkReply::TooManyRedirectsError:
+    case QNetworkReply::ProtocolUnknownError:
+        return redirectReason();
+    case QNetworkReply::ProtocolFailure:
+        return QStringLiteral("what the server at %1 answers makes no sense: %2")
+            .arg(host(), m_reply->errorString());
+    default:
+        return QStringLiteral("the server at %1 can't be reached: %2")
+            .arg(host(), m_reply->errorString());
+    }
+}
+
+QString WebExchange::redirectReason() const
+{
+    switch (m_reply->error()) {
+    case QNetworkReply::InsecureRedirectError:
+        return QStringLiteral("the server at %1 redirects to an address that is less safe")
+            .arg(host());
+    case QNetworkReply::TooManyRedirectsError:
+        return QStringLiteral("the server at %1 redirects too often").arg(host());
+    default:
+        return QStringLiteral("the server at %1 redirects out of the web").arg(host());
+    }
+}
+
+} // namespace qv
