@@ -22,6 +22,12 @@ bool isForbidden(char byte)
     return byte == '\\' || isControl(byte);
 }
 
+// Format characters turn the text around them.
+bool isUnshowable(QChar c)
+{
+    return c.category() == QChar::Other_Control || c.category() == QChar::Other_Format;
+}
+
 bool isAscii(char byte)
 {
     return static_cast<unsigned char>(byte) < 0x80;
@@ -89,9 +95,7 @@ QString shownEntry(const QByteArray &name)
 {
     // Four bytes are the most that a character takes.
     QString text = QString::fromUtf8(name.left(4 * (longestShown + 1)));
-    std::replace_if(
-        text.begin(), text.end(), [](QChar c) { return c.category() == QChar::Other_Control; },
-        QChar(QChar::ReplacementCharacter));
+    std::replace_if(text.begin(), text.end(), isUnshowable, QChar(QChar::ReplacementCharacter));
     return fitted(text);
 }
 

@@ -88,6 +88,7 @@ public:
 
 private:
     Checked addBytes(quint64 bytes);
+    tl::expected<int, QString> folders(const QList<QByteArray> &path, const ZipEntry &entry);
     tl::expected<int, QString> folder(int parent, const QByteArray &name, const ZipEntry &entry);
     Checked place(int parent, const QByteArray &name, const ZipEntry &entry, Kind kind);
     tl::expected<int, QString> append(ZipNode node);
@@ -116,15 +117,9 @@ Checked Planner::add(const ZipEntry &entry)
         .and_then([&] { return checkSize(entry, *kind); })
         .and_then([&] { return addBytes(entry.place.size); })
         .and_then([&]() -> Checked {
-            int parent = -1;
-            for (qsizetype i = 0; i + 1 < components->size(); ++i) {
-                const auto found = folder(parent, components->at(i), entry);
-                if (!found) {
-                    return refused(found.error());
-                }
-                parent = *found;
-            }
-            return place(parent, components->constLast(), entry, *kind);
+            const auto parent = folders(components->mid(0, components->size() - 1), entry);
+            return parent ? place(*parent, components->constLast(), entry, *kind)
+                          : refused(parent.error());
         });
 }
 
@@ -146,6 +141,20 @@ Checked Planner::addBytes(quint64 bytes)
     }
     m_plan.bytes += bytes;
     return {};
+}
+
+// The innermost one's node.
+tl::expected<int, QString> Planner::folders(const QList<QByteArray> &path, const ZipEntry &entry)
+{
+    int parent = -1;
+    for (const QByteArray &name : path) {
+        const auto found = folder(parent, name, entry);
+        if (!found) {
+            return found;
+        }
+        parent = *found;
+    }
+    return parent;
 }
 
 tl::expected<int, QString> Planner::folder(int parent, const QByteArray &name,

@@ -10,10 +10,12 @@
 #include <QTemporaryDir>
 
 #include <array>
+#include <csignal>
 #include <thread>
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -155,6 +157,16 @@ QByteArray oneItem(const std::function<void(ZipItem &)> &change)
     return zipBytes({{"App.app/first", "1"}, item});
 }
 
+// With a 64-bit size, which may be a lie.
+QByteArray wideItem(quint64 claimedSize, std::optional<quint32> claimedChecksum = {})
+{
+    return oneItem([&](ZipItem &item) {
+        item.claimedSize = 0xffffffff;
+        item.claimedChecksum = claimedChecksum;
+        item.extra = littleEndian(1, 2) + littleEndian(8, 2) + littleEndian(claimedSize, 8);
+    });
+}
+
 QByteArray twoNames(const QByteArray &first, const QByteArray &second)
 {
     return zipBytes({{first, "1"}, {second, "2"}});
@@ -226,6 +238,10 @@ const Refused refusals[] = {
      damaged},
     {"broken compression", oneItem([](ZipItem &item) { item.packed = QByteArray(50, '\xff'); }),
      damaged},
+    {"wide size declared smaller", wideItem(9'000), damaged},
+    {"wide size declared larger", wideItem(11'000), damaged},
+    {"wide size beyond all sums", wideItem(~quint64{0}), "too much: 1024 MB"},
+    {"wide size with a wrong checksum", wideItem(10'000, 1), damaged},
     {"encrypted", oneItem([](ZipItem &item) { item.flags = 1; }), "an encrypted entry"},
     {"unknown method", oneItem([](ZipItem &item) { item.method = 14; }), "an unknown compression"},
     {"more than is allowed", oneItem([](ZipItem &item) { item.claimedSize = 0xfffffffe; }),
@@ -361,6 +377,22 @@ TEST_F(UnpackedArchive, StaysWithinItsLimits)
     EXPECT_THAT(unpack(UnpackLimits{.keptFree = quint64{1} << 60}), HasSubstr("no space"));
     EXPECT_FALSE(QFile::exists(destination));
     EXPECT_EQ(unpack(UnpackLimits{.bytes = 10, .entries = 4, .keptFree = 0}), "");
+}
+
+TEST_F(UnpackedArchive, IsGoneAgainWhenTheDiskTakesNoMore)
+{
+    writeFile(archive, zipBytes({{"App.app/first", "1"},
+                                 deflatedItem("App.app/large", QByteArray(1 << 20, 'x'))}));
+    rlimit before = {};
+    ::getrlimit(RLIMIT_FSIZE, &before);
+    const rlimit small = {300'000, before.rlim_max};
+    std::signal(SIGXFSZ, SIG_IGN);
+    ::setrlimit(RLIMIT_FSIZE, &small);
+    const std::string reason = unpack();
+    ::setrlimit(RLIMIT_FSIZE, &before);
+    std::signal(SIGXFSZ, SIG_DFL);
+    EXPECT_THAT(reason, HasSubstr("App.app/large can't be unpacked"));
+    EXPECT_EQ(QDir(folder.path()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot).size(), 1);
 }
 
 TEST_F(UnpackedArchive, IsNothingWhenItIsNoPlainFile)
