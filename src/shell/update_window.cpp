@@ -3,12 +3,12 @@
 #include "shell/interface_pictures.h"
 #include "shell/readable.h"
 #include "shell/reason_text.h"
+#include "updater/release_notes.h"
 #include "support/bundle.h"
 #include "support/localized_strings.h"
 #include "updater/updater.h"
 
 #include <QHBoxLayout>
-#include <QImage>
 #include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
@@ -24,8 +24,7 @@ namespace
 
 constexpr int iconSize = 56;
 constexpr int progressSteps = 1000;
-// Laying out a page may take time that grows much faster than its length.
-constexpr qsizetype longestPage = 200'000; // characters
+constexpr qsizetype longestPlainPage = 200'000; // characters
 
 const QString widestAmount = QStringLiteral("000.0 MB of 000.0 MB");
 
@@ -59,21 +58,18 @@ NotesBrowser::NotesBrowser(QWidget *parent) : QTextBrowser(parent)
     });
 }
 
-// A picture is an empty place instead of a sign that something is broken.
-QVariant NotesBrowser::loadResource(int type, const QUrl &)
+QVariant NotesBrowser::loadResource(int, const QUrl &)
 {
-    QImage nothing(1, 1, QImage::Format_ARGB32_Premultiplied);
-    nothing.fill(Qt::transparent);
-    return type == QTextDocument::ImageResource ? QVariant(nothing) : QVariant();
+    return {};
 }
 
 void NotesBrowser::showPage(const WebPage &page)
 {
-    const QString text = page.text().left(longestPage);
+    const QString text = page.text();
     if (page.contentType.startsWith(QLatin1String("text/plain"), Qt::CaseInsensitive)) {
-        setPlainText(text);
+        setPlainText(text.left(longestPlainPage));
     } else {
-        setHtml(text);
+        setHtml(safeNotes(text));
     }
 }
 
