@@ -175,10 +175,12 @@ void WebExchange::fallSilent()
 
 void WebExchange::finish()
 {
-    if (m_reply->error() != QNetworkReply::NoError && !hasHttpStatusError()) {
-        end(isPassing(m_reply->error()) ? Ending::Cut : Ending::Refused, failureReason());
-    } else if (isShort()) {
+    const QNetworkReply::NetworkError error = m_reply->error();
+    const bool isBroken = error == QNetworkReply::RemoteHostClosedError;
+    if (isShort() && (isBroken || error == QNetworkReply::NoError || hasHttpStatusError())) {
         end(Ending::Cut, QStringLiteral("the server at %1 sent less than it promised").arg(host()));
+    } else if (error != QNetworkReply::NoError && !hasHttpStatusError()) {
+        end(isPassing(error) ? Ending::Cut : Ending::Refused, failureReason());
     } else {
         end(Ending::Whole, {});
     }

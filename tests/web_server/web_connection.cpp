@@ -40,11 +40,7 @@ WebConnection::WebConnection(WebServer &server, QTcpSocket &socket)
     : QObject(&socket), m_server(server), m_socket(socket)
 {
     connect(&socket, &QTcpSocket::readyRead, this, &WebConnection::read);
-    connect(&socket, &QTcpSocket::bytesWritten, this, [this] {
-        if (m_isAnswering && m_route.bytesPerSecond == 0) {
-            pump();
-        }
-    });
+    connect(&socket, &QTcpSocket::bytesWritten, this, &WebConnection::pump);
     connect(&socket, &QTcpSocket::disconnected, &socket, &QObject::deleteLater);
     connect(&m_tick, &QTimer::timeout, this, &WebConnection::pump);
     read();
@@ -53,6 +49,9 @@ WebConnection::WebConnection(WebServer &server, QTcpSocket &socket)
 void WebConnection::read()
 {
     m_input += m_socket.readAll();
+    if (m_socket.state() != QAbstractSocket::ConnectedState) {
+        return; // what comes after the end is no request
+    }
     const qsizetype end = m_input.indexOf("\r\n\r\n");
     if (m_isAnswering || end < 0) {
         return;
@@ -80,7 +79,9 @@ void WebConnection::answer(const WebRequest &request)
         openBody();
     }
     const Span span = spanOf(request);
-    m_socket.write(headOf(span));
+    if (!m_route.cutsHeaders) {
+        m_socket.write(headOf(span));
+    }
     m_next = span.first;
     m_left = m_route.isEndless ? std::numeric_limits<qint64>::max() : span.length;
     m_sent = 0;
@@ -170,15 +171,18 @@ qint64 WebConnection::allowance() const
 
 void WebConnection::pump()
 {
-    if (m_route.silence != Route::Silence::None) {
+    const bool isOpen = m_socket.state() == QAbstractSocket::ConnectedState;
+    if (!isOpen || !m_isAnswering || m_route.silence != Route::Silence::None) {
         return;
     }
-    while (m_isAnswering && m_left > 0) {
+    while (m_left > 0) {
         const QByteArray bytes = nextBytes(allowance());
         if (bytes.isEmpty()) {
             break;
         }
-        m_socket.write(bytes);
+        if (m_socket.write(bytes) < 0) {
+            break;
+        }
         m_next += bytes.size();
         m_left -= bytes.size();
         m_sent += bytes.size();
@@ -186,7 +190,7 @@ void WebConnection::pump()
     const bool isCut = m_route.cutAfter >= 0 && m_sent >= m_route.cutAfter;
     if (isCut && m_route.cutsSilently) {
         m_tick.stop();
-    } else if (m_isAnswering && (m_left <= 0 || isCut)) {
+    } else if (m_left <= 0 || isCut) {
         m_closes = m_closes || isCut;
         endAnswer();
     }

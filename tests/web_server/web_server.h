@@ -28,7 +28,8 @@ struct Route {
 
     qint64 bytesPerSecond = 0;    // 0: as fast as it goes
     qint64 cutAfter = -1;         // bytes of the body, then the connection is closed ...
-    int cuts = 1;                 // ... for the first so many requests
+    int cuts = 1000;              // ... for the first so many requests
+    bool cutsHeaders = false;     // closed before them
     bool cutsSilently = false;    // stays open, and nothing more comes
     qint64 promise = -1;          // another length than the true one
     bool promisesNothing = false; // no length; the end is the end of the connection
