@@ -9,16 +9,24 @@ namespace qv
 {
 
 webUtils::webUtils(const WebLimits &limits, QObject *parent)
-    : QObject(parent), m_limits(limits), m_manager(std::make_unique<QNetworkAccessManager>()),
-      m_pages(std::make_unique<QObject>())
+    : QObject(parent), m_limits(limits), m_pages(std::make_unique<QObject>())
 {
 }
 
 webUtils::~webUtils() = default;
 
+// Made when it is wanted: most starts of the application ask nobody.
+QNetworkAccessManager &webUtils::manager()
+{
+    if (!m_manager) {
+        m_manager = std::make_unique<QNetworkAccessManager>();
+    }
+    return *m_manager;
+}
+
 void webUtils::webpageLoad(const QUrl &address, PageHandler handler)
 {
-    auto *page = new PageLoad(*m_manager, address, m_limits, std::move(handler));
+    auto *page = new PageLoad(manager(), address, m_limits, std::move(handler));
     page->setParent(m_pages.get());
 }
 
@@ -51,7 +59,7 @@ void webUtils::downloadURL(const DownloadRequest &request, DownloadHandler handl
         const std::unique_ptr<WebDownload> download = std::move(m_download);
         handler(done);
     };
-    m_download = std::make_unique<WebDownload>(*m_manager, request, m_limits, tell);
+    m_download = std::make_unique<WebDownload>(manager(), request, m_limits, tell);
     connect(m_download.get(), &WebDownload::progressed, this, &webUtils::downloadProgressed);
 }
 

@@ -78,6 +78,8 @@ Q_SIGNALS:
     void downloadProgressed(qint64 received, qint64 total);
 
 private:
+    QNetworkAccessManager &manager();
+
     WebLimits m_limits;
     std::unique_ptr<QNetworkAccessManager> m_manager;
     std::unique_ptr<QObject> m_pages; // that are on their way, as its children

@@ -39,6 +39,7 @@ Xvfb -displayfd 3 -screen 0 1400x900x24 -nolisten tcp 3>"$work/display" >/dev/nu
 pids+=($!)
 read -r -t 20 number <"$work/display" || fail "the screen"
 export DISPLAY=:$number QT_QPA_PLATFORM=xcb LANG=en_US.UTF-8 LANGUAGE=en
+unset http_proxy https_proxy all_proxy HTTP_PROXY HTTPS_PROXY ALL_PROXY
 export DBUS_SESSION_BUS_ADDRESS=unix:path=$work/no-bus
 openbox >/dev/null 2>&1 &
 pids+=($!)

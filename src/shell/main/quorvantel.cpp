@@ -11,6 +11,7 @@
 
 #include <QApplication>
 #include <QLibraryInfo>
+#include <QNetworkProxyFactory>
 #include <QTranslator>
 
 #include <cstdio>
@@ -135,6 +136,8 @@ int main(int argc, char **argv)
     QCoreApplication::setApplicationVersion(qv::Bundle::main().version());
     QGuiApplication::setDesktopFileName(qv::Bundle::main().identifier());
     QGuiApplication::setQuitOnLastWindowClosed(false);
+    // The web is asked by the road that the user's system names.
+    QNetworkProxyFactory::setUseSystemConfiguration(true);
     translateDialogs(application);
     // Qt has taken its own options out by now.
     return run(application, pathsOf(argc, argv));

@@ -1,0 +1,270 @@
+#include "web_fixture.h"
+
+TEST_F(Web, ADownloadBringsTheBytesToItsPlaceAndLeavesNothingElse)
+{
+    QList<QPair<qint64, qint64>> told;
+    QObject::connect(web.get(), &webUtils::downloadProgressed, web.get(),
+                     [&](qint64 received, qint64 total) {
+                         told += {received, total};
+                     });
+    const QByteArray body = bytesOf(3'000'000);
+    EXPECT_EQ(download(Route{.body = body, .etag = "\"1\""}), QString());
+    EXPECT_EQ(contentOf(path()), body);
+    EXPECT_TRUE(QDir(kept()).isEmpty());
+    ASSERT_FALSE(told.isEmpty());
+    EXPECT_EQ(told.last(), qMakePair(qint64{3'000'000}, qint64{3'000'000}));
+    EXPECT_TRUE(std::is_sorted(told.begin(), told.end()));
+
+    // Something stands there now.
+    EXPECT_THAT(download(request()).toStdString(), HasSubstr("something already"));
+    EXPECT_EQ(contentOf(path()), body);
+}
+
+TEST_F(Web, ADownloadMayBeEmptyOrOfUntoldLength)
+{
+    EXPECT_EQ(download(Route{.body = ""}), QString());
+    EXPECT_TRUE(QFile::exists(path()));
+    QFile::remove(path());
+    const QByteArray body = bytesOf(300'000);
+    EXPECT_EQ(download(Route{.body = body, .promisesNothing = true}), QString());
+    EXPECT_EQ(contentOf(path()), body);
+}
+
+TEST_F(Web, SaysWhyADownloadFailedAndPutsNothingAtItsPlace)
+{
+    const QByteArray body = bytesOf(1000);
+    const struct {
+        Route route;
+        std::string reason;
+    } cases[] = {
+        {{.status = 404, .body = body}, "answered with status 404"},
+        {{.status = 503, .body = body}, "answered with status 503"},
+        {{.status = 206, .body = body}, "answered with status 206"},
+        {{.status = 204}, "answered with status 204"},
+        {{.body = body, .promise = 5'000'001}, "is larger than 5000000 bytes"},
+        {{.body = body, .isEndless = true}, "is larger than 5000000 bytes"},
+        {{.body = body, .promise = 2000}, "sent less than it promised"},
+        {{.body = body, .silence = Route::Silence::AfterHeaders}, "did not answer for"},
+    };
+    for (const auto &one : cases) {
+        EXPECT_THAT(download(one.route).toStdString(), HasSubstr(one.reason));
+        EXPECT_FALSE(QFile::exists(path())) << one.reason;
+    }
+}
+
+TEST_F(Web, ARefusedDownloadIsNotAskedForAgain)
+{
+    for (const int status : {204, 404, 503}) {
+        const int before = server.countOf("/file");
+        EXPECT_FALSE(download(Route{.status = status}).isNull());
+        EXPECT_EQ(server.countOf("/file") - before, 1) << status;
+    }
+}
+
+TEST_F(Web, ADownloadNeedsAFolderToGoToAndOneToKeepItIn)
+{
+    server.setRoute("/file", {.body = "file"});
+    webUtils::DownloadRequest nowhere = request();
+    nowhere.path = folder.filePath("no/target.zip");
+    EXPECT_THAT(download(nowhere).toStdString(), HasSubstr("folder of the download is missing"));
+    webUtils::DownloadRequest unkept = request();
+    writeFile(folder.filePath("file"), "");
+    unkept.keptFolder = folder.filePath("file/kept");
+    EXPECT_THAT(download(unkept).toStdString(), HasSubstr("can't be kept in"));
+    EXPECT_TRUE(server.requests().isEmpty());
+}
+
+TEST_F(Web, AFullDiskEndsADownloadWithTheSystemsWords)
+{
+    std::signal(SIGXFSZ, SIG_IGN);
+    rlimit usual = {};
+    ::getrlimit(RLIMIT_FSIZE, &usual);
+    const rlimit tight = {.rlim_cur = 100'000, .rlim_max = usual.rlim_max};
+    ::setrlimit(RLIMIT_FSIZE, &tight);
+    const QString reason = download(Route{.body = bytesOf(1'000'000), .etag = "\"1\""});
+    ::setrlimit(RLIMIT_FSIZE, &usual);
+    EXPECT_THAT(reason.toStdString(), HasSubstr("can't be written to"));
+    EXPECT_THAT(reason.toStdString(), HasSubstr("File too large"));
+    EXPECT_EQ(server.countOf("/file"), 1);
+
+    web = std::make_unique<webUtils>(shortLimits());
+    EXPECT_EQ(download(request()), QString());
+    EXPECT_EQ(contentOf(path()), bytesOf(1'000'000));
+}
+
+TEST_F(Web, ACutConnectionIsTakenUpWhereItBroke)
+{
+    const QByteArray body = bytesOf(900'000);
+    EXPECT_EQ(download(Route{.body = body, .etag = "\"1\"", .cutAfter = 250'000}), QString());
+    EXPECT_EQ(contentOf(path()), body);
+    EXPECT_EQ(lastHeader("range"), "bytes=750000-");
+    EXPECT_EQ(lastHeader("if-range"), "\"1\"");
+}
+
+TEST_F(Web, ADownloadThatFallsSilentIsTakenUpThere)
+{
+    const QByteArray body = bytesOf(100'000);
+    const Route route{
+        .body = body, .etag = "\"1\"", .cutAfter = 70'000, .cuts = 1, .cutsSilently = true};
+    EXPECT_EQ(download(route), QString());
+    EXPECT_EQ(lastHeader("range"), "bytes=70000-");
+    EXPECT_EQ(contentOf(path()), body);
+}
+
+TEST_F(Web, ADownloadGoesToAnotherVolumeToo)
+{
+    const QTemporaryDir other("/dev/shm/quorvantel-test-XXXXXX");
+    if (QStorageInfo(other.path()) == QStorageInfo(folder.path())) {
+        GTEST_SKIP() << "there is no other volume";
+    }
+    const Route route{.body = bytesOf(300'000)};
+    server.setRoute("/file", route);
+    const webUtils::DownloadRequest far{server.address("/file"), path(), other.filePath("kept")};
+    EXPECT_EQ(download(far), QString());
+    EXPECT_EQ(contentOf(path()), route.body);
+    EXPECT_TRUE(QDir(far.keptFolder).isEmpty());
+}
+
+TEST_F(Web, AServerThatCutsForeverIsLeftAfterAllAttempts)
+{
+    const QByteArray body = bytesOf(900'000);
+    EXPECT_THAT(download(Route{.body = body, .etag = "\"1\"", .cutAfter = 100'000}).toStdString(),
+                HasSubstr("sent less than it promised"));
+    // The next one goes on all the same.
+    EXPECT_EQ(download(Route{.body = body, .etag = "\"1\""}), QString());
+    EXPECT_EQ(lastHeader("range"), "bytes=400000-");
+    EXPECT_EQ(contentOf(path()), body);
+}
+
+TEST_F(Web, ContinuesOnlyTheSameFileAndWhatTheServerReallyContinues)
+{
+    const QByteArray body = bytesOf(100'000);
+    const QByteArray other = bytesOf(120'000).mid(20'000);
+    const Route before{.body = body, .etag = "\"1\""};
+    const struct {
+        const char *name;
+        Route before;
+        Route after;
+        int requests;
+    } cases[] = {
+        {"the same", before, before, 1},
+        {"the same by its date",
+         {.body = body, .etag = "W/\"1\"", .lastModified = "Sat, 01 Nov 2025 10:00:00 GMT"},
+         {.body = body, .lastModified = "Sat, 01 Nov 2025 10:00:00 GMT"},
+         1},
+        {"changed", before, {.body = other, .etag = "\"2\""}, 1},
+        {"no validator", {.body = body}, {.body = other}, 1},
+        {"a weak validator",
+         {.body = body, .etag = "W/\"1\""},
+         {.body = other, .etag = "W/\"1\""},
+         1},
+        {"ranges ignored", before, {.body = body, .etag = "\"1\"", .ignoresRanges = true}, 1},
+        {"another place", before, {.body = body, .etag = "\"1\"", .rangeLie = 7}, 2},
+        {"another length", before, {.body = body + "more", .etag = "\"1\""}, 2},
+        {"too short now", before, {.body = body.left(10), .etag = "\"1\""}, 2},
+    };
+    for (const auto &one : cases) {
+        keepPart(one.before, 40'000);
+        const int asked = server.countOf("/file");
+        EXPECT_EQ(download(one.after), QString()) << one.name;
+        EXPECT_EQ(contentOf(path()), one.after.body) << one.name;
+        EXPECT_EQ(server.countOf("/file") - asked, one.requests) << one.name;
+        QFile::remove(path());
+    }
+}
+
+TEST_F(Web, WhatIsKeptOfAnotherAddressIsReplaced)
+{
+    const Route route{.body = bytesOf(100'000), .etag = "\"1\""};
+    keepPart(route, 40'000);
+    server.setRoute("/other", route);
+    EXPECT_EQ(download(request("/other")), QString());
+    EXPECT_EQ(lastHeader("range"), "");
+    EXPECT_EQ(contentOf(path()), route.body);
+}
+
+TEST_F(Web, DamagedFactsMeanBeginningAnew)
+{
+    const Route route{.body = bytesOf(100'000), .etag = "\"1\""};
+    const QByteArray address = server.address("/file").toEncoded();
+    const auto facts = [&](const QByteArray &validator, const QByteArray &length) {
+        return R"({"address":")" + address + R"(","validator":")" + validator + R"(","length":)" +
+               length + '}';
+    };
+    for (const QByteArray &content :
+         {QByteArray(""), QByteArray("{"), QByteArray("[1]"), QByteArray(200'000, '['),
+          facts(R"(\"1\"\r\nX: y)", "100000"), facts(R"(\"é\")", "100000"), facts("", "100000"),
+          facts(R"(\"1\")", "-5"), facts(R"(\"1\")", "1"), facts(R"(\"1\")", "1e30"),
+          facts(R"(\"1\")", "\"a\"")}) {
+        keepPart(route, 40'000);
+        writeFile(kept() + "/download.json", content);
+        EXPECT_EQ(download(route), QString());
+        EXPECT_EQ(lastHeader("range"), "") << content.left(80).toStdString();
+        EXPECT_EQ(contentOf(path()), route.body);
+        QFile::remove(path());
+    }
+}
+
+TEST_F(Web, MoreBytesThanTheFileHasAreCutToItsLastOne)
+{
+    const Route route{.body = bytesOf(100'000), .etag = "\"1\""};
+    keepPart(route, 40'000);
+    writeFile(kept() + "/download", route.body + "and more");
+    EXPECT_EQ(download(route), QString());
+    EXPECT_EQ(lastHeader("range"), "bytes=99999-");
+    EXPECT_EQ(contentOf(path()), route.body);
+}
+
+TEST_F(Web, ADownloadCanBeCancelledInEveryStateAndGoesOnLater)
+{
+    const QByteArray body = bytesOf(1'000'000);
+    const Route slow{.body = body, .etag = "\"1\"", .bytesPerSecond = 2'000'000};
+    const Route silent{.body = body, .silence = Route::Silence::BeforeHeaders};
+    const auto isAsked = [this] { return server.countOf("/file") > 0; };
+    const auto hasBytes = [this] { return QFileInfo(kept() + "/download").size() > 200'000; };
+    const struct {
+        const char *name;
+        Route route;
+        std::function<bool()> moment;
+    } cases[] = {{"at once", slow, [] { return true; }},
+                 {"before the answer", silent, isAsked},
+                 {"among the bytes", slow, hasBytes}};
+    for (const auto &one : cases) {
+        server.setRoute("/file", one.route);
+        QStringList told;
+        web->downloadURL(request(), [&](const auto &done) { told += done ? "" : done.error(); });
+        EXPECT_TRUE(waitUntil(one.moment)) << one.name;
+        EXPECT_TRUE(web->isDownloading());
+        web->cancelDownload();
+        web->cancelDownload();
+        EXPECT_TRUE(told.isEmpty()) << one.name;
+        EXPECT_TRUE(waitUntil([&] { return !web->isDownloading(); }));
+        EXPECT_EQ(told, QStringList(webUtils::cancelledReason())) << one.name;
+        EXPECT_FALSE(QFile::exists(path())) << one.name;
+    }
+    EXPECT_EQ(download(Route{.body = body, .etag = "\"1\""}), QString());
+    EXPECT_GT(lastHeader("range").mid(6).chopped(1).toInt(), 200'000);
+    EXPECT_EQ(contentOf(path()), body);
+}
+
+TEST_F(Web, OnlyOneDownloadRunsAtATimeAndItsHandlerMayBeginTheNext)
+{
+    server.setRoute("/file", {.body = "file", .silence = Route::Silence::BeforeHeaders});
+    server.setRoute("/other", {.body = "other"});
+    std::optional<bool> next;
+    web->downloadURL(request(), [&](const auto &) {
+        web->downloadURL(request("/other"), [&](const auto &done) { next = done.has_value(); });
+    });
+    EXPECT_THAT(download(request("/other")).toStdString(), HasSubstr("on its way already"));
+    web->cancelDownload();
+    EXPECT_TRUE(waitUntil([&] { return next.has_value(); }));
+    EXPECT_EQ(contentOf(path()), "other");
+}
+
+TEST_F(Web, TwoObjectsDoNotKeepInOneFolder)
+{
+    server.setRoute("/file", {.body = "file", .silence = Route::Silence::BeforeHeaders});
+    webUtils other;
+    other.downloadURL(request(), [](const auto &) {});
+    EXPECT_THAT(download(request()).toStdString(), HasSubstr("another copy"));
+}
