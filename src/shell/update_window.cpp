@@ -3,9 +3,9 @@
 #include "shell/interface_pictures.h"
 #include "shell/readable.h"
 #include "shell/reason_text.h"
-#include "updater/release_notes.h"
 #include "support/bundle.h"
 #include "support/localized_strings.h"
+#include "updater/release_notes.h"
 #include "updater/updater.h"
 
 #include <QHBoxLayout>
@@ -196,30 +196,39 @@ void UpdateWindow::setStatus(const QString &status)
     m_status->setVisible(!status.isEmpty());
 }
 
+// The focus goes to its new place before the old one is disabled, or it would wander.
 void UpdateWindow::setPhase(UpdatePhase phase)
 {
     m_phase = phase;
     const bool isIdle = phase == UpdatePhase::Offered;
-    const bool isCancellable = phase == UpdatePhase::Downloading || phase == UpdatePhase::Checking;
-    m_buttons->setSegmentEnabled(Updater::downloadSegment, isIdle && m_mayDownload);
-    m_buttons->setSegmentEnabled(Updater::closeSegment, isIdle);
-    m_progress->setVisible(!isIdle);
-    m_cancel->setEnabled(isCancellable);
     m_bar->setRange(0, 0);
     m_amount->clear();
     m_firstBytes = -1;
+    m_cancel->setEnabled(phase == UpdatePhase::Downloading || phase == UpdatePhase::Checking);
+    if (isIdle) {
+        setButtonsEnabled(true);
+        focusMainButton();
+        m_progress->hide();
+    } else {
+        m_progress->show();
+        m_notes->setFocus();
+        setButtonsEnabled(false);
+    }
     if (phase == UpdatePhase::Downloading) {
         m_timeLeft.start();
         m_cancel->setFocus();
     } else {
         m_timeLeft.stop();
     }
-    if (isIdle) {
-        focusMainButton();
-    }
     if (phase == UpdatePhase::Installing) {
         setStatus(localized(QStringLiteral("updateInstalling")));
     }
+}
+
+void UpdateWindow::setButtonsEnabled(bool areEnabled)
+{
+    m_buttons->setSegmentEnabled(Updater::downloadSegment, areEnabled && m_mayDownload);
+    m_buttons->setSegmentEnabled(Updater::closeSegment, areEnabled);
 }
 
 void UpdateWindow::setProgress(qint64 received, qint64 total)

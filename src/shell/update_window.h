@@ -62,6 +62,7 @@ private:
     QWidget *makeProgress();
     QWidget *makeFoot();
     void focusMainButton();
+    void setButtonsEnabled(bool areEnabled);
 
     QLabel *m_heading;
     QLabel *m_running;

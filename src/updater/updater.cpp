@@ -29,6 +29,12 @@ QString senderName(Updater::Sender sender)
                                                : QStringLiteral("nil");
 }
 
+// Reasons begin in lower case, because they follow a name elsewhere.
+QString sentence(const QString &reason)
+{
+    return reason.left(1).toUpper() + reason.mid(1) + QLatin1Char('.');
+}
+
 } // namespace
 
 Updater::Updater(Parts parts, QObject *parent)
@@ -362,9 +368,10 @@ void Updater::failed(const QString &text, const QString &reason)
 {
     logLine(QStringLiteral("dl                  :-( %1: %2").arg(m_offer.address, reason));
     m_parts.face.setUpdateStatus(text);
+    m_parts.face.setUpdatePhase(UpdatePhase::Offered);
     // Answered before the sheet may come up again.
     const QPointer<Updater> self(this);
-    alertReport(failureTitle, text + QStringLiteral("\n\n") + m_parts.face.words(reason),
+    alertReport(failureTitle, text + QStringLiteral("\n\n") + sentence(m_parts.face.words(reason)),
                 criticalStyle, AlertPlace::ApplicationModal);
     if (self) {
         cleanUp();

@@ -131,6 +131,23 @@ void takeWithDialog(const Photographer &camera, const QString &state, QWidget &w
     waitFor(qPrintable(state), [&] { return taken; });
 }
 
+void offerUpdate(UpdateWindow &sheet)
+{
+    sheet.showOffer(
+        {QStringLiteral("1.1"),
+         QStringLiteral("https://updates.quorvantel.example/dlCenter/Quorvantel-1.1.zip"),
+         {}});
+    sheet.showNotes(WebPage{200,
+                            "<h2>Quorvantel 1.1</h2><ul><li>Sheets of a whole folder are made "
+                            "several at a time.</li><li>Clips of phones that were turned while "
+                            "they filmed.</li></ul><p><a href='https://quorvantel.example/'>All "
+                            "changes</a></p>",
+                            QStringLiteral("text/html; charset=utf-8")});
+    sheet.setPhase(UpdatePhase::Downloading);
+    sheet.setStatus(localized(QStringLiteral("updateDownloading")));
+    sheet.setProgress(11'300'000, 33'100'000);
+}
+
 bool takeAll(const Photographer &camera, const QStringList &clips)
 {
     Desktop &desktop = camera.desktop;
@@ -174,6 +191,10 @@ bool takeAll(const Photographer &camera, const QStringList &clips)
     controller.iba_taskStopBt(StopControl::stopSegment);
     desktop.helpWindow().open();
     camera.take(QStringLiteral("help"), desktop.helpWindow());
+    desktop.helpWindow().close();
+    offerUpdate(desktop.updateWindow());
+    camera.take(QStringLiteral("update"), desktop.updateWindow());
+    desktop.updateWindow().accept();
     return true;
 }
 

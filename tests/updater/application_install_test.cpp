@@ -16,6 +16,7 @@
 
 #include <csignal>
 #include <memory>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -70,6 +71,16 @@ DiskMoves withoutExchange()
     return moves;
 }
 
+// As the first rename does on another volume, whose items have to be copied.
+DiskMoves failingRename(int number, DiskMoves moves = DiskMoves::real())
+{
+    moves.rename = [real = moves.rename, number, count = 0](const QString &from,
+                                                            const QString &to) mutable {
+        return ++count != number && real(from, to);
+    };
+    return moves;
+}
+
 // The process dies when it wants to move more often.
 DiskMoves killingAfter(int moves)
 {
@@ -98,7 +109,7 @@ DiskMoves killingAfter(int moves)
 
 TEST_F(InstallTest, TheNewVersionTakesThePlaceAndTheOldOneLiesInTheTrash)
 {
-    for (const DiskMoves &moves : {DiskMoves::real(), withoutExchange()}) {
+    for (const DiskMoves &moves : {DiskMoves::real(), withoutExchange(), failingRename(1)}) {
         SmallApplication{.version = "1.0"}.write(running());
         SmallApplication{.version = "2.0"}.write(offered());
         const Installation done = install(moves);
@@ -121,14 +132,7 @@ TEST_F(InstallTest, TheNewVersionTakesThePlaceAndTheOldOneLiesInTheTrash)
 // Each fault in turn: the old version is at its place, or the outcome tells where it lies.
 TEST_F(InstallTest, WhateverFailsTheOldVersionIsNotLost)
 {
-    DiskMoves real = DiskMoves::real();
-    const auto failingRename = [real](int number) {
-        DiskMoves moves = withoutExchange();
-        moves.rename = [real, number, count = 0](const QString &from, const QString &to) mutable {
-            return ++count != number && real.rename(from, to);
-        };
-        return moves;
-    };
+    const DiskMoves real = DiskMoves::real();
     DiskMoves noExchange = real;
     noExchange.exchange = [](const QString &, const QString &) {
         return DiskMoves::Exchange::Failed;
@@ -137,8 +141,8 @@ TEST_F(InstallTest, WhateverFailsTheOldVersionIsNotLost)
         const char *what;
         DiskMoves moves;
     } cases[] = {{"the exchange fails", noExchange},
-                 {"the old one can't be moved away", failingRename(2)},
-                 {"the new one can't be moved in", failingRename(3)}};
+                 {"the old one can't be moved away", failingRename(2, withoutExchange())},
+                 {"the new one can't be moved in", failingRename(3, withoutExchange())}};
     for (const auto &c : cases) {
         SmallApplication{.version = "2.0"}.write(offered());
         const Installation done = install(c.moves);
@@ -155,6 +159,24 @@ TEST_F(InstallTest, WhateverFailsTheOldVersionIsNotLost)
     const Installation lost = install(onlyAway);
     EXPECT_FALSE(lost.error.isNull());
     EXPECT_EQ(versionAt(lost.oldAt), "1.0");
+}
+
+// The copy from another volume ends in the middle.
+TEST_F(InstallTest, AFullDiskLeavesTheOldVersion)
+{
+    writeFile(offered() + "/Contents/Resources/large", QByteArray(200'000, 'x'));
+    const pid_t child = ::fork();
+    if (child == 0) {
+        ::signal(SIGXFSZ, SIG_IGN);
+        const rlimit limit = {100'000, 100'000};
+        ::setrlimit(RLIMIT_FSIZE, &limit);
+        ::_exit(install(failingRename(1)).error.isNull() ? 1 : 0);
+    }
+    int status = 0;
+    ASSERT_EQ(::waitpid(child, &status, 0), child);
+    EXPECT_EQ(WEXITSTATUS(status), 0) << "it says that it failed";
+    EXPECT_EQ(versionAt(running()), "1.0");
+    EXPECT_EQ(namesIn("place"), QStringList{"Quorvantel.app"});
 }
 
 // Killed before each of its moves in turn: a whole application stands at the place all the same.
