@@ -20,8 +20,8 @@ bool mkdir(const QString &path);
 // An existing destination is replaced only when the flag is exactly "y".
 bool moveFile(const QString &source, const QString &destination, const QString &overwrite);
 bool copyFile(const QString &source, const QString &destination, const QString &overwrite);
-// True when there was a path to try; `where`, when given, gets the place in the trash, null when the
-// item did not get there.
+// True when there was a path to try; `where`, when given, gets the place in the trash, null when
+// the item did not get there.
 bool moveToTrash(const QString &path, QString *where = nullptr);
 // Whether the folder (or the folder of the file) can be written into, tried by making one inside.
 bool droitsAcces(const QString &path);
