@@ -26,10 +26,8 @@ auto refused(const QString &reason)
 void makeExecutable(const QStringList &files)
 {
     if (!files.isEmpty()) {
-        taskArray1PipeMax(
-            QStringList{QStringLiteral("/bin/chmod"), QStringLiteral("+x"), QStringLiteral("--")} +
-                files,
-            ErrorText::Inherited);
+        taskArray1PipeMax(QStringList{QStringLiteral("/bin/chmod"), QStringLiteral("+x")} + files,
+                          ErrorText::Inherited);
     }
 }
 
