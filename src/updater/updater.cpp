@@ -149,9 +149,10 @@ void Updater::offer(const QVariantMap &reply)
         showOffer({});
         return;
     }
-    m_ownerQuery.run([this, path = m_parts.bundle.path() + QStringLiteral("/Contents/Info.plist"),
-                      ask = m_parts.packageOwner] { m_owner = ask(path); },
-                     [this] { showOffer(m_owner); });
+    m_ownerQuery.run(
+        [this, program = m_parts.bundle.path() + QStringLiteral("/Contents/MacOS/") + executable(),
+         ask = m_parts.packageOwner] { m_owner = ask(program); },
+        [this] { showOffer(m_owner); });
 }
 
 void Updater::showOffer(const QString &packageOwner)
@@ -199,6 +200,11 @@ void Updater::iba_dl(std::optional<int> segment)
         return;
     }
     startDownload();
+}
+
+QString Updater::executable() const
+{
+    return m_parts.bundle.infoValue(QStringLiteral("CFBundleExecutable")).toString();
 }
 
 QString Updater::downloadFolder() const
@@ -341,8 +347,7 @@ void Updater::newVersionInstalled()
     if (!self) {
         return;
     }
-    m_parts.relaunch(m_parts.bundle.path(),
-                     m_parts.bundle.infoValue(QStringLiteral("CFBundleExecutable")).toString());
+    m_parts.relaunch(m_parts.bundle.path(), executable());
     rmCocoa(downloadFolder());
     m_parts.face.closeUpdateSheet();
     m_parts.face.endForUpdate();

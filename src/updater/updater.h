@@ -85,6 +85,7 @@ private:
     void cleanUp();
     void setPhase(UpdatePhase phase);
 
+    QString executable() const;
     QString downloadFolder() const;
     QString keptFolder() const;
     QString archivePath() const;
