@@ -43,11 +43,12 @@ endif()
 
 # Fonts that the sheets can count on: Latin, Greek, Cyrillic first, then other scripts and emoji.
 set(QV_FONT_FOLDERS /usr/share/fonts/truetype/noto /usr/share/fonts/opentype/noto)
-foreach(font NotoSans-Regular.ttf NotoSansArabic-Regular.ttf NotoSansHebrew-Regular.ttf
+set(QV_FONTS NotoSans-Regular.ttf NotoSansArabic-Regular.ttf NotoSansHebrew-Regular.ttf
              NotoSansDevanagari-Regular.ttf NotoSansBengali-Regular.ttf NotoSansTamil-Regular.ttf
              NotoSansThai-Regular.ttf NotoSansGeorgian-Regular.ttf NotoSansArmenian-Regular.ttf
              NotoSansSymbols-Regular.ttf NotoSansSymbols2-Regular.ttf NotoSansCJK-Regular.ttc
              NotoColorEmoji.ttf)
+foreach(font ${QV_FONTS})
   find_file(QV_FONT_${font} ${font} PATHS ${QV_FONT_FOLDERS} NO_DEFAULT_PATH)
   if(QV_FONT_${font})
     file(CREATE_LINK ${QV_FONT_${font}} ${QV_RESOURCES}/fonts/${font} SYMBOLIC)

@@ -234,6 +234,25 @@ void Desktop::comeToFront()
     m_window->activateWindow();
 }
 
+void Desktop::act(LaunchAction action)
+{
+    comeToFront();
+    if (QApplication::activeModalWidget() != nullptr) {
+        return;
+    }
+    switch (action) {
+    case LaunchAction::ChooseVideos:
+        m_menus->open->trigger();
+        break;
+    case LaunchAction::ChooseFolder:
+        m_menus->openFolder->trigger();
+        break;
+    case LaunchAction::ShowPreferences:
+        m_menus->preferences->trigger();
+        break;
+    }
+}
+
 // ---- the end
 
 void Desktop::quit(appDelegate::Quit how)

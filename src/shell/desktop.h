@@ -6,6 +6,7 @@
 #include "settings/preferences_store.h"
 #include "shell/desktop_face.h"
 #include "shell/help_window.h"
+#include "shell/launch_action.h"
 #include "shell/update_window.h"
 #include "shell/window_alerts.h"
 #include "shell/window_update_face.h"
@@ -46,6 +47,8 @@ public:
     // From the command line or another copy: admitted now, or as soon as the gate opens.
     void openPaths(const QStringList &paths);
     void comeToFront();
+    // Comes to the front and does what the menu's item does, unless a question is open.
+    void act(LaunchAction action);
     // Ends the application unless the user says no; at once when the system ends it.
     void quit(appDelegate::Quit how = appDelegate::Quit::Asking);
 

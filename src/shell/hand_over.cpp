@@ -33,6 +33,11 @@ QByteArray message(const QByteArrayList &rawPaths)
     return mark + size + payload;
 }
 
+QByteArray message(LaunchAction action)
+{
+    return message({optionOf(action)});
+}
+
 std::optional<qsizetype> payloadSize(const QByteArray &header)
 {
     if (header.size() < headerSize || !header.startsWith(mark)) {
@@ -53,6 +58,11 @@ std::optional<QByteArrayList> pathsIn(const QByteArray &payload)
     const QByteArrayList paths = payload.chopped(1).split('\0');
     const bool good = std::all_of(paths.begin(), paths.end(), isAbsolutePath);
     return good ? std::optional(paths) : std::nullopt;
+}
+
+std::optional<LaunchAction> actionIn(const QByteArray &payload)
+{
+    return payload.endsWith('\0') ? launchActionOf(payload.chopped(1)) : std::nullopt;
 }
 
 } // namespace qv::handover

@@ -1,12 +1,14 @@
 #pragma once
 
+#include "shell/launch_action.h"
+
 #include <QByteArray>
 #include <QByteArrayList>
 
 #include <optional>
 
 // What a later copy sends to the first one: a mark, the length of what follows, and raw paths that
-// each end with a zero byte.
+// each end with a zero byte; or the option of an action in their place.
 namespace qv::handover
 {
 
@@ -17,9 +19,12 @@ inline constexpr char refused = 'N';
 
 // Empty when the paths are too many.
 QByteArray message(const QByteArrayList &rawPaths);
+QByteArray message(LaunchAction action);
 // Of the first headerSize bytes; nothing when they are no such header, or announce too much.
 std::optional<qsizetype> payloadSize(const QByteArray &header);
 // Nothing when there is something else in it than absolute paths.
 std::optional<QByteArrayList> pathsIn(const QByteArray &payload);
+// Nothing when it is not exactly one action.
+std::optional<LaunchAction> actionIn(const QByteArray &payload);
 
 } // namespace qv::handover

@@ -153,10 +153,14 @@ void SingleInstance::read(QLocalSocket *socket)
 
 void SingleInstance::answer(QLocalSocket *socket, const QByteArray &payload)
 {
+    const auto action = handover::actionIn(payload);
     const auto paths = handover::pathsIn(payload);
     disconnect(socket, &QLocalSocket::readyRead, this, nullptr);
-    socket->write(QByteArray(1, paths ? handover::taken : handover::refused));
+    socket->write(QByteArray(1, paths || action ? handover::taken : handover::refused));
     socket->disconnectFromServer();
+    if (action) {
+        Q_EMIT actionRequested(*action);
+    }
     if (!paths) {
         return;
     }
@@ -178,9 +182,16 @@ bool SingleInstance::handOver(const QByteArrayList &rawPaths) const
         absolute.append(absolutePath(path));
     }
     const QByteArray message = handover::message(absolute);
-    if (message.isEmpty()) {
-        return false;
-    }
+    return !message.isEmpty() && send(message);
+}
+
+bool SingleInstance::handOver(LaunchAction action) const
+{
+    return send(handover::message(action));
+}
+
+bool SingleInstance::send(const QByteArray &message) const
+{
     const QDeadlineTimer deadline(patience);
     QLocalSocket socket;
     if (!connectTo(socket, socketPath(), QDeadlineTimer(connectingPatience))) {

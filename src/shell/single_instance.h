@@ -1,5 +1,7 @@
 #pragma once
 
+#include "shell/launch_action.h"
+
 #include <QByteArray>
 #include <QByteArrayList>
 #include <QLocalServer>
@@ -32,17 +34,20 @@ public:
     // Of a later copy: gives the paths to the first one or, without paths, asks it to come to the
     // front. Waits for its word, a few seconds at most; false when it did not take them.
     bool handOver(const QByteArrayList &rawPaths) const;
+    bool handOver(LaunchAction action) const;
 
 Q_SIGNALS:
     // From a later copy: absolute paths.
     void pathsReceived(const QStringList &paths);
     void activationRequested();
+    void actionRequested(qv::LaunchAction action);
 
 private:
     void listen();
     void accept();
     void read(QLocalSocket *socket);
     void answer(QLocalSocket *socket, const QByteArray &payload);
+    bool send(const QByteArray &message) const;
     QString socketPath() const;
 
     QString m_base; // of the names of both files

@@ -6,6 +6,7 @@
 #include <QCheckBox>
 #include <QClipboard>
 #include <QComboBox>
+#include <QDialog>
 #include <QGroupBox>
 #include <QLabel>
 #include <QLineEdit>
@@ -215,6 +216,27 @@ TEST_F(DesktopTest, MenusDoWhatTheySay)
     EXPECT_EQ(controller().table().selection().size(), 3);
     menus.remove->trigger();
     EXPECT_EQ(controller().table().count(), 0);
+}
+
+TEST_F(DesktopTest, BeginsWithWhatItWasStartedForUnlessAQuestionIsOpen)
+{
+    ASSERT_TRUE(start());
+    m_desktop->act(LaunchAction::ChooseVideos);
+    m_desktop->act(LaunchAction::ChooseFolder);
+    ASSERT_EQ(m_chooser->asked.size(), 2);
+    EXPECT_EQ(m_chooser->asked.first(), "files 1");
+    EXPECT_TRUE(m_chooser->asked.last().startsWith("folder "));
+    {
+        QDialog question;
+        question.setModal(true);
+        question.show();
+        m_desktop->act(LaunchAction::ChooseVideos);
+        m_desktop->act(LaunchAction::ShowPreferences);
+    }
+    EXPECT_EQ(m_chooser->asked.size(), 2);
+    EXPECT_FALSE(m_desktop->preferencesWindow().isVisible());
+    m_desktop->act(LaunchAction::ShowPreferences);
+    EXPECT_TRUE(m_desktop->preferencesWindow().isVisible());
 }
 
 TEST_F(DesktopTest, PausesStopsAndAsksBeforeItQuits)

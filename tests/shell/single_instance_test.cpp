@@ -29,6 +29,8 @@ protected:
         QObject::connect(&m_first, &SingleInstance::pathsReceived,
                          [this](const QStringList &paths) { m_received += paths; });
         QObject::connect(&m_first, &SingleInstance::activationRequested, [this] { ++m_calls; });
+        QObject::connect(&m_first, &SingleInstance::actionRequested,
+                         [this](LaunchAction action) { m_actions += action; });
     }
     QString folder() const { return m_folder.path(); }
     QString file(const QString &extension) const
@@ -36,12 +38,12 @@ protected:
         return m_folder.filePath(QString("quorvantel-%1.").arg(::getuid()) + extension);
     }
     // A later copy, which blocks while it waits, beside our event loop.
-    bool handOver(const QByteArrayList &paths)
+    template <typename What> bool handOver(const What &what)
     {
         bool taken = false;
         std::unique_ptr<QThread> later(QThread::create([&] {
             const SingleInstance second(folder());
-            taken = second.handOver(paths);
+            taken = second.handOver(what);
         }));
         later->start();
         EXPECT_TRUE(waitUntil([&] { return later->isFinished(); }));
@@ -53,6 +55,7 @@ protected:
     LogCapture m_log;
     SingleInstance m_first{m_folder.path()};
     QStringList m_received;
+    QList<LaunchAction> m_actions;
     int m_calls = 0;
 };
 
@@ -60,15 +63,20 @@ protected:
 
 TEST_F(SingleInstanceTest, OnlyTheFirstCopyIsAloneAndTakesWhatLaterOnesBring)
 {
-    EXPECT_FALSE(handOver({"/films/a.mp4"})) << "nobody listens";
+    EXPECT_FALSE(handOver(QByteArrayList{"/films/a.mp4"})) << "nobody listens";
     EXPECT_EQ(m_first.runningCopies(), 1);
     EXPECT_EQ(m_first.runningCopies(), 1);
     EXPECT_GE(SingleInstance(folder()).runningCopies(), 2);
-    EXPECT_TRUE(handOver({"/films/a.mp4", "/films/new\nline & 100%.mov", "relative.mp4"}));
+    EXPECT_TRUE(
+        handOver(QByteArrayList{"/films/a.mp4", "/films/new\nline & 100%.mov", "relative.mp4"}));
     EXPECT_EQ(m_received, (QStringList{"/films/a.mp4", "/films/new\nline & 100%.mov",
                                        QDir::currentPath() + "/relative.mp4"}));
     EXPECT_EQ(m_calls, 0);
-    EXPECT_TRUE(handOver({}));
+    EXPECT_TRUE(handOver(QByteArrayList()));
+    EXPECT_EQ(m_calls, 1);
+    EXPECT_TRUE(m_actions.isEmpty());
+    EXPECT_TRUE(handOver(LaunchAction::ShowPreferences));
+    EXPECT_EQ(m_actions, QList<LaunchAction>{LaunchAction::ShowPreferences});
     EXPECT_EQ(m_calls, 1);
 }
 
@@ -85,8 +93,10 @@ TEST_F(SingleInstanceTest, WhateverElseArrivesIsTurnedAway)
 {
     for (const QByteArray &payload :
          {QByteArray("/no end"), QByteArray("relative\0", 9), QByteArray("/a\0\0/b\0", 7),
-          QByteArray("\0", 1), '/' + QByteArray(5000, 'x') + '\0'}) {
+          QByteArray("\0", 1), QByteArray("--preferences"), QByteArray("--preferences\0/a\0", 17),
+          '/' + QByteArray(5000, 'x') + '\0'}) {
         EXPECT_FALSE(handover::pathsIn(payload)) << payload.constData();
+        EXPECT_FALSE(handover::actionIn(payload)) << payload.constData();
     }
     ASSERT_EQ(m_first.runningCopies(), 1);
     for (const QByteArray &message :
@@ -100,7 +110,7 @@ TEST_F(SingleInstanceTest, WhateverElseArrivesIsTurnedAway)
     }
     EXPECT_EQ(m_received, QStringList());
     EXPECT_EQ(m_calls, 0);
-    EXPECT_TRUE(handOver({"/still listening"}));
+    EXPECT_TRUE(handOver(QByteArrayList{"/still listening"}));
 }
 
 TEST_F(SingleInstanceTest, AKilledCopyStopsNobody)
@@ -115,7 +125,7 @@ TEST_F(SingleInstanceTest, AKilledCopyStopsNobody)
     ASSERT_TRUE(WIFSIGNALED(status));
     ASSERT_TRUE(QFile::exists(file("socket"))) << "left behind";
     EXPECT_EQ(m_first.runningCopies(), 1);
-    EXPECT_TRUE(handOver({"/films/a.mp4"}));
+    EXPECT_TRUE(handOver(QByteArrayList{"/films/a.mp4"}));
 }
 
 TEST_F(SingleInstanceTest, WithoutALockEveryCopyIsAlone)

@@ -12,6 +12,7 @@
 #include <QApplication>
 #include <QLibraryInfo>
 #include <QNetworkProxyFactory>
+#include <QTimer>
 #include <QTranslator>
 
 #include <cstdio>
@@ -51,6 +52,17 @@ QByteArrayList pathsOf(int argc, char **argv)
     return paths;
 }
 
+// The first action that is asked for.
+std::optional<qv::LaunchAction> actionOf(int argc, char **argv)
+{
+    for (int i = 1; i < argc && std::strcmp(argv[i], "--") != 0; ++i) {
+        if (const auto action = qv::launchActionOf(argv[i])) {
+            return action;
+        }
+    }
+    return std::nullopt;
+}
+
 bool answersOption(int argc, char **argv)
 {
     if (argc != 2) {
@@ -62,9 +74,16 @@ bool answersOption(int argc, char **argv)
         return true;
     }
     if (std::strcmp(argv[1], "--help") == 0) {
-        std::printf("Usage: Quorvantel [VIDEO or FOLDER]...\n"
+        std::printf("Usage: Quorvantel [option] [VIDEO or FOLDER]...\n"
                     "Opens the window and looks at the videos. For scripts and servers there is "
-                    "quorvantel-cli.\n");
+                    "quorvantel-cli.\n"
+                    "\n"
+                    "Options:\n"
+                    "  --choose-videos  Asks for videos at once.\n"
+                    "  --choose-folder  Asks for a folder at once.\n"
+                    "  --preferences    Shows the preferences at once.\n"
+                    "  --help           Shows this help.\n"
+                    "  --version        Shows the version.\n");
         return true;
     }
     return false;
@@ -89,13 +108,21 @@ QStringList usablePaths(const QByteArrayList &rawPaths)
     return paths;
 }
 
-int run(QApplication &application, const QByteArrayList &paths)
+// Whether the window that is there does what this copy was started for.
+bool handsOver(const qv::SingleInstance &instance, const QByteArrayList &paths,
+               std::optional<qv::LaunchAction> action)
+{
+    const bool handed = !paths.isEmpty() && instance.handOver(paths);
+    return action ? instance.handOver(*action) || handed : handed;
+}
+
+int run(QApplication &application, const QByteArrayList &paths,
+        std::optional<qv::LaunchAction> action)
 {
     qv::SingleInstance instance;
     qv::Desktop::Launch launch;
     launch.runningCopies = instance.runningCopies();
-    // Files that were opened from elsewhere go to the window that is there.
-    if (launch.runningCopies > 1 && !paths.isEmpty() && instance.handOver(paths)) {
+    if (launch.runningCopies > 1 && handsOver(instance, paths, action)) {
         return 0;
     }
     qv::Desktop desktop(std::make_unique<qv::FreedesktopWorkspace>(),
@@ -113,10 +140,15 @@ int run(QApplication &application, const QByteArrayList &paths)
                      });
     QObject::connect(&instance, &qv::SingleInstance::activationRequested, &desktop,
                      &qv::Desktop::comeToFront);
+    QObject::connect(&instance, &qv::SingleInstance::actionRequested, &desktop, &qv::Desktop::act,
+                     Qt::QueuedConnection);
     const qv::Interrupt interrupt([&] { desktop.quit(qv::appDelegate::Quit::AtOnce); },
                                   {SIGINT, SIGTERM, SIGHUP});
     desktop.show();
     desktop.openPaths(usablePaths(paths));
+    if (action) {
+        QTimer::singleShot(0, &desktop, [&] { desktop.act(*action); });
+    }
     const int status = application.exec();
     desktop.controller().applicationWillTerminate();
     return status;
@@ -140,5 +172,5 @@ int main(int argc, char **argv)
     QNetworkProxyFactory::setUseSystemConfiguration(true);
     translateDialogs(application);
     // Qt has taken its own options out by now.
-    return run(application, pathsOf(argc, argv));
+    return run(application, pathsOf(argc, argv), actionOf(argc, argv));
 }

@@ -1,0 +1,2 @@
+# Completion of quorvantel for bash.
+complete -o default -W "--choose-videos --choose-folder --preferences --help --version" quorvantel
