@@ -117,7 +117,7 @@ int main(int argc, char **argv)
                        .status == 0;
         }));
         ours.push_back(inFreshFolder(folder, [&](const QString &fresh) {
-            return qv::unpackArchive(archive, fresh).has_value();
+            return qv::SSZipArchive::unzipFileAtPath(archive, fresh).has_value();
         }));
     }
     const bool isWhole = *std::min_element(ours.begin(), ours.end()) > 0 &&

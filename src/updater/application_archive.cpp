@@ -80,7 +80,7 @@ tl::expected<void, QString> openArchive(const QString &archive, const ArchivePro
             return right;
         }
     }
-    return unpackArchive(archive, QFileInfo(archive).path(), {}, &isCancelled);
+    return SSZipArchive::unzipFileAtPath(archive, QFileInfo(archive).path(), {}, &isCancelled);
 }
 
 bool isApplicationAddress(const QString &address)

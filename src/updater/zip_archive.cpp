@@ -7,10 +7,11 @@
 
 namespace qv
 {
+namespace
+{
 
-tl::expected<void, QString> unpackArchive(const QString &archive, const QString &destination,
-                                          const UnpackLimits &limits,
-                                          const std::atomic<bool> *isCancelled)
+tl::expected<void, QString> unpack(const QString &archive, const QString &destination,
+                                   const UnpackLimits &limits, const std::atomic<bool> *isCancelled)
 {
     auto reader = ZipReader::open(archive);
     if (!reader) {
@@ -23,13 +24,18 @@ tl::expected<void, QString> unpackArchive(const QString &archive, const QString 
     return ZipExtraction(*reader, *plan, isCancelled).into(destination, limits.keptFree);
 }
 
-bool SSZipArchive::unzipFileAtPath(const QString &path, const QString &toDestination)
+} // namespace
+
+tl::expected<void, QString> SSZipArchive::unzipFileAtPath(const QString &path,
+                                                          const QString &toDestination,
+                                                          const UnpackLimits &limits,
+                                                          const std::atomic<bool> *isCancelled)
 {
-    const auto unpacked = unpackArchive(path, toDestination);
+    const auto unpacked = unpack(path, toDestination, limits, isCancelled);
     if (!unpacked) {
         logLine(QStringLiteral("unzipFileAtPath     :-( %1: %2").arg(path, unpacked.error()));
     }
-    return unpacked.has_value();
+    return unpacked;
 }
 
 } // namespace qv

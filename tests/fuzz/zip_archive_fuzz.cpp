@@ -52,7 +52,7 @@ int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     fuzz::require(archive.open(QIODevice::WriteOnly | QIODevice::Truncate), "there is a place");
     archive.write(fuzz::bytes(data, size));
     archive.close();
-    if (unpackArchive(place.archive, place.destination, limits)) {
+    if (SSZipArchive::unzipFileAtPath(place.archive, place.destination, limits)) {
         requireWithinLimits(place.destination);
         removeTree(place.folder + QStringLiteral("/parent"));
     }

@@ -73,7 +73,8 @@ struct UnpackedArchive : testing::Test {
     std::string unpack(const UnpackLimits &limits = {},
                        const std::atomic<bool> *isCancelled = nullptr)
     {
-        const auto unpacked = unpackArchive(archive, destination, limits, isCancelled);
+        const auto unpacked =
+            SSZipArchive::unzipFileAtPath(archive, destination, limits, isCancelled);
         return unpacked ? std::string() : unpacked.error().toStdString();
     }
 
