@@ -57,7 +57,7 @@ done < <(find "$work/cli" -type f \( -perm -u+x -o -name '*.so' \) | sort)
 ln -s "$(command -v ffmpeg)" "$stage/usr/bin/ffmpeg"
 mkdir "$work/home" "$work/tmp"
 ffmpeg -v error -f lavfi -i testsrc=s=320x240:r=10 -t 4 -c:v mpeg4 "$work/clip.avi" </dev/null
-sheet=$(env -i PATH="$PATH" HOME="$work/home" TMPDIR="$work/tmp" LC_ALL=C.UTF-8 \
+sheet=$(env -u XDG_RUNTIME_DIR HOME="$work/home" TMPDIR="$work/tmp" \
     "$stage/usr/bin/quorvantel-cli" sheet -o "$work/sheets" "$work/clip.avi") ||
     wrong "no sheet is made"
 left=$(find "$work/home" "$work/tmp" -mindepth 1)
