@@ -52,11 +52,15 @@ while IFS= read -r file; do
     fi
 done < <(find "$work/cli" -type f \( -perm -u+x -o -name '*.so' \) | sort)
 
-# The installed command finds its bundle through the link in /usr/bin.
+# The installed command finds its bundle through the link in /usr/bin, and leaves nothing but the
+# sheet.
 ln -s "$(command -v ffmpeg)" "$stage/usr/bin/ffmpeg"
-mkdir "$work/home"
+mkdir "$work/home" "$work/tmp"
 ffmpeg -v error -f lavfi -i testsrc=s=320x240:r=10 -t 4 -c:v mpeg4 "$work/clip.avi" </dev/null
-sheet=$(HOME=$work/home "$stage/usr/bin/quorvantel-cli" sheet -o "$work/sheets" "$work/clip.avi") ||
+sheet=$(env -u XDG_RUNTIME_DIR HOME="$work/home" TMPDIR="$work/tmp" \
+    "$stage/usr/bin/quorvantel-cli" sheet -o "$work/sheets" "$work/clip.avi") ||
     wrong "no sheet is made"
+left=$(find "$work/home" "$work/tmp" -mindepth 1)
+[ -z "$left" ] || wrong "left behind: $left"
 [ -s "$sheet" ] || wrong "there is no sheet '$sheet'"
 exit "$bad"

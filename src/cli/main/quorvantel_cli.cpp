@@ -1,9 +1,11 @@
 // The headless command: no display, no session bus, nothing of the terminal's input.
 
 #include "cli/command.h"
+#include "cli/scratch_folder.h"
 #include "support/log.h"
 #include "support/platform.h"
 
+#include <QFile>
 #include <QGuiApplication>
 
 #include <cstdio>
@@ -17,6 +19,39 @@ namespace
 void logQtMessage(QtMsgType, const QMessageLogContext &, const QString &text)
 {
     qv::logDebug([&] { return QStringLiteral("qt                  : ") + text; });
+}
+
+// Where no runtime folder is named, Qt makes one among the temporary files, only to look whether
+// something is in it, and leaves it there. This one goes again.
+class RuntimeFolder
+{
+public:
+    RuntimeFolder()
+    {
+        if (!qEnvironmentVariableIsSet(variable) && (m_folder = qv::ScratchFolder::create())) {
+            qputenv(variable, QFile::encodeName(m_folder->path()));
+        }
+    }
+    ~RuntimeFolder()
+    {
+        if (m_folder) {
+            qunsetenv(variable);
+        }
+    }
+    Q_DISABLE_COPY_MOVE(RuntimeFolder)
+
+private:
+    static constexpr const char *variable = "XDG_RUNTIME_DIR";
+    std::unique_ptr<qv::ScratchFolder> m_folder;
+};
+
+std::unique_ptr<QCoreApplication> makeApplication(bool needsFonts, int &argc, char **argv)
+{
+    if (!needsFonts) {
+        return std::make_unique<QCoreApplication>(argc, argv);
+    }
+    const RuntimeFolder runtime;
+    return std::make_unique<QGuiApplication>(argc, argv);
 }
 
 } // namespace
@@ -42,9 +77,7 @@ int main(int argc, char **argv)
     qunsetenv("QT_QPA_PLATFORMTHEME");
     // Qt's own options are not ours.
     int applicationArgc = 1;
-    const std::unique_ptr<QCoreApplication> application(
-        qv::needsFonts(arguments) ? new QGuiApplication(applicationArgc, argv)
-                                  : new QCoreApplication(applicationArgc, argv));
+    const auto application = makeApplication(qv::needsFonts(arguments), applicationArgc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("quorvantel-cli"));
     return qv::runCommand(arguments, qv::Streams::standard(input, output));
 }
