@@ -10,9 +10,12 @@
 namespace qv
 {
 
-// By their prefixed names: "dc.title", "xmp.CreatorTool"; ours have the prefix "qvsheet". Titles
-// are the text of the default language.
+// By their prefixed names: "dc.title", "xmp.CreatorTool", "qvsheet.Layout". Titles are the text of
+// the default language.
 using XmpTexts = QMap<QByteArray, QString>;
+
+constexpr char sheetNamespace[] = "https://quorvantel.example/ns/sheet/1.0/";
+constexpr char sheetPrefix[] = "qvsheet";
 
 // A JPEG segment holds no more, so no packet of ours is larger.
 constexpr qsizetype xmpPacketLimit = 65000;
@@ -23,8 +26,8 @@ QString xmpText(const QString &text);
 // The packet, or why there is none.
 tl::expected<QByteArray, QString> encodedXmp(const XmpTexts &texts);
 
-// What a packet from anywhere says in plain texts; lists and structures are left out. The error
-// says what is wrong with the packet.
+// What a packet from anywhere says in plain texts of those three kinds; lists and structures are
+// left out. The error says what is wrong with the packet.
 tl::expected<XmpTexts, QString> decodedXmp(const QByteArray &packet);
 
 // An encoded JPEG or PNG picture with the packet in it, its pixels untouched; or why it can't be.
