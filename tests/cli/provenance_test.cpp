@@ -152,6 +152,18 @@ TEST_F(CommandTest, AnUpdateMakesAnewOnlyWhatWouldDiffer)
     EXPECT_EQ(namesIn("out"), words("a.jpg"));
 }
 
+TEST_F(RealCommandTest, ASourceThatGrowsWhileItsSheetIsMadeDiffersAtTheNextUpdate)
+{
+    const QByteArray source = soundClip("a.mp4");
+    const QString ffmpeg = m_bundle.tool(QStringLiteral("ffmpeg"));
+    const QByteArray real = QFile::encodeName(QFileInfo(ffmpeg).canonicalFilePath());
+    writeScript(ffmpeg, "printf more >>'" + source + "'\nexec '" + real + "' \"$@\"\n");
+    EXPECT_EQ(sheets({source}).told("status"), words("made"));
+    ASSERT_TRUE(QFile::remove(ffmpeg) && QFile::link(QFile::decodeName(real), ffmpeg));
+    EXPECT_EQ(sheets({"--update", source}).told("status"), words("made"));
+    EXPECT_EQ(sheets({"--update", source}).told("status"), words("kept"));
+}
+
 TEST_F(CommandTest, WithoutPathsASheetTellsNoFolder)
 {
     sheets({"--no-paths", make("secret folder/a.mp4")});
