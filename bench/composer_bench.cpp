@@ -1,9 +1,11 @@
 // Composing and writing a sheet of 48 stills against decoding the same 48 files at full size.
 // Prints both medians and their ratio; fails when composing takes longer.
 #include "sheet/composer.h"
+#include "sheet/xmp_packet.h"
 
 #include <QDir>
 #include <QElapsedTimer>
+#include <QFileInfo>
 #include <QGuiApplication>
 #include <QImageReader>
 #include <QLinearGradient>
@@ -97,6 +99,36 @@ QVariantMap displayOf(const QString &folder, const QStringList &stills)
             {QStringLiteral("timecode"), timecodes}};
 }
 
+qv::Provenance provenanceOf(const QString &folder)
+{
+    qv::Provenance provenance;
+    provenance.application = QStringLiteral("Quorvantel");
+    provenance.sourceName = QStringLiteral("Holiday.mov");
+    provenance.sourcePath = folder.toUtf8() + "/Holiday.mov";
+    provenance.source = qv::sourceState(folder);
+    provenance.made = provenance.source.modified;
+    provenance.settings.format = QStringLiteral("jpg");
+    for (int i = 0; i < stillCount; ++i) {
+        provenance.instants.append(i * 60.125);
+    }
+    return provenance;
+}
+
+// What a finished sheet's own words cost: written into its bytes, and read from its file.
+void measureProvenance(const QString &sheet, const qv::Provenance &provenance, int &failures)
+{
+    QFile file(sheet);
+    failures += file.open(QIODevice::ReadOnly) ? 0 : 1;
+    const QByteArray bytes = file.readAll();
+    const double writing = medianMilliseconds(
+        [&] { failures += qv::withXmp(bytes, qv::xmpPacket(provenance)) ? 0 : 1; });
+    const double reading = medianMilliseconds(
+        [&] { failures += qv::readProvenance(QFile::encodeName(sheet)) ? 0 : 1; });
+    std::printf("what the sheet tells (%s, %.1f MB): %.2f ms to write, %.2f ms to read\n",
+                qPrintable(QFileInfo(sheet).suffix()), static_cast<double>(bytes.size()) / 1e6,
+                writing, reading);
+}
+
 } // namespace
 
 int main(int argc, char **argv)
@@ -115,9 +147,10 @@ int main(int argc, char **argv)
             failures += QImageReader(still).read().isNull() ? 1 : 0;
         }
     });
+    const qv::Provenance provenance = provenanceOf(base);
     const auto composing = [&](int dpi) {
         return medianMilliseconds([&] {
-            const auto sheet = qv::composeSheet(dpi, display);
+            const auto sheet = qv::composeSheet(dpi, display, provenance);
             failures += sheet && sheet->drawn == stillCount ? 0 : 1;
         });
     };
@@ -126,5 +159,7 @@ int main(int argc, char **argv)
     std::printf("decoding %d stills at full size: %.1f ms\n", stillCount, decoding);
     std::printf("composing and writing, JPEG:     %.1f ms, ratio %.2f\n", jpeg, jpeg / decoding);
     std::printf("composing and writing, PNG:      %.1f ms, ratio %.2f\n", png, png / decoding);
+    measureProvenance(base + QStringLiteral(".jpg"), provenance, failures);
+    measureProvenance(base + QStringLiteral(".png"), provenance, failures);
     return failures == 0 && jpeg <= decoding ? 0 : 1;
 }

@@ -3,6 +3,7 @@
 #include "cli/exit_status.h"
 #include "cli/headless_session.h"
 #include "cli/name_list.h"
+#include "cli/read_command.h"
 #include "cli/record_commands.h"
 #include "cli/sheet_command.h"
 #include "cli/source_list.h"
@@ -95,6 +96,9 @@ int runOnSources(const Options &options, const DecodedArguments &arguments, cons
     const auto names = namedSources(options, arguments, streams);
     if (!names) {
         return wrongUsage(streams, names.error(), arguments.texts.first());
+    }
+    if (options.command == Command::Read) {
+        return runReadCommand(options, streams, *names);
     }
     const auto session = HeadlessSession::start(options);
     if (!session) {

@@ -12,25 +12,11 @@ namespace qv
 namespace
 {
 
-struct LayoutName {
-    const char *name;
-    SheetLayout layout;
-};
-constexpr LayoutName layouts[] = {{"big", SheetLayout::Big},
-                                  {"medium", SheetLayout::Medium},
-                                  {"minimum", SheetLayout::Minimum},
-                                  {"mixed", SheetLayout::Mixed}};
+constexpr SheetLayout layouts[] = {SheetLayout::Big, SheetLayout::Medium, SheetLayout::Minimum,
+                                   SheetLayout::Mixed};
 
 constexpr int countLimit = 2000;
 constexpr int shardLimit = 100000;
-
-// What people call the captions whose stored names are old.
-struct CaptionAlias {
-    const char *alias;
-    const char *caption;
-};
-constexpr CaptionAlias captionAliases[] = {
-    {"picture", "vIdentity"}, {"size", "poids"}, {"contents", "essence"}};
 
 tl::unexpected<QString> wrong(const QString &text)
 {
@@ -39,13 +25,9 @@ tl::unexpected<QString> wrong(const QString &text)
 
 QString captionNamed(const QString &name)
 {
-    for (const CaptionAlias &alias : captionAliases) {
-        if (name.compare(QLatin1String(alias.alias), Qt::CaseInsensitive) == 0) {
-            return QLatin1String(alias.caption);
-        }
-    }
     for (const CaptionSwitch &known : captionSwitches()) {
-        if (name.compare(known.caption, Qt::CaseInsensitive) == 0) {
+        if (name.compare(known.word, Qt::CaseInsensitive) == 0 ||
+            name.compare(known.caption, Qt::CaseInsensitive) == 0) {
             return known.caption;
         }
     }
@@ -54,21 +36,11 @@ QString captionNamed(const QString &name)
 
 } // namespace
 
-QString layoutName(SheetLayout layout)
-{
-    for (const LayoutName &known : layouts) {
-        if (known.layout == layout) {
-            return QLatin1String(known.name);
-        }
-    }
-    return {};
-}
-
 Parsed<SheetLayout> parseLayout(const QString &text)
 {
-    for (const LayoutName &known : layouts) {
-        if (text == QLatin1String(known.name)) {
-            return known.layout;
+    for (const SheetLayout layout : layouts) {
+        if (text == layoutName(layout)) {
+            return layout;
         }
     }
     return wrong(

@@ -70,6 +70,12 @@ private:
                 "The sheets' paths go to standard output, one a line."));
             declareSheetOptions();
         }
+        if (m_command == Command::Read) {
+            m_parser.setApplicationDescription(QStringLiteral(
+                "Shows what each sheet tells of itself: source, settings, instants."));
+            declareReadOptions();
+            return;
+        }
         if (m_command != Command::Info) {
             add({QStringLiteral("l"), QStringLiteral("layout")},
                 "big (2 columns), medium (3), minimum (6) or mixed (6 and a large picture). "
@@ -90,12 +96,9 @@ private:
                 "Shows which pictures a sheet would take, and how, without taking them."));
         }
         if (m_command != Command::Plan) {
-            add({QStringLiteral("from")},
-                "Takes the sources that FILE lists, too; - is standard input. One name a line, or "
-                "each ended by a NUL byte.",
-                "FILE");
+            declareList();
         }
-        add({QStringLiteral("json")}, "Results as JSON, one object a line and source.");
+        declareJson();
         add({QStringLiteral("log")}, "Appends trace lines to FILE.", "FILE");
         add({QStringLiteral("verbose")}, "Traces in detail (to standard error without --log).");
         add({QStringLiteral("quiet")}, "Only errors on standard error.");
@@ -105,6 +108,28 @@ private:
         m_parser.addPositionalArgument(
             QStringLiteral("SOURCE"), QStringLiteral("A video file or a folder."),
             m_command == Command::Plan ? QStringLiteral("SOURCE") : QStringLiteral("SOURCE..."));
+    }
+
+    void declareList()
+    {
+        add({QStringLiteral("from")},
+            "Takes the files that FILE lists, too; - is standard input. One name a line, or each "
+            "ended by a NUL byte.",
+            "FILE");
+    }
+
+    void declareJson()
+    {
+        add({QStringLiteral("json")}, "Results as JSON, one object a line and file.");
+    }
+
+    void declareReadOptions()
+    {
+        declareList();
+        declareJson();
+        m_parser.addPositionalArgument(QStringLiteral("SHEET"),
+                                       QStringLiteral("A JPEG or PNG file."),
+                                       QStringLiteral("SHEET..."));
     }
 
     void declareSheetOptions()
@@ -117,6 +142,10 @@ private:
             "jpg (960 pixels wide) or png (1920). Default: the preference.", "FORMAT");
         add({QStringLiteral("keep")}, "Keeps a sheet that is there already (default).");
         add({QStringLiteral("replace")}, "Replaces a sheet that is there already.");
+        add({QStringLiteral("update")},
+            "Replaces a sheet that is there already when its source or the settings have changed "
+            "since, or when it does not tell.");
+        add({QStringLiteral("no-paths")}, "Sheets don't carry in which folder their sources are.");
         add({QStringLiteral("jobs")},
             "Works on N sources at a time. Default: as many as there are processors.", "N");
         add({QStringLiteral("shard")},
@@ -157,10 +186,13 @@ private:
     Parsed<Options> read(Options options)
     {
         options.json = isSet("json");
+        options.sources = m_parser.positionalArguments();
+        if (m_command == Command::Read) {
+            return withSources(options);
+        }
         options.verbose = isSet("verbose");
         options.quiet = isSet("quiet");
         options.logFile = value("log");
-        options.sources = m_parser.positionalArguments();
         if (!take("hang-timeout", options.hangTimeout,
                   [](const QString &text) { return parseNumber(text, "time-out", 0.1, 1e6); })) {
             return wrong(m_error);
@@ -175,12 +207,18 @@ private:
         if (m_command == Command::Worker) {
             return options;
         }
-        options.from = m_command == Command::Plan ? QString() : value("from");
-        if (options.sources.isEmpty() && options.from.isEmpty()) {
-            return wrong(QStringLiteral("no source is named"));
-        }
         if (m_command == Command::Plan && options.sources.size() > 1) {
             return wrong(QStringLiteral("plan takes one source"));
+        }
+        return withSources(options);
+    }
+
+    Parsed<Options> withSources(Options options)
+    {
+        options.from = m_command == Command::Plan ? QString() : value("from");
+        if (options.sources.isEmpty() && options.from.isEmpty()) {
+            return wrong(m_command == Command::Read ? QStringLiteral("no sheet is named")
+                                                    : QStringLiteral("no source is named"));
         }
         return options;
     }
@@ -217,9 +255,11 @@ private:
         options.sheetArguments = sheetArguments();
         options.output = value("output");
         options.replace = isSet("replace");
+        options.update = isSet("update");
+        options.noPaths = isSet("no-paths");
         options.noTimecode = isSet("no-timecode");
-        if (options.replace && isSet("keep")) {
-            m_error = QStringLiteral("--keep and --replace exclude each other");
+        if (int{isSet("keep")} + int{options.replace} + int{options.update} > 1) {
+            m_error = QStringLiteral("--keep, --replace and --update exclude each other");
             return false;
         }
         if (isSet("output") && options.output.isEmpty()) {
@@ -253,6 +293,7 @@ QString generalHelp()
         "  sheet SOURCE...   makes the sheets of files and folders\n"
         "  info SOURCE...    shows what is known about each source\n"
         "  plan SOURCE       shows which pictures a sheet would take\n"
+        "  read SHEET...     shows what a sheet tells of itself\n"
         "\n"
         "quorvantel-cli COMMAND --help shows a command's options, --version the version.\n"
         "Exit status: 0 all made or kept, 1 some source skipped or failed, 2 wrong usage,\n"
@@ -285,6 +326,8 @@ tl::expected<Options, QString> parseOptions(const QStringList &arguments)
         command = Command::Info;
     } else if (word == QLatin1String("plan")) {
         command = Command::Plan;
+    } else if (word == QLatin1String("read")) {
+        command = Command::Read;
     } else if (word == QLatin1String("worker")) {
         command = Command::Worker; // what "sheet" starts copies of itself as
     } else if (word != QLatin1String("sheet")) {

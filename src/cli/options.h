@@ -16,7 +16,7 @@
 namespace qv
 {
 
-enum class Command { Sheet, Info, Plan, Help, Version, Worker };
+enum class Command { Sheet, Info, Plan, Read, Help, Version, Worker };
 
 // The K-th of N parts of the list of sources.
 struct Shard {
@@ -35,7 +35,9 @@ struct Options {
     std::optional<int> count;
     std::optional<int> pictureChoice; // 0 JPEG, 1 PNG
     bool replace = false;
-    bool quick = false; // key pictures near the instants
+    bool update = false;  // replaces a sheet that a new one would differ from
+    bool noPaths = false; // in what the sheets tell of themselves
+    bool quick = false;   // key pictures near the instants
     bool noTimecode = false;
     std::optional<QSet<QString>> captions; // of captionSwitches()
     QString background;                    // colour texts; empty: the preference
@@ -55,7 +57,5 @@ struct Options {
 
 // `arguments` without the program's name. The error says what is wrong and where help is.
 tl::expected<Options, QString> parseOptions(const QStringList &arguments);
-
-QString layoutName(SheetLayout layout);
 
 } // namespace qv

@@ -50,19 +50,73 @@ QJsonValue roadOf(const SheetOutcome &outcome)
     if (outcome.status != SheetOutcome::Status::Made) {
         return QJsonValue::Null;
     }
-    return outcome.quick ? QStringLiteral("quick") : QStringLiteral("exact");
+    return roadName(outcome.quick);
 }
 
-// Of a sheet that was made, rounded to milliseconds.
+// Rounded to milliseconds.
+QJsonArray instantsJson(const QList<double> &instants)
+{
+    QJsonArray array;
+    for (const double instant : instants) {
+        array.append(std::round(instant * 1000) / 1000);
+    }
+    return array;
+}
+
 QJsonArray instantsOf(const SheetOutcome &outcome)
 {
-    QJsonArray instants;
-    if (outcome.status == SheetOutcome::Status::Made) {
-        for (const double instant : outcome.instants) {
-            instants.append(std::round(instant * 1000) / 1000);
+    return outcome.status == SheetOutcome::Status::Made ? instantsJson(outcome.instants)
+                                                        : QJsonArray();
+}
+
+QJsonValue pathJson(const QByteArray &path)
+{
+    return path.isEmpty() ? QJsonValue(QJsonValue::Null) : QJsonValue(QString::fromUtf8(path));
+}
+
+QString dateText(const QDateTime &date)
+{
+    return date.toString(Qt::ISODateWithMs);
+}
+
+QJsonObject settingsJson(const SheetSettings &settings)
+{
+    return {{QStringLiteral("layout"), settings.layout},
+            {QStringLiteral("count"), settings.count},
+            {QStringLiteral("format"), settings.format},
+            {QStringLiteral("captions"), QJsonArray::fromStringList(settings.captions)},
+            {QStringLiteral("timecodes"), settings.timecodes},
+            {QStringLiteral("background"), settings.background},
+            {QStringLiteral("border_color"), settings.borderColor},
+            {QStringLiteral("border_size"), settings.borderSize},
+            {QStringLiteral("quick"), settings.quick}};
+}
+
+QString textOf(const QJsonValue &value)
+{
+    if (!value.isArray()) {
+        return printable(value.toVariant().toString());
+    }
+    QStringList texts;
+    for (const QJsonValue &element : value.toArray()) {
+        texts.append(textOf(element));
+    }
+    return texts.join(QStringLiteral(", "));
+}
+
+// Those of an object in it begin with its key; what is null is left out.
+QString linesOf(const QJsonObject &object, const QString &prefix)
+{
+    QString lines;
+    for (auto it = object.begin(); it != object.end(); ++it) {
+        const QString key = prefix + it.key();
+        if (it.value().isObject()) {
+            lines += linesOf(it.value().toObject(), key + u'_');
+        } else if (!it.value().isNull()) {
+            lines += key + QStringLiteral(": ") + textOf(it.value()) + u'\n';
         }
     }
-    return instants;
+    return lines;
 }
 
 } // namespace
@@ -125,6 +179,32 @@ QString infoText(const QString &source, const MediaInfoRecord &record)
         text += it.key() + QStringLiteral(": ") + textValue(it.value()) + QLatin1Char('\n');
     }
     return text;
+}
+
+QJsonObject provenanceJson(const QString &sheet, const Provenance &provenance)
+{
+    const QJsonObject source{
+        {QStringLiteral("name"), provenance.sourceName},
+        {QStringLiteral("path"), pathJson(provenance.sourcePath)},
+        {QStringLiteral("size"), provenance.source.size},
+        {QStringLiteral("modified"), dateText(provenance.source.modified)},
+        {QStringLiteral("duration"), std::round(provenance.duration * 1000) / 1000}};
+    return {{QStringLiteral("sheet"), sheet},
+            {QStringLiteral("application"), provenance.application},
+            {QStringLiteral("version"), provenance.version},
+            {QStringLiteral("made"), dateText(provenance.made)},
+            {QStringLiteral("title"), provenance.title},
+            {QStringLiteral("source"), source},
+            {QStringLiteral("settings"), settingsJson(provenance.settings)},
+            {QStringLiteral("road"), roadName(provenance.madeQuick)},
+            {QStringLiteral("instants"), instantsJson(provenance.instants)}};
+}
+
+QString provenanceText(const QString &sheet, const Provenance &provenance)
+{
+    QJsonObject object = provenanceJson(sheet, provenance);
+    object.remove(QStringLiteral("sheet"));
+    return QStringLiteral("sheet: %1\n").arg(printable(sheet)) + linesOf(object, QString());
 }
 
 QJsonObject planJson(const QString &source, SheetLayout layout, const ExtractionPlan &plan)

@@ -4,6 +4,7 @@
 #include "cli/streams.h"
 #include "sheet/extraction_plan.h"
 #include "sheet/layout.h"
+#include "sheet/provenance.h"
 
 #include <QJsonObject>
 #include <QList>
@@ -36,6 +37,11 @@ MediaInfoRecord publicRecord(const MediaInfoRecord &record);
 QJsonObject infoJson(const QString &source, const MediaInfoRecord &record);
 // One "key: value" a line.
 QString infoText(const QString &source, const MediaInfoRecord &record);
+
+// What a sheet tells of itself.
+QJsonObject provenanceJson(const QString &sheet, const Provenance &provenance);
+// One "key: value" a line.
+QString provenanceText(const QString &sheet, const Provenance &provenance);
 
 QJsonObject planJson(const QString &source, SheetLayout layout, const ExtractionPlan &plan);
 QString planText(const QString &source, SheetLayout layout, const ExtractionPlan &plan);

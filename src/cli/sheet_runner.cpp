@@ -1,9 +1,12 @@
 #include "cli/sheet_runner.h"
 
+#include "controller/sheet_freshness.h"
 #include "controller/sheet_names.h"
 #include "controller/store_keys.h"
 #include "support/files.h"
+#include "support/log.h"
 
+#include <QFile>
 #include <QFileInfo>
 
 namespace qv
@@ -30,6 +33,20 @@ SheetOutcome unmade(SheetOutcome::Status status, const Source &source, const QSt
     outcome.source = source.named;
     outcome.reason = reason;
     return outcome;
+}
+
+// Whether the sheet tells that one made now would be the same.
+bool isFresh(HeadlessSession &session, const Source &source, const QString &sheet)
+{
+    const auto carried = readProvenance(QFile::encodeName(sheet));
+    const QString why =
+        carried
+            ? staleReason(*carried, wantedSheet(session.face(), session.preferences(), source.path))
+            : carried.error();
+    if (!why.isNull()) {
+        logLine(QStringLiteral("sheet is made anew  : %1: %2").arg(sheet, why));
+    }
+    return why.isNull();
 }
 
 } // namespace
@@ -67,7 +84,8 @@ void SheetRunner::rowMade(const Source &source)
             return;
         }
     }
-    m_session.preferences().prefWrite(keys::replaceFiles, m_options.replace ? 1 : 0);
+    m_session.preferences().prefWrite(keys::replaceFiles,
+                                      m_options.replace || m_options.update ? 1 : 0);
     m_session.controller().iba_batchGoBt();
 }
 
@@ -143,8 +161,13 @@ std::optional<SheetOutcome> settledOutcome(HeadlessSession &session, const Optio
     if (options.replace || !standing.exists()) {
         return std::nullopt;
     }
-    SheetOutcome outcome = unmade(SheetOutcome::Status::Kept, source,
-                                  QStringLiteral("a sheet of that name is there already"));
+    if (options.update && !isFresh(session, source, sheet)) {
+        return std::nullopt;
+    }
+    SheetOutcome outcome =
+        unmade(SheetOutcome::Status::Kept, source,
+               options.update ? QStringLiteral("its sheet is there already and up to date")
+                              : QStringLiteral("a sheet of that name is there already"));
     outcome.sheet = sheet;
     return outcome;
 }

@@ -119,6 +119,7 @@ private:
     DurationCheck m_durationCheck = DurationCheck::None;
     QTimer m_measuringLimit;
     QString m_reason;                             // why the current source makes no row
+    SourceState m_sourceState;                    // before it was looked into
     std::optional<BlockingRunsEnded> m_endedRuns; // from the stop until the tool has gone
     OffThread m_asking;                           // ends before the rest goes
 };

@@ -339,6 +339,7 @@ bool AnalysisDriver::makeRow(NewRow &row)
     item.dpi = m_context.face.pictureChoice();
     item.src = rowCaption(row.record, row.source);
     item.dico = std::move(row.record);
+    item.state = m_sourceState;
     m_context.table.add(std::move(item));
     m_context.window.drawerOpen = true;
     m_context.face.rowsChanged();

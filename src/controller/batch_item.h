@@ -1,6 +1,7 @@
 #pragma once
 
 #include "analysis/media_info_record.h"
+#include "sheet/provenance.h"
 
 #include <QImage>
 #include <QString>
@@ -31,6 +32,7 @@ struct BatchItem {
     StyledText src;       // caption
     QString reason;       // why the row failed; null otherwise
     bool isQuick = false; // its sheet shows key pictures
+    SourceState state;    // of the file before anybody looked into it
 
     QString sourcePath() const;
     // The preview, read from the file when asked for, so that ten thousand rows hold no pictures;

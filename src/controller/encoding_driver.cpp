@@ -181,6 +181,7 @@ void EncodingDriver::beginRow(int index)
     m_row = {};
     m_row.source = row.sourcePath();
     m_row.duration = numberIn(row.dico, QStringLiteral("w_duration")).value_or(0);
+    m_row.state = row.state;
     m_row.started = m_context.now();
     m_row.clock.start();
     row.reason.clear();
@@ -277,7 +278,8 @@ void EncodingDriver::startRow()
     m_row.dpi = intIn(work, QStringLiteral("dpi")).value_or(item != nullptr ? item->dpi : 0);
     logLine(QStringLiteral("out                 = %1 (%2)")
                 .arg(QString::number(m_row.out), m_context.face.layoutLabel(m_row.out)));
-    m_row.isQuick = m_context.face.wantsQuickPictures() && hasQuickTool() &&
+    m_row.wishesQuick = m_context.face.wantsQuickPictures();
+    m_row.isQuick = m_row.wishesQuick && hasQuickTool() &&
                     intIn(work, QStringLiteral("decSkip")).value_or(0) == 0;
     m_row.sheet = sheetPath(m_row.source, m_row.dpi);
     m_row.stills = stillsFolder();

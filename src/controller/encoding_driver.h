@@ -101,6 +101,7 @@ private:
     void composeRow();
     void takeSheet(const tl::expected<ComposedSheet, QString> &composed);
     QVariantMap displayOfRow() const;
+    Provenance provenanceOfRow() const;
     void placeSheet(const QString &composed);
     void finishRow();
     void markRow();
@@ -146,13 +147,15 @@ private:
         int hungRuns = 0;
         bool byMovieFramework = false;
         bool isQuick = false; // its stills are key pictures, taken in one run
-        bool canSeek = true;  // until ffmpeg says that it can't
+        bool wishesQuick = false;
+        bool canSeek = true; // until ffmpeg says that it can't
         bool seeksToKeys = true;
         QList<double> instants; // of the stills, seconds
         QSet<int> moved;        // indices of stills whose frames are far from their stamps
         double interval = 0;    // seconds between two stills
         double fps = 0;         // 0: unknown
         double duration = 0;
+        SourceState state; // of the source when its analysis began
         QDateTime started;
         QElapsedTimer clock;
         std::optional<PictureRun> picture;

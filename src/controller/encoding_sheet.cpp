@@ -3,14 +3,17 @@
 #include "controller/encoding_driver.h"
 
 #include "controller/sheet_delivery.h"
+#include "controller/sheet_freshness.h"
 #include "controller/store_keys.h"
 #include "sheet/caption_texts.h"
 #include "sheet/composer.h"
 #include "sheet/extraction_plan.h"
 #include "sheet/text_painter.h"
+#include "support/bundle.h"
 #include "support/dates.h"
 #include "support/diagnostics.h"
 #include "support/files.h"
+#include "support/foreign_names.h"
 #include "support/log.h"
 #include "support/variant_values.h"
 
@@ -42,12 +45,14 @@ void EncodingDriver::composeRow()
     prepareTexts(); // fonts are loaded by this thread
     using Composed = tl::expected<ComposedSheet, QString>;
     const auto composed = std::make_shared<Composed>();
-    m_composing.run([composed, dpi = m_row.dpi,
-                     display = displayOfRow()] { *composed = composeSheet(dpi, display); },
-                    [this, composed] {
-                        takeSheet(*composed);
-                        goOn();
-                    });
+    m_composing.run(
+        [composed, dpi = m_row.dpi, display = displayOfRow(), provenance = provenanceOfRow()] {
+            *composed = composeSheet(dpi, display, provenance);
+        },
+        [this, composed] {
+            takeSheet(*composed);
+            goOn();
+        });
 }
 
 void EncodingDriver::takeSheet(const tl::expected<ComposedSheet, QString> &composed)
@@ -93,6 +98,29 @@ QVariantMap EncodingDriver::displayOfRow() const
         }
     }
     return display;
+}
+
+Provenance EncodingDriver::provenanceOfRow() const
+{
+    Provenance provenance;
+    provenance.application = Bundle::main().name();
+    provenance.version = Bundle::main().version();
+    provenance.made = m_context.now().toUTC();
+    provenance.title =
+        stringIn(child(QStringLiteral("appkyDisplay")).toMap(), QStringLiteral("name"));
+    provenance.sourceName = lastPathComponent(shownPath(m_row.source));
+    if (!m_context.face.leavesOutPaths()) {
+        provenance.sourcePath = rawPath(m_row.source);
+    }
+    provenance.source = m_row.state;
+    provenance.duration = m_row.duration;
+    provenance.settings =
+        sheetSettings(m_context.face, m_context.preferences, m_row.out, m_row.dpi);
+    provenance.settings.count = m_row.asked;
+    provenance.settings.quick = m_row.wishesQuick;
+    provenance.madeQuick = m_row.isQuick;
+    provenance.instants = m_row.instants;
+    return provenance;
 }
 
 // What happened around the row: it explains a failure better than what the tool or the composer

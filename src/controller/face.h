@@ -74,6 +74,8 @@ public:
     // Whether rows take the key pictures near their instants, which is much faster, instead of the
     // pictures at them. Asked when a source is analysed and when its row begins.
     virtual bool wantsQuickPictures() const = 0;
+    // Whether sheets keep to themselves in which folder their sources are.
+    virtual bool leavesOutPaths() const { return false; }
 
     // The file chooser, restricted to these extensions; empty when cancelled.
     virtual QStringList chooseSources(const QString &, const QStringList &) { return {}; }

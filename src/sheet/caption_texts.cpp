@@ -143,14 +143,14 @@ QStringList captionLineKeys()
 const QList<CaptionSwitch> &captionSwitches()
 {
     static const QList<CaptionSwitch> switches{
-        {QStringLiteral("name"), QStringLiteral("pageName")},
-        {QStringLiteral("location"), QStringLiteral("pageLocation")},
-        {QStringLiteral("date"), QStringLiteral("pageDate")},
-        {QStringLiteral("duration"), QStringLiteral("pageDuration")},
-        {QStringLiteral("vIdentity"), QStringLiteral("pageVIdentity")},
-        {QStringLiteral("poids"), QStringLiteral("pagePoids")},
-        {QStringLiteral("essence"), QStringLiteral("pageEssence")},
-        {QStringLiteral("timecode"), QStringLiteral("prefTimecode")}};
+        {QStringLiteral("name"), QStringLiteral("pageName"), QStringLiteral("name")},
+        {QStringLiteral("location"), QStringLiteral("pageLocation"), QStringLiteral("location")},
+        {QStringLiteral("date"), QStringLiteral("pageDate"), QStringLiteral("date")},
+        {QStringLiteral("duration"), QStringLiteral("pageDuration"), QStringLiteral("duration")},
+        {QStringLiteral("vIdentity"), QStringLiteral("pageVIdentity"), QStringLiteral("picture")},
+        {QStringLiteral("poids"), QStringLiteral("pagePoids"), QStringLiteral("size")},
+        {QStringLiteral("essence"), QStringLiteral("pageEssence"), QStringLiteral("contents")},
+        {QStringLiteral("timecode"), QStringLiteral("prefTimecode"), QStringLiteral("timecode")}};
     return switches;
 }
 

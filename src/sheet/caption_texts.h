@@ -17,10 +17,11 @@ QVariantMap captionTexts(const QVariantMap &input);
 // The caption lines below the title, in the order in which they are drawn.
 QStringList captionLineKeys();
 // Every caption that a switch shows or hides, with the preference that holds the switch:
-// "name" -> "pageName", ..., "timecode" -> "prefTimecode".
+// "name" -> "pageName", ..., "timecode" -> "prefTimecode"; and what people call it.
 struct CaptionSwitch {
     QString caption;
     QString preference;
+    QString word;
 };
 const QList<CaptionSwitch> &captionSwitches();
 // Whether the preferences show that caption; one that has no switch is always shown.

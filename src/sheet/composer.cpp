@@ -262,7 +262,8 @@ QImage drawSheetAtWidth(int dpi, const QVariantMap &display, int width, int *dra
     return drawnSheet(output, display, drawn);
 }
 
-tl::expected<ComposedSheet, QString> composeSheet(int dpi, const QVariantMap &display)
+tl::expected<ComposedSheet, QString> composeSheet(int dpi, const QVariantMap &display,
+                                                  const std::optional<Provenance> &provenance)
 {
     const QString base = destinationBase(display);
     if (base.isEmpty() || !QFileInfo(base).isDir()) {
@@ -274,7 +275,8 @@ tl::expected<ComposedSheet, QString> composeSheet(int dpi, const QVariantMap &di
         return tl::make_unexpected(sheet.error());
     }
     const QString path = QStringLiteral("%1.%2").arg(base, sheetExtension(dpi));
-    if (!imgWrite(sheet->bitmap, path)) {
+    const QByteArray packet = provenance ? xmpPacket(*provenance) : QByteArray();
+    if (!imgWrite(sheet->bitmap, path, packet)) {
         return tl::make_unexpected(QStringLiteral("the sheet can't be written: %1").arg(path));
     }
     return ComposedSheet{path, sheet->drawn};

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "sheet/provenance.h"
+
 #include <QColor>
 #include <QImage>
 #include <QSize>
@@ -7,6 +9,8 @@
 #include <QVariantMap>
 
 #include <tl/expected.hpp>
+
+#include <optional>
 
 // Draws an index sheet and writes it.
 namespace qv
@@ -20,8 +24,11 @@ struct ComposedSheet {
 // Draws the sheet that `display` describes (dstPathStr, bigMedMinMix, th, wTh, hTh, borderColor,
 // borderSize, bkgColor, the captions, timecode) and writes it to dstPathStr plus "jpg" (dpi 0) or
 // "png". dstPathStr must name an existing folder. Stills that are missing or don't decode leave
-// their cells empty. Gives why when no sheet could be written; then no file is left either.
-tl::expected<ComposedSheet, QString> composeSheet(int dpi, const QVariantMap &display);
+// their cells empty. The file carries what it tells of itself, when that is given. Gives why when
+// no sheet could be written; then no file is left either.
+tl::expected<ComposedSheet, QString>
+composeSheet(int dpi, const QVariantMap &display,
+             const std::optional<Provenance> &provenance = std::nullopt);
 
 // composeSheet, with the failure logged: whether the sheet was written.
 bool sheetPicture(int dpi, const QVariantMap &display);

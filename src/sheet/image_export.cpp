@@ -1,6 +1,7 @@
 #include "sheet/image_export.h"
 
 #include "sheet/image_encoders.h"
+#include "sheet/xmp_packet.h"
 #include "support/files.h"
 #include "support/log.h"
 
@@ -36,16 +37,17 @@ struct FileType {
     QByteArray writer; // of the image plug-ins; empty for our own encoders
     bool transparency = false;
     QByteArray (*encoder)(const QImage &) = nullptr;
+    bool carriesXmp = false;
 };
 
 FileType fileType(const QString &extension)
 {
     const QString type = extension.toLower();
     if (type == QLatin1String("jpg") || type == QLatin1String("jpeg")) {
-        return {{}, false, encodeJpeg};
+        return {{}, false, encodeJpeg, true};
     }
     if (type == QLatin1String("png")) {
-        return {"png", true, nullptr};
+        return {"png", true, nullptr, true};
     }
     if (type == QLatin1String("tif") || type == QLatin1String("tiff")) {
         return {"tiff", true, nullptr};
@@ -129,6 +131,16 @@ QByteArray encoded(const QImage &bitmap, const FileType &type)
 {
     const QImage source = type.transparency ? bitmap : withoutAlpha(bitmap);
     return type.encoder ? type.encoder(source) : pluginEncoded(source, type);
+}
+
+// A picture that can't carry the packet is still a good one.
+QByteArray carrying(const QByteArray &picture, const QByteArray &packet)
+{
+    const auto carrier = withXmp(picture, packet);
+    if (!carrier) {
+        logLine(QStringLiteral("sheet metadata      :-( ") + carrier.error());
+    }
+    return carrier.value_or(picture);
 }
 
 // Never a device or a pipe that the path may lead to.
@@ -292,13 +304,16 @@ QImage imgRender(const Drawing &drawing, int width, int height, double resolutio
     return bitmap;
 }
 
-bool imgWrite(const QImage &bitmap, const QString &path)
+bool imgWrite(const QImage &bitmap, const QString &path, const QByteArray &xmpPacket)
 {
     const QString file = expandTilde(path);
     if (bitmap.isNull() || file.isEmpty()) {
         return false;
     }
-    const bool written = writeWhole(file, encoded(bitmap, fileType(pathExtension(file))));
+    const FileType type = fileType(pathExtension(file));
+    const QByteArray bytes = encoded(bitmap, type);
+    const bool isCarrier = type.carriesXmp && !xmpPacket.isEmpty() && !bytes.isEmpty();
+    const bool written = writeWhole(file, isCarrier ? carrying(bytes, xmpPacket) : bytes);
     logDebug([] { return QStringLiteral("imgExport - fin"); });
     return written;
 }

@@ -151,6 +151,21 @@ SheetLayout sheetLayout(int out)
     return out >= 0 && out <= 2 ? static_cast<SheetLayout>(out) : SheetLayout::Mixed;
 }
 
+QString layoutName(SheetLayout layout)
+{
+    switch (layout) {
+    case SheetLayout::Big:
+        return QStringLiteral("big");
+    case SheetLayout::Medium:
+        return QStringLiteral("medium");
+    case SheetLayout::Minimum:
+        return QStringLiteral("minimum");
+    case SheetLayout::Mixed:
+        break;
+    }
+    return QStringLiteral("mixed");
+}
+
 int columnsOf(SheetLayout layout)
 {
     switch (layout) {

@@ -17,6 +17,8 @@ enum class SheetLayout { Big = 0, Medium = 1, Minimum = 2, Mixed = 3 };
 
 // From a row's layout index; anything unknown is mixed.
 SheetLayout sheetLayout(int out);
+// "big", "medium", "minimum", "mixed".
+QString layoutName(SheetLayout layout);
 // Columns of the grid: 2, 3 or 6.
 int columnsOf(SheetLayout layout);
 // The preference that holds a layout's number of stills: "prefLimitBig", ...

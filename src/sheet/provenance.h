@@ -1,0 +1,67 @@
+#pragma once
+
+#include <QByteArray>
+#include <QDateTime>
+#include <QList>
+#include <QString>
+#include <QStringList>
+
+#include <tl/expected.hpp>
+
+// What a sheet tells of itself, in its file.
+namespace qv
+{
+
+// What tells whether a file is still the one that was looked at.
+struct SourceState {
+    qint64 size = -1;   // bytes; -1: unknown
+    QDateTime modified; // UTC, to the millisecond
+
+    friend bool operator==(const SourceState &, const SourceState &) = default;
+};
+// Of the file that the path leads to now.
+SourceState sourceState(const QString &path);
+
+// The settings that shape a sheet.
+struct SheetSettings {
+    QString layout;       // layoutName
+    int count = 0;        // pictures asked for, in whole rows
+    QString format;       // "jpg" or "png"
+    QStringList captions; // CaptionSwitch::word of each that is shown
+    bool timecodes = false;
+    QString background; // colour texts of the preferences; empty: none that can be read
+    QString borderColor;
+    double borderSize = 0; // points
+    bool quick = false;    // key pictures were wished
+
+    friend bool operator==(const SheetSettings &, const SheetSettings &) = default;
+};
+
+struct Provenance {
+    QString application;
+    QString version;
+    QDateTime made; // UTC
+    QString title;
+    QString sourceName;
+    QByteArray sourcePath; // as the system has it; empty when it is left out
+    SourceState source;
+    double duration = 0; // of the source, seconds
+    SheetSettings settings;
+    bool madeQuick = false; // of key pictures, as the stamps tell
+    QList<double> instants; // of the pictures, seconds: what the stamps say
+
+    friend bool operator==(const Provenance &, const Provenance &) = default;
+};
+
+// As an XMP packet: empty when it can't be encoded (logged).
+QByteArray xmpPacket(const Provenance &provenance);
+
+// What the sheet of this file name (as the system has it) tells, or why it tells nothing.
+tl::expected<Provenance, QString> readProvenance(const QByteArray &sheet);
+// What a packet from anywhere tells.
+tl::expected<Provenance, QString> provenanceIn(const QByteArray &packet);
+
+// "quick" or "exact".
+QString roadName(bool isQuick);
+
+} // namespace qv
