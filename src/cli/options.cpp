@@ -102,6 +102,9 @@ private:
         add({QStringLiteral("hang-timeout")},
             "Ends a tool that has neither printed nor computed for so long. Default: 60.",
             "SECONDS");
+        add({QStringLiteral("no-confinement")},
+            "Lets the tools write anywhere and use the network. Default: they may not, where the "
+            "system can see to it.");
         m_parser.addPositionalArgument(
             QStringLiteral("SOURCE"), QStringLiteral("A video file or a folder."),
             m_command == Command::Plan ? QStringLiteral("SOURCE") : QStringLiteral("SOURCE..."));
@@ -159,6 +162,7 @@ private:
         options.json = isSet("json");
         options.verbose = isSet("verbose");
         options.quiet = isSet("quiet");
+        options.noConfinement = isSet("no-confinement");
         options.logFile = value("log");
         options.sources = m_parser.positionalArguments();
         if (!take("hang-timeout", options.hangTimeout,

@@ -72,6 +72,9 @@ public:
     // whoever needs every word of a tool takes the bytes.
     void dontConvertDataToString(bool raw) { m_convert = raw; }
 
+    // Before the launch: a folder beside the temporary one that the tools may write in.
+    void setOutputFolder(const QString &folder) { m_outputFolder = folder; }
+
     // One of LaunchResult. After a failure nothing is reported to the delegate.
     int launchTasksWithArguments(const QStringList &arguments);
 
@@ -116,6 +119,7 @@ private:
     Stream m_output;
     Stream m_stdErr;
     TaskLauncherDelegate *m_delegate = nullptr;
+    QString m_outputFolder;
     bool m_alreadyNotified = false;
     bool m_isRunning = false;
     int m_terminationStatus = 0;
