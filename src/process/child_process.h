@@ -95,6 +95,9 @@ private:
     ToolOutcome m_outcome;
 };
 
+// Bytes of output from which on a tool has lost its mind and is ended.
+inline constexpr qsizetype toolOutputLimit = 64 * 1024 * 1024;
+
 // Seconds without output and without processor use after which a tool counts as hung.
 double toolIdleLimit();
 void setToolIdleLimit(double seconds);

@@ -151,7 +151,21 @@ void taskLauncher::gotData(Stream &stream)
     }
     data.truncate(n);
     m_watch.sawOutput();
+    m_printed += n;
+    if (m_printed > toolOutputLimit) {
+        endEndless();
+        return;
+    }
     deliver(data);
+}
+
+void taskLauncher::endEndless()
+{
+    logLine(QStringLiteral("taskLauncher        :-( endless, killed"));
+    m_outcome.limit =
+        QStringLiteral("printed more than %1 MB and was ended").arg(toolOutputLimit >> 20);
+    m_hung = true;
+    tasklauncherTerminate();
 }
 
 void taskLauncher::deliver(const QByteArray &data)

@@ -104,6 +104,7 @@ private:
     int createTasks(const QList<QStringList> &groups);
     void startReading(Stream &stream);
     void gotData(Stream &stream);
+    void endEndless();
     void drain(Stream &stream);
     void atEndOfFile(Stream &stream);
     void pollForExit();
@@ -127,6 +128,7 @@ private:
     bool m_terminateNoAbort = false;
     bool m_convert = false;
     bool m_hung = false;
+    qsizetype m_printed = 0;
     std::shared_ptr<const int> m_nuid;
     ToolOutcome m_outcome;
     IdleWatch m_watch;

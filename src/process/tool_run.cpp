@@ -27,8 +27,6 @@ namespace
 {
 
 constexpr size_t readSize = 65536;
-// A tool that prints more than this has lost its mind.
-constexpr qsizetype outputLimit = 64 * 1024 * 1024;
 
 std::atomic<bool> g_interrupted = false;
 std::atomic<int> g_ended = 0;
@@ -97,7 +95,7 @@ public:
             m_watch.sawOutput();
             take(*chunk);
             total += chunk->size();
-            if (isToEnd() || total > outputLimit) {
+            if (isToEnd() || total > toolOutputLimit) {
                 kill();
                 return;
             }

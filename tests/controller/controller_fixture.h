@@ -135,7 +135,7 @@ protected:
     {
         return waitUntil([&] { return runs().contains(run); });
     }
-    void forgetRuns() { QFile::remove(path("runs")); }
+    void forgetRuns() { QFile::remove(path("scratch/runs")); }
 
     // What the movie framework knows.
     class Movies : public qv::MovieFramework
