@@ -1,5 +1,6 @@
 #include "cli/headless_session.h"
 
+#include "process/tool_confinement.h"
 #include "process/tool_environment.h"
 #include "support/bundle.h"
 #include "support/diagnostics.h"
@@ -35,6 +36,8 @@ HeadlessSession::start(const Options &options)
     if (options.hangTimeout) {
         setToolIdleLimit(*options.hangTimeout);
     }
+    setConfinementOn(!options.noConfinement);
+    logConfinement();
     setLocalizationBundle(Bundle::main());
     setLocalizationTable(QStringLiteral("Localized"));
     session->loadPreferences();
@@ -49,6 +52,7 @@ HeadlessSession::~HeadlessSession()
 {
     m_controller.reset();
     setToolIdleLimit(m_idleLimitBefore);
+    setConfinementOn(true);
     setForeignNamesFolder(QString());
     setDebug(false);
     setLogSink(nullptr);

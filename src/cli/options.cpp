@@ -105,6 +105,9 @@ private:
         add({QStringLiteral("hang-timeout")},
             "Ends a tool that has neither printed nor computed for so long. Default: 60.",
             "SECONDS");
+        add({QStringLiteral("no-confinement")},
+            "Lets the tools write anywhere and use the network. Default: they may not, where the "
+            "system can see to it.");
         m_parser.addPositionalArgument(
             QStringLiteral("SOURCE"), QStringLiteral("A video file or a folder."),
             m_command == Command::Plan ? QStringLiteral("SOURCE") : QStringLiteral("SOURCE..."));
@@ -192,6 +195,7 @@ private:
         }
         options.verbose = isSet("verbose");
         options.quiet = isSet("quiet");
+        options.noConfinement = isSet("no-confinement");
         options.logFile = value("log");
         if (!take("hang-timeout", options.hangTimeout,
                   [](const QString &text) { return parseNumber(text, "time-out", 0.1, 1e6); })) {

@@ -53,6 +53,7 @@ struct Options {
     bool verbose = false;
     bool quiet = false;
     std::optional<double> hangTimeout; // seconds
+    bool noConfinement = false;
 };
 
 // `arguments` without the program's name. The error says what is wrong and where help is.

@@ -50,7 +50,8 @@ void clearAbandoned()
         if (!isOursAndSettled(folder)) {
             continue;
         }
-        const int lock = openLock(folder, 0);
+        // A process that was killed while it removed its folder has left it without a lock.
+        const int lock = openLock(folder, O_CREAT);
         if (lock < 0) {
             continue;
         }

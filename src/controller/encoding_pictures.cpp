@@ -74,7 +74,7 @@ void EncodingDriver::launchOneRun()
                                 m_row.stills};
     constexpr float percent = 100;
     m_context.taskSlots.tasklauncherStart(arguments, percent, PercentageQuiet, {true, true, true},
-                                          false);
+                                          false, m_row.stills);
     // The tool works now; the composer's fonts can be loaded meanwhile.
     QMetaObject::invokeMethod(this, prepareTexts, Qt::QueuedConnection);
 }
@@ -326,7 +326,7 @@ void EncodingDriver::launchPicture(const QStringList &arguments, int total)
 {
     m_context.window.encoding.actionCaption = lastPathComponent(shownPath(m_row.source));
     m_context.taskSlots.tasklauncherStart(arguments, static_cast<float>(total), PictureRuns,
-                                          {true, true, true}, false);
+                                          {true, true, true}, false, m_row.stills);
     // The tool works now; the composer's fonts can be loaded meanwhile.
     QMetaObject::invokeMethod(this, prepareTexts, Qt::QueuedConnection);
 }

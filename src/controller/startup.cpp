@@ -2,6 +2,7 @@
 
 #include "analysis/ffmpeg_probes.h"
 #include "controller/store_keys.h"
+#include "process/tool_confinement.h"
 #include "process/tool_environment.h"
 #include "sheet/extraction_plan.h"
 #include "support/files.h"
@@ -131,6 +132,7 @@ void logEnvironment(const Bundle &bundle)
     logLine(QStringLiteral("app                 : %1 - %2 (%3)")
                 .arg(bundle.name(), bundle.version(),
                      infoText(bundle, QStringLiteral("CFBundleVersion"))));
+    logConfinement();
 }
 
 void makeMovieFolder()

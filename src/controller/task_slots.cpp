@@ -43,7 +43,8 @@ void TaskSlots::endAll()
 }
 
 int TaskSlots::tasklauncherStart(const QStringList &argsArray, float progressMaxValueFloat,
-                                 int parseInt, const RunControls &controls, bool isTaskOther)
+                                 int parseInt, const RunControls &controls, bool isTaskOther,
+                                 const QString &outputFolder)
 {
     if (argsArray.isEmpty()) {
         logLine(QStringLiteral("tl start argsArray  :-( nil || empty"));
@@ -64,6 +65,7 @@ int TaskSlots::tasklauncherStart(const QStringList &argsArray, float progressMax
     prepareControls(slot, controls);
     slot.taskClass = std::make_unique<taskLauncher>();
     slot.taskClass->setDelegate(this);
+    slot.taskClass->setOutputFolder(outputFolder);
     // Names and tags in any script stand in the tools' output, and text chunks must be ASCII; so
     // the bytes are taken and decoded here.
     slot.taskClass->dontConvertDataToString(true);

@@ -43,9 +43,11 @@ public:
     std::function<void()> analysisRunEnded;
 
     // Launches the tool; 1 when it runs, 0 otherwise. A tool that can't be launched ends at once
-    // like any other run, so that the step machine behind it goes on.
+    // like any other run, so that the step machine behind it goes on. It may write in the temporary
+    // folder and in `outputFolder`.
     int tasklauncherStart(const QStringList &argsArray, float progressMaxValueFloat, int parseInt,
-                          const RunControls &controls, bool isTaskOther);
+                          const RunControls &controls, bool isTaskOther,
+                          const QString &outputFolder = {});
 
     // Ends a run: resets the slot's controls, gives up the launcher and re-enters the slot's step
     // machine. Without a launcher it means the analysis slot when that is occupied.

@@ -1,5 +1,7 @@
 #include "process/child_process.h"
 
+#include "process/tool_confinement.h"
+
 #include <QElapsedTimer>
 #include <QFile>
 
@@ -12,6 +14,7 @@
 #include <poll.h>
 #include <sched.h>
 #include <sys/prctl.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 #include <vector>
@@ -54,8 +57,11 @@ struct Launch {
     char *const *environment = nullptr;
     const char *folder = nullptr;
     int streams[3] = {-1, -1, -1};
+    const ToolLimits *limits = nullptr;
+    const Confinement *confinement = nullptr;
     pid_t application = -1;
     int error = 0;
+    bool isRefusedConfinement = false;
 };
 
 // Handlers of the application must not run in the tool; what it ignores stays ignored, but for what
@@ -65,7 +71,8 @@ void resetSignals()
     for (int number = 1; number < NSIG; ++number) {
         struct sigaction action = {};
         const bool ends = number == SIGPIPE || number == SIGINT || number == SIGTERM ||
-                          number == SIGHUP || number == SIGQUIT;
+                          number == SIGHUP || number == SIGQUIT || number == SIGXCPU ||
+                          number == SIGXFSZ;
         if (::sigaction(number, nullptr, &action) == 0 && (ends || action.sa_handler != SIG_IGN)) {
             action = {};
             action.sa_handler = SIG_DFL;
@@ -97,6 +104,15 @@ bool dieWithApplication(pid_t application)
     return ::getppid() == application;
 }
 
+bool takeBounds(Launch &launch)
+{
+    if (launch.limits != nullptr && !applyLimits(*launch.limits)) {
+        return false;
+    }
+    launch.isRefusedConfinement = launch.confinement != nullptr && !launch.confinement->enter();
+    return !launch.isRefusedConfinement;
+}
+
 // Runs in the new process, on a stack of its own, while the application waits. It shares the
 // application's memory, so there are only system calls.
 int becomeTool(void *data)
@@ -105,7 +121,8 @@ int becomeTool(void *data)
     resetSignals();
     const bool ready = ::setpgid(0, 0) == 0 && dieWithApplication(launch.application) &&
                        takeStreams(launch.streams) &&
-                       (launch.folder == nullptr || ::chdir(launch.folder) == 0);
+                       (launch.folder == nullptr || ::chdir(launch.folder) == 0) &&
+                       takeBounds(launch);
     if (ready) {
         ::execve(launch.arguments[0], launch.arguments, launch.environment);
     }
@@ -145,6 +162,32 @@ ToolOutcome outcomeOfStatus(int status)
         outcome.exitCode = WEXITSTATUS(status);
     }
     return outcome;
+}
+
+quint64 peakMemory(const rusage &used)
+{
+    return static_cast<quint64>(used.ru_maxrss) * 1024;
+}
+
+// Confined as wished, or else, where the system refuses that, without.
+pid_t startBounded(Launch &launch, const std::optional<ToolBounds> &bounds)
+{
+    if (!bounds) {
+        return startTool(launch);
+    }
+    launch.limits = &bounds->limits;
+    if (isConfinementOn()) {
+        const Confinement confinement = Confinement::forFolders(bounds->writableFolders);
+        launch.confinement = &confinement;
+        const pid_t pid = startTool(launch);
+        launch.confinement = nullptr;
+        if (!launch.isRefusedConfinement) {
+            return pid;
+        }
+        giveUpConfinement(launch.error);
+        launch.error = 0;
+    }
+    return startTool(launch);
 }
 
 QByteArray procFile(pid_t pid, const char *name)
@@ -217,6 +260,9 @@ Pipe Pipe::create()
 
 QString outcomeText(const ToolOutcome &outcome)
 {
+    if (!outcome.limit.isEmpty()) {
+        return outcome.limit;
+    }
     switch (outcome.ending) {
     case ToolOutcome::Ending::NotStarted:
         return QStringLiteral("could not be started");
@@ -257,15 +303,16 @@ tl::expected<ChildProcess, int> ChildProcess::spawn(const SpawnRequest &request)
     launch.streams[STDOUT_FILENO] = request.standardOutput;
     launch.streams[STDERR_FILENO] = request.standardError;
     launch.application = ::getpid();
-    const pid_t pid = startTool(launch);
+    const pid_t pid = startBounded(launch, request.bounds);
     if (launch.error != 0) {
         return tl::make_unexpected(launch.error);
     }
-    return ChildProcess(pid);
+    return ChildProcess(pid, request.bounds ? std::optional(request.bounds->limits) : std::nullopt);
 }
 
 ChildProcess::ChildProcess(ChildProcess &&other) noexcept
-    : m_pid(std::exchange(other.m_pid, -1)), m_ended(other.m_ended), m_outcome(other.m_outcome)
+    : m_pid(std::exchange(other.m_pid, -1)), m_limits(other.m_limits), m_ended(other.m_ended),
+      m_outcome(other.m_outcome)
 {
 }
 
@@ -274,6 +321,7 @@ ChildProcess &ChildProcess::operator=(ChildProcess &&other) noexcept
     if (this != &other) {
         abandon();
         m_pid = std::exchange(other.m_pid, -1);
+        m_limits = other.m_limits;
         m_ended = other.m_ended;
         m_outcome = other.m_outcome;
     }
@@ -306,13 +354,17 @@ bool ChildProcess::isRunning()
         return false;
     }
     int status = 0;
-    const pid_t result = ::waitpid(m_pid, &status, WNOHANG);
+    rusage used{};
+    const pid_t result = ::wait4(m_pid, &status, WNOHANG, &used);
     if (result == 0 || (result < 0 && errno == EINTR)) {
         return true;
     }
     m_ended = true;
     if (result == m_pid) {
         m_outcome = outcomeOfStatus(status);
+        if (m_limits) {
+            m_outcome.limit = limitMet(*m_limits, status, peakMemory(used));
+        }
     }
     return false;
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "process/tool_limits.h"
+
 #include <QByteArray>
 #include <QList>
 #include <QString>
@@ -47,6 +49,7 @@ struct ToolOutcome {
     Ending ending = Ending::NotStarted;
     int exitCode = 0; // of Exited
     int signal = 0;   // of Crashed
+    QString limit;    // the one that ended it, in words; empty: none did
 };
 // In words for people: "died by signal 11", "neither printed nor computed for 60 s and was ended".
 QString outcomeText(const ToolOutcome &outcome);
@@ -57,7 +60,8 @@ struct SpawnRequest {
     int standardInput = -1;        // descriptors; -1 inherits the application's
     int standardOutput = -1;
     int standardError = -1;
-    QString workingFolder; // empty: the application's
+    QString workingFolder;              // empty: the application's
+    std::optional<ToolBounds> bounds{}; // nothing: the application's own
 };
 
 // Leads a process group of its own, so that signals reach what it starts, too. Killed and reaped
@@ -82,13 +86,17 @@ public:
     quint64 processorTicks() const;
 
 private:
-    explicit ChildProcess(pid_t pid) : m_pid(pid) {}
+    ChildProcess(pid_t pid, std::optional<ToolLimits> limits) : m_pid(pid), m_limits(limits) {}
     void abandon();
 
     pid_t m_pid = -1;
+    std::optional<ToolLimits> m_limits;
     bool m_ended = false;
     ToolOutcome m_outcome;
 };
+
+// Bytes of output from which on a tool has lost its mind and is ended.
+inline constexpr qsizetype toolOutputLimit = 64 * 1024 * 1024;
 
 // Seconds without output and without processor use after which a tool counts as hung.
 double toolIdleLimit();

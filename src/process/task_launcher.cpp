@@ -1,7 +1,7 @@
 #include "process/task_launcher.h"
 
 #include "process/argument_array.h"
-#include "process/tool_environment.h"
+#include "process/tool_request.h"
 #include "support/alerts.h"
 #include "support/bundle.h"
 #include "support/files.h"
@@ -111,12 +111,11 @@ int taskLauncher::createTasks(const QList<QStringList> &groups)
             return CannotStart;
         }
         const bool last = i + 1 == groups.size();
-        auto child = ChildProcess::spawn({groups.at(i),
-                                          toolEnvironment(),
-                                          input.get(),
-                                          output.writeEnd.get(),
-                                          last ? error.writeEnd.get() : -1,
-                                          {}});
+        SpawnRequest request = toolRequest(groups.at(i), m_outputFolder);
+        request.standardInput = input.get();
+        request.standardOutput = output.writeEnd.get();
+        request.standardError = last ? error.writeEnd.get() : -1;
+        auto child = ChildProcess::spawn(request);
         if (!child) {
             logLine(QStringLiteral("taskLauncher        :-( %1: %2")
                         .arg(groups.at(i).first(), qt_error_string(child.error())));
@@ -152,7 +151,21 @@ void taskLauncher::gotData(Stream &stream)
     }
     data.truncate(n);
     m_watch.sawOutput();
+    m_printed += n;
+    if (m_printed > toolOutputLimit) {
+        endEndless();
+        return;
+    }
     deliver(data);
+}
+
+void taskLauncher::endEndless()
+{
+    logLine(QStringLiteral("taskLauncher        :-( endless, killed"));
+    m_outcome.limit =
+        QStringLiteral("printed more than %1 MB and was ended").arg(toolOutputLimit >> 20);
+    m_hung = true;
+    tasklauncherTerminate();
 }
 
 void taskLauncher::deliver(const QByteArray &data)

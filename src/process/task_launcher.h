@@ -72,6 +72,9 @@ public:
     // whoever needs every word of a tool takes the bytes.
     void dontConvertDataToString(bool raw) { m_convert = raw; }
 
+    // Before the launch: a folder beside the temporary one that the tools may write in.
+    void setOutputFolder(const QString &folder) { m_outputFolder = folder; }
+
     // One of LaunchResult. After a failure nothing is reported to the delegate.
     int launchTasksWithArguments(const QStringList &arguments);
 
@@ -101,6 +104,7 @@ private:
     int createTasks(const QList<QStringList> &groups);
     void startReading(Stream &stream);
     void gotData(Stream &stream);
+    void endEndless();
     void drain(Stream &stream);
     void atEndOfFile(Stream &stream);
     void pollForExit();
@@ -116,6 +120,7 @@ private:
     Stream m_output;
     Stream m_stdErr;
     TaskLauncherDelegate *m_delegate = nullptr;
+    QString m_outputFolder;
     bool m_alreadyNotified = false;
     bool m_isRunning = false;
     int m_terminationStatus = 0;
@@ -123,6 +128,7 @@ private:
     bool m_terminateNoAbort = false;
     bool m_convert = false;
     bool m_hung = false;
+    qsizetype m_printed = 0;
     std::shared_ptr<const int> m_nuid;
     ToolOutcome m_outcome;
     IdleWatch m_watch;

@@ -6,6 +6,8 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QStandardPaths>
+#include <QSysInfo>
 
 #include <unistd.h>
 
@@ -27,6 +29,19 @@ void setVariable(QList<QByteArray> &environment, const QByteArray &name, const Q
     const QByteArray start = name + '=';
     environment.removeIf([&](const QByteArray &entry) { return entry.startsWith(start); });
     environment.append(start + value);
+}
+
+const QString pluginList = QStringLiteral("plugins.bin");
+
+// Where the movie framework keeps its list of plug-ins for this user.
+QString usersPluginList()
+{
+    const QString named = QFile::decodeName(qgetenv("GST_REGISTRY"));
+    return named.isEmpty()
+               ? QStandardPaths::writableLocation(QStandardPaths::GenericCacheLocation) +
+                     QStringLiteral("/gstreamer-1.0/registry.%1.bin")
+                         .arg(QSysInfo::buildCpuArchitecture())
+               : QDir::current().absoluteFilePath(named);
 }
 
 bool isUsableTool(const QString &path)
@@ -69,6 +84,8 @@ bool prepareTemporaryFolder(const QString &path, const Bundle &bundle)
 void adoptTemporaryFolder(const QString &path, const Bundle &bundle)
 {
     QFile::link(bundle.path(), appendPath(path, QStringLiteral("app.app")));
+    // Read through the link; a newer list takes the link's place.
+    QFile::link(usersPluginList(), appendPath(path, pluginList));
     setTemporaryFolder(path);
     logLine(QStringLiteral("TMPFOLDER           : %1").arg(path));
 }
@@ -93,6 +110,17 @@ QList<QByteArray> applicationEnvironment()
     QList<QByteArray> environment;
     for (char **entry = environ; entry != nullptr && *entry != nullptr; ++entry) {
         environment.append(*entry);
+    }
+    return environment;
+}
+
+QList<QByteArray> confinedEnvironment()
+{
+    QList<QByteArray> environment = toolEnvironment();
+    if (QFileInfo(temporaryFolder()).isDir()) {
+        setVariable(environment, "TMPDIR", QFile::encodeName(temporaryFolder()));
+        setVariable(environment, "GST_REGISTRY",
+                    QFile::encodeName(appendPath(temporaryFolder(), pluginList)));
     }
     return environment;
 }

@@ -29,6 +29,9 @@ QString ffmpegPath();
 // "NAME=value" of every variable: the application's own with LC_CTYPE and CUSTOMCONFIGDIR set.
 // Built afresh for every process.
 QList<QByteArray> toolEnvironment();
+// The same for a tool that may write in the temporary folder only: it keeps its own temporary files
+// and the movie framework's list of plug-ins there.
+QList<QByteArray> confinedEnvironment();
 // The application's own environment unchanged.
 QList<QByteArray> applicationEnvironment();
 

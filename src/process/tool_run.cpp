@@ -3,6 +3,7 @@
 #include "process/argument_array.h"
 #include "process/child_process.h"
 #include "process/tool_environment.h"
+#include "process/tool_request.h"
 #include "support/alerts.h"
 #include "support/files.h"
 #include "support/log.h"
@@ -26,8 +27,6 @@ namespace
 {
 
 constexpr size_t readSize = 65536;
-// A tool that prints more than this has lost its mind.
-constexpr qsizetype outputLimit = 64 * 1024 * 1024;
 
 std::atomic<bool> g_interrupted = false;
 std::atomic<int> g_ended = 0;
@@ -96,7 +95,7 @@ public:
             m_watch.sawOutput();
             take(*chunk);
             total += chunk->size();
-            if (isToEnd() || total > outputLimit) {
+            if (isToEnd() || total > toolOutputLimit) {
                 kill();
                 return;
             }
@@ -217,21 +216,20 @@ QString taskArray1PipeMax(const QStringList &arguments, ErrorText errorText)
     const int error = errorText == ErrorText::Merged ? result.writeEnd.get() : -1;
     const bool piped = !tools->second.isEmpty();
     BlockingRun run;
-    if (!run.start({tools->first,
-                    toolEnvironment(),
-                    silence.readEnd.get(),
-                    piped ? between.writeEnd.get() : result.writeEnd.get(),
-                    piped ? -1 : error,
-                    {}})) {
+    SpawnRequest first = toolRequest(tools->first);
+    first.standardInput = silence.readEnd.get();
+    first.standardOutput = piped ? between.writeEnd.get() : result.writeEnd.get();
+    first.standardError = piped ? -1 : error;
+    if (!run.start(first)) {
         return {};
     }
     between.writeEnd.close();
-    if (piped && !run.start({tools->second,
-                             applicationEnvironment(),
-                             between.readEnd.get(),
-                             result.writeEnd.get(),
-                             error,
-                             {}})) {
+    SpawnRequest second = toolRequest(tools->second);
+    second.environment = applicationEnvironment();
+    second.standardInput = between.readEnd.get();
+    second.standardOutput = result.writeEnd.get();
+    second.standardError = error;
+    if (piped && !run.start(second)) {
         return {};
     }
     between.readEnd.close();
@@ -261,9 +259,11 @@ QString taskArrayPipes(const QStringList &arguments)
     for (qsizetype i = 0; i < groups->size(); ++i) {
         Pipe output = Pipe::create();
         const bool last = i + 1 == groups->size();
-        const int out = output.writeEnd.get();
-        if (!output.readEnd.isOpen() ||
-            !run.start({groups->at(i), toolEnvironment(), input.get(), out, last ? out : -1, {}})) {
+        SpawnRequest request = toolRequest(groups->at(i));
+        request.standardInput = input.get();
+        request.standardOutput = output.writeEnd.get();
+        request.standardError = last ? output.writeEnd.get() : -1;
+        if (!output.readEnd.isOpen() || !run.start(request)) {
             return {};
         }
         input = std::move(output.readEnd);

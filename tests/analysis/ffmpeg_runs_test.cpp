@@ -29,11 +29,13 @@ protected:
     {
         Bundle::setMain(Bundle(QStringLiteral(QV_TEST_BUNDLE)));
         s_folder = new QTemporaryDir;
+        setTemporaryFolder(s_folder->path()); // or the tool could not write there
         make("film.m2v", "mpeg2video");
         make("film.avi", "mpeg4");
     }
     static void TearDownTestSuite()
     {
+        setTemporaryFolder({});
         delete s_folder;
         s_folder = nullptr;
     }

@@ -81,14 +81,15 @@ TEST(Options, EveryOptionArrives)
     const Options options = parsed(words(
         "sheet -o out -l mixed -n 12 -f png --replace --no-timecode --caption name,Size,picture "
         "--background red --border-color 0.5,0.25,0,1 --border-size 2.5 --json --log trace.txt "
-        "--verbose --quiet --hang-timeout 1.5 --jobs 7 --shard 2/9 --from list --quick a.mp4 b"));
+        "--verbose --quiet --no-confinement --hang-timeout 1.5 --jobs 7 --shard 2/9 --from list "
+        "--quick a.mp4 b"));
     EXPECT_EQ(options.command, Command::Sheet);
     EXPECT_EQ(options.output, QStringLiteral("out"));
     EXPECT_EQ(options.layout, SheetLayout::Mixed);
     EXPECT_EQ(options.count, 12);
     EXPECT_EQ(options.pictureChoice, 1);
     EXPECT_TRUE(options.replace && options.noTimecode && options.json && options.verbose &&
-                options.quiet);
+                options.quiet && options.noConfinement);
     EXPECT_EQ(options.captions, (QSet<QString>{QStringLiteral("name"), QStringLiteral("poids"),
                                                QStringLiteral("vIdentity")}));
     EXPECT_EQ(options.background, QStringLiteral("1.00,0.00,0.00,1.00"));
@@ -107,7 +108,7 @@ TEST(Options, ACopyOfTheCommandIsToldAllThatIsSaidOfTheSheets)
     const QStringList line = words(
         "sheet -o out -l mixed -n 12 -f png --replace --no-timecode --caption name,Size --quick "
         "--background red --border-color 0.5,0.25,0,1 --border-size 2.5 --log trace.txt "
-        "--verbose --hang-timeout 1.5");
+        "--verbose --hang-timeout 1.5 --no-confinement");
     const Options original = parsed(line + words("--json --jobs 7 --shard 2/9 --from - a.mp4"));
     const Options copied = parsed(words("worker") + original.sheetArguments);
     EXPECT_EQ(copied.command, Command::Worker);
@@ -115,7 +116,7 @@ TEST(Options, ACopyOfTheCommandIsToldAllThatIsSaidOfTheSheets)
     const auto values = [](const Options &o) {
         return std::tuple(o.output, o.layout, o.count, o.pictureChoice, o.replace, o.noTimecode,
                           o.captions, o.quick, o.background, o.borderColor, o.borderSize, o.logFile,
-                          o.verbose, o.hangTimeout);
+                          o.verbose, o.hangTimeout, o.noConfinement);
     };
     EXPECT_EQ(values(copied), values(original));
 }

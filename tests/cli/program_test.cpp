@@ -75,9 +75,14 @@ TEST_F(ProgramTest, AKilledOneLeavesTheOldSheetAndIsClearedUpAfter)
     // A young one may belong to a process that has just begun.
     run({"info", make("b.mp4")});
     EXPECT_EQ(scratchFolders(), left);
+    // One that was killed while it removed its folder has left no lock.
+    const QString halfRemoved = QStringLiteral("Quorvantel-cli-half");
+    ASSERT_TRUE(QDir::temp().mkdir(halfRemoved));
     const timespec longAgo[2] = {{1, 0}, {1, 0}};
-    const QString folder = QDir::tempPath() + QLatin1Char('/') + left.first();
-    ASSERT_EQ(::utimensat(AT_FDCWD, QFile::encodeName(folder).constData(), longAgo, 0), 0);
+    for (const QString &name : {left.first(), halfRemoved}) {
+        const QByteArray folder = QFile::encodeName(QDir::temp().filePath(name));
+        ASSERT_EQ(::utimensat(AT_FDCWD, folder.constData(), longAgo, 0), 0);
+    }
     run({"info", path("b.mp4")});
     EXPECT_EQ(scratchFolders(), QStringList());
 }

@@ -35,7 +35,8 @@ protected:
         QDir().mkpath(path("out"));
         qv::setLocalizationBundle(qv::Bundle::main());
         qv::setLocalizationTable("Localized");
-        qputenv("FAKE_TOOL_LOG", path("runs").toUtf8());
+        // Where a confined tool can write.
+        qputenv("FAKE_TOOL_LOG", path("scratch/runs").toUtf8());
         qputenv("FAKE_TOOL_PICTURE", samplePicture().toUtf8());
         m_preferences.prefsFillMissingDefaults();
         m_face.destinationText = path("out");
@@ -128,13 +129,13 @@ protected:
     // ---- the fake tool's runs: "analysis -1 film.mp4"
     QStringList runs() const
     {
-        return QString::fromUtf8(contentOf(path("runs"))).split('\n', Qt::SkipEmptyParts);
+        return QString::fromUtf8(contentOf(path("scratch/runs"))).split('\n', Qt::SkipEmptyParts);
     }
     bool waitForRun(const QString &run)
     {
         return waitUntil([&] { return runs().contains(run); });
     }
-    void forgetRuns() { QFile::remove(path("runs")); }
+    void forgetRuns() { QFile::remove(path("scratch/runs")); }
 
     // What the movie framework knows.
     class Movies : public qv::MovieFramework

@@ -9,6 +9,11 @@
 //   cat                 copies standard input to standard output
 //   silent-input=MS     prints "open" when standard input gives neither data nor end for so long
 //   close=out|err       closes the stream
+//   write=PATH append=PATH fill=PATH make-folder=PATH remove=PATH chmod=PATH truncate=PATH
+//   rename=FROM:TO      touches files and prints "done" or why not; fill never stops by itself
+//   connect=PORT        the same with a connection to the port on this machine
+//   allocate=MB         uses so much memory; ends with status 1 when it is refused
+//   cores               prints how large a core it may leave
 //   holder=MS           leaves a child behind that holds both streams open
 //   crash=SIGNAL exit=N ends
 //
@@ -25,6 +30,8 @@
 // that ends by itself, in nanoseconds of the steady clock.
 
 #include <algorithm>
+#include <arpa/inet.h>
+#include <cerrno>
 #include <chrono>
 #include <csignal>
 #include <cstdio>
@@ -35,6 +42,9 @@
 #include <optional>
 #include <poll.h>
 #include <string>
+#include <sys/resource.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
 #include <thread>
 #include <unistd.h>
 #include <vector>
@@ -115,12 +125,94 @@ void leaveHolder(int milliseconds)
     }
 }
 
+int writeFile(const std::string &path, int flags)
+{
+    const int fd = ::open(path.c_str(), O_WRONLY | O_CLOEXEC | flags, 0600);
+    const bool written = fd >= 0 && ::write(fd, "x", 1) == 1;
+    const int error = errno;
+    ::close(fd);
+    errno = error;
+    return written ? 0 : -1;
+}
+
+int fillFile(const std::string &path)
+{
+    const int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
+    const std::string block(1 << 16, 'x');
+    while (fd >= 0 && ::write(fd, block.data(), block.size()) > 0) {
+    }
+    return -1;
+}
+
+int connectTo(int port)
+{
+    const int fd = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(static_cast<std::uint16_t>(port));
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    return fd < 0 ? -1 : ::connect(fd, reinterpret_cast<sockaddr *>(&address), sizeof address);
+}
+
+// What a tool could do to the user's files and the net; nothing for another step.
+std::optional<int> touch(const std::string &name, const std::string &value)
+{
+    if (name == "write" || name == "append") {
+        return writeFile(value, name == "write" ? O_CREAT | O_TRUNC : O_APPEND);
+    }
+    if (name == "fill") {
+        return fillFile(value);
+    }
+    if (name == "make-folder") {
+        return ::mkdir(value.c_str(), 0700);
+    }
+    if (name == "remove") {
+        return ::unlink(value.c_str());
+    }
+    if (name == "chmod") {
+        return ::chmod(value.c_str(), 0777);
+    }
+    if (name == "truncate") {
+        return ::truncate(value.c_str(), 0);
+    }
+    if (name == "rename") {
+        const size_t colon = value.find(':');
+        return ::rename(value.substr(0, colon).c_str(), value.substr(colon + 1).c_str());
+    }
+    return name == "connect" ? std::optional(connectTo(std::atoi(value.c_str()))) : std::nullopt;
+}
+
+void allocate(int megabytes)
+{
+    constexpr size_t megabyte = 1 << 20;
+    for (int i = 0; i < megabytes; ++i) {
+        void *block = std::malloc(megabyte);
+        if (block == nullptr) {
+            std::_Exit(1);
+        }
+        // Through a pointer that the compiler can't see through, or it would leave it all out.
+        static void *(*const volatile fill)(void *, int, size_t) = std::memset;
+        fill(block, 1, megabyte);
+    }
+}
+
+void tellCores()
+{
+    rlimit limit{};
+    ::getrlimit(RLIMIT_CORE, &limit);
+    writeTo(STDOUT_FILENO, std::to_string(limit.rlim_cur));
+}
+
 void playStep(const std::string &step)
 {
     const size_t equal = step.find('=');
     const std::string name = step.substr(0, equal);
     const std::string value = equal == std::string::npos ? "" : step.substr(equal + 1);
     const int number = std::atoi(value.c_str());
+    if (const auto result = touch(name, value)) {
+        writeTo(STDOUT_FILENO, *result == 0 ? "done" : std::strerror(errno));
+        return;
+    }
     if (name == "out") {
         writeTo(STDOUT_FILENO, unescaped(value));
     } else if (name == "err") {
@@ -141,6 +233,10 @@ void playStep(const std::string &step)
         tellSilentInput(number);
     } else if (name == "close") {
         ::close(value == "out" ? STDOUT_FILENO : STDERR_FILENO);
+    } else if (name == "allocate") {
+        allocate(number);
+    } else if (name == "cores") {
+        tellCores();
     } else if (name == "holder") {
         leaveHolder(number);
     } else if (name == "crash") {

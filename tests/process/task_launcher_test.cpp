@@ -247,6 +247,13 @@ TEST_F(TaskLauncherTest, DoesNotWaitForAChildOfTheToolThatHoldsTheStreams)
     EXPECT_EQ(m_launcher->terminationStatus(), 3);
 }
 
+TEST_F(TaskLauncherTest, EndsAToolThatPrintsWithoutEnd)
+{
+    m_launcher->dontConvertDataToString(true);
+    ASSERT_TRUE(runToEnd(played({"fill=/dev/stderr"})));
+    EXPECT_EQ(outcomeText(m_launcher->outcome()), "printed more than 64 MB and was ended");
+}
+
 TEST_F(TaskLauncherTest, EndsAHungToolButNotABusyOne)
 {
     const ShortIdleLimit limit;

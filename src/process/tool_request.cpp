@@ -1,0 +1,38 @@
+#include "process/tool_request.h"
+
+#include "process/tool_confinement.h"
+#include "process/tool_environment.h"
+#include "support/bundle.h"
+#include "support/files.h"
+
+namespace qv
+{
+namespace
+{
+
+bool opensMedia(const QString &executable)
+{
+    const Bundle &bundle = Bundle::main();
+    return executable == bundle.toolPath(lastPathComponent(executable)) ||
+           executable == ffmpegPath();
+}
+
+} // namespace
+
+SpawnRequest toolRequest(const QStringList &command, const QString &outputFolder)
+{
+    SpawnRequest request;
+    request.command = command;
+    if (command.isEmpty() || !opensMedia(command.first())) {
+        request.environment = toolEnvironment();
+        return request;
+    }
+    request.environment = isConfinementOn() ? confinedEnvironment() : toolEnvironment();
+    request.bounds = ToolBounds{{}, {temporaryFolder()}};
+    if (!outputFolder.isEmpty()) {
+        request.bounds->writableFolders.append(outputFolder);
+    }
+    return request;
+}
+
+} // namespace qv

@@ -1,0 +1,14 @@
+#pragma once
+
+#include "process/child_process.h"
+
+// How a tool is asked for, whoever runs it.
+namespace qv
+{
+
+// The request for a command, without its streams. A tool that opens media (one of the bundle's, or
+// the ffmpeg that stands in for it) is held to bounds: it may write in the temporary folder and in
+// `outputFolder` only.
+SpawnRequest toolRequest(const QStringList &command, const QString &outputFolder = {});
+
+} // namespace qv

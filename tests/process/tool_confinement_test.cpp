@@ -1,0 +1,229 @@
+#include "process/tool_confinement.h"
+
+#include "common/log_capture.h"
+#include "common/test_bundle.h"
+#include "common/test_files.h"
+#include "common/wait_until.h"
+#include "process/child_process.h"
+#include "process/played.h"
+#include "process/task_launcher.h"
+#include "process/tool_environment.h"
+#include "process/tool_request.h"
+#include "process/tool_run.h"
+
+#include <QFileInfo>
+#include <QImage>
+
+#include <gtest/gtest.h>
+
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+using namespace qv;
+
+namespace
+{
+
+// A listening socket of this machine.
+class Listener
+{
+public:
+    Listener()
+    {
+        sockaddr_in address{};
+        address.sin_family = AF_INET;
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        socklen_t size = sizeof address;
+        auto *plain = reinterpret_cast<sockaddr *>(&address);
+        EXPECT_EQ(::bind(m_socket.get(), plain, size), 0);
+        EXPECT_EQ(::listen(m_socket.get(), 8), 0);
+        EXPECT_EQ(::getsockname(m_socket.get(), plain, &size), 0);
+        m_port = ntohs(address.sin_port);
+    }
+    int port() const { return m_port; }
+
+private:
+    FileDescriptor m_socket{::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)};
+    int m_port = 0;
+};
+
+class ToolConfinementTest : public testing::Test
+{
+protected:
+    explicit ToolConfinementTest(TestBundle::Ffmpeg ffmpeg = TestBundle::Ffmpeg::Fake)
+        : m_bundle(ffmpeg)
+    {
+        for (const char *folder : {"scratch", "stills", "home"}) {
+            QDir().mkpath(path(folder));
+        }
+        writeFile(path("home/letter"), "dear");
+        setTemporaryFolder(path("scratch"));
+    }
+    ~ToolConfinementTest() override
+    {
+        setTemporaryFolder({});
+        setConfinementOn(true);
+    }
+
+    QString path(const QString &name) const { return m_folder.filePath(name); }
+    // What a tool of the bundle prints when it plays the step; "@" stands for the folder.
+    QString said(QString step) const
+    {
+        step.replace('@', m_folder.path());
+        return taskArray1PipeMax({m_bundle.tool("ffmpeg"), "play", step}, ErrorText::Merged);
+    }
+    static bool isOffered() { return confinementText().startsWith("landlock"); }
+    static bool hasNoNetwork() { return confinementText().contains("no network"); }
+
+    QTemporaryDir m_folder;
+    TestBundle m_bundle;
+};
+
+TEST_F(ToolConfinementTest, AToolWritesOnlyWhereItsRunMay)
+{
+    if (!isOffered() || !hasNoNetwork()) {
+        GTEST_SKIP() << "confinement is " << confinementText().toStdString();
+    }
+    const QString denied = "Permission denied";
+    const struct {
+        const char *step;
+        QString result;
+    } steps[] = {
+        {"write=@/scratch/new", "done"},
+        {"append=@/scratch/new", "done"},
+        {"make-folder=@/scratch/sub", "done"},
+        {"write=@/scratch/sub/new", "done"},
+        {"rename=@/scratch/new:@/scratch/sub/other", "done"},
+        {"remove=@/scratch/sub/other", "done"},
+        {"write=/dev/null", "done"},
+        {"write=@/home/new", denied},
+        {"write=@/home/letter", denied},
+        {"append=@/home/letter", denied},
+        {"write=@/stills/new", denied},
+        {"make-folder=@/home/sub", denied},
+        {"remove=@/home/letter", denied},
+        {"rename=@/scratch/sub/new:@/home/letter", denied},
+        {"rename=@/home/letter:@/scratch/letter", denied},
+        {"chmod=@/home/letter", denied},
+        {"truncate=@/home/letter", denied},
+        {"write=/proc/self/oom_score_adj", denied},
+    };
+    for (const auto &[step, result] : steps) {
+        EXPECT_EQ(said(step), result) << step;
+    }
+    EXPECT_EQ(contentOf(path("home/letter")), "dear");
+}
+
+TEST_F(ToolConfinementTest, AToolReachesNoServerUnlessConfinementIsOff)
+{
+    const Listener listener;
+    const QString step = QStringLiteral("connect=%1").arg(listener.port());
+    setConfinementOn(false);
+    EXPECT_EQ(said(step), "done");
+    EXPECT_EQ(said("write=@/home/new"), "done");
+    setConfinementOn(true);
+    if (!hasNoNetwork()) {
+        GTEST_SKIP() << "confinement is " << confinementText().toStdString();
+    }
+    EXPECT_EQ(said(step), "Permission denied");
+}
+
+TEST_F(ToolConfinementTest, OnlyToolsThatOpenMediaAreConfined)
+{
+    EXPECT_TRUE(toolRequest({m_bundle.tool("ffmpeg"), "-version"}).bounds);
+    EXPECT_TRUE(toolRequest({m_bundle.tool("qtThumbs"), "-decoders"}).bounds);
+    EXPECT_FALSE(toolRequest({"/bin/sh", "-c", "true"}).bounds);
+    EXPECT_FALSE(toolRequest({"/usr/bin/ffmpeg", "-version"}).bounds);
+    EXPECT_FALSE(toolRequest({}).bounds);
+    EXPECT_EQ(
+        taskArray1PipeMax(played({QStringLiteral("write=") + path("home/new")}), ErrorText::Merged),
+        "done");
+}
+
+TEST_F(ToolConfinementTest, ALaunchedRunMayWriteInItsOutputFolder)
+{
+    for (const bool isNamed : {true, false}) {
+        const QString file = path(isNamed ? "stills/named" : "stills/other");
+        taskLauncher launcher;
+        launcher.setOutputFolder(isNamed ? path("stills") : QString());
+        ASSERT_EQ(launcher.launchTasksWithArguments(
+                      {m_bundle.tool("ffmpeg"), "play", QStringLiteral("write=") + file}),
+                  taskLauncher::Launched);
+        ASSERT_TRUE(waitUntil([&] { return !launcher.isRunning(); }));
+        EXPECT_EQ(QFileInfo::exists(file), isNamed || !isOffered());
+    }
+}
+
+TEST_F(ToolConfinementTest, TheLogSaysWhatIsDone)
+{
+    const LogCapture log;
+    logConfinement();
+    setConfinementOn(false);
+    logConfinement();
+    EXPECT_TRUE(log.contains("confinement         : off"));
+    EXPECT_TRUE(log.contains(isOffered() ? "confinement         : landlock" : "confinement"));
+}
+
+class ConfinedFfmpegTest : public ToolConfinementTest
+{
+protected:
+    ConfinedFfmpegTest() : ToolConfinementTest(TestBundle::Ffmpeg::Real) {}
+};
+
+TEST_F(ConfinedFfmpegTest, MakesPictures)
+{
+    const QString picture = path("scratch/picture.jpg");
+    const QString printed =
+        taskArray1PipeMax({m_bundle.tool("ffmpeg"), "-v", "error", "-f", "lavfi", "-i",
+                           "testsrc=s=320x180", "-frames:v", "1", picture},
+                          ErrorText::Merged);
+    EXPECT_EQ(QImage(picture).size(), QSize(320, 180)) << printed.toStdString();
+}
+
+// ---- limits
+
+ToolOutcome outcomeOf(const QStringList &steps, const ToolLimits &limits, int output = -1)
+{
+    SpawnRequest request;
+    request.command = played(steps);
+    request.environment = toolEnvironment();
+    request.standardOutput = output;
+    request.bounds = ToolBounds{limits, {QDir::tempPath()}};
+    auto child = ChildProcess::spawn(request);
+    EXPECT_TRUE(child);
+    EXPECT_TRUE(waitUntil([&] { return !child->isRunning(); }, 30000));
+    return child->outcome();
+}
+
+TEST(ToolLimitsTest, AToolThatUsesTooMuchIsEndedAndItIsToldWhy)
+{
+    const QString file = QDir::tempPath() + "/filled";
+    ToolLimits limits;
+    limits.processorTime = 1;
+    limits.fileSize = 3 << 20;
+    EXPECT_EQ(outcomeText(outcomeOf({"spin=20000"}, limits)),
+              "computed for more than 1 s and was ended");
+    EXPECT_EQ(outcomeText(outcomeOf({"fill=" + file}, limits)), "wrote a file of more than 3 MB");
+    EXPECT_EQ(QFileInfo(file).size(), 3 << 20);
+    QFile::remove(file);
+    if (!limitsMemory) {
+        GTEST_SKIP() << "the sanitizer reserves all memory";
+    }
+    limits.memory = quint64{1} << 30;
+    EXPECT_EQ(outcomeText(outcomeOf({"allocate=2000"}, limits)),
+              "used more than 1024 MB of memory");
+    EXPECT_EQ(outcomeText(outcomeOf({"allocate=100", "exit=1"}, limits)),
+              "ended with exit status 1");
+}
+
+TEST(ToolLimitsTest, AToolLeavesNoCore)
+{
+    Pipe pipe = Pipe::create();
+    outcomeOf({"cores"}, {}, pipe.writeEnd.get());
+    char answer = 0;
+    ASSERT_EQ(::read(pipe.readEnd.get(), &answer, 1), 1);
+    EXPECT_EQ(answer, '0');
+}
+
+} // namespace
