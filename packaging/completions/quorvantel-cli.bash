@@ -11,19 +11,20 @@ _quorvantel_cli_captions() {
 _quorvantel_cli() {
     local cur prev words cword
     _init_completion || return
-    local common="--help --json --log --verbose --quiet --hang-timeout"
+    local common="--help --json --log --verbose --quiet --hang-timeout --no-confinement"
     local options
     case ${words[1]} in
     sheet)
-        options="$common --from --quick --layout --count --output --format --keep --replace --jobs"
-        options="$options --shard --no-timecode --caption --background --border-color --border-size"
+        options="$common --from --quick --layout --count --output --format --keep --replace --update"
+        options="$options --no-paths --jobs --shard --no-timecode --caption --background --border-color --border-size"
         ;;
     info) options="$common --from --quick" ;;
     plan) options="$common --layout --count" ;;
+    read) options="--help --json --from" ;;
     *) options="" ;;
     esac
     if [ "$cword" = 1 ]; then
-        mapfile -t COMPREPLY < <(compgen -W "sheet info plan --help --version" -- "$cur")
+        mapfile -t COMPREPLY < <(compgen -W "sheet info plan read --help --version" -- "$cur")
         return
     fi
     case $prev in

@@ -1,7 +1,9 @@
 # Completion of quorvantel-cli for fish.
-set -l commands sheet info plan
+set -l commands sheet info plan read
 set -l start "not __fish_seen_subcommand_from $commands"
 set -l any "__fish_seen_subcommand_from $commands"
+set -l looking '__fish_seen_subcommand_from sheet info plan'
+set -l listed '__fish_seen_subcommand_from sheet info read'
 set -l named '__fish_seen_subcommand_from sheet info'
 set -l planned '__fish_seen_subcommand_from sheet plan'
 set -l made '__fish_seen_subcommand_from sheet'
@@ -9,16 +11,18 @@ set -l made '__fish_seen_subcommand_from sheet'
 complete -c quorvantel-cli -n $start -f -a sheet -d 'Make the sheets of files and folders'
 complete -c quorvantel-cli -n $start -f -a info -d 'Show what is known about each source'
 complete -c quorvantel-cli -n $start -f -a plan -d 'Show which pictures a sheet would take'
+complete -c quorvantel-cli -n $start -f -a read -d 'Show what a sheet tells of itself'
 complete -c quorvantel-cli -n $start -f -l version -d 'Show the version'
 complete -c quorvantel-cli -s h -l help -d 'Show the options'
 
 complete -c quorvantel-cli -n $any -l json -d 'Results as JSON'
-complete -c quorvantel-cli -n $any -l log -r -d 'Append trace lines to a file'
-complete -c quorvantel-cli -n $any -l verbose -d 'Trace in detail'
-complete -c quorvantel-cli -n $any -l quiet -d 'Only errors on standard error'
-complete -c quorvantel-cli -n $any -l hang-timeout -x -d 'End a tool that hangs for so many seconds'
+complete -c quorvantel-cli -n $looking -l log -r -d 'Append trace lines to a file'
+complete -c quorvantel-cli -n $looking -l verbose -d 'Trace in detail'
+complete -c quorvantel-cli -n $looking -l quiet -d 'Only errors on standard error'
+complete -c quorvantel-cli -n $looking -l hang-timeout -x -d 'End a tool that hangs for so many seconds'
+complete -c quorvantel-cli -n $looking -l no-confinement -d 'Let the tools write anywhere'
 
-complete -c quorvantel-cli -n $named -l from -r -d 'Take the sources that a file lists'
+complete -c quorvantel-cli -n $listed -l from -r -d 'Take the names that a file lists'
 complete -c quorvantel-cli -n $named -l quick -d 'The quick tool first, key pictures'
 
 complete -c quorvantel-cli -n $planned -s l -l layout -x -a 'big medium minimum mixed' -d 'Columns of the sheet'
@@ -28,6 +32,8 @@ complete -c quorvantel-cli -n $made -s o -l output -x -a '(__fish_complete_direc
 complete -c quorvantel-cli -n $made -s f -l format -x -a 'jpg png' -d 'Kind of picture'
 complete -c quorvantel-cli -n $made -l keep -d 'Keep sheets that are there'
 complete -c quorvantel-cli -n $made -l replace -d 'Replace sheets that are there'
+complete -c quorvantel-cli -n $made -l update -d 'Replace sheets of other sources or settings'
+complete -c quorvantel-cli -n $made -l no-paths -d 'Leave folders out of what sheets tell'
 complete -c quorvantel-cli -n $made -l jobs -x -d 'Sources worked on at a time'
 complete -c quorvantel-cli -n $made -l shard -x -d 'One of N parts of the sources (K/N)'
 complete -c quorvantel-cli -n $made -l no-timecode -d 'No time codes on the pictures'

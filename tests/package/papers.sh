@@ -17,7 +17,7 @@ options_of_help() { sed -nE 's/^  (-[a-z], )?(--[a-z-]+).*/\2/p'; }
 
 declare -A options
 every=--version
-for command in sheet info plan; do
+for command in sheet info plan read; do
     options[$command]=$(help_of quorvantel-cli $command | options_of_help)
     [ -n "${options[$command]}" ] || wrong "$command --help shows no options"
     every+=$'\n'${options[$command]}
@@ -52,7 +52,7 @@ offered() {
         _quorvantel_cli && printf "%s\n" "${COMPREPLY[@]}"
     ' _ "$packaging/completions/quorvantel-cli.bash" quorvantel-cli "$@"
 }
-for command in sheet info plan; do
+for command in sheet info plan read; do
     same "bash's options of $command" "${options[$command]}" "$(offered $command --)"
 done
 same "bash's commands" "$commands"$'\n--help\n--version' "$(offered "")"
