@@ -2,6 +2,7 @@
 #include "analysis/ffmpeg_probes.h"
 #include "analysis/movie_tool.h"
 #include "common/log_capture.h"
+#include "process/tool_environment.h"
 #include "tools/thumbs_fixture.h"
 
 using namespace qv;
@@ -12,7 +13,9 @@ namespace
 class MovieToolTest : public ThumbsTest
 {
 protected:
-    MovieToolTest() : m_bundle(TestBundle::Ffmpeg::None) {}
+    // Tools may write in the temporary folder only.
+    MovieToolTest() : m_bundle(TestBundle::Ffmpeg::None) { setTemporaryFolder(path({})); }
+    ~MovieToolTest() override { setTemporaryFolder({}); }
     void useBuiltTool() { QFile::link(builtTool("qtThumbs"), m_bundle.tool("qtThumbs")); }
 
     TestBundle m_bundle;
