@@ -33,7 +33,7 @@ QByteArray message(const QByteArrayList &rawPaths)
     return mark + size + payload;
 }
 
-QByteArray message(LaunchAction action)
+QByteArray actionMessage(LaunchAction action)
 {
     return message({optionOf(action)});
 }

@@ -19,7 +19,7 @@ inline constexpr char refused = 'N';
 
 // Empty when the paths are too many.
 QByteArray message(const QByteArrayList &rawPaths);
-QByteArray message(LaunchAction action);
+QByteArray actionMessage(LaunchAction action);
 // Of the first headerSize bytes; nothing when they are no such header, or announce too much.
 std::optional<qsizetype> payloadSize(const QByteArray &header);
 // Nothing when there is something else in it than absolute paths.

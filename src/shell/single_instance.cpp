@@ -185,9 +185,9 @@ bool SingleInstance::handOver(const QByteArrayList &rawPaths) const
     return !message.isEmpty() && send(message);
 }
 
-bool SingleInstance::handOver(LaunchAction action) const
+bool SingleInstance::handOverAction(LaunchAction action) const
 {
-    return send(handover::message(action));
+    return send(handover::actionMessage(action));
 }
 
 bool SingleInstance::send(const QByteArray &message) const

@@ -34,7 +34,7 @@ public:
     // Of a later copy: gives the paths to the first one or, without paths, asks it to come to the
     // front. Waits for its word, a few seconds at most; false when it did not take them.
     bool handOver(const QByteArrayList &rawPaths) const;
-    bool handOver(LaunchAction action) const;
+    bool handOverAction(LaunchAction action) const;
 
 Q_SIGNALS:
     // From a later copy: absolute paths.

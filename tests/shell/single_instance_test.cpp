@@ -38,17 +38,25 @@ protected:
         return m_folder.filePath(QString("quorvantel-%1.").arg(::getuid()) + extension);
     }
     // A later copy, which blocks while it waits, beside our event loop.
-    template <typename What> bool handOver(const What &what)
+    template <typename Bring> bool fromLater(Bring bring)
     {
         bool taken = false;
         std::unique_ptr<QThread> later(QThread::create([&] {
             const SingleInstance second(folder());
-            taken = second.handOver(what);
+            taken = bring(second);
         }));
         later->start();
         EXPECT_TRUE(waitUntil([&] { return later->isFinished(); }));
         later->wait();
         return taken;
+    }
+    bool handOver(const QByteArrayList &paths)
+    {
+        return fromLater([&](const SingleInstance &later) { return later.handOver(paths); });
+    }
+    bool handOverAction(LaunchAction action)
+    {
+        return fromLater([&](const SingleInstance &later) { return later.handOverAction(action); });
     }
 
     QTemporaryDir m_folder;
@@ -72,10 +80,10 @@ TEST_F(SingleInstanceTest, OnlyTheFirstCopyIsAloneAndTakesWhatLaterOnesBring)
     EXPECT_EQ(m_received, (QStringList{"/films/a.mp4", "/films/new\nline & 100%.mov",
                                        QDir::currentPath() + "/relative.mp4"}));
     EXPECT_EQ(m_calls, 0);
-    EXPECT_TRUE(handOver(QByteArrayList()));
+    EXPECT_TRUE(handOver({})) << "it only comes to the front";
     EXPECT_EQ(m_calls, 1);
     EXPECT_TRUE(m_actions.isEmpty());
-    EXPECT_TRUE(handOver(LaunchAction::ShowPreferences));
+    EXPECT_TRUE(handOverAction(LaunchAction::ShowPreferences));
     EXPECT_EQ(m_actions, QList<LaunchAction>{LaunchAction::ShowPreferences});
     EXPECT_EQ(m_calls, 1);
 }

@@ -113,7 +113,7 @@ bool handsOver(const qv::SingleInstance &instance, const QByteArrayList &paths,
                std::optional<qv::LaunchAction> action)
 {
     const bool handed = !paths.isEmpty() && instance.handOver(paths);
-    return action ? instance.handOver(*action) || handed : handed;
+    return action ? instance.handOverAction(*action) || handed : handed;
 }
 
 int run(QApplication &application, const QByteArrayList &paths,
