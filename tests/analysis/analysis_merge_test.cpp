@@ -27,7 +27,7 @@ QString oldReport(const char *name)
 Findings findings(const QString &report, const char *frameHeader = "")
 {
     Findings found;
-    found.sourcePath = q("x.mov");
+    found.sourcePath = "x.mov";
     found.report = report;
     found.frame = decodedFrame(frameHeader);
     found.reported = parseFfmpegReport(report);
@@ -37,9 +37,9 @@ Findings findings(const QString &report, const char *frameHeader = "")
 // A report with one video stream: its line's end and what stands below it.
 QString reportWith(const char *duration, const char *stream, const char *below = "")
 {
-    return q("ffmpeg version 5.1\nInput #0, mpegts, from 'x':\n  Duration: ") + q(duration) +
-           q(", start: 0.0\n  Stream #0:0[0x1](und), 1, 1/90000: Video: h264, yuv420p, ") +
-           q(stream) + u'\n' + q(below);
+    return "ffmpeg version 5.1\nInput #0, mpegts, from 'x':\n  Duration: " + q(duration) +
+           ", start: 0.0\n  Stream #0:0[0x1](und), 1, 1/90000: Video: h264, yuv420p, " + q(stream) +
+           u'\n' + q(below);
 }
 
 MediaInfoRecord mergedOf(const Findings &found, Road road = Road::Ffmpeg)
@@ -66,12 +66,12 @@ TEST(ReportDialect, GivesTheInstalledReleasesReportsTheOldWords)
     EXPECT_FALSE(isFfmpegSuccess(reportFile("info_hevc_midgroup_ts")));
     EXPECT_TRUE(isFfmpegSuccess(oldReport("info_hevc_midgroup_ts")));
 
-    const QString old = q("Input #0, mpeg, from 'x':\n  Stream #0:0[0x1e0]: Video: mpeg2video "
-                          "(Main), yuv420p, 720x576 [SAR 64:45 DAR 16:9], 9000 kb/s, 25 fps\n");
+    const QString old = "Input #0, mpeg, from 'x':\n  Stream #0:0[0x1e0]: Video: mpeg2video "
+                        "(Main), yuv420p, 720x576 [SAR 64:45 DAR 16:9], 9000 kb/s, 25 fps\n";
     EXPECT_EQ(inOldWords(old), old);
-    EXPECT_EQ(inOldWords(q("Stream #0:0: Video: hevc (Main 10), yuv420p10le(tv, bt2020nc/bt2020/"
-                           "smpte2084), 2 reference frames, 64x64, Closed Captions, 25 fps")),
-              q("Stream #0:0: Video: hevc (Main 10), yuv420p10le, 64x64, 25 fps"));
+    EXPECT_EQ(inOldWords("Stream #0:0: Video: hevc (Main 10), yuv420p10le(tv, bt2020nc/bt2020/"
+                         "smpte2084), 2 reference frames, 64x64, Closed Captions, 25 fps"),
+              "Stream #0:0: Video: hevc (Main 10), yuv420p10le, 64x64, 25 fps");
 }
 
 TEST(AnalysisMerge, DescribesThePictureThatIsSeen)
@@ -130,15 +130,14 @@ TEST(AnalysisMerge, FillsWhatTheReportLeavesOpenAndDropsWhatCantBe)
 TEST(AnalysisMerge, BelievesTheMovieFrameworkWhereItMakesThePictures)
 {
     Findings found = findings(oldReport("info_prores_mov"));
-    found.interlacingText = q("tff");
-    found.movie =
-        MediaInfoRecord{{q("v0_codec"), q("apcn")}, {q("v0_width"), 1920}, {q("w_width"), 1920}};
+    found.interlacingText = "tff";
+    found.movie = MediaInfoRecord{{"v0_codec", "apcn"}, {"v0_width", 1920}, {"w_width", 1920}};
     expectRecord(mergedOf(found, Road::MovieFramework),
                  "v0_codec=apcn; v0_width=1920; a0_codec=pcm_s24le; v0_fields=tff; w_width=1920",
                  "its road");
     expectRecord(mergedOf(found), "v0_codec=prores; w_width=1920", "ffmpeg's road");
     found.reported.reset();
-    found.report = q("moov atom not found");
+    found.report = "moov atom not found";
     expectRecord(mergedOf(found, Road::MovieFramework), "v0_codec=apcn", "alone");
     found.movie.reset();
     EXPECT_FALSE(analysisMerge(found, Road::Ffmpeg));
@@ -147,9 +146,9 @@ TEST(AnalysisMerge, BelievesTheMovieFrameworkWhereItMakesThePictures)
 TEST(Duration, IsMeasuredWhereItCanNotBeBelieved)
 {
     const auto record = [](const char *wrapper, double seconds, double fps = 25) {
-        MediaInfoRecord r{{q("wrapper"), q(wrapper)}, {q("v0_fps"), fps}};
+        MediaInfoRecord r{{"wrapper", q(wrapper)}, {"v0_fps", fps}};
         if (seconds > 0) {
-            r.insert(q("w_duration"), seconds);
+            r.insert("w_duration", seconds);
         }
         return r;
     };
@@ -171,19 +170,19 @@ TEST(Duration, IsMeasuredWhereItCanNotBeBelieved)
     };
     for (const auto &row : rows) {
         EXPECT_EQ(durationCheck(row.record, row.clues), row.expected)
-            << row.record.value(q("wrapper")).toString().toStdString()
-            << row.record.value(q("w_duration")).toDouble();
+            << row.record.value("wrapper").toString().toStdString()
+            << row.record.value("w_duration").toDouble();
     }
     const MediaInfoRecord minute = record("mov", 60);
-    EXPECT_EQ(durationArguments(DurationCheck::Tail, q("/s"), minute).mid(3, 2),
-              (QStringList{q("-ss"), q("58")}));
+    EXPECT_EQ(durationArguments(DurationCheck::Tail, "/s", minute).mid(3, 2),
+              (QStringList{"-ss", "58"}));
     const MediaInfoRecord slides = record("mov", 90000, 1.0 / 60);
-    EXPECT_EQ(durationArguments(DurationCheck::Tail, q("/s"), slides).at(4), q("89760"));
+    EXPECT_EQ(durationArguments(DurationCheck::Tail, "/s", slides).at(4), "89760");
 }
 
 TEST(Duration, ComesFromTheLastProgressOfTheCopyingRun)
 {
-    const MediaInfoRecord minute{{q("w_duration"), 60}, {q("v0_fps"), 25.0F}};
+    const MediaInfoRecord minute{{"w_duration", 60}, {"v0_fps", 25.0F}};
     const struct {
         const char *printed;
         double seconds; // below -100: none
@@ -212,5 +211,5 @@ TEST(PictureInstant, IsToldByTheFilterThatShowsFrames)
     const QString printed = reportFile("showinfo_ts");
     EXPECT_EQ(pictureInstant(printed, Taken::First), 1.02322);
     EXPECT_EQ(pictureInstant(printed, Taken::Last), 11.0232) << "behind a progress line";
-    EXPECT_FALSE(pictureInstant(q("Input #0\n title: pts_time:1.0 "), Taken::First));
+    EXPECT_FALSE(pictureInstant("Input #0\n title: pts_time:1.0 ", Taken::First));
 }

@@ -1,23 +1,17 @@
 // Names of clips on a camcorder card.
 #include "analysis/camcorder_clip.h"
 
+#include "common/folder_test.h"
 #include "common/test_bundle.h"
-#include "common/test_files.h"
-
-#include <QDir>
-#include <QFile>
-#include <QFileInfo>
-#include <QTemporaryDir>
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 using namespace qv;
 
 namespace
 {
 
-class CardTest : public testing::Test
+class CardTest : public FolderTest
 {
 protected:
     CardTest()
@@ -27,13 +21,11 @@ protected:
     }
     QString make(const QString &name, const QByteArray &bytes = "x") const
     {
-        const QString file = m_folder.filePath(name);
-        writeFile(file, bytes);
-        return file;
+        writeFile(path(name), bytes);
+        return path(name);
     }
 
     TestBundle m_bundle{TestBundle::Ffmpeg::None};
-    QTemporaryDir m_folder;
 };
 
 } // namespace

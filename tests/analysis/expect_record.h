@@ -19,7 +19,7 @@ inline QVariant valueOf(const QString &text)
 // Expected are pairs as "key=value; key=value"; a key without value is expected to be absent.
 inline void expectRecord(const qv::MediaInfoRecord &record, const char *expected, const char *what)
 {
-    for (const QString &pair : QString::fromUtf8(expected).split(QStringLiteral("; "))) {
+    for (const QString &pair : QString::fromUtf8(expected).split("; ")) {
         const QString key = pair.section(u'=', 0, 0);
         const QString value = pair.section(u'=', 1);
         const QVariant found = record.value(key);

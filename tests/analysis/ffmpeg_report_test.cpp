@@ -3,8 +3,6 @@
 #include "analysis/expect_record.h"
 #include "analysis/report_files.h"
 
-#include <gtest/gtest.h>
-
 using namespace qv;
 using qv::tests::expectRecord;
 using qv::tests::reportFile;
@@ -20,7 +18,7 @@ QString q(const char *text)
 // A report of one container line and these stream lines.
 MediaInfoRecord recordOf(const QString &lines)
 {
-    return parseFfmpegReport(q("ffmpeg version 5.1\nInput #0, avi, from 'x.avi':\n") + lines)
+    return parseFfmpegReport("ffmpeg version 5.1\nInput #0, avi, from 'x.avi':\n" + lines)
         .value_or(MediaInfoRecord());
 }
 
@@ -50,9 +48,9 @@ TEST(ReportParser, ReadsRealReports)
 
 TEST(ReportParser, TakesNothingAbsurdFromTheContainerLine)
 {
-    expectRecord(recordOf(q("  Duration: N/A, bitrate: N/A")),
+    expectRecord(recordOf("  Duration: N/A, bitrate: N/A"),
                  "w_duration=; w_bitrate=; w_offset=", "N/A");
-    expectRecord(recordOf(q("  Duration: 99999999:00:00.00, start: -1.4e99, bitrate: -5 kb/s")),
+    expectRecord(recordOf("  Duration: 99999999:00:00.00, start: -1.4e99, bitrate: -5 kb/s"),
                  "w_duration=2147483647; w_offset=0; w_bitrate=", "hostile");
 }
 
@@ -109,16 +107,16 @@ TEST(ReportParser, ReadsAudioLines)
 
 TEST(ReportParser, TakesTheLastInputSectionWithoutTheOutput)
 {
-    const QString report = q("ffmpeg\n"
-                             "Input #0, avi, from 'a':\n"
-                             "  Stream #0:0: Video: mpeg4, yuv420p, 640x480, 25 tbr\n"
-                             "  Stream #0:1: Audio: mp3, 44100 Hz, stereo\n"
-                             "Input #0, mpegts, from 'b':\n"
-                             "  Stream #0:0: Video: h264, yuv420p, 1280x720, 50 tbr\n"
-                             "Output #0, null, to 'c':\n"
-                             "  Stream #0:0: Video: rawvideo, 16x16, 1 tbr\n"
-                             "Output #0, null, to 'd':\n"
-                             "  Stream #0:0: Video: rawvideo, 32x32, 1 tbr\n");
+    const QString report = "ffmpeg\n"
+                           "Input #0, avi, from 'a':\n"
+                           "  Stream #0:0: Video: mpeg4, yuv420p, 640x480, 25 tbr\n"
+                           "  Stream #0:1: Audio: mp3, 44100 Hz, stereo\n"
+                           "Input #0, mpegts, from 'b':\n"
+                           "  Stream #0:0: Video: h264, yuv420p, 1280x720, 50 tbr\n"
+                           "Output #0, null, to 'c':\n"
+                           "  Stream #0:0: Video: rawvideo, 16x16, 1 tbr\n"
+                           "Output #0, null, to 'd':\n"
+                           "  Stream #0:0: Video: rawvideo, 32x32, 1 tbr\n";
     expectRecord(parseFfmpegReport(report).value_or(MediaInfoRecord()),
                  "wrapper=mpegts; v0_width=1280; v1_width=; a0_codec=", "two inputs");
 }
@@ -130,7 +128,7 @@ TEST(ReportParser, SurvivesMarkersWithoutWhatBelongsToThem)
           "Stream #Video: ,  tbr,  tbc, x,  kb/s, DAR ",
           "Stream #: Subtitle: ", "Stream #](Audio: ", "Stream #0:0 Video: [SAR DAR x",
           "Stream #0:0: Audio: ,  Hz, .,  channels"}) {
-        EXPECT_FALSE(recordOf(q(line)).contains(q("w_duration"))) << line;
+        EXPECT_FALSE(recordOf(q(line)).contains("w_duration")) << line;
     }
 }
 
@@ -138,11 +136,10 @@ TEST(ReportParser, StaysLinearOnHugeReports)
 {
     constexpr int many = 20000;
     const QString streams = q("Stream #0:0: Video: a, 1x1, 25 tbr\n").repeated(many);
-    EXPECT_EQ(recordOf(streams).value(q("v19999_width")), QVariant(1));
-    const QString longLine =
-        q("Stream #0:0: Video: a") + q(", 59.94 tbr, 23.98 fps").repeated(many);
-    EXPECT_TRUE(recordOf(longLine).contains(q("v0_fps")));
-    EXPECT_TRUE(recordOf(QString(4000000, u'x') + q("Video: Stream #")).contains(q("wrapper")));
+    EXPECT_EQ(recordOf(streams).value("v19999_width"), QVariant(1));
+    const QString longLine = "Stream #0:0: Video: a" + q(", 59.94 tbr, 23.98 fps").repeated(many);
+    EXPECT_TRUE(recordOf(longLine).contains("v0_fps"));
+    EXPECT_TRUE(recordOf(QString(4000000, u'x') + "Video: Stream #").contains("wrapper"));
 }
 
 } // namespace

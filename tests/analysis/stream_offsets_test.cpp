@@ -26,7 +26,7 @@ const char *const output = "  Stream #0:0, 0, 1/25: Video: rawvideo (I420 / 0x30
 QString packets(const char *list)
 {
     QString text;
-    for (const QString &packet : q(list).split(q("; "), Qt::SkipEmptyParts)) {
+    for (const QString &packet : q(list).split("; ", Qt::SkipEmptyParts)) {
         const QStringList words = packet.split(u' ');
         text += QStringLiteral("av_read_packet stream=%1 pts=%2, dts=%3, size=9\n")
                     .arg(words[0], words[1], words[2]);
@@ -38,7 +38,7 @@ QString packets(const char *list)
 QString described(const std::optional<QVariantMap> &offsets)
 {
     if (!offsets) {
-        return q("nothing");
+        return "nothing";
     }
     QStringList texts;
     for (auto it = offsets->begin(); it != offsets->end(); ++it) {
@@ -83,18 +83,18 @@ TEST(StreamOffsets, CountInTheTimeBaseThatTheStreamStates)
         {"Stream #0:1, 9, Audio: mp2, 48000 Hz", nullptr}, // no time base, no stream
     };
     for (const auto &[line, expected] : cases) {
-        const QString report = q(video) + q(line) + q("\n") + packets("0 9000 -1; 1 48000 -1");
-        const QString wanted = expected ? q(expected) + q(" v_offsetMs=0") : q("nothing");
+        const QString report = q(video) + q(line) + "\n" + packets("0 9000 -1; 1 48000 -1");
+        const QString wanted = expected ? q(expected) + " v_offsetMs=0" : "nothing";
         EXPECT_EQ(described(ptsDtsOffsetMs(report)), wanted) << line;
     }
 }
 
 TEST(StreamOffsets, OfTwoLinesAboutAStreamTheFirstCounts)
 {
-    const QString again = q("  Stream #0:1, 9, 1/1000: Audio: mp2\n");
+    const QString again = "  Stream #0:1, 9, 1/1000: Audio: mp2\n";
     const QString list = packets("0 9000 -1; 1 18000 -1");
     EXPECT_EQ(described(ptsDtsOffsetMs(q(video) + q(audio) + again + list)),
-              q("a1_offsetMs=100 v_offsetMs=0"));
+              "a1_offsetMs=100 v_offsetMs=0");
 }
 
 TEST(StreamOffsets, AreNothingWithoutVideoAudioOrKnownPackets)
@@ -109,7 +109,7 @@ TEST(StreamOffsets, AreNothingWithoutVideoAudioOrKnownPackets)
         {q(video) + packets("0 1 1"), "ptsDtsOffsetMs      - fin ;-) no audio?"},
         {q(audio) + packets("1 1 1"), "ptsDtsOffsetMs      - fin ;-) no video?"},
         {both + packets("0 1 1; 7 1 1"), "parse erreur, pas d'affectation sur chaque id (=>fin)"},
-        {both + q("Stream #0:2 av_read_packet stream=0\n"), "ptsDtsOffsetMs      - fin :-( no pts"},
+        {both + "Stream #0:2 av_read_packet stream=0\n", "ptsDtsOffsetMs      - fin :-( no pts"},
     };
     for (const auto &c : cases) {
         const LogCapture log;

@@ -2,9 +2,6 @@
 
 #include "cli/command_test.h"
 
-#include <QDir>
-#include <QFile>
-
 #include <filesystem>
 
 using testing::HasSubstr;
@@ -29,7 +26,7 @@ void expectEach(const std::vector<Bad> &table, const std::function<Ran(QByteArra
     ASSERT_EQ(ran.told("status").size(), sources.size());
     for (qsizetype i = 0; i < sources.size(); ++i) {
         const Bad &bad = table.at(static_cast<size_t>(i));
-        EXPECT_EQ(ran.told("status").at(i), QLatin1String(bad.status)) << bad.source.constData();
+        EXPECT_EQ(ran.told("status").at(i), bad.status) << bad.source.constData();
         EXPECT_THAT(ran.told("reason").at(i).toStdString(), HasSubstr(bad.reason))
             << bad.source.constData();
     }
@@ -59,7 +56,7 @@ TEST_F(RealCommandTest, EachBadFileGetsItsReasonAndTheOthersGoOn)
         {good, "made", "null"},
     };
     expectEach(table, [&](const QByteArrayList &sources) { return sheets(sources); });
-    EXPECT_EQ(namesIn("out"), QStringList(QStringLiteral("good.jpg")));
+    EXPECT_EQ(namesIn("out"), QStringList("good.jpg"));
 }
 
 TEST_F(CommandTest, AToolThatMisbehavesCostsItsSourceOnly)
@@ -93,7 +90,7 @@ TEST_F(CommandTest, WithoutAToolOrATemporaryFolderNothingCanWork)
     qputenv("TMPDIR", before);
     EXPECT_EQ(homeless.status, 3);
     EXPECT_THAT(homeless.err.toStdString(), HasSubstr("TMPDIR"));
-    QFile::remove(m_bundle.tool(QStringLiteral("ffmpeg")));
+    QFile::remove(m_bundle.tool("ffmpeg"));
     for (const char *command : {"sheet", "info", "plan"}) {
         const Ran ran = run({command, source});
         EXPECT_EQ(ran.status, 3);
@@ -128,8 +125,7 @@ TEST_F(RealCommandTest, AnyNameThatAFileCanHaveGetsItsSheet)
         const QString sheet = ran.told("sheet").at(i);
         EXPECT_FALSE(QImage(sheet).isNull()) << sheet.toStdString();
         // The last one's is too long for a file.
-        EXPECT_TRUE(i == names.size() - 1 ||
-                    sheet.endsWith(QLatin1Char('/') + shown.chopped(4) + QStringLiteral(".jpg")))
+        EXPECT_TRUE(i == names.size() - 1 || sheet.endsWith('/' + shown.chopped(4) + ".jpg"))
             << sheet.toStdString();
     }
 }
@@ -144,12 +140,12 @@ TEST_F(RealCommandTest, NamesThatReadAlikeStayDifferentFiles)
     make("x\xff.mp4", "-f lavfi -i testsrc=s=320x180:r=10:d=1");
     make("x\xfe.mp4", "-f lavfi -i testsrc=s=160x120:r=10:d=1");
     make("x\xef\xbf\xbd.mp4", "-f lavfi -i testsrc=s=64x64:r=10:d=1");
-    QDir::setCurrent(QString::fromUtf8(path("in")));
+    QDir::setCurrent(path("in"));
     QList<int> widths;
     for (const QJsonObject &object :
          run({"info", "--json", "x\xff.mp4", "x\xef\xbf\xbd.mp4", "x\xfe.mp4"}).objects()) {
-        const QJsonObject record = object.value(QStringLiteral("record")).toObject();
-        widths.append(record.value(QStringLiteral("v0_width")).toInt());
+        const QJsonObject record = object.value("record").toObject();
+        widths.append(record.value("v0_width").toInt());
     }
     EXPECT_EQ(widths, (QList<int>{320, 64, 160}));
     EXPECT_EQ(run({"info", "--json", path("in")}).objects().size(), 3);
@@ -161,7 +157,7 @@ TEST_F(CommandTest, AWorkingFolderNeedNotHaveADecodableName)
     std::filesystem::create_directory(folder);
     std::filesystem::copy_file(make("a.mp4").toStdString(), folder + "/a.mp4");
     std::filesystem::current_path(folder);
-    EXPECT_EQ(sheets({"a.mp4"}).told("status"), QStringList(QStringLiteral("made")));
+    EXPECT_EQ(sheets({"a.mp4"}).told("status"), QStringList("made"));
     EXPECT_EQ(run({"sheet", "-o", "below", "a.mp4"}).status, 3);
     std::filesystem::current_path(m_folder.path().toStdString());
 }

@@ -2,8 +2,6 @@
 
 #include "cli/command_test.h"
 
-#include <QFile>
-
 TEST_F(CommandTest, AClipOnACameraCardIsNamedByItsRecordingDate)
 {
     QFile::link(builtTool("gettimestamps"), m_bundle.tool("gettimestamps"));

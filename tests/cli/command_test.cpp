@@ -3,8 +3,6 @@
 #include "cli/command.h"
 #include "support/log.h"
 
-#include <QDir>
-#include <QFile>
 #include <QJsonDocument>
 #include <QProcess>
 #include <QTemporaryFile>
@@ -29,7 +27,7 @@ QStringList Ran::told(const char *key) const
 {
     QStringList texts;
     for (const QJsonObject &object : objects()) {
-        texts.append(object.value(QLatin1String(key)).toString(QStringLiteral("null")));
+        texts.append(object.value(key).toString("null"));
     }
     return texts;
 }
@@ -117,8 +115,8 @@ QByteArray CommandTest::clip(const QByteArray &name, const char *arguments) cons
 {
     make(name);
     QProcess ffmpeg;
-    ffmpeg.start(QStringLiteral("ffmpeg"), words("-v error -y") + words(arguments) +
-                                               QStringList{QFile::decodeName(path(name))});
+    ffmpeg.start("ffmpeg", words("-v error -y") + words(arguments) +
+                               QStringList{QFile::decodeName(path(name))});
     EXPECT_TRUE(ffmpeg.waitForFinished());
     EXPECT_EQ(ffmpeg.exitCode(), 0) << ffmpeg.readAllStandardError().constData();
     return path(name);
@@ -132,10 +130,10 @@ QByteArray CommandTest::soundClip(const QByteArray &name) const
 
 QStringList words(const char *line)
 {
-    return QString::fromUtf8(line).split(QLatin1Char(' '));
+    return QString::fromUtf8(line).split(' ');
 }
 
 QStringList scratchFolders()
 {
-    return QDir(QDir::tempPath()).entryList({QStringLiteral("Quorvantel-cli-*")}, QDir::Dirs);
+    return QDir(QDir::tempPath()).entryList({"Quorvantel-cli-*"}, QDir::Dirs);
 }

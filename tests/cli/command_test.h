@@ -7,10 +7,8 @@
 #include <QImage>
 #include <QJsonObject>
 #include <QStringList>
-#include <QTemporaryDir>
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <functional>
 

@@ -14,7 +14,7 @@ namespace
 
 QByteArray withoutSeconds(const QByteArray &lines)
 {
-    static const QRegularExpression seconds(QStringLiteral("\"seconds\":[^,}]*"));
+    static const QRegularExpression seconds("\"seconds\":[^,}]*");
     return QString::fromUtf8(lines).remove(seconds).toUtf8();
 }
 
@@ -101,8 +101,8 @@ TEST_F(ProgramTest, ASignalToTheFirstProcessStopsTheCopiesToo)
         EXPECT_EQ(scratchFolders(), QStringList());
         expectNobodyWorksOn(hanging);
         // The next signal must not meet the sheet that came before this one.
-        QDir(QString::fromUtf8(path("out"))).removeRecursively();
-        QFile::remove(QString::fromUtf8(path("tool.log")));
+        QDir(path("out")).removeRecursively();
+        QFile::remove(path("tool.log"));
     }
 }
 
@@ -129,7 +129,7 @@ TEST_F(ProgramTest, ARunThatIsKilledLeavesNobodyBehindAndIsTakenUpWhereItWas)
         for (const QString &name : before) {
             EXPECT_FALSE(pictureAt("out/" + name.toUtf8()).isNull()) << name.toStdString();
         }
-        QFile::remove(QString::fromUtf8(path("tool.log")));
+        QFile::remove(path("tool.log"));
     }
     auto last = start(command);
     EXPECT_EQ(statusOf(*last), 0);
@@ -143,8 +143,7 @@ TEST_F(ProgramTest, ARunThatIsKilledLeavesNobodyBehindAndIsTakenUpWhereItWas)
 TEST_F(CommandTest, WhenNoCopyCanBeStartedThisProcessDoesTheWork)
 {
     const QByteArrayList sources{make("a.mp4"), make("b.mp4"), path("none.mp4"), make("c.mp4")};
-    for (const QString &program :
-         {QStringLiteral("/nowhere/quorvantel-cli"), QStringLiteral("/bin/false")}) {
+    for (const QString program : {"/nowhere/quorvantel-cli", "/bin/false"}) {
         m_workerProgram = program;
         const Ran ran = sheets(QByteArrayList{"--jobs", "2", "--replace"} + sources);
         EXPECT_EQ(ran.status, 1);
@@ -180,7 +179,7 @@ TEST_F(CommandTest, AListGivesItsNamesAsBytesAfterThoseOfTheCommandLine)
     };
     QDir::setCurrent(m_folder.path());
     for (const List &list : lists) {
-        QStringList expected{QStringLiteral("a.mp4")};
+        QStringList expected{"a.mp4"};
         for (const QByteArray &name : list.names) {
             expected.append(QString::fromUtf8(name));
         }
@@ -206,8 +205,7 @@ TEST_F(CommandTest, ShardsDivideTheListAndKeepTheNamesOfTheWhole)
             sheetOf[i * 2 + part - 1] = ran.told("sheet").at(i);
         }
     }
-    EXPECT_EQ(sheetOf.replaceInStrings(QStringLiteral("/parts/"), QStringLiteral("/out/")),
-              whole.told("sheet"));
+    EXPECT_EQ(sheetOf.replaceInStrings("/parts/", "/out/"), whole.told("sheet"));
     EXPECT_EQ(namesIn("parts"), namesIn("out"));
     const Ran none = sheets({"--shard", "6/7", path("in")});
     EXPECT_EQ(none.status, 0);

@@ -52,6 +52,14 @@ Options parsed(const QStringList &arguments)
     return options.value_or(Options());
 }
 
+// What is said of the sheets.
+auto valuesOf(const Options &o)
+{
+    return std::tuple(o.output, o.layout, o.count, o.pictureChoice, o.update, o.noPaths,
+                      o.noTimecode, o.captions, o.quick, o.background, o.borderColor, o.borderSize,
+                      o.logFile, o.verbose, o.hangTimeout, o.noConfinement);
+}
+
 } // namespace
 
 TEST_F(CommandTest, WrongUsageEndsWithStatusTwoAReasonAndAHint)
@@ -76,47 +84,30 @@ TEST_F(CommandTest, HelpAndVersionGoToStandardOutput)
     EXPECT_EQ(ran.status, 0);
 }
 
-TEST(Options, EveryOptionArrives)
+TEST(Options, EveryOptionArrivesHereAndInCopiesOfTheCommand)
 {
     const Options options = parsed(words(
-        "sheet -o out -l mixed -n 12 -f png --replace --no-timecode --caption name,Size,picture "
+        "sheet -o out -l mixed -n 12 -f png --update --no-paths --no-timecode --caption "
+        "name,Size,picture "
         "--background red --border-color 0.5,0.25,0,1 --border-size 2.5 --json --log trace.txt "
         "--verbose --quiet --no-confinement --hang-timeout 1.5 --jobs 7 --shard 2/9 --from list "
         "--quick a.mp4 b"));
     EXPECT_EQ(options.command, Command::Sheet);
-    EXPECT_EQ(options.output, QStringLiteral("out"));
-    EXPECT_EQ(options.layout, SheetLayout::Mixed);
-    EXPECT_EQ(options.count, 12);
-    EXPECT_EQ(options.pictureChoice, 1);
-    EXPECT_TRUE(options.replace && options.noTimecode && options.json && options.verbose &&
-                options.quiet && options.noConfinement);
-    EXPECT_EQ(options.captions, (QSet<QString>{QStringLiteral("name"), QStringLiteral("poids"),
-                                               QStringLiteral("vIdentity")}));
-    EXPECT_EQ(options.background, QStringLiteral("1.00,0.00,0.00,1.00"));
-    EXPECT_EQ(options.borderColor, QStringLiteral("0.50,0.25,0.00,1.00"));
-    EXPECT_EQ(options.borderSize, 2.5);
-    EXPECT_EQ(options.logFile, QStringLiteral("trace.txt"));
-    EXPECT_EQ(options.hangTimeout, 1.5);
+    EXPECT_EQ(valuesOf(options),
+              std::tuple(QString("out"), SheetLayout::Mixed, std::optional(12), std::optional(1),
+                         true, true, true,
+                         std::optional(QSet<QString>{"name", "poids", "vIdentity"}), true,
+                         QString("1.00,0.00,0.00,1.00"), QString("0.50,0.25,0.00,1.00"),
+                         std::optional(2.5), QString("trace.txt"), true, std::optional(1.5), true));
     EXPECT_EQ(options.sources, words("a.mp4 b"));
-    EXPECT_EQ(options.from, QStringLiteral("list"));
+    EXPECT_EQ(options.from, "list");
     EXPECT_EQ(options.jobs, 7);
-    EXPECT_TRUE(options.quick && options.shard && options.shard->part == 2);
-}
+    EXPECT_TRUE(options.json && options.quiet && options.shard && options.shard->part == 2);
 
-TEST(Options, ACopyOfTheCommandIsToldAllThatIsSaidOfTheSheets)
-{
-    const QStringList line = words(
-        "sheet -o out -l mixed -n 12 -f png --replace --no-timecode --caption name,Size --quick "
-        "--background red --border-color 0.5,0.25,0,1 --border-size 2.5 --log trace.txt "
-        "--verbose --hang-timeout 1.5 --no-confinement");
-    const Options original = parsed(line + words("--json --jobs 7 --shard 2/9 --from - a.mp4"));
-    const Options copied = parsed(words("worker") + original.sheetArguments);
+    const Options copied = parsed(words("worker") + options.sheetArguments);
     EXPECT_EQ(copied.command, Command::Worker);
     EXPECT_EQ(copied.sources, QStringList());
-    const auto values = [](const Options &o) {
-        return std::tuple(o.output, o.layout, o.count, o.pictureChoice, o.replace, o.noTimecode,
-                          o.captions, o.quick, o.background, o.borderColor, o.borderSize, o.logFile,
-                          o.verbose, o.hangTimeout, o.noConfinement);
-    };
-    EXPECT_EQ(values(copied), values(original));
+    EXPECT_EQ(valuesOf(copied), valuesOf(options));
+    const Options replacing = parsed(words("sheet --replace --jobs 7 a.mp4"));
+    EXPECT_TRUE(parsed(words("worker") + replacing.sheetArguments).replace);
 }

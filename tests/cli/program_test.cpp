@@ -33,7 +33,7 @@ TEST_F(ProgramTest, ASignalStopsTheToolAndLeavesOnlyWhatIsWhole)
         EXPECT_EQ(namesIn("out"), words("one.jpg"));
         EXPECT_EQ(scratchFolders(), QStringList());
         expectNobodyWorksOn(hanging);
-        QFile::remove(QString::fromUtf8(path("tool.log")));
+        QFile::remove(path("tool.log"));
     }
 }
 
@@ -76,7 +76,7 @@ TEST_F(ProgramTest, AKilledOneLeavesTheOldSheetAndIsClearedUpAfter)
     run({"info", make("b.mp4")});
     EXPECT_EQ(scratchFolders(), left);
     // One that was killed while it removed its folder has left no lock.
-    const QString halfRemoved = QStringLiteral("Quorvantel-cli-half");
+    const QString halfRemoved = "Quorvantel-cli-half";
     ASSERT_TRUE(QDir::temp().mkdir(halfRemoved));
     const timespec longAgo[2] = {{1, 0}, {1, 0}};
     for (const QString &name : {left.first(), halfRemoved}) {

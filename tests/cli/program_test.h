@@ -2,9 +2,7 @@
 
 #include "cli/command_test.h"
 
-#include <QDir>
 #include <QElapsedTimer>
-#include <QFile>
 #include <QProcess>
 
 #include <csignal>
@@ -28,7 +26,7 @@ protected:
     ~ProgramTest() override
     {
         for (const QString &folder : scratchFolders()) {
-            QDir(QDir::tempPath() + QLatin1Char('/') + folder).removeRecursively();
+            QDir(QDir::tempPath() + '/' + folder).removeRecursively();
         }
     }
 
@@ -43,9 +41,8 @@ protected:
                 std::signal(signal, SIG_DFL);
             }
         });
-        process->start(QStringLiteral("/bin/bash"),
-                       {QStringLiteral("-c"), QFile::decodeName(script),
-                        m_bundle.path() + QStringLiteral("/Contents/MacOS/quorvantel-cli")});
+        process->start("/bin/bash", {"-c", QFile::decodeName(script),
+                                     m_bundle.path() + "/Contents/MacOS/quorvantel-cli"});
         return process;
     }
 
@@ -62,7 +59,7 @@ protected:
     // The copy of the program whose tool works on the source; 0 when there is none.
     static pid_t workerOn(const QByteArray &source)
     {
-        for (const QString &entry : QDir(QStringLiteral("/proc")).entryList(QDir::Dirs)) {
+        for (const QString &entry : QDir("/proc").entryList(QDir::Dirs)) {
             const QByteArray folder = "/proc/" + entry.toUtf8();
             const QByteArray parent =
                 contentOf(folder + "/status").split('\n').value(6).mid(6).trimmed();
@@ -83,7 +80,7 @@ protected:
 
     void expectNobodyWorksOn(const QByteArray &source)
     {
-        for (const QString &entry : QDir(QStringLiteral("/proc")).entryList(QDir::Dirs)) {
+        for (const QString &entry : QDir("/proc").entryList(QDir::Dirs)) {
             const QByteArray folder = "/proc/" + entry.toUtf8();
             QElapsedTimer clock;
             clock.start();

@@ -1,7 +1,6 @@
 // What sheets tell of themselves: "read", --update and --no-paths.
 
 #include "cli/command_test.h"
-#include "cli/program_test.h"
 
 #include "sheet/image_export.h"
 #include "sheet/provenance.h"
@@ -20,7 +19,7 @@ namespace
 
 QJsonValue valueAt(const QJsonObject &object, const char *group, const char *key)
 {
-    return object.value(QLatin1String(group)).toObject().value(QLatin1String(key));
+    return object.value(group).toObject().value(key);
 }
 
 void setModified(const QByteArray &file, qint64 msecs)
@@ -48,21 +47,19 @@ TEST_F(RealCommandTest, ReadTellsOfWhatAndHowASheetWasMade)
                                      "version"));
         EXPECT_EQ(valueAt(told, "source", "path"), QString::fromUtf8(source));
         EXPECT_EQ(valueAt(told, "source", "size"), QFileInfo(QString::fromUtf8(source)).size());
-        EXPECT_EQ(valueAt(told, "source", "modified"), QStringLiteral("2020-09-13T12:26:40.007Z"));
+        EXPECT_EQ(valueAt(told, "source", "modified"), "2020-09-13T12:26:40.007Z");
         EXPECT_NEAR(valueAt(told, "source", "duration").toDouble(), 2, 0.1);
-        EXPECT_EQ(
-            told.value(QStringLiteral("settings")).toObject(),
-            (QJsonObject{{QStringLiteral("layout"), QStringLiteral("big")},
-                         {QStringLiteral("count"), 4},
-                         {QStringLiteral("format"), QLatin1String(format)},
-                         {QStringLiteral("captions"),
-                          QJsonArray{QStringLiteral("name"), QStringLiteral("size")}},
-                         {QStringLiteral("timecodes"), true},
-                         {QStringLiteral("background"), QStringLiteral("1.00,0.00,0.00,1.00")},
-                         {QStringLiteral("border_color"), QStringLiteral("0.80,0.80,0.80,1.00")},
-                         {QStringLiteral("border_size"), 1},
-                         {QStringLiteral("quick"), false}}));
-        const QJsonArray instants = told.value(QStringLiteral("instants")).toArray();
+        EXPECT_EQ(told.value("settings").toObject(),
+                  (QJsonObject{{"layout", "big"},
+                               {"count", 4},
+                               {"format", format},
+                               {"captions", QJsonArray{"name", "size"}},
+                               {"timecodes", true},
+                               {"background", "1.00,0.00,0.00,1.00"},
+                               {"border_color", "0.80,0.80,0.80,1.00"},
+                               {"border_size", 1},
+                               {"quick", false}}));
+        const QJsonArray instants = told.value("instants").toArray();
         ASSERT_EQ(instants.size(), 4);
         EXPECT_NEAR(instants.at(2).toDouble(), 1, 0.1);
         EXPECT_THAT(contentOf(sheet).toStdString(),
@@ -91,7 +88,7 @@ TEST_F(CommandTest, ReadGivesALineASheetAndAReasonForTheOthers)
 TEST_F(CommandTest, AnUpdateMakesAnewOnlyWhatWouldDiffer)
 {
     const QByteArray source = make("a.mp4");
-    const QString sheet = QString::fromUtf8(path("out/a.jpg"));
+    const QString sheet = path("out/a.jpg");
     const auto carry = [&](const std::function<void(Provenance &)> &change) {
         auto carried = readProvenance(path("out/a.jpg"));
         ASSERT_TRUE(carried);
@@ -120,12 +117,9 @@ TEST_F(CommandTest, AnUpdateMakesAnewOnlyWhatWouldDiffer)
          "made"},
         {"a millisecond", [&] { setModified(source, modified + 1); }, {}, "made"},
         {"nothing since", [] {}, {}, "kept"},
-        {"the version",
-         [&] { carry([](Provenance &p) { p.version = QStringLiteral("0.9"); }); },
-         {},
-         "kept"},
+        {"the version", [&] { carry([](Provenance &p) { p.version = "0.9"; }); }, {}, "kept"},
         {"the source's name",
-         [&] { carry([](Provenance &p) { p.sourceName = QStringLiteral("b.mp4"); }); },
+         [&] { carry([](Provenance &p) { p.sourceName = "b.mp4"; }); },
          {},
          "made"},
         {"the count", [] {}, {"-n", "6"}, "made"},
@@ -155,7 +149,7 @@ TEST_F(CommandTest, AnUpdateMakesAnewOnlyWhatWouldDiffer)
 TEST_F(RealCommandTest, ASourceThatGrowsWhileItsSheetIsMadeDiffersAtTheNextUpdate)
 {
     const QByteArray source = soundClip("a.mp4");
-    const QString ffmpeg = m_bundle.tool(QStringLiteral("ffmpeg"));
+    const QString ffmpeg = m_bundle.tool("ffmpeg");
     const QByteArray real = QFile::encodeName(QFileInfo(ffmpeg).canonicalFilePath());
     writeScript(ffmpeg, "printf more >>'" + source + "'\nexec '" + real + "' \"$@\"\n");
     EXPECT_EQ(sheets({"--no-confinement", source}).told("status"), words("made"));
@@ -170,24 +164,4 @@ TEST_F(CommandTest, WithoutPathsASheetTellsNoFolder)
     EXPECT_FALSE(contentOf(path("out/a.jpg")).contains("secret"));
     EXPECT_THAT(run({"read", path("out/a.jpg")}).out.toStdString(),
                 AllOf(HasSubstr("source_name: a.mp4\n"), Not(HasSubstr("source_path"))));
-}
-
-TEST_F(ProgramTest, AnUpdateByManyProcessesMakesAnewWhatChangedOnly)
-{
-    QByteArrayList sources;
-    for (const char *name : {"a.mp4", "b.mp4", "c.mp4", "d.mp4"}) {
-        sources.append(make(name));
-    }
-    const QByteArray command =
-        "$0 sheet --update --no-paths --jobs 2 -n 3 --json -o out ?.mp4 2>/dev/null";
-    const auto statuses = [&] {
-        const auto process = start(command);
-        EXPECT_EQ(statusOf(*process), 0);
-        return Ran{0, process->readAllStandardOutput(), {}, {}}.told("status");
-    };
-    EXPECT_EQ(statuses(), words("made made made made"));
-    make("b.mp4", "another");
-    make("d.mp4", "another");
-    EXPECT_EQ(statuses(), words("kept made kept made"));
-    EXPECT_EQ(statuses(), words("kept kept kept kept"));
 }

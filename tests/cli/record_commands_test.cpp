@@ -18,17 +18,16 @@ TEST_F(RealCommandTest, InfoTellsTheRecordAsTextAndAsJson)
                       HasSubstr("\nv0_width: 320\n"), HasSubstr("\nv0_codec: h264\n"),
                       HasSubstr("\na0_codec: aac\n"), Not(HasSubstr("PathStr"))));
     const QJsonObject json = run({"info", "--json", source}).objects().value(0);
-    const QJsonObject record = json.value(QStringLiteral("record")).toObject();
-    EXPECT_EQ(record.value(QStringLiteral("v0_width")), 320);
-    EXPECT_EQ(record.value(QStringLiteral("v0_fps")), 10);
+    const QJsonObject record = json.value("record").toObject();
+    EXPECT_EQ(record.value("v0_width"), 320);
+    EXPECT_EQ(record.value("v0_fps"), 10);
 }
 
 TEST_F(CommandTest, InfoGivesALineASourceAndAReasonForTheOthers)
 {
     const Ran ran = run({"info", "--json", make("a.mp4"), path("none.mp4"), make("b.mp4")});
     EXPECT_EQ(ran.status, 1);
-    EXPECT_EQ(ran.told("source"),
-              QStringList({QString::fromUtf8(path("a.mp4")), QString::fromUtf8(path("b.mp4"))}));
+    EXPECT_EQ(ran.told("source"), QStringList({path("a.mp4"), path("b.mp4")}));
     EXPECT_EQ(ran.err, "skipped: " + path("none.mp4") + ": no such file\n");
     EXPECT_EQ(run({"info", path("a.mp4"), path("b.mp4")}).out.count("\n\nsource: "), 1);
 }
@@ -38,15 +37,14 @@ TEST_F(CommandTest, PlanTellsEveryPictureAndTakesNone)
     const QByteArray source = make("clip.duration-100.mp4");
     const Ran ran = run({"plan", "--json", "-l", "big", "-n", "5", source});
     const QJsonObject plan = ran.objects().value(0);
-    EXPECT_EQ(plan.value(QStringLiteral("count")), 4);
-    EXPECT_EQ(plan.value(QStringLiteral("wTh")), 640);
-    EXPECT_EQ(plan.value(QStringLiteral("interval")), 25);
-    const QJsonArray pictures = plan.value(QStringLiteral("pictures")).toArray();
+    EXPECT_EQ(plan.value("count"), 4);
+    EXPECT_EQ(plan.value("wTh"), 640);
+    EXPECT_EQ(plan.value("interval"), 25);
+    const QJsonArray pictures = plan.value("pictures").toArray();
     ASSERT_EQ(pictures.size(), 4);
     const QJsonObject last = pictures.last().toObject();
     EXPECT_EQ(last.keys(), words("arguments index time timecode"));
-    EXPECT_TRUE(
-        last.value(QStringLiteral("arguments")).toArray().contains(QString::fromUtf8(source)));
+    EXPECT_TRUE(last.value("arguments").toArray().contains(QString::fromUtf8(source)));
     EXPECT_THAT(run({"plan", source}).out.toStdString(),
                 HasSubstr("layout: medium\ncount: 15\nsize: 640 x 360\ninterval: 6.67 s\n"));
     EXPECT_THAT(contentOf(path("tool.log")).toStdString(), Not(HasSubstr("picture")));

@@ -2,9 +2,6 @@
 
 #include "cli/command_test.h"
 
-#include <QDir>
-#include <QFile>
-
 #include <filesystem>
 
 using testing::AllOf;
@@ -38,8 +35,7 @@ TEST_F(RealCommandTest, AClipWithOneKeyFrameGivesAFullSheetOfDifferentStills)
         clip("one key.mp4", "-f lavfi -i color=white:s=320x180:r=10:d=8 -vf fade=in:0:80 -c:v "
                             "libx264 -preset ultrafast -g 1000 -sc_threshold 0 -pix_fmt yuv420p");
     const Ran ran = sheets({"--caption", "none", "-n", "9", source});
-    EXPECT_EQ(ran.objects().value(0).value(QStringLiteral("pictures")),
-              (QJsonObject{{QStringLiteral("asked"), 9}, {QStringLiteral("drawn"), 9}}));
+    EXPECT_EQ(ran.objects().value(0).value("pictures"), (QJsonObject{{"asked", 9}, {"drawn", 9}}));
     const QImage sheet = pictureAt("out/one key.jpg");
     int before = -1;
     for (int cell = 0; cell < 9; ++cell) {
@@ -58,11 +54,9 @@ TEST_F(CommandTest, JsonLinesHaveTheSameKeysWhateverBecameOfTheSource)
     for (const QJsonObject &object : ran.objects()) {
         EXPECT_EQ(object.keys(), words("duration instants pictures pictures_moved reason road "
                                        "seconds sheet source status"));
-        EXPECT_NE(object.value(QStringLiteral("sheet")).isNull(),
-                  object.value(QStringLiteral("reason")).isNull());
+        EXPECT_NE(object.value("sheet").isNull(), object.value("reason").isNull());
     }
-    EXPECT_EQ(ran.objects().value(0).value(QStringLiteral("pictures")),
-              (QJsonObject{{QStringLiteral("asked"), 3}, {QStringLiteral("drawn"), 3}}));
+    EXPECT_EQ(ran.objects().value(0).value("pictures"), (QJsonObject{{"asked", 3}, {"drawn", 3}}));
     EXPECT_THAT(ran.err.toStdString(), HasSubstr("1 made, 0 kept, 2 skipped, 1 failed"));
 }
 
@@ -72,7 +66,7 @@ TEST_F(CommandTest, ASheetThatIsThereIsKeptUnlessItIsToBeReplaced)
     make("out/a.jpg", "the old one");
     const Ran kept = sheets({source});
     EXPECT_EQ(kept.told("status"), words("kept"));
-    EXPECT_EQ(kept.told("sheet"), QStringList(QString::fromUtf8(path("out/a.jpg"))));
+    EXPECT_EQ(kept.told("sheet"), QStringList(path("out/a.jpg")));
     EXPECT_EQ(contentOf(path("out/a.jpg")), "the old one");
     EXPECT_EQ(contentOf(path("tool.log")), "");
     EXPECT_EQ(sheets({"--replace", source}).told("status"), words("made"));
@@ -89,27 +83,13 @@ TEST_F(CommandTest, AFolderOfTheSheetsNameIsNoSheet)
     EXPECT_EQ(namesIn("out/a.jpg"), words("mine.txt"));
 }
 
-TEST_F(CommandTest, SourcesOfOneStemGetSheetsOfTheirOwnAndARepeatedRunFindsThem)
-{
-    const QByteArrayList sources{make("one/x.mp4"), make("two/x.mp4"), make("two/x.mkv"),
-                                 make("one/x.mp4")};
-    const Ran first = sheets(sources);
-    EXPECT_EQ(first.told("status"), words("made made made"));
-    EXPECT_EQ(namesIn("out").join(QLatin1Char('|')),
-              QStringLiteral("x (mkv).jpg|x (two).jpg|x.jpg"));
-    EXPECT_THAT(first.err.toStdString(), AllOf(HasSubstr("x (two).jpg"), HasSubstr("x (mkv).jpg")));
-    const Ran second = sheets(sources);
-    EXPECT_EQ(second.told("status"), words("kept kept kept"));
-    EXPECT_EQ(second.told("sheet"), first.told("sheet"));
-}
-
 TEST_F(CommandTest, FoldersAreWalkedInOrderWithoutTheirTrashAndASourceIsTakenOnce)
 {
     for (const char *name : {"in/b/2.mp4", "in/a/deep/er/1.mkv", "in/.Trash-1000/files/gone.mp4",
                              "in/notes.txt", "in/.Trash/gone.mp4", "other/3.MP4", "4.mov"}) {
         make(name);
     }
-    QFile::link(QString::fromUtf8(path("4.mov")), QString::fromUtf8(path("link.mov")));
+    QFile::link(path("4.mov"), path("link.mov"));
     QDir::setCurrent(m_folder.path());
     const Ran ran = sheets({"in/", "4.mov", "other", "in//b/2.mp4", path("4.mov"), "link.mov"});
     EXPECT_EQ(ran.told("source"), words("in/a/deep/er/1.mkv in/b/2.mp4 4.mov other/3.MP4"));
@@ -144,10 +124,31 @@ TEST_F(CommandTest, ADestinationThatGoesAwayMeanwhileCostsNoMoreThanItMust)
     EXPECT_THAT(ran.told("reason").value(2).toStdString(), HasSubstr("destination"));
 }
 
+TEST_F(CommandTest, TimeCodesAreStampedInWhiteUnlessSwitchedOff)
+{
+    QImage still(640, 360, QImage::Format_RGB32);
+    still.fill(Qt::blue);
+    ASSERT_TRUE(still.save(path("still.jpg")));
+    qputenv("FAKE_TOOL_PICTURE", path("still.jpg"));
+    const auto whitePixels = [&](const QByteArrayList &options) {
+        sheets(QByteArrayList{"--replace", "-n", "6", "--background", "green", "--border-color",
+                              "green", "--caption", "none", make("a.mp4")} +
+               options);
+        const QImage sheet = pictureAt("out/a.jpg");
+        int count = 0;
+        for (int i = 0; i < sheet.width() * sheet.height(); ++i) {
+            const QRgb pixel = sheet.pixel(i % sheet.width(), i / sheet.width());
+            count += std::min({qRed(pixel), qGreen(pixel), qBlue(pixel)}) > 215 ? 1 : 0;
+        }
+        return count;
+    };
+    EXPECT_GT(whitePixels({}), 200);
+    EXPECT_EQ(whitePixels({"--no-timecode"}), 0);
+}
+
 TEST_F(CommandTest, ThePreferencesAreReadAndNeverWritten)
 {
-    const QString file =
-        QDir::homePath() + QStringLiteral("/Library/Preferences/org.quorvantel.Quorvantel.plist");
+    const QString file = QDir::homePath() + "/Library/Preferences/org.quorvantel.Quorvantel.plist";
     const QByteArray settings =
         "<?xml version=\"1.0\"?><plist version=\"1.0\"><dict><key>prefLimitMed</key>"
         "<integer>6</integer><key>prefDpi</key><integer>1</integer><key>junk</key><true/>"
@@ -156,8 +157,8 @@ TEST_F(CommandTest, ThePreferencesAreReadAndNeverWritten)
         writeFile(file, contents);
         const Ran ran = run({"sheet", "--json", "-o", path("out"), make("a.mp4")});
         const bool whole = contents == settings;
-        const QJsonValue pictures = ran.objects().value(0).value(QStringLiteral("pictures"));
-        EXPECT_EQ(pictures.toObject().value(QStringLiteral("asked")), whole ? 6 : 15);
+        const QJsonValue pictures = ran.objects().value(0).value("pictures");
+        EXPECT_EQ(pictures.toObject().value("asked"), whole ? 6 : 15);
         EXPECT_TRUE(ran.told("sheet").value(0).endsWith(QLatin1String(whole ? ".png" : ".jpg")));
         EXPECT_EQ(contentOf(file), contents);
     }
@@ -183,11 +184,11 @@ TEST_F(CommandTest, TheProgressLineIsShownOnATerminalOnlyAndGoneWhereLinesArePri
     EXPECT_THAT(shown.err.toStdString(), AllOf(HasSubstr("[1/3] " + path("a.mp4").toStdString()),
                                                HasSubstr("picture 2/3"), HasSubstr(" s left")));
     const QString folder = m_folder.path();
-    EXPECT_EQ(shown.screen,
-              QStringList({folder + QStringLiteral("/out/a.jpg"),
-                           QStringLiteral("skipped: %1/no.mp4: no such file").arg(folder),
-                           folder + QStringLiteral("/out/b.jpg"),
-                           QStringLiteral("2 made, 0 kept, 1 skipped, 0 failed"), QString()}));
+    EXPECT_EQ(
+        shown.screen,
+        QStringList({folder + "/out/a.jpg",
+                     QStringLiteral("skipped: %1/no.mp4: no such file").arg(folder),
+                     folder + "/out/b.jpg", "2 made, 0 kept, 1 skipped, 0 failed", QString()}));
     m_terminal = false;
     EXPECT_THAT(run(line).err.toStdString(), AllOf(Not(HasSubstr("\r")), Not(HasSubstr("\033"))));
 }

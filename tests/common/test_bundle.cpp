@@ -1,5 +1,7 @@
 #include "common/test_bundle.h"
 
+#include "support/localized_strings.h"
+
 #include <QDir>
 #include <QFile>
 #include <QImage>
@@ -55,11 +57,15 @@ TestBundle::TestBundle(Ffmpeg ffmpeg) : m_before(qv::Bundle::main())
         QFile::link(target, tool(QStringLiteral("ffmpeg")));
     }
     qv::Bundle::setMain(qv::Bundle(path()));
+    qv::setLocalizationBundle(qv::Bundle::main());
+    qv::setLocalizationTable(QStringLiteral("Localized"));
+    qv::setLanguage(QStringLiteral("en"));
 }
 
 TestBundle::~TestBundle()
 {
     qv::Bundle::setMain(m_before);
+    qv::setLanguage(QStringLiteral("en"));
 }
 
 QString TestBundle::path() const

@@ -6,7 +6,7 @@
 #include <QTemporaryDir>
 
 // A bundle of a test's own: the built one's Info.plist and string tables, and a chosen ffmpeg. The
-// process's main bundle while it lives.
+// process's main bundle while it lives, and its words in English unless a test takes others.
 class TestBundle
 {
 public:

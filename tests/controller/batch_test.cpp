@@ -50,18 +50,6 @@ TEST_F(BatchTest, RemovedRowsTakeTheirPreviewsWithThemAndTheOthersAreRenumbered)
     EXPECT_EQ(rows(), QStringList{"1 a.mp4"}) << "a removed source may come again";
 }
 
-TEST_F(BatchTest, RemoveAllAsksFirstWhenItsButtonWasPressed)
-{
-    ASSERT_TRUE(admit({"a.mp4", "b.mp4"}));
-    m_presenter.answers = {{1, false}, {0, false}};
-    for (const int left : {2, 0, 0}) {
-        m_controller->encBatchRemoveAll(appDelegate::Sender::Button);
-        EXPECT_EQ(rows().size(), left);
-    }
-    EXPECT_EQ(m_presenter.countOf(localized("D_batch_4")), 2);
-    EXPECT_EQ(m_presenter.shown.size(), 2) << "an empty table needs no question";
-}
-
 TEST_F(BatchTest, TheRowInProgressCannotBeRemoved)
 {
     ASSERT_TRUE(startHangingBatch({"a.mp4", "picture-hang.mp4", "c.mp4"}, "picture-hang.mp4"));

@@ -1,29 +1,21 @@
 #pragma once
 
+#include "common/folder_test.h"
 #include "common/log_capture.h"
 #include "common/scripted_presenter.h"
 #include "common/test_bundle.h"
-#include "common/test_files.h"
 #include "common/wait_until.h"
 #include "controller/app_delegate.h"
 #include "controller/recording_face.h"
 #include "process/child_process.h"
 #include "process/tool_environment.h"
 #include "support/diagnostics.h"
-#include "support/files.h"
 #include "support/localized_strings.h"
-
-#include <QDir>
-#include <QFile>
-#include <QFileInfo>
-#include <QTemporaryDir>
-
-#include <gtest/gtest.h>
 
 #include <memory>
 
 // A controller in a folder of its own, with the fake tool as ffmpeg.
-class ControllerTest : public testing::Test
+class ControllerTest : public FolderTest
 {
 protected:
     explicit ControllerTest(TestBundle::Ffmpeg ffmpeg = TestBundle::Ffmpeg::Fake) : m_bundle(ffmpeg)
@@ -33,8 +25,6 @@ protected:
         qv::setLogFolder(path("logs"));
         QDir().mkpath(path("logs"));
         QDir().mkpath(path("out"));
-        qv::setLocalizationBundle(qv::Bundle::main());
-        qv::setLocalizationTable("Localized");
         // Where a confined tool can write.
         qputenv("FAKE_TOOL_LOG", path("scratch/runs").toUtf8());
         qputenv("FAKE_TOOL_PICTURE", samplePicture().toUtf8());
@@ -60,7 +50,6 @@ protected:
             std::make_unique<qv::appDelegate>(m_preferences, m_face, m_movies, placement);
     }
 
-    QString path(const QString &name) const { return m_folder.filePath(name); }
     // A source that is there; its name tells the fake tool what to do.
     QString source(const QString &name) const
     {
@@ -161,7 +150,6 @@ protected:
         }
     };
 
-    QTemporaryDir m_folder;
     TestBundle m_bundle;
     LogCapture m_log;
     ScriptedPresenter m_presenter;

@@ -1,5 +1,4 @@
 #include "controller/controller_fixture.h"
-#include "controller/sheet_freshness.h"
 #include "controller/store_keys.h"
 
 #include <QImage>
@@ -84,22 +83,6 @@ TEST_F(EncodingTest, ThePlaceAndKindOfASheetFollowTheSettings)
         writeFile(path("out/Quorvantel/a/mine.txt"), "untouched");
     }
     EXPECT_EQ(contentOf(path("out/Quorvantel/a/mine.txt")), "untouched");
-}
-
-TEST_F(EncodingTest, ASheetTellsOfTheSourceAsItWasBeforeItsAnalysis)
-{
-    ASSERT_TRUE(admit({"a.mp4"}));
-    const SourceState before = sourceState(path("a.mp4"));
-    writeFile(path("a.mp4"), "a longer film");
-    ASSERT_TRUE(encode());
-    const auto carried = readProvenance(QFile::encodeName(sheet("a")));
-    ASSERT_TRUE(carried) << carried.error().toStdString();
-    EXPECT_TRUE(carried->source == before);
-    EXPECT_EQ(carried->sourcePath, QFile::encodeName(path("a.mp4")));
-    WantedSheet wanted = wantedSheet(m_face, m_preferences, path("a.mp4"));
-    EXPECT_EQ(staleReason(*carried, wanted), "its source has changed");
-    wanted.source = before;
-    EXPECT_EQ(staleReason(*carried, wanted), QString());
 }
 
 TEST_F(EncodingTest, AVanishedSourceLosesItsRowAndTheBatchGoesOn)

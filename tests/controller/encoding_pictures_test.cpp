@@ -81,18 +81,6 @@ TEST_F(PicturesTest, AToolThatHangsOnceCostsOneCellAndOneThatHangsOnFailsTheRow)
     EXPECT_EQ(runs().size(), 3) << "not the idle limit for each of nine";
 }
 
-TEST_F(PicturesTest, AToolThatIsGoneFailsEachRowAndEachNewSource)
-{
-    ASSERT_TRUE(admit({"a.mp4", "b.mp4"}));
-    QFile::remove(m_bundle.tool("ffmpeg"));
-    ASSERT_TRUE(encode());
-    EXPECT_EQ(results(), (QStringList{"failed a.mp4", "failed b.mp4"}));
-    EXPECT_TRUE(m_face.results[0].reason.contains("could not be started"));
-    EXPECT_EQ(m_face.ends.last(), "batch");
-    ASSERT_TRUE(admit({"c.mp4"}));
-    EXPECT_TRUE(m_face.skipped.value("c.mp4").contains("ffmpeg is not there"));
-}
-
 TEST_F(PicturesTest, TheMovieFrameworksToolTakesAllAtOnceAndWithoutItTheRowFails)
 {
     const QString film = path("analysis-refuse.mov");

@@ -50,29 +50,6 @@ protected:
 
 } // namespace
 
-TEST_F(ShutdownTest, WithoutABatchThereIsNoQuestion)
-{
-    ASSERT_TRUE(admit({"film.mp4"}));
-    EXPECT_TRUE(m_controller->applicationShouldTerminateAfterLastWindowClosed());
-    EXPECT_TRUE(m_presenter.shown.isEmpty());
-    m_controller->applicationWillTerminate();
-    expectNothingLeft();
-    EXPECT_TRUE(m_log.contains("applicationWillTerminate:"));
-}
-
-TEST_F(ShutdownTest, TheUserMayKeepTheBatch)
-{
-    startHangingBatch();
-    m_presenter.answers = {{1}};
-    EXPECT_FALSE(m_controller->iba_menuQuit());
-    EXPECT_EQ(m_presenter.countOf(localized("D_quit_1")), 1);
-    EXPECT_TRUE(isEncoding());
-    EXPECT_FALSE(hasNoChildren());
-    EXPECT_EQ(m_controller->table().count(), 2);
-    m_controller->iba_taskStopBt(StopControl::stopSegment);
-    EXPECT_TRUE(waitForBatch());
-}
-
 TEST_F(ShutdownTest, QuittingABatchLeavesNoToolAndNoStills)
 {
     startHangingBatch();

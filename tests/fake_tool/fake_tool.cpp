@@ -5,7 +5,6 @@
 //   sleep=MS            waits without using the processor
 //   spin=MS             waits using it
 //   env=NAME            prints the variable's value
-//   cwd                 prints the working folder
 //   cat                 copies standard input to standard output
 //   silent-input=MS     prints "open" when standard input gives neither data nor end for so long
 //   close=out|err       closes the stream
@@ -22,8 +21,7 @@
 //   <phase>-<behaviour>[-<index>], phase analysis, preview, picture or all, of quickThumbs probe or
 //   quick; index of the picture.
 //   Behaviours: hang, crash, silent (prints nothing), garbage, missing (no output file),
-//   intra (no file while intra frames are selected), slow, flood, refuse, norate, same (all its
-//   pictures are the same file)
+//   intra (no file while intra frames are selected), slow, flood, refuse
 //   "duration-N" sets the seconds that the report states.
 // FAKE_TOOL_LOG names a file that gets a line "phase index source" per run; FAKE_TOOL_PICTURE one
 // that is copied as the picture; FAKE_TOOL_TIMES one that gets a line "phase begin end" per run
@@ -39,6 +37,7 @@
 #include <cstring>
 #include <fcntl.h>
 #include <fstream>
+#include <map>
 #include <optional>
 #include <poll.h>
 #include <string>
@@ -154,33 +153,23 @@ int connectTo(int port)
     return fd < 0 ? -1 : ::connect(fd, reinterpret_cast<sockaddr *>(&address), sizeof address);
 }
 
-// What a tool could do to the user's files and the net; nothing for another step.
-std::optional<int> touch(const std::string &name, const std::string &value)
-{
-    if (name == "write" || name == "append") {
-        return writeFile(value, name == "write" ? O_CREAT | O_TRUNC : O_APPEND);
-    }
-    if (name == "fill") {
-        return fillFile(value);
-    }
-    if (name == "make-folder") {
-        return ::mkdir(value.c_str(), 0700);
-    }
-    if (name == "remove") {
-        return ::unlink(value.c_str());
-    }
-    if (name == "chmod") {
-        return ::chmod(value.c_str(), 0777);
-    }
-    if (name == "truncate") {
-        return ::truncate(value.c_str(), 0);
-    }
-    if (name == "rename") {
-        const size_t colon = value.find(':');
-        return ::rename(value.substr(0, colon).c_str(), value.substr(colon + 1).c_str());
-    }
-    return name == "connect" ? std::optional(connectTo(std::atoi(value.c_str()))) : std::nullopt;
-}
+// What a tool could do to the user's files and the net; 0 when it could.
+using Touch = int (*)(const std::string &value);
+const std::map<std::string, Touch> touches = {
+    {"write", [](const auto &path) { return writeFile(path, O_CREAT | O_TRUNC); }},
+    {"append", [](const auto &path) { return writeFile(path, O_APPEND); }},
+    {"fill", fillFile},
+    {"make-folder", [](const auto &path) { return ::mkdir(path.c_str(), 0700); }},
+    {"remove", [](const auto &path) { return ::unlink(path.c_str()); }},
+    {"chmod", [](const auto &path) { return ::chmod(path.c_str(), 0777); }},
+    {"truncate", [](const auto &path) { return ::truncate(path.c_str(), 0); }},
+    {"rename",
+     [](const auto &paths) {
+         const size_t colon = paths.find(':');
+         return ::rename(paths.substr(0, colon).c_str(), paths.substr(colon + 1).c_str());
+     }},
+    {"connect", [](const auto &port) { return connectTo(std::atoi(port.c_str())); }},
+};
 
 void allocate(int megabytes)
 {
@@ -203,47 +192,45 @@ void tellCores()
     writeTo(STDOUT_FILENO, std::to_string(limit.rlim_cur));
 }
 
+void tellVariable(const std::string &name)
+{
+    const char *found = std::getenv(name.c_str());
+    writeTo(STDOUT_FILENO, found != nullptr ? found : "(none)");
+}
+
+void crash(int signal)
+{
+    std::signal(signal, SIG_DFL);
+    std::raise(signal);
+}
+
+using Step = void (*)(const std::string &value, int number);
+const std::map<std::string, Step> steps = {
+    {"out", [](const auto &text, int) { writeTo(STDOUT_FILENO, unescaped(text)); }},
+    {"err", [](const auto &text, int) { writeTo(STDERR_FILENO, unescaped(text)); }},
+    {"sleep", [](const auto &, int milliseconds) { waitFor(milliseconds); }},
+    {"spin", [](const auto &, int milliseconds) { spin(milliseconds); }},
+    {"env", [](const auto &name, int) { tellVariable(name); }},
+    {"cat", [](const auto &, int) { copyInput(); }},
+    {"silent-input", [](const auto &, int milliseconds) { tellSilentInput(milliseconds); }},
+    {"close",
+     [](const auto &stream, int) { ::close(stream == "out" ? STDOUT_FILENO : STDERR_FILENO); }},
+    {"allocate", [](const auto &, int megabytes) { allocate(megabytes); }},
+    {"cores", [](const auto &, int) { tellCores(); }},
+    {"holder", [](const auto &, int milliseconds) { leaveHolder(milliseconds); }},
+    {"crash", [](const auto &, int signal) { crash(signal); }},
+    {"exit", [](const auto &, int status) { std::_Exit(status); }},
+};
+
 void playStep(const std::string &step)
 {
     const size_t equal = step.find('=');
     const std::string name = step.substr(0, equal);
     const std::string value = equal == std::string::npos ? "" : step.substr(equal + 1);
-    const int number = std::atoi(value.c_str());
-    if (const auto result = touch(name, value)) {
-        writeTo(STDOUT_FILENO, *result == 0 ? "done" : std::strerror(errno));
-        return;
-    }
-    if (name == "out") {
-        writeTo(STDOUT_FILENO, unescaped(value));
-    } else if (name == "err") {
-        writeTo(STDERR_FILENO, unescaped(value));
-    } else if (name == "sleep") {
-        waitFor(number);
-    } else if (name == "spin") {
-        spin(number);
-    } else if (name == "env") {
-        const char *found = std::getenv(value.c_str());
-        writeTo(STDOUT_FILENO, found != nullptr ? found : "(none)");
-    } else if (name == "cwd") {
-        char folder[4096];
-        writeTo(STDOUT_FILENO, ::getcwd(folder, sizeof folder) != nullptr ? folder : "");
-    } else if (name == "cat") {
-        copyInput();
-    } else if (name == "silent-input") {
-        tellSilentInput(number);
-    } else if (name == "close") {
-        ::close(value == "out" ? STDOUT_FILENO : STDERR_FILENO);
-    } else if (name == "allocate") {
-        allocate(number);
-    } else if (name == "cores") {
-        tellCores();
-    } else if (name == "holder") {
-        leaveHolder(number);
-    } else if (name == "crash") {
-        std::signal(number, SIG_DFL);
-        std::raise(number);
-    } else if (name == "exit") {
-        std::_Exit(number);
+    if (const auto touch = touches.find(name); touch != touches.end()) {
+        writeTo(STDOUT_FILENO, touch->second(value) == 0 ? "done" : std::strerror(errno));
+    } else if (const auto other = steps.find(name); other != steps.end()) {
+        other->second(value, std::atoi(value.c_str()));
     }
 }
 
@@ -339,22 +326,19 @@ int durationOf(const Run &run)
     return at == std::string::npos ? 60 : std::atoi(run.stem.c_str() + at + 9);
 }
 
-void printReport(const Run &run, const std::string &behaviour)
+void printReport(const Run &run)
 {
     char duration[32];
     const int seconds = durationOf(run);
     std::snprintf(duration, sizeof duration, "%02d:%02d:%02d.00", seconds / 3600, seconds / 60 % 60,
                   seconds % 60);
-    const std::string rate = behaviour == "norate" ? "" : ", 25 fps, 25 tbr, 12800 tbn";
     writeTo(STDERR_FILENO,
             "ffmpeg version 5.1 Copyright\n"
             "Input #0, mov,mp4,m4a,3gp,3g2,mj2, from '" +
                 run.source + "':\n  Duration: " + duration +
                 ", start: 0.000000, bitrate: 800 kb/s\n"
                 "  Stream #0:0[0x1](und): Video: h264 (High), yuv420p, 640x360 [SAR 1:1 DAR 16:9], "
-                "700 kb/s" +
-                rate +
-                " (default)\n"
+                "700 kb/s, 25 fps, 25 tbr, 12800 tbn (default)\n"
                 "  Stream #0:1[0x2](eng): Audio: aac (LC), 48000 Hz, stereo, fltp, 96 kb/s\n"
                 "Output #0, null, to 'pipe:':\n"
                 "frame=   10 fps=0.0 q=-0.0 size=1k time=00:00:00.40 bitrate=N/A speed=9x\n");
@@ -419,8 +403,7 @@ std::optional<int> misbehave(const Run &run, const std::string &behaviour)
         hang();
     }
     if (behaviour == "crash") {
-        std::signal(SIGSEGV, SIG_DFL);
-        std::raise(SIGSEGV);
+        crash(SIGSEGV);
     }
     if (behaviour == "garbage") {
         std::string noise;
@@ -444,7 +427,7 @@ int actAsFfmpeg(const Texts &arguments)
     if (run.phase == "picture" && ::access(run.source.c_str(), R_OK) != 0) {
         return refuse(run);
     }
-    printReport(run, behaviour);
+    printReport(run);
     if (run.phase == "measure") {
         return measure(run, arguments);
     }
@@ -475,7 +458,7 @@ std::string valueOf(const Texts &arguments, const std::string &option)
 
 void describe(Run run, const Texts &arguments)
 {
-    printReport(run, "");
+    printReport(run);
     writeTo(STDERR_FILENO, "tail           : " + std::to_string(durationOf(run)) + ".000 50\n");
     run.phase = "analysis";
     run.output = valueOf(arguments, "-frame");

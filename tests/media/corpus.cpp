@@ -1,6 +1,7 @@
 #include "media/corpus.h"
 
 #include "media/clock.h"
+#include "media/parallel.h"
 
 #include <QCryptographicHash>
 #include <QDir>
@@ -9,19 +10,16 @@
 #include <QProcess>
 #include <QSet>
 
-#include <atomic>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <mutex>
-#include <thread>
 
 namespace
 {
 
 namespace fs = std::filesystem;
 
-constexpr int workers = 2;
 constexpr int patience = 120000; // milliseconds
 
 const QString root = QStringLiteral(QV_MEDIA_CORPUS);
@@ -57,13 +55,12 @@ bool hasRecipe(const Source &source)
 // Runs ffmpeg; gives what went wrong.
 QString run(const Source &source, const QString &output)
 {
-    QStringList arguments{QStringLiteral("-nostdin"), QStringLiteral("-v"), QStringLiteral("error"),
-                          QStringLiteral("-y")};
+    QStringList arguments{"-nostdin", "-v", "error", "-y"};
     arguments += recipeArguments(source);
     QProcess process;
     if (source.pipe) {
         process.setStandardOutputFile(output);
-        arguments.append(QStringLiteral("pipe:1"));
+        arguments.append("pipe:1");
     } else {
         arguments.append(output);
     }
@@ -83,7 +80,7 @@ QString makeUnchanged(const Source &source, const fs::path &part)
         return run(source, QString::fromStdString(part.string()));
     }
     const bool written = write(part, *source.from ? contentsOf(pathOf(source.from)) : QByteArray());
-    return written ? QString() : QStringLiteral("can't be written");
+    return written ? QString() : "can't be written";
 }
 
 // Under a plain name first, with the extension that ffmpeg chooses the container by.
@@ -99,7 +96,7 @@ QString make(const Source &source, std::size_t number)
         return problem;
     }
     if (source.change.apply && !write(part, source.change.apply(contentsOf(part)))) {
-        return QStringLiteral("can't be changed");
+        return "can't be changed";
     }
     fs::rename(part, target, error);
     return QString::fromStdString(error ? error.message() : std::string());
@@ -107,44 +104,22 @@ QString make(const Source &source, std::size_t number)
 
 // ---- all of them
 
-// Those whose origin is made already, several at a time.
-class Round
+QStringList makeRound(const std::vector<std::size_t> &numbers)
 {
-public:
-    explicit Round(std::vector<std::size_t> numbers) : m_numbers(std::move(numbers)) {}
-
-    QStringList run()
-    {
-        std::vector<std::thread> threads;
-        for (int i = 0; i < workers; ++i) {
-            threads.emplace_back([this] { work(); });
+    std::mutex mutex;
+    QStringList problems;
+    forEachInParallel(numbers.size(), [&](std::size_t i) {
+        const Source &source = allSources()[numbers[i]];
+        const QString problem = make(source, numbers[i]);
+        const std::lock_guard lock(mutex);
+        if (!problem.isEmpty()) {
+            problems.append(QString::fromUtf8(titleOf(source)) + ": " + problem);
         }
-        for (std::thread &thread : threads) {
-            thread.join();
-        }
-        return m_problems;
-    }
+    });
+    return problems;
+}
 
-private:
-    void work()
-    {
-        for (std::size_t i = m_next++; i < m_numbers.size(); i = m_next++) {
-            const Source &source = allSources()[m_numbers[i]];
-            const QString problem = make(source, m_numbers[i]);
-            if (!problem.isEmpty()) {
-                const std::lock_guard lock(m_mutex);
-                m_problems.append(QString::fromUtf8(titleOf(source)) + QStringLiteral(": ") +
-                                  problem);
-            }
-        }
-    }
-
-    std::vector<std::size_t> m_numbers;
-    std::atomic<std::size_t> m_next = 0;
-    std::mutex m_mutex;
-    QStringList m_problems;
-};
-
+// In rounds: those whose origin is made already.
 QStringList makeAll()
 {
     const Sources &sources = allSources();
@@ -159,13 +134,13 @@ QStringList makeAll()
             }
         }
         if (round.empty()) {
-            return problems << QStringLiteral("some come from a source that isn't in the table, "
-                                              "or two have one name");
+            return problems << "some come from a source that isn't in the table, "
+                               "or two have one name";
         }
         for (const std::size_t i : round) {
             made.insert(sources[i].name);
         }
-        problems += Round(std::move(round)).run();
+        problems += makeRound(round);
     }
     return problems;
 }
@@ -174,7 +149,7 @@ QStringList makeAll()
 QByteArray fingerprint()
 {
     QProcess process;
-    process.start(ffmpeg, {QStringLiteral("-version")});
+    process.start(ffmpeg, {"-version"});
     process.waitForFinished(patience);
     QCryptographicHash hash(QCryptographicHash::Sha256);
     hash.addData(process.readLine());
@@ -189,11 +164,11 @@ QByteArray fingerprint()
 
 QStringList recipeArguments(const Source &source)
 {
-    const QString input = QStringLiteral("-i");
-    const QString from = root + QStringLiteral("/sources/") + QString::fromUtf8(source.from);
-    const QStringList lavfi{QStringLiteral("-f"), QStringLiteral("lavfi"), input};
+    const QString input = "-i";
+    const QString from = root + "/sources/" + QString::fromUtf8(source.from);
+    const QStringList lavfi{"-f", "lavfi", input};
     const QString tone = QStringLiteral("sine=f=330:r=48000:d=%1").arg(source.picture.seconds);
-    const QString x264 = QStringLiteral("-c:v libx264 -preset veryfast -pix_fmt yuv420p -g 25");
+    const QString x264 = "-c:v libx264 -preset veryfast -pix_fmt yuv420p -g 25";
     QStringList arguments;
     for (QString &word : QString::fromUtf8(source.recipe).split(u' ', Qt::SkipEmptyParts)) {
         if (word == QLatin1String("$clock")) {
@@ -219,10 +194,10 @@ QByteArray corpusFolder()
 QStringList makeCorpus()
 {
     QDir().mkpath(root);
-    QLockFile lock(root + QStringLiteral("/lock"));
+    QLockFile lock(root + "/lock");
     lock.setStaleLockTime(0); // whoever is dead holds it no longer, however young the lock is
     lock.lock();
-    const fs::path stamp = (root + QStringLiteral("/made")).toStdString();
+    const fs::path stamp = (root + "/made").toStdString();
     const QByteArray wanted = fingerprint();
     if (contentsOf(stamp) == wanted) {
         return {};

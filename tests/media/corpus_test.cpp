@@ -1,7 +1,6 @@
 // Every kind of source that people have, through the command as it is built.
 
 #include "media/results_table.h"
-#include "media/walk.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -95,9 +94,9 @@ protected:
         const std::string size = textOf(m_seen, "v0_width") + 'x' + textOf(m_seen, "v0_height");
         EXPECT_EQ(size, m_expect.size != nullptr ? m_expect.size : m_source.picture.size);
         const double seconds = m_expect.seconds < 0 ? m_source.picture.seconds : m_expect.seconds;
-        EXPECT_NEAR(m_seen.record.value(QStringLiteral("w_duration")).toDouble(), seconds, 1.01);
+        EXPECT_NEAR(m_seen.record.value("w_duration").toDouble(), seconds, 1.01);
         if (m_expect.dar != nullptr) {
-            const double dar = ratioOf(m_seen.record.value(QStringLiteral("v0_dar")).toString());
+            const double dar = ratioOf(m_seen.record.value("v0_dar").toString());
             EXPECT_NEAR(dar / ratioOf(QLatin1String(m_expect.dar)), 1, 0.01)
                 << textOf(m_seen, "v0_dar");
         }

@@ -55,14 +55,11 @@ Sources nameSources()
          .from = "containers/mpeg1 mp2.mpg",
          .picture = {.size = "352x288"},
          .title = "recorder bundle"},
-        {.name = "names/Evening News.eyetv/000000000a1b2c3d.eyetvr",
-         .change = text(recorderList),
-         .companion = true},
+        companion(
+            changed("names/Evening News.eyetv/000000000a1b2c3d.eyetvr", "", text(recorderList))),
         {.name = "names/card/AVCHD/BDMV/STREAM/00003.MTS",
          .from = "containers/h264 pcm.MTS",
          .title = "camcorder card"},
-        {.name = "names/card/AVCHD/BDMV/PLAYLIST/00000.MPL",
-         .change = text(clipMark),
-         .companion = true},
+        companion(changed("names/card/AVCHD/BDMV/PLAYLIST/00000.MPL", "", text(clipMark))),
     };
 }

@@ -9,7 +9,7 @@ QString cell(const QString &text)
 {
     QString escaped = text;
     escaped.replace(u'\n', u' ');
-    return escaped.replace(u'|', QStringLiteral("\\|"));
+    return escaped.replace(u'|', "\\|");
 }
 
 QString value(const Seen &seen, const char *key)
@@ -19,15 +19,13 @@ QString value(const Seen &seen, const char *key)
 
 QString expectedOf(const Source &source)
 {
-    return source.expect.refusal == nullptr
-               ? QStringLiteral("sheet")
-               : QStringLiteral("refused: ") + QLatin1String(source.expect.refusal);
+    return source.expect.refusal == nullptr ? "sheet"
+                                            : "refused: " + QLatin1String(source.expect.refusal);
 }
 
 QString sizeOf(const Seen &seen)
 {
-    return seen.isRow() ? value(seen, "v0_width") + QStringLiteral(" x ") + value(seen, "v0_height")
-                        : QString();
+    return seen.isRow() ? value(seen, "v0_width") + " x " + value(seen, "v0_height") : QString();
 }
 
 } // namespace
@@ -41,23 +39,22 @@ ResultsTable &ResultsTable::instance()
 void ResultsTable::add(const Source &source, const Seen &seen, std::optional<double> farthest,
                        bool isGood)
 {
-    const QStringList cells{
-        QString::fromUtf8(titleOf(source)),
-        value(seen, "wrapper") + QStringLiteral(" / ") + value(seen, "v0_codec"),
-        expectedOf(source),
-        seen.isRow() ? QStringLiteral("sheet") : seen.status + QStringLiteral(": ") + seen.reason,
-        sizeOf(seen),
-        value(seen, "w_duration"),
-        value(seen, "v0_dar"),
-        value(seen, "v0_fields"),
-        seen.isRow() ? QString::number(seen.drawn) : QString(),
-        farthest ? QString::number(*farthest, 'f', 2) : QString(),
-        isGood ? QStringLiteral("yes") : QStringLiteral("**no**")};
+    const QStringList cells{QString::fromUtf8(titleOf(source)),
+                            value(seen, "wrapper") + " / " + value(seen, "v0_codec"),
+                            expectedOf(source),
+                            seen.isRow() ? "sheet" : seen.status + ": " + seen.reason,
+                            sizeOf(seen),
+                            value(seen, "w_duration"),
+                            value(seen, "v0_dar"),
+                            value(seen, "v0_fields"),
+                            seen.isRow() ? QString::number(seen.drawn) : QString(),
+                            farthest ? QString::number(*farthest, 'f', 2) : QString(),
+                            isGood ? "yes" : "**no**"};
     QStringList escaped;
     for (const QString &text : cells) {
         escaped.append(cell(text));
     }
-    m_lines.append(QStringLiteral("| %1 |").arg(escaped.join(QStringLiteral(" | "))));
+    m_lines.append(QStringLiteral("| %1 |").arg(escaped.join(" | ")));
     m_good += isGood ? 1 : 0;
 }
 

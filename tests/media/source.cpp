@@ -2,6 +2,29 @@
 
 #include <ostream>
 
+Source made(const QByteArray &name, const char *recipe, Picture picture, Expectation expect)
+{
+    return remade(name, "", recipe, picture, expect);
+}
+
+Source remade(const QByteArray &name, const char *from, const char *recipe, Picture picture,
+              Expectation expect)
+{
+    return {.name = name, .recipe = recipe, .from = from, .picture = picture, .expect = expect};
+}
+
+Source changed(const QByteArray &name, const char *from, const Change &change, Expectation expect,
+               Picture picture)
+{
+    return {.name = name, .from = from, .change = change, .picture = picture, .expect = expect};
+}
+
+Source companion(Source source)
+{
+    source.companion = true;
+    return source;
+}
+
 const Sources &allSources()
 {
     static const Sources all = [] {

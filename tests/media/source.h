@@ -54,6 +54,15 @@ struct Source {
 };
 void PrintTo(const Source &source, std::ostream *stream);
 
+// By ffmpeg, out of nothing or another file, and by a change of another file's bytes.
+Source made(const QByteArray &name, const char *recipe, Picture picture = {},
+            Expectation expect = {});
+Source remade(const QByteArray &name, const char *from, const char *recipe, Picture picture = {},
+              Expectation expect = {});
+Source changed(const QByteArray &name, const char *from, const Change &change,
+               Expectation expect = {}, Picture picture = {});
+Source companion(Source source);
+
 using Sources = std::vector<Source>;
 
 // By theme; each theme is a folder of the corpus.

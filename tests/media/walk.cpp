@@ -2,22 +2,17 @@
 
 #include "media/clock.h"
 #include "media/corpus.h"
+#include "media/parallel.h"
 #include "sheet/extraction_plan.h"
 
-#include <QDir>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QProcess>
 #include <QTemporaryDir>
 
-#include <atomic>
-#include <mutex>
-#include <thread>
-
 namespace
 {
 
-constexpr int workers = 2;
 constexpr int patience = 500000; // milliseconds
 constexpr int pictures = 6;
 const qv::SheetLayout layout = qv::SheetLayout::Medium;
@@ -31,30 +26,19 @@ QString sheetsFolder()
 // Everything that is laid over or around the pictures is switched off.
 QStringList sheetArguments(const QString &theme, bool quick)
 {
-    return {QStringLiteral("sheet"),
-            quick ? QStringLiteral("--quick") : QStringLiteral("--keep"),
-            QStringLiteral("--json"),
-            QStringLiteral("--format"),
-            QStringLiteral("png"),
-            QStringLiteral("-l"),
-            QStringLiteral("medium"),
-            QStringLiteral("-n"),
-            QString::number(pictures),
-            QStringLiteral("--no-timecode"),
-            QStringLiteral("--caption"),
-            QStringLiteral("none"),
-            QStringLiteral("--border-size"),
-            QStringLiteral("0"),
-            QStringLiteral("-o"),
-            sheetsFolder() + QLatin1String(quick ? "/quick " : "/exact ") + theme,
-            QFile::decodeName(corpusFolder()) + u'/' + theme};
+    const QString options = "--json --format png -l medium --no-timecode --caption none "
+                            "--border-size 0 -n %1 %2 -o";
+    return QStringList{"sheet"} +
+           options.arg(QString::number(pictures), quick ? "--quick" : "--keep").split(u' ') +
+           QStringList{sheetsFolder() + (quick ? "/quick " : "/exact ") + theme,
+                       QFile::decodeName(corpusFolder()) + u'/' + theme};
 }
 
 QStringList infoArguments(const QString &theme, bool quick)
 {
-    const QStringList options = quick ? QStringList{QStringLiteral("--quick")} : QStringList();
-    return QStringList{QStringLiteral("info")} + options +
-           QStringList{QStringLiteral("--json"), QFile::decodeName(corpusFolder()) + u'/' + theme};
+    const QStringList options = quick ? QStringList{"--quick"} : QStringList();
+    return QStringList{"info"} + options +
+           QStringList{"--json", QFile::decodeName(corpusFolder()) + u'/' + theme};
 }
 
 struct Run {
@@ -76,22 +60,6 @@ void execute(Run &run)
     }
 }
 
-void executeAll(std::vector<Run> &runs)
-{
-    std::atomic<std::size_t> next = 0;
-    std::vector<std::thread> threads;
-    for (int i = 0; i < workers; ++i) {
-        threads.emplace_back([&] {
-            for (std::size_t run = next++; run < runs.size(); run = next++) {
-                execute(runs[run]);
-            }
-        });
-    }
-    for (std::thread &thread : threads) {
-        thread.join();
-    }
-}
-
 // A source's name as the command shows it: below the folder that it was given.
 QByteArray shownName(const QByteArray &name)
 {
@@ -103,7 +71,7 @@ void addTo(QHash<QByteArray, QJsonObject> &results, const QByteArray &output)
     const QString folder = QFile::decodeName(corpusFolder()) + u'/';
     for (const QByteArray &line : output.split('\n')) {
         const QJsonObject object = QJsonDocument::fromJson(line).object();
-        QString source = object.value(QStringLiteral("source")).toString();
+        QString source = object.value("source").toString();
         if (source.startsWith(folder)) {
             source.remove(0, folder.size());
         }
@@ -138,7 +106,7 @@ Walk::Walk(const QStringList &themes) : m_problems(makeCorpus())
             results.push_back(&told.records);
         }
     }
-    executeAll(runs);
+    forEachInParallel(runs.size(), [&](std::size_t i) { execute(runs[i]); });
     for (std::size_t i = 0; i < runs.size(); ++i) {
         addTo(*results[i], runs[i].output);
         if (!runs[i].problem.isEmpty()) {
@@ -163,17 +131,16 @@ Seen Walk::seenIn(const Told &told, const Source &source)
     const QJsonObject sheet = told.sheets.value(name);
     Seen seen;
     seen.isTold = told.sheets.contains(name);
-    seen.status = sheet.value(QStringLiteral("status")).toString();
-    seen.reason = sheet.value(QStringLiteral("reason")).toString();
-    seen.sheet = sheet.value(QStringLiteral("sheet")).toString();
-    seen.drawn = sheet.value(QStringLiteral("pictures"))[QStringLiteral("drawn")].toInt();
-    seen.road = sheet.value(QStringLiteral("road")).toString();
-    const QJsonArray instants = sheet.value(QStringLiteral("instants")).toArray();
+    seen.status = sheet.value("status").toString();
+    seen.reason = sheet.value("reason").toString();
+    seen.sheet = sheet.value("sheet").toString();
+    seen.drawn = sheet.value("pictures")["drawn"].toInt();
+    seen.road = sheet.value("road").toString();
+    const QJsonArray instants = sheet.value("instants").toArray();
     for (const QJsonValue &instant : instants) {
         seen.instants.push_back(instant.toDouble());
     }
-    seen.record =
-        told.records.value(name).value(QStringLiteral("record")).toObject().toVariantMap();
+    seen.record = told.records.value(name).value("record").toObject().toVariantMap();
     return seen;
 }
 
@@ -181,7 +148,7 @@ Seen Walk::seenIn(const Told &told, const Source &source)
 std::vector<SeenCell> cellsOf(const Seen &seen, double tick)
 {
     QVariantMap input = seen.record;
-    input.insert(QStringLiteral("thNumberInt"), pictures);
+    input.insert("thNumberInt", pictures);
     const qv::ExtractionPlan plan = qv::planExtraction(static_cast<int>(layout), input);
     const qv::SheetGeometry geometry = geometryOf(plan);
     const QImage sheet(seen.sheet);

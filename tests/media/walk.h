@@ -2,13 +2,10 @@
 
 #include "media/source.h"
 
-#include <QImage>
 #include <QJsonObject>
 #include <QString>
 #include <QStringList>
 #include <QVariantMap>
-
-#include <vector>
 
 // What the command made of one source.
 struct Seen {

@@ -4,11 +4,7 @@
 #include "common/wait_until.h"
 #include "process/played.h"
 
-#include <QFile>
 #include <QPointer>
-#include <QTemporaryDir>
-
-#include <gtest/gtest.h>
 
 #include <csignal>
 
@@ -163,14 +159,6 @@ TEST_F(TaskLauncherTest, TellsWhyItCannotLaunchAndReportsNothing)
         EXPECT_EQ(m_launcher->isRunning(), row.code != 1);
         EXPECT_FALSE(waitUntil([this] { return !m_recorder.events.isEmpty(); }, 20));
     }
-}
-
-TEST_F(TaskLauncherTest, FindsAToolAmongTheBundlesResources)
-{
-    const TestBundle bundle(TestBundle::Ffmpeg::None);
-    ASSERT_TRUE(QFile::link(fakeTool(), Bundle::main().resourcePath() + "/my.player.bin"));
-    ASSERT_TRUE(runToEnd({"my.player.bin", "play", "out=here"}));
-    EXPECT_EQ(m_recorder.text, "here");
 }
 
 TEST_F(TaskLauncherTest, FeedsOneToolWithTheOther)

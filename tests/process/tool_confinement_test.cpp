@@ -1,20 +1,15 @@
 #include "process/tool_confinement.h"
 
+#include "common/folder_test.h"
 #include "common/log_capture.h"
-#include "common/test_bundle.h"
-#include "common/test_files.h"
 #include "common/wait_until.h"
-#include "process/child_process.h"
 #include "process/played.h"
 #include "process/task_launcher.h"
 #include "process/tool_environment.h"
 #include "process/tool_request.h"
 #include "process/tool_run.h"
 
-#include <QFileInfo>
 #include <QImage>
-
-#include <gtest/gtest.h>
 
 #include <netinet/in.h>
 #include <sys/socket.h>
@@ -48,7 +43,7 @@ private:
     int m_port = 0;
 };
 
-class ToolConfinementTest : public testing::Test
+class ToolConfinementTest : public FolderTest
 {
 protected:
     explicit ToolConfinementTest(TestBundle::Ffmpeg ffmpeg = TestBundle::Ffmpeg::Fake)
@@ -66,7 +61,6 @@ protected:
         setConfinementOn(true);
     }
 
-    QString path(const QString &name) const { return m_folder.filePath(name); }
     // What a tool of the bundle prints when it plays the step; "@" stands for the folder.
     QString said(QString step) const
     {
@@ -76,7 +70,6 @@ protected:
     static bool isOffered() { return confinementText().startsWith("landlock"); }
     static bool hasNoNetwork() { return confinementText().contains("no network"); }
 
-    QTemporaryDir m_folder;
     TestBundle m_bundle;
 };
 

@@ -7,18 +7,10 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QTemporaryDir>
 
 #include <gtest/gtest.h>
 
 using namespace qv;
-
-TEST(ArgumentArray, IsSplitAtElementsThatAreAPipeSignOnly)
-{
-    const auto groups = splitPipeline({"a", "||", "|", "b", "x|y"});
-    ASSERT_TRUE(groups);
-    EXPECT_EQ(*groups, (QList<QStringList>{{"a", "||"}, {"b", "x|y"}}));
-}
 
 TEST(TemporaryFolder, IsEmptiedAndLinksToTheBundleWhoseFontsTheToolsUse)
 {

@@ -4,11 +4,9 @@
 #include "common/scripted_presenter.h"
 #include "common/wait_until.h"
 #include "process/played.h"
-#include "support/log.h"
 
 #include <QDir>
 #include <QElapsedTimer>
-#include <QTemporaryDir>
 
 #include <gtest/gtest.h>
 

@@ -4,8 +4,6 @@
 #include "support/files_fixture.h"
 #include "support/property_list.h"
 
-#include <QElapsedTimer>
-
 using namespace qv;
 using Saving = PreferencesStore::Saving;
 
@@ -22,30 +20,6 @@ protected:
 };
 
 } // namespace
-
-TEST(PreferencesStore, ReadsWhatWasWrittenAndNothingForMissingKeys)
-{
-    PreferencesStore store;
-    EXPECT_TRUE(store.prefWrite("n", 0)) << "zero is a value";
-    EXPECT_TRUE(store.prefWrite("t", "")) << "an empty text too";
-    EXPECT_FALSE(store.prefWrite(QString(), 1));
-    EXPECT_FALSE(store.prefWrite("n", QVariant()));
-    EXPECT_EQ(store.prefRead("n"), QVariant(0));
-    EXPECT_TRUE(store.prefRead("t").isValid());
-    EXPECT_FALSE(store.prefRead("absent").isValid());
-    EXPECT_TRUE(store.prefDelete("n"));
-    EXPECT_FALSE(store.prefRead("n").isValid());
-}
-
-TEST(PreferencesStore, GivesTheTextOfAnyValue)
-{
-    PreferencesStore store;
-    const QList<QPair<QVariant, QString>> cases = {{0.8, "0.8"}, {1.0, "1"}, {true, "1"}};
-    for (const auto &[value, text] : cases) {
-        store.prefWrite("k", value);
-        EXPECT_EQ(store.prefReadString("k"), text);
-    }
-}
 
 TEST(ChildDictionaries, AreMadeChangedAndDeletedEntryByEntry)
 {
@@ -66,23 +40,6 @@ TEST(ChildDictionaries, AreMadeChangedAndDeletedEntryByEntry)
     store.prefWrite(parent, "text");
     EXPECT_TRUE(store.prefWriteChildDico(parent, a, 1)) << "over a parent that is none";
     EXPECT_EQ(store.prefRead(parent).toMap(), QVariantMap({{"a", 1}}));
-}
-
-// Copying the parent at each change took minutes for a drop of that size.
-TEST(ChildDictionaries, OfManyEntriesEmptyOneByOneInNoTime)
-{
-    constexpr int count = 30000;
-    PreferencesStore store;
-    QElapsedTimer clock;
-    clock.start();
-    for (int i = 0; i < count; ++i) {
-        store.prefWriteChildDico(parent, QString::number(i), "path");
-    }
-    for (int i = 0; i < count; ++i) {
-        store.prefDeleteChildDico(parent, QString::number(i));
-    }
-    EXPECT_TRUE(store.prefRead(parent).toMap().isEmpty());
-    EXPECT_LT(clock.elapsed(), 5000);
 }
 
 TEST(Defaults, FillWhatIsMissingAndKeepWhatIsSet)
@@ -146,15 +103,6 @@ TEST_F(PreferencesFileTest, IsPutAsideWhenDamaged)
     }
 }
 
-TEST_F(PreferencesFileTest, ThatCannotBeWrittenLeavesTheValuesInMemory)
-{
-    make("Library");
-    PreferencesStore store(path(), Saving::Written);
-    store.prefWrite("n", 1);
-    EXPECT_FALSE(store.synchronize());
-    EXPECT_EQ(store.prefReadString("n"), "1");
-}
-
 TEST(ColorText, HasExactlyFourComponentsFromZeroToOne)
 {
     const auto color = colorFromText("0.80,7,-1, x");
@@ -163,14 +111,4 @@ TEST(ColorText, HasExactlyFourComponentsFromZeroToOne)
     for (const char *text : {"", "1,1,1", "1,1,1,1,1", "white"}) {
         EXPECT_FALSE(colorFromText(text).has_value()) << text;
     }
-}
-
-TEST(PreferencesStore, ResettingPutsEveryDefaultBackAndKeepsTheRest)
-{
-    PreferencesStore store;
-    store.prefWrite("prefLimitMed", 3);
-    store.prefWrite("NSNavPanel", 1);
-    EXPECT_TRUE(store.prefsResetAll());
-    EXPECT_EQ(store.prefRead("prefLimitMed"), PreferencesStore::prefsDefaults()["prefLimitMed"]);
-    EXPECT_EQ(store.prefRead("NSNavPanel"), QVariant(1));
 }

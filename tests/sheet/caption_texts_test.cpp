@@ -1,11 +1,7 @@
 #include "sheet/caption_texts.h"
 
+#include "common/folder_test.h"
 #include "support/bundle.h"
-
-#include <QFile>
-#include <QTemporaryDir>
-
-#include <gtest/gtest.h>
 
 namespace qv
 {
@@ -13,68 +9,52 @@ namespace qv
 namespace
 {
 
-QVariantMap record(std::initializer_list<std::pair<QString, QVariant>> entries)
-{
-    QVariantMap map{{QStringLiteral("srcPathStr"), QStringLiteral("/movies/Trip.2011.mov")}};
-    for (const auto &[key, value] : entries) {
-        map[key] = value;
-    }
-    return map;
-}
-
-QString caption(const char *key, const QVariantMap &input)
-{
-    return captionTexts(input)[QString::fromLatin1(key)].toString();
-}
-
 // A bundle without tables shows the keys themselves.
-class CaptionTexts : public testing::Test
+class CaptionTexts : public FolderTest
 {
 protected:
     CaptionTexts() { Bundle::setMain(Bundle(m_folder.path())); }
-    QTemporaryDir m_folder;
+    ~CaptionTexts() override { Bundle::setMain(m_before); }
 
-private:
-    struct Restore {
-        Bundle bundle = Bundle::main();
-        ~Restore() { Bundle::setMain(bundle); }
-    } m_restore;
+    const Bundle m_before = Bundle::main();
 };
 
 } // namespace
 
-TEST_F(CaptionTexts, NameTheSource)
+TEST_F(CaptionTexts, TellOfTheSourceWhatIsKnown)
 {
-    EXPECT_EQ(caption("name", record({})), QStringLiteral("Trip.2011"));
-    EXPECT_EQ(caption("name", {{QStringLiteral("srcPathStr"),
-                                QStringLiteral("/tv/The News.eyetv/0000.mpg")}}),
-              QStringLiteral("The News"));
-    EXPECT_EQ(caption("name", record({{QStringLiteral("clipName"), QStringLiteral("clip-1")}})),
-              QStringLiteral("clip-1"));
-}
-
-TEST_F(CaptionTexts, TellTheDuration)
-{
-    for (const auto &[seconds, text] : {std::pair(QVariant(3725), "1h02'05\""),
-                                        {3600, "1h00'00\""},
-                                        {95.9, "0h01'35\""},
-                                        {{}, "0h00'10\""}}) {
-        EXPECT_EQ(caption("duration", record({{QStringLiteral("w_duration"), seconds}})),
-                  QLatin1String(text));
+    const struct {
+        const char *key;
+        QVariantMap known;
+        const char *text;
+    } rows[] = {
+        {"name", {}, "Trip.2011"},
+        {"name", {{"srcPathStr", "/tv/The News.eyetv/0000.mpg"}}, "The News"},
+        {"name", {{"clipName", "clip-1"}}, "clip-1"},
+        {"duration", {{"w_duration", 3725}}, "1h02'05\""},
+        {"duration", {{"w_duration", 3600}}, "1h00'00\""},
+        {"duration", {{"w_duration", 95.9}}, "0h01'35\""},
+        {"duration", {}, "0h00'10\""},
+        {"vIdentity", {}, "Width 1280 pixels * Height 960 px"},
+        {"vIdentity",
+         {{"v0_width", 720},
+          {"v0_height", 576},
+          {"v0_fields", "%4"},
+          {"v0_fps", 25},
+          {"v0_dar", "16:9"}},
+         "Width 720 pixels * Height 576 px - Interlacing '%4' - framerate 25.00 - Display 16:9"},
+        {"essence", {{"a0_codec", "aac"}}, " - Contents: audio aac"},
+        {"essence",
+         {{"wrapper", "mov"}, {"v0_codec", "h264"}, {"a0_codec", "aac"}},
+         "Wrapper mov (.mov) - Contents: video h264, audio aac"},
+        {"essence", {{"v0_codec", "AP4H"}}, " - Contents: video ProRes (AP4H)"},
+        {"poids", {}, ""},
+    };
+    for (const auto &row : rows) {
+        QVariantMap record{{"srcPathStr", "/movies/Trip.2011.mov"}};
+        record.insert(row.known);
+        EXPECT_EQ(captionTexts(record).value(row.key).toString(), row.text) << row.key;
     }
-}
-
-TEST_F(CaptionTexts, DescribeThePictureAsFarAsKnown)
-{
-    EXPECT_EQ(caption("vIdentity", record({})),
-              QStringLiteral("Width 1280 pixels * Height 960 px"));
-    EXPECT_EQ(caption("vIdentity", record({{QStringLiteral("v0_width"), 720},
-                                           {QStringLiteral("v0_height"), 576},
-                                           {QStringLiteral("v0_fields"), QStringLiteral("%4")},
-                                           {QStringLiteral("v0_fps"), 25},
-                                           {QStringLiteral("v0_dar"), QStringLiteral("16:9")}})),
-              QStringLiteral("Width 720 pixels * Height 576 px - Interlacing '%4'"
-                             " - framerate 25.00 - Display 16:9"));
 }
 
 TEST_F(CaptionTexts, WeighTheFile)
@@ -83,32 +63,9 @@ TEST_F(CaptionTexts, WeighTheFile)
                                           {700, "700 MD_byte"},
                                           {1024, "1.00 GD_byte"},
                                           {1536, "1.50 GD_byte"}}) {
-        QFile file(m_folder.filePath(QStringLiteral("clip.mpg")));
+        QFile file(m_folder.filePath("clip.mpg"));
         ASSERT_TRUE(file.open(QIODevice::WriteOnly) && file.resize(qint64(mebibytes) << 20));
-        EXPECT_EQ(caption("poids", {{QStringLiteral("srcPathStr"), file.fileName()}}),
-                  QLatin1String(text));
-    }
-    EXPECT_FALSE(captionTexts(record({})).contains(QStringLiteral("poids")));
-}
-
-TEST_F(CaptionTexts, NameWrapperAndCodecs)
-{
-    const auto video = [](const char *codec) {
-        return std::pair<QString, QVariant>(QStringLiteral("v0_codec"), QString::fromLatin1(codec));
-    };
-    const std::pair<QString, QVariant> audio(QStringLiteral("a0_codec"), QStringLiteral("aac"));
-    const std::pair<QString, QVariant> wrapper(QStringLiteral("wrapper"), QStringLiteral("mov"));
-    struct Row {
-        QVariantMap input;
-        const char *text;
-    };
-    for (const Row &row : {
-             Row{record({audio}), " - Contents: audio aac"},
-             Row{record({wrapper, video("h264"), audio}),
-                 "Wrapper mov (.mov) - Contents: video h264, audio aac"},
-             Row{record({video("AP4H")}), " - Contents: video ProRes (AP4H)"},
-         }) {
-        EXPECT_EQ(caption("essence", row.input), QLatin1String(row.text));
+        EXPECT_EQ(captionTexts({{"srcPathStr", file.fileName()}}).value("poids").toString(), text);
     }
 }
 

@@ -1,13 +1,11 @@
+#include "common/folder_test.h"
 #include "sheet/composer.h"
 #include "sheet/layout.h"
 #include "sheet/pictures.h"
 
 #include <QColorSpace>
-#include <QDir>
-#include <QFileInfo>
 #include <QPainter>
 
-#include <gtest/gtest.h>
 #include <sys/stat.h>
 
 namespace qv
@@ -22,12 +20,12 @@ using test::pixelsUnlike;
 const QColor darkGrey(26, 26, 26);
 const QColor lightGrey(204, 204, 204);
 
-class Composer : public testing::Test
+class Composer : public FolderTest
 {
 protected:
     Composer() { QDir().mkpath(base()); }
 
-    QString base() const { return m_folder.filePath(QStringLiteral("holiday.2011")); }
+    QString base() const { return m_folder.filePath("holiday.2011"); }
     QString stillPath(int i) const
     {
         return QStringLiteral("%1/img%2.jpg").arg(base(), QString::number(i));
@@ -39,14 +37,14 @@ protected:
         for (int i = 0; i < pictures; ++i) {
             stills << stillPath(i);
         }
-        return {{QStringLiteral("dstPathStr"), base()},
-                {QStringLiteral("bigMedMinMix"), layout},
-                {QStringLiteral("th"), stills},
-                {QStringLiteral("wTh"), 320},
-                {QStringLiteral("hTh"), 180},
-                {QStringLiteral("bkgColor"), QStringLiteral("0.10,0.10,0.10,1.00")},
-                {QStringLiteral("borderColor"), QStringLiteral("0.80,0.80,0.80,1.00")},
-                {QStringLiteral("borderSize"), 1.0}};
+        return {{"dstPathStr", base()},
+                {"bigMedMinMix", layout},
+                {"th", stills},
+                {"wTh", 320},
+                {"hTh", 180},
+                {"bkgColor", "0.10,0.10,0.10,1.00"},
+                {"borderColor", "0.80,0.80,0.80,1.00"},
+                {"borderSize", 1.0}};
     }
 
     void makeStills(const QList<QColor> &colors) const
@@ -55,9 +53,6 @@ protected:
             ASSERT_TRUE(test::savePicture(stillPath(i), QSize(320, 180), colors.at(i)));
         }
     }
-
-private:
-    QTemporaryDir m_folder;
 };
 
 // A cell of the sheet in the bitmap's pixels.
@@ -77,14 +72,14 @@ TEST_F(Composer, WritesTheSheetBesideItsStillsFolder)
     makeStills({Qt::red, Qt::green, Qt::blue});
     const auto jpeg = composeSheet(0, display(1, 3));
     ASSERT_TRUE(jpeg) << jpeg.error().toStdString();
-    EXPECT_EQ(jpeg->path, base() + QStringLiteral(".jpg"));
+    EXPECT_EQ(jpeg->path, base() + ".jpg");
     EXPECT_EQ(jpeg->drawn, 3);
     const QImage small(jpeg->path);
     EXPECT_EQ(small.width(), 960);
     QVariantMap slashed = display(1, 3);
-    slashed[QStringLiteral("dstPathStr")] = base() + QStringLiteral("/");
+    slashed["dstPathStr"] = base() + "/";
     ASSERT_TRUE(composeSheet(1, slashed));
-    const QImage large(base() + QStringLiteral(".png"));
+    const QImage large(base() + ".png");
     EXPECT_EQ(large.width(), 1920);
     EXPECT_EQ(large.colorSpace(), QColorSpace(QColorSpace::SRgb));
     EXPECT_NEAR(large.dotsPerMeterX() * 0.0254, 250, 0.5);
@@ -111,8 +106,8 @@ TEST_F(Composer, DrawsStillsThatAreRibbons)
 {
     makeStills({Qt::red, Qt::green, Qt::blue});
     QVariantMap input = display(1, 3);
-    input[QStringLiteral("wTh")] = 1280;
-    input[QStringLiteral("hTh")] = 2;
+    input["wTh"] = 1280;
+    input["hTh"] = 2;
     int drawn = 0;
     drawSheet(0, input, &drawn);
     EXPECT_EQ(drawn, 3);
@@ -123,7 +118,7 @@ TEST_F(Composer, FramesStillsEquallyOnAllSides)
     makeStills(QList<QColor>(18, Qt::red));
     for (const auto &[border, pixels] : {std::pair(0.0, 0), {0.3, 1}, {2.0, 2}, {8.0, 6}}) {
         QVariantMap input = display(2, 18);
-        input[QStringLiteral("borderSize")] = border;
+        input["borderSize"] = border;
         const QImage sheet = drawSheet(0, input);
         for (const int index : {0, 11, 17}) {
             const QRect cell = cellOf(2, 18, index, 0, border);
@@ -147,9 +142,9 @@ TEST_F(Composer, DrawsOnlyTheCaptionsThatArePresent)
     const QRect title(0, 0, 960, 40);
     const QImage bare = drawSheet(0, input);
     EXPECT_EQ(pixelsUnlike(bare, title, darkGrey), 0);
-    input[QStringLiteral("name")] = QStringLiteral("Holiday");
-    input[QStringLiteral("duration")] = QStringLiteral("0h01'35\"");
-    input[QStringLiteral("essence")] = QStringLiteral("مرحبا - mov");
+    input["name"] = "Holiday";
+    input["duration"] = "0h01'35\"";
+    input["essence"] = "مرحبا - mov";
     const QImage sheet = drawSheet(0, input);
     EXPECT_EQ(sheet.height(), bare.height() + 2 * 18);
     EXPECT_GT(pixelsUnlike(sheet, title, darkGrey), 200);
@@ -207,15 +202,15 @@ TEST_F(Composer, SaysWhyThereIsNoSheet)
 {
     makeStills({Qt::red});
     QVariantMap tower = display(0, 4);
-    tower[QStringLiteral("hTh")] = 1000000;
+    tower["hTh"] = 1000000;
     const auto tooHigh = composeSheet(0, tower);
     ASSERT_FALSE(tooHigh);
-    EXPECT_TRUE(tooHigh.error().contains(QStringLiteral("pixels high")));
+    EXPECT_TRUE(tooHigh.error().contains("pixels high"));
 
     QVariantMap homeless = display(0, 2);
-    homeless[QStringLiteral("dstPathStr")] = base() + QStringLiteral("-missing");
+    homeless["dstPathStr"] = base() + "-missing";
     EXPECT_FALSE(composeSheet(0, homeless));
-    ASSERT_TRUE(QDir().mkpath(base() + QStringLiteral(".png")));
+    ASSERT_TRUE(QDir().mkpath(base() + ".png"));
     EXPECT_FALSE(sheetPicture(1, display(0, 2)));
 }
 

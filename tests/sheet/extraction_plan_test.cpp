@@ -1,14 +1,9 @@
 #include "sheet/extraction_plan.h"
 
-#include "common/test_files.h"
+#include "common/folder_test.h"
 #include "support/bundle.h"
 #include "support/files.h"
 #include "support/localized_strings.h"
-
-#include <QDir>
-#include <QFile>
-#include <QFileInfo>
-#include <QTemporaryDir>
 
 #include <gmock/gmock.h>
 
@@ -23,18 +18,18 @@ namespace
 
 QVariantMap source(int seconds, int requested)
 {
-    return {{QStringLiteral("srcPathStr"), QStringLiteral("/movies/a %1 b.mov")},
-            {QStringLiteral("dstPathStr"), QStringLiteral("/stills/a %2")},
-            {QStringLiteral("v0_width"), 720},
-            {QStringLiteral("v0_height"), 576},
-            {QStringLiteral("v0_dar"), QStringLiteral("16:9")},
-            {QStringLiteral("w_duration"), seconds},
-            {QStringLiteral("thNumberInt"), requested}};
+    return {{"srcPathStr", "/movies/a %1 b.mov"},
+            {"dstPathStr", "/stills/a %2"},
+            {"v0_width", 720},
+            {"v0_height", 576},
+            {"v0_dar", "16:9"},
+            {"w_duration", seconds},
+            {"thNumberInt", requested}};
 }
 
 QVariantMap with(QVariantMap map, const char *key, const QVariant &value)
 {
-    map[QString::fromLatin1(key)] = value;
+    map[key] = value;
     return map;
 }
 
@@ -44,7 +39,7 @@ QString seeks(int seconds, int requested)
     for (const PlannedPicture &picture : planExtraction(0, source(seconds, requested)).pictures) {
         texts << picture.arguments.at(2);
     }
-    return texts.join(QLatin1Char(' '));
+    return texts.join(' ');
 }
 
 QString filterOf(const QVariantMap &input)
@@ -58,34 +53,32 @@ TEST(PlanExtraction, BuildsOneCommandPerPicture)
 {
     const ExtractionPlan plan = planExtraction(1, source(90, 10));
     ASSERT_EQ(plan.pictures.size(), 9U);
-    EXPECT_EQ(plan.pictures[3].timecode, QStringLiteral("0:00:30"));
+    EXPECT_EQ(plan.pictures[3].timecode, "0:00:30");
     EXPECT_EQ(plan.pictures[3].arguments.join(QLatin1Char('\n')),
               Bundle::main().toolsPath() +
-                  QStringLiteral("/ffmpeg\n-ss\n30.00\n-t\n12\n-loglevel\ninfo\n-i\n"
-                                 "/movies/a %1 b.mov\n-frames:v\n1\n-vf\n"
-                                 "select=eq(pict_type\\,I),yadif=1,scale=1024:576,setsar=1:1\n"
-                                 "-b:v\n20M\n-bt\n1000M\n-qscale\n1\n-an\n-y\n"
-                                 "/stills/a %2/img03.jpg"));
+                  "/ffmpeg\n-ss\n30.00\n-t\n12\n-loglevel\ninfo\n-i\n"
+                  "/movies/a %1 b.mov\n-frames:v\n1\n-vf\n"
+                  "select=eq(pict_type\\,I),yadif=1,scale=1024:576,setsar=1:1\n"
+                  "-b:v\n20M\n-bt\n1000M\n-qscale\n1\n-an\n-y\n"
+                  "/stills/a %2/img03.jpg");
 }
 
 TEST(PlanExtraction, SpreadsTheInstantsOverTheDuration)
 {
-    EXPECT_EQ(seeks(80, 8), QStringLiteral("2.50 10.00 20.00 30.00 40.00 50.00 60.00 70.00"));
-    EXPECT_EQ(seeks(600, 3), QStringLiteral("10.00 300.00"));
-    EXPECT_EQ(seeks(10, 6), QStringLiteral("0.42 1.67 3.33 5.00 6.67 8.33"));
-    EXPECT_EQ(seeks(0, 2), QStringLiteral("0.00 0.00"));
+    EXPECT_EQ(seeks(80, 8), "2.50 10.00 20.00 30.00 40.00 50.00 60.00 70.00");
+    EXPECT_EQ(seeks(600, 3), "10.00 300.00");
+    EXPECT_EQ(seeks(10, 6), "0.42 1.67 3.33 5.00 6.67 8.33");
+    EXPECT_EQ(seeks(0, 2), "0.00 0.00");
 }
 
 TEST(PlanExtraction, SelectsAndDeinterlacesOnlyWhereNeeded)
 {
     const QVariantMap plain = source(80, 8);
-    const QString progressive = localized(QStringLiteral("PFF"), QStringLiteral("fields"));
-    const QString whole =
-        QStringLiteral("select=eq(pict_type\\,I),yadif=1,scale=1024:576,setsar=1:1");
+    const QString progressive = localized("PFF", "fields");
+    const QString whole = "select=eq(pict_type\\,I),yadif=1,scale=1024:576,setsar=1:1";
     EXPECT_EQ(filterOf(plain), whole);
-    EXPECT_EQ(filterOf(with(plain, "v0_fields", QStringLiteral("i"))), whole);
-    EXPECT_EQ(filterOf(with(plain, "v0_fields", progressive)),
-              QString(whole).remove(QStringLiteral("yadif=1,")));
+    EXPECT_EQ(filterOf(with(plain, "v0_fields", "i")), whole);
+    EXPECT_EQ(filterOf(with(plain, "v0_fields", progressive)), QString(whole).remove("yadif=1,"));
     EXPECT_EQ(filterOf(with(plain, "intraFailure", 1)), whole.mid(24));
 }
 
@@ -105,23 +98,21 @@ TEST(PlanExtraction, StaysSaneForHostileRecords)
     EXPECT_TRUE(planExtraction(2, source(80, 5)).pictures.empty());
 }
 
-class Encodage : public testing::Test
+class Encodage : public FolderTest
 {
 protected:
-    QString folder() const { return m_folder.filePath(QStringLiteral("stills")); }
+    QString folder() const { return m_folder.filePath("stills"); }
     QVariant stored(const char *key) const
     {
-        return m_store.prefReadChildDico(QStringLiteral("processEncDico"),
-                                         QString::fromLatin1(key));
+        return m_store.prefReadChildDico("processEncDico", key);
     }
     int run()
     {
         const QVariantMap dico = with(source(80, 8), "dstPathStr", folder());
-        return encodage(0, QStringLiteral("1.0"), dico, m_store);
+        return encodage(0, "1.0", dico, m_store);
     }
 
     PreferencesStore m_store;
-    QTemporaryDir m_folder;
 };
 
 TEST_F(Encodage, StoresCommandsCaptionsAndTimecodes)
@@ -129,19 +120,18 @@ TEST_F(Encodage, StoresCommandsCaptionsAndTimecodes)
     EXPECT_EQ(run(), 0);
     const QVariantMap commands = stored("appkyThFf").toMap();
     ASSERT_EQ(commands.size(), 8);
-    EXPECT_EQ(commands[QStringLiteral("7")].toStringList().last(), pictureFile(folder(), 7));
+    EXPECT_EQ(commands["7"].toStringList().last(), pictureFile(folder(), 7));
     const QVariantMap display = stored("appkyDisplay").toMap();
-    EXPECT_EQ(display[QStringLiteral("name")].toString(), QStringLiteral("a %1 b"));
-    EXPECT_EQ(display[QStringLiteral("timecode")].toMap()[QStringLiteral("1")].toString(),
-              QStringLiteral("0:00:10"));
+    EXPECT_EQ(display["name"].toString(), "a %1 b");
+    EXPECT_EQ(display["timecode"].toMap()["1"].toString(), "0:00:10");
     EXPECT_TRUE(isOurStillsFolder(folder()));
 }
 
 TEST_F(Encodage, TouchesNoFolderOfTheUser)
 {
-    ASSERT_TRUE(QDir().mkpath(folder() + QStringLiteral("/photos")));
+    ASSERT_TRUE(QDir().mkpath(folder() + "/photos"));
     EXPECT_EQ(run(), 0);
-    EXPECT_TRUE(QFileInfo::exists(folder() + QStringLiteral("/photos")));
+    EXPECT_TRUE(QFileInfo::exists(folder() + "/photos"));
     EXPECT_FALSE(stored("appkyDisplay").isValid());
     EXPECT_FALSE(purgeStillsFolder(folder()));
 }
@@ -160,11 +150,11 @@ TEST_F(Encodage, EmptiesItsOwnFolderAgain)
 TEST_F(Encodage, NeverFollowsALinkToAFolder)
 {
     run();
-    const QString link = m_folder.filePath(QStringLiteral("link"));
-    const QString dangling = m_folder.filePath(QStringLiteral("dangling"));
+    const QString link = m_folder.filePath("link");
+    const QString dangling = m_folder.filePath("dangling");
     ASSERT_TRUE(QFile::link(folder(), link));
-    ASSERT_TRUE(QFile::link(m_folder.filePath(QStringLiteral("nowhere")), dangling));
-    for (const QString &path : {link, link + QLatin1Char('/'), dangling, QString()}) {
+    ASSERT_TRUE(QFile::link(m_folder.filePath("nowhere"), dangling));
+    for (const QString &path : {link, link + '/', dangling, QString()}) {
         EXPECT_FALSE(isOurStillsFolder(path));
         EXPECT_FALSE(mayUseStillsFolder(path));
         EXPECT_FALSE(prepareStillsFolder(path));

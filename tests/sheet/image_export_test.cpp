@@ -1,11 +1,9 @@
+#include "common/folder_test.h"
 #include "sheet/image_export.h"
 #include "sheet/pictures.h"
 
-#include <QDir>
-#include <QFileInfo>
 #include <QImageReader>
 
-#include <gtest/gtest.h>
 #include <openjpeg.h>
 
 namespace qv
@@ -16,24 +14,19 @@ namespace
 
 using test::isNear;
 
-class ImageExport : public testing::Test
+class ImageExport : public FolderTest
 {
 protected:
-    QString path(const QString &name) const { return m_folder.filePath(name); }
-
     // Left half red, right half blue.
     QString twoColored(const QSize &size) const
     {
         QImage picture(size, QImage::Format_RGB32);
         picture.fill(Qt::red);
         QPainter(&picture).fillRect(size.width() / 2, 0, size.width(), size.height(), Qt::blue);
-        const QString file = path(QStringLiteral("source.png"));
+        const QString file = path("source.png");
         picture.save(file);
         return file;
     }
-
-private:
-    QTemporaryDir m_folder;
 };
 
 QSize jpeg2000Size(const QString &file)
@@ -65,7 +58,7 @@ TEST_F(ImageExport, ChoosesTheFormatByExtension)
                                        {"a.bmp", "bmp"},
                                        {"a.gif", "gif"},
                                        {"a.webp", "jpeg"}}) {
-        const QString file = path(QString::fromLatin1(name));
+        const QString file = path(name);
         ASSERT_TRUE(imgSwatch(QColor(200, 30, 60), file, 37, 23)) << name;
         EXPECT_EQ(QImageReader::imageFormat(file), format) << name;
         const QImage read(file);
@@ -77,7 +70,7 @@ TEST_F(ImageExport, ChoosesTheFormatByExtension)
 TEST_F(ImageExport, WritesJpeg2000FilesOfAnySize)
 {
     for (const QSize size : {QSize(1, 1), QSize(3, 200), QSize(640, 360)}) {
-        const QString file = path(QStringLiteral("a.jp2"));
+        const QString file = path("a.jp2");
         ASSERT_TRUE(imgSwatch(QColor(200, 30, 60), file, size.width(), size.height()));
         EXPECT_EQ(jpeg2000Size(file), size);
     }
@@ -88,8 +81,8 @@ TEST_F(ImageExport, KeepsFullColorResolutionInBestQualityJpeg)
     QImage stripes(64, 64, QImage::Format_RGB32);
     stripes.fill(Qt::blue);
     QPainter(&stripes).fillRect(31, 0, 1, 64, Qt::red);
-    ASSERT_TRUE(imgWrite(stripes, path(QStringLiteral("stripes.jpg"))));
-    const QImage read(path(QStringLiteral("stripes.jpg")));
+    ASSERT_TRUE(imgWrite(stripes, path("stripes.jpg")));
+    const QImage read(path("stripes.jpg"));
     EXPECT_TRUE(isNear(read.pixelColor(31, 30), Qt::red));
     EXPECT_TRUE(isNear(read.pixelColor(32, 30), Qt::blue));
 }
@@ -102,7 +95,7 @@ TEST_F(ImageExport, FitsPicturesByMode)
         int red, blue; // the last of the one colour and the first of the other at half height
     };
     const QString source = twoColored(QSize(1920, 1080));
-    const QString file = path(QStringLiteral("fitted.png"));
+    const QString file = path("fitted.png");
     for (const Row &row :
          {Row{0, 640, 640, {640, 640}, 318, 321}, Row{2, 100, 100, {100, 100}, 45, 54},
           Row{-1, 640, 640, {640, 360}, 318, 321}, Row{-2, 640, 720, {1280, 720}, 638, 641}}) {
@@ -118,7 +111,7 @@ TEST_F(ImageExport, PutsBandsAroundAFittedPicture)
 {
     const QString source = twoColored(QSize(1920, 1080));
     for (const auto &[name, alpha] : {std::pair("bands.jpg", 255), {"bands.png", 0}}) {
-        const QString file = path(QString::fromLatin1(name));
+        const QString file = path(name);
         ASSERT_TRUE(imgExport(source, file, 640, 640, 72, 1));
         const QImage read(file);
         EXPECT_TRUE(isNear(read.pixelColor(320, 135), Qt::black)) << name;
@@ -132,26 +125,26 @@ TEST_F(ImageExport, PutsBandsAroundAFittedPicture)
 TEST_F(ImageExport, RefusesWhatItCanNotDo)
 {
     const QString source = twoColored(QSize(64, 64));
-    const QString broken = path(QStringLiteral("broken.png"));
+    const QString broken = path("broken.png");
     ASSERT_TRUE(test::saveBytes(broken, "\x89PNG\r\n\x1a\n no picture"));
-    const QString file = path(QStringLiteral("result.png"));
+    const QString file = path("result.png");
     EXPECT_FALSE(imgExport(source, file, 10, 10, 72, 3));
     EXPECT_FALSE(imgExport(source, file, 0, 10, 72, 0));
     EXPECT_FALSE(imgExport(source, file, 10, 2000000000, 72, 0));
     EXPECT_FALSE(imgExport(broken, file, 10, 10, 72, 0));
-    EXPECT_FALSE(imgExport(path(QStringLiteral("missing.png")), file, 10, 10, 72, 0));
-    EXPECT_FALSE(imgSwatch(Qt::red, path(QStringLiteral("missing/a.png")), 3, 3));
+    EXPECT_FALSE(imgExport(path("missing.png"), file, 10, 10, 72, 0));
+    EXPECT_FALSE(imgSwatch(Qt::red, path("missing/a.png"), 3, 3));
     EXPECT_FALSE(QFileInfo::exists(file));
 }
 
 TEST_F(ImageExport, LeavesNothingBehindOnAFullDisk)
 {
-    const QString file = path(QStringLiteral("full.png"));
-    ASSERT_TRUE(QFile::link(QStringLiteral("/dev/full"), file));
+    const QString file = path("full.png");
+    ASSERT_TRUE(QFile::link("/dev/full", file));
     EXPECT_FALSE(imgSwatch(Qt::red, file, 300, 300));
     EXPECT_FALSE(QFileInfo(file).isSymLink());
-    EXPECT_FALSE(imgSwatch(Qt::red, QStringLiteral("/dev/full"), 300, 300));
-    EXPECT_TRUE(QFileInfo::exists(QStringLiteral("/dev/full")));
+    EXPECT_FALSE(imgSwatch(Qt::red, "/dev/full", 300, 300));
+    EXPECT_TRUE(QFileInfo::exists("/dev/full"));
 }
 
 } // namespace qv

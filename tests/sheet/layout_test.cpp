@@ -26,13 +26,14 @@ SheetMeasures measuresOf(int out, int pictures)
 
 TEST(WholeRowsCount, RoundsDownToTheColumnsOfTheLayout)
 {
-    struct Row {
-        int out, requested, count;
-    };
-    for (const Row &row : {Row{0, 10, 10}, Row{1, 10, 9}, Row{2, 47, 42}, Row{3, 32, 30},
-                           Row{99, 13, 12}, Row{2, 5, 0}, Row{1, -7, 0}}) {
-        EXPECT_EQ(wholeRowsCount(sheetLayout(row.out), row.requested), row.count)
-            << row.out << " " << row.requested;
+    for (const auto &[out, requested, count] : {std::tuple{0, 10, 10},
+                                                {1, 10, 9},
+                                                {2, 47, 42},
+                                                {3, 32, 30},
+                                                {99, 13, 12},
+                                                {2, 5, 0},
+                                                {1, -7, 0}}) {
+        EXPECT_EQ(wholeRowsCount(sheetLayout(out), requested), count) << out << " " << requested;
     }
 }
 
@@ -56,7 +57,7 @@ TEST(StillSize, FollowsTheDisplayAspectAndFitsTheLimits)
              Row{640, 480, "1e30:1e-30", 640, 480},
              Row{640, 480, "-16:9", 640, 480},
          }) {
-        const StillSize size = stillSize(row.width, row.height, QString::fromLatin1(row.aspect));
+        const StillSize size = stillSize(row.width, row.height, row.aspect);
         EXPECT_EQ(size.width, row.expectedWidth) << row.width << " " << row.aspect;
         EXPECT_EQ(size.height, row.expectedHeight) << row.width << " " << row.aspect;
     }
@@ -69,7 +70,7 @@ TEST(StillSize, StaysUsableForAbsurdRecords)
     for (const int width : {most, 1, 0, least}) {
         for (const int height : {most, 1, 0, least}) {
             for (const char *aspect : {"", "16:9", "1:20", "20:1"}) {
-                const StillSize size = stillSize(width, height, QString::fromLatin1(aspect));
+                const StillSize size = stillSize(width, height, aspect);
                 EXPECT_TRUE(size.width >= 2 && size.width <= 1280 && size.width % 2 == 0);
                 EXPECT_TRUE(size.height >= 2 && size.height <= 960 && size.height % 2 == 0);
             }

@@ -1,15 +1,13 @@
 #include "sheet/provenance.h"
 
-#include "common/test_files.h"
+#include "common/folder_test.h"
 #include "sheet/image_export.h"
 #include "sheet/xmp_packet.h"
 
 #include <QColorSpace>
-#include <QTemporaryDir>
 #include <QtEndian>
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <sys/stat.h>
 
 using testing::HasSubstr;
@@ -23,23 +21,17 @@ namespace
 Provenance someProvenance()
 {
     Provenance some;
-    some.application = QStringLiteral("Quorvantel");
-    some.version = QStringLiteral("1.0.0");
+    some.application = "Quorvantel";
+    some.version = "1.0.0";
     some.made = QDateTime::fromMSecsSinceEpoch(1700000000123, Qt::UTC);
-    some.title = QStringLiteral("Holiday");
-    some.sourceName = QStringLiteral("Holiday.mp4");
+    some.title = "Holiday";
+    some.sourceName = "Holiday.mp4";
     some.sourcePath = "/home/u/Videos/Holiday.mp4";
     some.source = {123456789012, QDateTime::fromMSecsSinceEpoch(1600000000007, Qt::UTC)};
     some.duration = 3599.04;
-    some.settings = {QStringLiteral("mixed"),
-                     12,
-                     QStringLiteral("png"),
-                     {QStringLiteral("name"), QStringLiteral("size")},
-                     true,
-                     QStringLiteral("1.00,1.00,1.00,1.00"),
-                     QStringLiteral("0.80,0.80,0.80,1.00"),
-                     0.1,
-                     true};
+    some.settings = {
+        "mixed", 12,  "png", {"name", "size"}, true, "1.00,1.00,1.00,1.00", "0.80,0.80,0.80,1.00",
+        0.1,     true};
     some.instants = {0, 10, 299.92, 599.84};
     return some;
 }
@@ -74,20 +66,15 @@ std::string problemOf(const tl::expected<Provenance, QString> &read)
     return read ? "none" : read.error().toStdString();
 }
 
-class ProvenanceFile : public testing::Test
+class ProvenanceFile : public FolderTest
 {
 protected:
-    QString path(const char *name) const { return m_folder.filePath(QString::fromLatin1(name)); }
-
     tl::expected<Provenance, QString> readFrom(const QByteArray &contents) const
     {
         const QString file = path("sheet");
         writeFile(file, contents);
         return readProvenance(QFile::encodeName(file));
     }
-
-private:
-    QTemporaryDir m_folder;
 };
 
 } // namespace
@@ -98,14 +85,13 @@ TEST(ProvenancePacket, HoldsWhateverASourceIsCalled)
         const char *what;
         QString name;
         QString read;
-    } names[] = {{"plain", QStringLiteral("a.mp4"), {}},
-                 {"markup", QStringLiteral("<a href=\"x\">&amp;'%1%s</a>]]>.mp4"), {}},
-                 {"words that libraries obey", QStringLiteral("type=Bag lang=\"fr\" x.mp4"), {}},
-                 {"blanks", QStringLiteral("  a  b.mp4 "), {}},
-                 {"other scripts", QStringLiteral("\u0634\u202e\u4e2d\U0001f3ac.mp4"), {}},
-                 {"control characters", QStringLiteral("a\n\t\x01\x7f.mp4"),
-                  QStringLiteral("a\ufffd\ufffd\ufffd\ufffd.mp4")},
-                 {"half a character", QString(QChar(0xd83c)) + u'a', QStringLiteral("\ufffda")}};
+    } names[] = {{"plain", "a.mp4", {}},
+                 {"markup", "<a href=\"x\">&amp;'%1%s</a>]]>.mp4", {}},
+                 {"words that libraries obey", "type=Bag lang=\"fr\" x.mp4", {}},
+                 {"blanks", "  a  b.mp4 ", {}},
+                 {"other scripts", "\u0634\u202e\u4e2d\U0001f3ac.mp4", {}},
+                 {"control characters", "a\n\t\x01\x7f.mp4", "a\ufffd\ufffd\ufffd\ufffd.mp4"},
+                 {"half a character", QString(QChar(0xd83c)) + u'a', "\ufffda"}};
     for (const auto &[what, name, read] : names) {
         Provenance some = someProvenance();
         some.sourceName = some.title = name;

@@ -38,16 +38,9 @@ QRect blackInk(const QString &text, char alignment = 'l')
 
 } // namespace
 
-TEST(TextAttributes, GiveAShadowToBrightTextOnly)
-{
-    EXPECT_TRUE(textAttributes(14, QColor::fromRgbF(0.8F, 0.8F, 0.8F), QChar(u'l')).shadow);
-    EXPECT_FALSE(textAttributes(14, QColor::fromRgbF(0.79F, 0.79F, 0.79F), QChar(u'l')).shadow);
-    EXPECT_FALSE(textAttributes(14, QColor::fromRgbF(1.0F, 1.0F, 1.0F, 0.7F), QChar(u'l')).shadow);
-}
-
 TEST(DrawText, AlignsWithinItsRectangle)
 {
-    const QString text = QStringLiteral("HHH");
+    const QString text = "HHH";
     EXPECT_NEAR(blackInk(text, 'l').left(), box.left(), 4);
     EXPECT_NEAR(blackInk(text, 'r').right(), box.right(), 4);
     EXPECT_NEAR(blackInk(text, 'c').center().x(), box.center().x(), 2);
@@ -79,7 +72,7 @@ TEST(DrawText, CutsTheTailOfWhatIsTooLong)
 TEST(DrawText, ShadesBrightTextSoThatItReadsOnWhite)
 {
     for (const QColor background : {Qt::white, Qt::black}) {
-        const QImage canvas = painted(QStringLiteral("0:01:15"), Qt::white, background);
+        const QImage canvas = painted("0:01:15", Qt::white, background);
         EXPECT_GT(test::pixelsUnlike(canvas, canvas.rect(), background), 200);
     }
 }

@@ -7,7 +7,6 @@
 #include <QClipboard>
 #include <QComboBox>
 #include <QContextMenuEvent>
-#include <QLabel>
 #include <QPushButton>
 #include <QScrollBar>
 #include <QTest>
@@ -23,7 +22,6 @@ class BatchDrawerTest : public BatchTest
 protected:
     BatchDrawerTest()
     {
-        setLanguage("en");
         m_drawer = std::make_unique<BatchDrawer>(*m_controller, m_workspace);
         m_drawer->view()->clock = [this] { return m_now; };
         m_face.onRows = [this] { m_drawer->rowsChanged(); };
@@ -123,23 +121,19 @@ TEST_F(BatchDrawerTest, KeysButtonsAndMenuRemoveTheSelectedRows)
         EXPECT_EQ(rows().mid(1), rows().mid(rows().size() - 2));
         EXPECT_EQ(row(1).order, 2);
     }
+    m_presenter.answers = {{1, false}, {0, false}};
+    QTest::mouseClick(m_drawer->removeAllButton(), Qt::LeftButton);
+    EXPECT_EQ(table().count(), 3) << "all are asked about";
+    item(*batchMenu(view()), localized("btRemoveAll"))->trigger();
+    EXPECT_EQ(view().batch().rowCount(), 0);
+    EXPECT_FALSE(m_drawer->removeAllButton()->isEnabled());
+
+    showRows(3);
     setInProgress(0);
     select({0});
     press(Qt::Key_Delete);
     EXPECT_EQ(table().count(), 3);
     EXPECT_EQ(m_presenter.countOf(localized("D_batch_1")), 1);
-}
-
-TEST_F(BatchDrawerTest, RemovingAllAsksFirst)
-{
-    EXPECT_FALSE(m_drawer->removeAllButton()->isEnabled());
-    showRows(3);
-    m_presenter.answers = {{1, false}, {0, false}};
-    QTest::mouseClick(m_drawer->removeAllButton(), Qt::LeftButton);
-    EXPECT_EQ(view().batch().rowCount(), 3);
-    item(*batchMenu(view()), localized("btRemoveAll"))->trigger();
-    EXPECT_EQ(view().batch().rowCount(), 0);
-    EXPECT_FALSE(m_drawer->removeAllButton()->isEnabled());
 }
 
 TEST_F(BatchDrawerTest, ReturnOpensTheSheetOfAFinishedRowAndElseEdits)
@@ -256,34 +250,6 @@ TEST_F(BatchDrawerTest, TheRowInProgressStaysInViewUnlessTheUserIsAtWork)
     EXPECT_TRUE(begin(41));
     view().verticalScrollBar()->triggerAction(QAbstractSlider::SliderToMinimum);
     EXPECT_FALSE(begin(42));
-}
-
-TEST_F(BatchDrawerTest, ANewRowLeavesSelectionAndPlaceAlone)
-{
-    showRows(60);
-    select({30});
-    view().verticalScrollBar()->setValue(500);
-    addRows(1);
-    m_drawer->rowsChanged();
-    EXPECT_EQ(view().verticalScrollBar()->value(), 500);
-    EXPECT_EQ(view().selectedRows(), QList<int>{30});
-    EXPECT_EQ(table().selection(), QList<int>{30});
-}
-
-TEST_F(BatchDrawerTest, RowsComeFailAndSucceedAsTheControllerTells)
-{
-    ASSERT_TRUE(admit({"good.mp4", "picture-missing.mp4"}));
-    EXPECT_EQ(view().batch().rowCount(), 2);
-    ASSERT_TRUE(encode());
-    EXPECT_TRUE(waitUntil([&] {
-        const auto labels = m_drawer->findChildren<QLabel *>();
-        return std::any_of(labels.begin(), labels.end(), [](const QLabel *label) {
-            return label->text() == "2 videos, 1 done, 1 failed";
-        });
-    })) << m_drawer->summary().toStdString();
-    EXPECT_EQ(view().batch().sheet(0), sheet("good"));
-    EXPECT_NE(view().batch().reason(1), "");
-    EXPECT_FALSE(m_drawer->grab().isNull());
 }
 
 TEST_F(BatchDrawerTest, SourcesThatMadeNoRowAreListedWithTheirReasons)

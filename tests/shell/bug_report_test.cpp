@@ -11,18 +11,6 @@ using namespace qv;
 namespace
 {
 
-class BugReport : public testing::Test
-{
-protected:
-    BugReport()
-    {
-        setLocalizationBundle(Bundle::main());
-        setLocalizationTable("Localized");
-    }
-    ~BugReport() override { setLanguage(QString()); }
-    TestBundle m_bundle{TestBundle::Ffmpeg::None};
-};
-
 QString bodyOf(const QUrl &mail)
 {
     return QUrlQuery(mail).queryItemValue("body", QUrl::FullyDecoded);
@@ -30,8 +18,9 @@ QString bodyOf(const QUrl &mail)
 
 } // namespace
 
-TEST_F(BugReport, TellsTheFactsInTheUsersLanguageAndStaysShortWhateverTheyAre)
+TEST(BugReport, TellsTheFactsInTheUsersLanguageAndStaysShortWhateverTheyAre)
 {
+    const TestBundle bundle(TestBundle::Ffmpeg::None);
     const QString endless = QString::fromUtf8("é&=?#%\n漢\U0001F3AC").repeated(500);
     for (const char *code : {"en", "fr"}) {
         setLanguage(code);

@@ -13,10 +13,7 @@
 #include "support/foreign_names.h"
 #include "support/localized_strings.h"
 
-#include <QTemporaryDir>
-
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 class ScriptedChooser : public qv::FileChooser
 {
@@ -56,12 +53,10 @@ protected:
         for (const char *folder : {"home/Movies", "tmp", "runtime"}) {
             QDir().mkpath(path(folder));
         }
-        qv::setLanguage("en");
     }
     ~DesktopFixture() override
     {
         m_desktop.reset();
-        qv::setLanguage("en");
         qv::setTemporaryFolder({});
         qv::setForeignNamesFolder({});
         qputenv("HOME", m_homeBefore);
@@ -104,6 +99,12 @@ protected:
     {
         controller().draggedFiles(sources(names));
         return waitUntil([this] { return controller().isGateOpen(); });
+    }
+    // All looked at.
+    bool waitForRows(int count)
+    {
+        return waitUntil([&] { return controller().table().count() == count; }) &&
+               waitUntil([this] { return controller().isGateOpen(); });
     }
     void go() { controller().iba_batchGoBt(); }
     bool isEncoding() { return controller().window().goPressed; }

@@ -1,19 +1,14 @@
+#include "common/folder_test.h"
 #include "common/log_capture.h"
 #include "common/wait_until.h"
 #include "shell/hand_over.h"
 #include "shell/single_instance.h"
 
-#include <QDir>
-#include <QFile>
 #include <QLocalSocket>
-#include <QTemporaryDir>
 #include <QThread>
-
-#include <gtest/gtest.h>
 
 #include <csignal>
 #include <memory>
-#include <sys/wait.h>
 #include <unistd.h>
 
 using namespace qv;
@@ -21,7 +16,7 @@ using namespace qv;
 namespace
 {
 
-class SingleInstanceTest : public testing::Test
+class SingleInstanceTest : public FolderTest
 {
 protected:
     SingleInstanceTest()
@@ -59,7 +54,6 @@ protected:
         return fromLater([&](const SingleInstance &later) { return later.handOverAction(action); });
     }
 
-    QTemporaryDir m_folder;
     LogCapture m_log;
     SingleInstance m_first{m_folder.path()};
     QStringList m_received;

@@ -1,15 +1,12 @@
 #include "shell/update_window.h"
 
-#include "common/test_bundle.h"
 #include "shell/localize_widgets.h"
-#include "support/localized_strings.h"
 #include "updater/updater.h"
 
 #include "desktop_fixture.h"
 
 #include <QLineEdit>
 #include <QProgressBar>
-#include <QPushButton>
 #include <QTcpServer>
 #include <QTest>
 
@@ -23,8 +20,6 @@ class UpdateWindowTest : public testing::Test
 protected:
     UpdateWindowTest() : m_bundle(TestBundle::Ffmpeg::None)
     {
-        setLocalizationBundle(Bundle::main());
-        setLanguage("en");
         localizeWindow(&m_window);
         QObject::connect(&m_window, &UpdateWindow::segmentClicked,
                          [this](int segment) { m_told << "segment " + QString::number(segment); });

@@ -62,14 +62,3 @@ TEST_F(DiagnosticsTest, StartKeepsOnePreviousCopyAndSendsTheOutputToTheLog)
     EXPECT_TRUE(details.contains("if (newStdout || newStderr)\n"));
     EXPECT_FALSE(fileExists("elsewhere"));
 }
-
-TEST(DebugMenu, EachClickTurnsTheSwitchAndTheTitleTellsWhatTheNextOneDoes)
-{
-    const DebugMenuItem on = iba_menuDebugToggle({QStringLiteral("@@menuDebug1"), 0});
-    EXPECT_TRUE(isDebug());
-    EXPECT_EQ(on.state, 1);
-    const DebugMenuItem off = iba_menuDebugToggle(on);
-    EXPECT_FALSE(isDebug());
-    EXPECT_EQ(off.state, 0);
-    EXPECT_NE(off.title, on.title);
-}

@@ -31,18 +31,17 @@ TEST_F(FileFactsTest, ContainersAreToldByTheirFirstBytes)
 {
     const QByteArray pack("\x00\x00\x01\xba\x44\x00\x04\x00\x04\x01\x00", 11);
     const QByteArray laterPack("\x00\x00\x01\xba\x44\x00\x04\x00\x04\x02\x00", 11);
-    struct Case {
+    const struct {
         QByteArray bytes;
         int kind;
         bool matches;
-    };
-    const Case cases[] = {
+    } cases[] = {
         {"Gxx", 0, true},         {QByteArray(4, '\0') + "G", 0, false},
         {pack, 1, true},          {laterPack, 1, false},
         {"\x0bwx", 2, true},      {"\x0bx", 2, false},
         {pack.left(9), 1, false}, {"", 0, false},
     };
-    for (const Case &c : cases) {
+    for (const auto &c : cases) {
         EXPECT_EQ(hasContainerHeader(make("stream", c.bytes), c.kind), c.matches)
             << c.bytes.toHex().toStdString();
     }
@@ -50,19 +49,18 @@ TEST_F(FileFactsTest, ContainersAreToldByTheirFirstBytes)
 
 TEST_F(PathNamesTest, SourcesInsideBundlesAreNamedAfterTheBundle)
 {
-    struct Case {
+    const struct {
         QString path;
         QString folder;
         QString title;
-    };
-    const Case cases[] = {
+    } cases[] = {
         {"/v/News.eyetv/0001.mpg", "/v", "News"},
         {"/v/News.eyetv/sub/0001.mpg", "/v/News.eyetv/sub", "News"},
         {"/v/Trip.iMovieProject/Media/c.dv", "/v/Trip.iMovieProject/Media", "Trip"},
         {"/v/Trip.iMovieProject/Shared Movies/iDVD/Trip.mov", "/v", "Trip"},
         {"/clip", "/", "clip"},
     };
-    for (const Case &c : cases) {
+    for (const auto &c : cases) {
         EXPECT_EQ(sourceTitle(c.path), c.title) << c.path.toStdString();
         EXPECT_EQ(fichier_dirname(c.path), c.folder) << c.path.toStdString();
     }
@@ -70,20 +68,19 @@ TEST_F(PathNamesTest, SourcesInsideBundlesAreNamedAfterTheBundle)
 
 TEST_F(PathNamesTest, ExtensionsAreWhatFollowsTheLastDotOfAName)
 {
-    struct Case {
+    const struct {
         QString path;
         QString name;
         QString extension;
         QString without;
-    };
-    const Case cases[] = {
+    } cases[] = {
         {"/a.b/c", "c", "", "/a.b/c"},
         {"/a/b.tar.gz", "b.tar.gz", "gz", "/a/b.tar"},
         {"/a/.hidden", ".hidden", "", "/a/.hidden"},
         {"/a/b.mov/", "b.mov", "mov", "/a/b"},
         {"/", "/", "", "/"},
     };
-    for (const Case &c : cases) {
+    for (const auto &c : cases) {
         EXPECT_EQ(lastPathComponent(c.path), c.name) << c.path.toStdString();
         EXPECT_EQ(pathExtension(c.path), c.extension) << c.path.toStdString();
         EXPECT_EQ(withoutExtension(c.path), c.without) << c.path.toStdString();

@@ -1,31 +1,14 @@
 #pragma once
 
+#include "common/folder_test.h"
 #include "common/log_capture.h"
-#include "common/test_files.h"
 #include "support/files.h"
 
-#include <QDir>
-#include <QFile>
-#include <QFileInfo>
-#include <QTemporaryDir>
-
-#include <gtest/gtest.h>
-
-#include <filesystem>
-
 // A folder of its own for each test, with short ways to fill and read it.
-class FilesTest : public testing::Test
+class FilesTest : public FolderTest
 {
 protected:
-    // QTemporaryDir can't delete names that are not UTF-8.
-    ~FilesTest() override
-    {
-        std::error_code error;
-        std::filesystem::remove_all(QFile::encodeName(m_folder.path()).toStdString(), error);
-    }
-
-    QString at(const QString &name) const { return m_folder.filePath(name); }
-
+    QString at(const QString &name) const { return path(name); }
     QString make(const QString &name, const QByteArray &bytes = "x") const
     {
         return write(at(name), bytes);
@@ -45,6 +28,5 @@ protected:
         return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("(none)");
     }
 
-    QTemporaryDir m_folder;
     LogCapture m_log;
 };

@@ -6,8 +6,6 @@
 #include <QDateTime>
 #include <QStorageInfo>
 
-#include <filesystem>
-
 #include <sys/stat.h>
 
 using namespace qv;

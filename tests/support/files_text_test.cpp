@@ -22,12 +22,11 @@ TEST_F(TextFilesTest, TellTheirEncoding)
 {
     const QByteArray japanese = "\x93\xfa\x96\x7b\x8c\xea\x82\xcc\x83\x65\x83\x4c\x83\x58\x83\x67"
                                 "\x82\xc5\x82\xb7\x81\x42\x82\xb1\x82\xea\x82\xcd\x8e\x8e\x8c\xb1";
-    struct Case {
+    const struct {
         QByteArray bytes;
         QString name;
         QString text;
-    };
-    const Case cases[] = {
+    } cases[] = {
         {"", "ANSI_X3.4-1968", ""},
         {"\xef\xbb\xbf\xc3\xa9", "UTF-8", "é"},
         {QByteArray("\xfe\xff\0a\0\xe9", 6), "UTF-16", "aé"},
@@ -35,7 +34,7 @@ TEST_F(TextFilesTest, TellTheirEncoding)
         {QByteArray("\xff\xfe\0\0a\0\0\0", 8), "UTF-32", "a"},
         {japanese, "MS_KANJI", "日本語のテキストです。これは試験"},
     };
-    for (const Case &c : cases) {
+    for (const auto &c : cases) {
         const QString path = make("text", c.bytes);
         EXPECT_EQ(encodingCharsetIdentifier(path), c.name) << c.bytes.toHex().toStdString();
         EXPECT_EQ(readTextFile(path), c.text) << c.bytes.toHex().toStdString();
@@ -68,19 +67,18 @@ TEST_F(TextFilesTest, OfNoEncodingAreReadThroughACopyThatStays)
 
 TEST(FindAndReplace, IsLiteralAndEndsWhateverTheTexts)
 {
-    struct Case {
+    const struct {
         QString text;
         QString search;
         QString replacement;
         bool recursive;
         QString result;
-    };
-    const Case cases[] = {
+    } cases[] = {
         {"a.b.c", ".", "", false, "abc"},   {"a    b", "  ", " ", false, "a  b"},
         {"a    b", "  ", " ", true, "a b"}, {"a%b", "%", "%%", true, "a%%b"},
         {"abc", "", "y", true, "abc"},      {"%1", "%1", "%1%2", false, "%1%2"},
     };
-    for (const Case &c : cases) {
+    for (const auto &c : cases) {
         EXPECT_EQ(findAndReplace(c.text, c.search, c.replacement, c.recursive), c.result)
             << c.text.toStdString() << ' ' << c.search.toStdString();
     }

@@ -65,17 +65,4 @@ TEST_F(LocalizedStrings, AMissingKeyShowsItself)
     EXPECT_EQ(localized("D_Annuler"), "D_Annuler");
 }
 
-TEST_F(LocalizedStrings, OnlyTextsThatBeginWithTheMarkerAreReplaced)
-{
-    setLocalizationBundle(Bundle(bundlePath));
-    setLocalizationTable("Localized");
-    for (const char *text : {"menuQuit", " @@menuQuit"}) {
-        EXPECT_FALSE(localizeText(text).replaced) << text;
-    }
-    for (const auto &[text, expected] :
-         {std::pair{"@@menuQuit", "Quit"}, {"@@noSuchKey", "noSuchKey"}, {"@@", ""}}) {
-        EXPECT_EQ(localizeText(text).text, expected);
-    }
-}
-
 } // namespace

@@ -8,12 +8,11 @@ using namespace qv;
 
 TEST(VariantValues, ReadNumbersOfAnyKindAndRefuseTheRest)
 {
-    struct Case {
+    const struct {
         QVariant value;
         std::optional<double> number;
         std::optional<int> whole;
-    };
-    const Case cases[] = {
+    } cases[] = {
         {-2.9, -2.9, -2},
         {true, 1.0, 1},
         {QStringLiteral("12.5"), 12.5, 12},
@@ -25,7 +24,7 @@ TEST(VariantValues, ReadNumbersOfAnyKindAndRefuseTheRest)
         {-2147483649.0, -2147483649.0, std::nullopt},
         {QVariant(), std::nullopt, std::nullopt},
     };
-    for (const Case &c : cases) {
+    for (const auto &c : cases) {
         const QVariantMap map = {{"k", c.value}};
         EXPECT_EQ(numberIn(map, "k"), c.number) << c.value.toString().toStdString();
         EXPECT_EQ(intIn(map, "k"), c.whole) << c.value.toString().toStdString();

@@ -194,24 +194,6 @@ TEST_F(QuickThumbsTest, BringsHighDynamicRangeToTheDisplays)
     }
 }
 
-TEST_F(QuickThumbsTest, ReportsOnSourcesAsFfmpegDoes)
-{
-    film("film.mkv", "testsrc=s=720x576:r=25:d=2[out0];sine=d=2[out1]",
-         "-c:v libx264 -flags +ildct+ilme -aspect 16:9 -c:a aac");
-    film("film.mpg", "testsrc=s=352x288:r=25:d=2[out0];sine=d=2[out1]", "-c:v mpeg2video");
-    for (const QString name : {"film.mkv", "film.mpg"}) {
-        const Ran exact =
-            run("ffmpeg", {"-v", "debug", "-fdebug", "ts", "-i", name, "-vframes", "10", "-pix_fmt",
-                           "yuv420p", "-an", "-f", "yuv4mpegpipe", "-y", "ffmpeg.yuv"});
-        const Ran quick = thumbs({"-probe", name, "-frame", "quick.yuv"});
-        EXPECT_EQ(quick.status, 0);
-        const auto record = parseFfmpegReport(inOldWords(exact.err));
-        ASSERT_TRUE(record && record->contains("v0_width"));
-        EXPECT_EQ(parseFfmpegReport(inOldWords(quick.err)), record);
-        EXPECT_EQ(read("quick.yuv").split('C')[0], read("ffmpeg.yuv").split('C')[0]);
-    }
-}
-
 TEST_F(QuickThumbsTest, AddsTheKeyPictureBehindTheFirstInstantWithinTheSource)
 {
     const struct {

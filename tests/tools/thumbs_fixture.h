@@ -1,32 +1,19 @@
 #pragma once
 
+#include "common/folder_test.h"
 #include "common/test_bundle.h"
-#include "common/test_files.h"
 
 #include <QColor>
-#include <QDir>
-#include <QFile>
 #include <QImage>
 #include <QProcess>
-#include <QTemporaryDir>
-
-#include <gtest/gtest.h>
-
-#include <filesystem>
 
 // A built tool, and sources that the installed ffmpeg makes for it.
-class ThumbsTest : public testing::Test
+class ThumbsTest : public FolderTest
 {
 protected:
     explicit ThumbsTest(const char *tool = "qtThumbs") : m_tool(tool) {}
     // Homes of tests are new each time; the list of plug-ins need not be.
     static void SetUpTestSuite() { qputenv("GST_REGISTRY", QV_GST_REGISTRY); }
-    // Some names are none for QTemporaryDir.
-    ~ThumbsTest() override
-    {
-        std::error_code error;
-        std::filesystem::remove_all(m_folder.path().toStdString(), error);
-    }
 
     struct Ran {
         int status = -1;
@@ -55,7 +42,6 @@ protected:
                       more);
     }
 
-    QString path(const QString &name) const { return m_folder.filePath(name); }
     void write(const QString &name, const QByteArray &bytes) const { writeFile(path(name), bytes); }
     QByteArray read(const QString &name) const { return contentOf(path(name)); }
     // The colours next to the corners, row by row.
@@ -119,7 +105,6 @@ protected:
     }
 
     const char *m_tool;
-    QTemporaryDir m_folder;
 };
 
 // What goes for each tool that takes pictures.

@@ -1,5 +1,6 @@
 #include "updater/application_install.h"
 
+#include "common/folder_test.h"
 #include "common/log_capture.h"
 #include "common/wait_until.h"
 #include "support/files.h"
@@ -7,17 +8,13 @@
 
 #include "small_application.h"
 
-#include <QDir>
 #include <QProcess>
-#include <QTemporaryDir>
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <csignal>
 #include <memory>
 #include <sys/resource.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 using namespace qv;
@@ -26,23 +23,14 @@ using testing::HasSubstr;
 namespace
 {
 
-class InstallTest : public testing::Test
+class InstallTest : public HomeTest
 {
 protected:
     InstallTest()
     {
-        qputenv("HOME", path("home").toUtf8());
-        qputenv("XDG_DATA_HOME", path("home/.local/share").toUtf8());
         SmallApplication{.version = "1.0"}.write(running());
         SmallApplication{.version = "2.0"}.write(offered());
     }
-    ~InstallTest() override
-    {
-        qputenv("HOME", m_home);
-        qunsetenv("XDG_DATA_HOME");
-    }
-
-    QString path(const QString &name) const { return m_folder.filePath(name); }
     QString running() const { return path("place/Quorvantel.app"); }
     QString offered() const { return path("dl/Quorvantel.app"); }
     QString versionAt(const QString &bundle) const { return Bundle(bundle).version(); }
@@ -57,8 +45,6 @@ protected:
         return installApplication(offered(), running(), "Quorvantel.zip", moves);
     }
 
-    const QByteArray m_home = qgetenv("HOME");
-    const QTemporaryDir m_folder;
     LogCapture m_log;
 };
 

@@ -3,7 +3,6 @@
 #include "common/test_files.h"
 #include "support/property_list.h"
 
-#include <QString>
 #include <QVariantMap>
 
 // A bundle of a test's own whose program prints the version that it was made with.

@@ -4,16 +4,6 @@
 
 using namespace qv;
 
-TEST(UpdateReply, IsOneOnlyWithAllFourMarks)
-{
-    const QStringList marks = {"<key>", "</key>", "<value>", "</value>"};
-    EXPECT_TRUE(isUpdateReply("x" + marks.join("y") + "z"));
-    for (const QString &missing : marks) {
-        EXPECT_FALSE(isUpdateReply(QString(marks.join("")).remove(missing))) << qPrintable(missing);
-    }
-    EXPECT_FALSE(isUpdateReply({}));
-}
-
 TEST(UpdateReply, IsReadAsTheServerMeantIt)
 {
     const struct {

@@ -8,14 +8,11 @@
 #include "web_server/certificates.h"
 #include "web_server/web_server.h"
 
-#include <QDir>
 #include <QNetworkProxy>
 #include <QStorageInfo>
 #include <QTcpServer>
-#include <QTemporaryDir>
 
 #include <csignal>
-#include <optional>
 #include <sys/resource.h>
 
 #include <gmock/gmock.h>

@@ -1,15 +1,13 @@
 #include "updater/zip_archive.h"
 
-#include "common/log_capture.h"
 #include "common/test_files.h"
 #include "support/copy_tree.h"
-#include "support/tree_walk.h"
 #include "updater/zip_bytes.h"
 
 #include <QProcess>
 #include <QTemporaryDir>
 
-#include <array>
+#include <algorithm>
 #include <csignal>
 #include <thread>
 
@@ -25,40 +23,22 @@ using testing::HasSubstr;
 namespace
 {
 
-QByteArray linkTargetOf(const QByteArray &path)
+QByteArray shell(const QString &folder, const QByteArray &line)
 {
-    std::array<char, 5000> target = {};
-    const ssize_t size = ::readlink(path.constData(), target.data(), target.size());
-    return {target.data(), std::max<ssize_t>(size, 0)};
-}
-
-std::string described(const QByteArray &path, const QByteArray &shown)
-{
-    struct stat status = {};
-    ::lstat(path.constData(), &status);
-    const QByteArray content =
-        S_ISREG(status.st_mode) ? contentOf(QFile::decodeName(path)) : linkTargetOf(path);
-    return QByteArray(shown + ' ' + QByteArray::number(status.st_mode & ~022u, 8) + ' ' +
-                      QByteArray::number(qint64{status.st_mtim.tv_sec}) + ' ' + content)
-        .toStdString();
+    QProcess tool;
+    tool.setWorkingDirectory(folder);
+    tool.start("/bin/sh", {"-c", line});
+    EXPECT_TRUE(tool.waitForFinished() && tool.exitCode() == 0)
+        << tool.readAllStandardError().constData();
+    return tool.readAllStandardOutput();
 }
 
 // Every entry with its kind, rights, date and content.
-std::vector<std::string> treeOf(const QString &folder)
+std::string treeOf(const QString &folder)
 {
-    std::vector<std::string> entries;
-    const QByteArray root = QFile::encodeName(folder);
-    walkTree(root, [&](const QByteArray &path, platform::EntryKind) {
-        entries.push_back(described(path, path.mid(root.size())));
-        return true;
-    });
-    return entries;
-}
-
-void setDate(const QString &path, qint64 seconds)
-{
-    const std::array<timespec, 2> times = {timespec{seconds, 0}, timespec{seconds, 0}};
-    ::utimensat(AT_FDCWD, QFile::encodeName(path).constData(), times.data(), AT_SYMLINK_NOFOLLOW);
+    return shell(folder, "find . -mindepth 1 -printf '%p %y %m %Ts %l\\n' | sort;"
+                         "find . -type f -exec cksum {} + | sort")
+        .toStdString();
 }
 
 struct UnpackedArchive : testing::Test {
@@ -106,21 +86,16 @@ struct UnpackedArchive : testing::Test {
         QDir().mkpath(contents + "Frameworks/Empty");
         ::symlink("../MacOS/App", QFile::encodeName(contents + "Resources/link").constData());
         ::symlink("Contents/MacOS", QFile::encodeName(bundle + "/folder link").constData());
-        qint64 date = 1'000'000'000;
-        walkTree(QFile::encodeName(folder.filePath("source")),
-                 [&](const QByteArray &path, platform::EntryKind) {
-                     setDate(QFile::decodeName(path), date += 1000);
-                     return true;
-                 });
+        shell(folder.filePath("source"),
+              "chmod -R go-w .; date=1000000000; find . -depth | while read -r item; do"
+              " date=$((date + 1000)); touch -h -d @$date \"$item\"; done");
         return folder.filePath("source");
     }
 
-    void zip(const QString &options, const QString &source)
+    int filesBeside() const
     {
-        QProcess tool;
-        tool.setWorkingDirectory(source);
-        tool.start("zip", {options, archive, "App.app"});
-        ASSERT_TRUE(tool.waitForFinished() && tool.exitCode() == 0);
+        return static_cast<int>(
+            QDir(folder.path()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot).size());
     }
 };
 
@@ -259,10 +234,10 @@ const Refused refusals[] = {
 TEST_P(PackedByTheTool, ComesOutAsItWas)
 {
     const QString source = makeBundle();
-    zip(GetParam(), source);
+    shell(source, QByteArray("zip ") + GetParam() + " '" + archive.toUtf8() + "' App.app");
     ASSERT_EQ(unpack(), "");
     EXPECT_EQ(treeOf(destination), treeOf(source));
-    EXPECT_GE(treeOf(source).size(), 12U);
+    EXPECT_GE(std::ranges::count(treeOf(source), '\n'), 12);
 }
 
 // As usual; stored; with old dates alone; with 64-bit sizes.
@@ -272,12 +247,8 @@ INSTANTIATE_TEST_SUITE_P(UnpackArchive, PackedByTheTool,
 TEST_F(UnpackedArchive, HoldsWhatWasPackedFromAStream)
 {
     const QByteArray content = QByteArray("stream ").repeated(200'000);
-    QProcess tool;
     writeFile(folder.filePath("content"), content);
-    tool.setStandardInputFile(folder.filePath("content"));
-    tool.setStandardOutputFile(archive);
-    tool.start("zip", {"-q", "-", "-"});
-    ASSERT_TRUE(tool.waitForFinished());
+    shell(folder.path(), "zip -q - - <content >update.zip");
     ASSERT_EQ(unpack(), "");
     EXPECT_EQ(contentOf(destination + "/-"), content);
 }
@@ -291,15 +262,14 @@ TEST_F(UnpackedArchive, KeepsNamesThatAreNoText)
 
 TEST_F(UnpackedArchive, HasNoRightsButTheUsualOnes)
 {
-    struct Case {
+    const struct {
         quint32 mode;
         int host;
         mode_t expected;
-    };
-    const Case cases[] = {{0104777, 3, 0755},  {0100666, 3, 0644}, {0, 3, 0644},
-                          {0100000, 19, 0644}, {0755, 3, 0755},    {0020777, 0, 0644}};
+    } cases[] = {{0104777, 3, 0755},  {0100666, 3, 0644}, {0, 3, 0644},
+                 {0100000, 19, 0644}, {0755, 3, 0755},    {0020777, 0, 0644}};
     const mode_t before = ::umask(022);
-    for (const Case &one : cases) {
+    for (const auto &one : cases) {
         const QTemporaryDir place;
         destination = place.path();
         ASSERT_EQ(unpack({{"file", "1", one.mode, one.host}}), "");
@@ -320,7 +290,8 @@ TEST_F(UnpackedArchive, TakesLinksThatStayWithinTheirTopFolder)
                       linkItem("App.app/nowhere", "missing/file")}),
               "");
     EXPECT_EQ(contentOf(destination + "/App.app/a/b/up"), "1");
-    EXPECT_EQ(linkTargetOf(unpackedPath("App.app/nowhere")), "missing/file");
+    EXPECT_EQ(QFile::symLinkTarget(destination + "/App.app/nowhere"),
+              destination + "/App.app/missing/file");
 }
 
 TEST_F(UnpackedArchive, PassesOverDatesThatAreNone)
@@ -338,7 +309,7 @@ TEST_P(HostileArchive, IsRefusedAndLeavesNothing)
     const auto before = treeOf(folder.path());
     const UnpackLimits limits = {.bytes = quint64{1} << 30};
     EXPECT_THAT(unpack(limits), HasSubstr(GetParam().reason));
-    EXPECT_EQ(QDir(folder.path()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot).size(), 2);
+    EXPECT_EQ(filesBeside(), 2);
     EXPECT_EQ(treeOf(folder.path()), before);
 }
 
@@ -353,7 +324,6 @@ INSTANTIATE_TEST_SUITE_P(UnpackArchive, HostileArchive, testing::ValuesIn(refusa
 
 TEST_F(UnpackedArchive, NeverTouchesWhatStoodThereBefore)
 {
-    destination = folder.filePath("there");
     for (const char *name : {"App.app", "App.app/file"}) {
         const QTemporaryDir place;
         destination = place.path();
@@ -393,7 +363,7 @@ TEST_F(UnpackedArchive, IsGoneAgainWhenTheDiskTakesNoMore)
     ::setrlimit(RLIMIT_FSIZE, &before);
     std::signal(SIGXFSZ, SIG_DFL);
     EXPECT_THAT(reason, HasSubstr("App.app/large can't be unpacked"));
-    EXPECT_EQ(QDir(folder.path()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot).size(), 1);
+    EXPECT_EQ(filesBeside(), 1);
 }
 
 TEST_F(UnpackedArchive, IsNothingWhenItIsNoPlainFile)
@@ -422,15 +392,5 @@ TEST_F(UnpackedArchive, IsGoneAgainWhenItIsCancelledOnTheWay)
     isOver = true;
     canceller.join();
     EXPECT_EQ(reason, "unpacking was cancelled");
-    EXPECT_EQ(QDir(folder.path()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot).size(), 1);
-}
-
-TEST_F(UnpackedArchive, TellsInTheLogWhyItFailed)
-{
-    const LogCapture log;
-    writeFile(archive, "PK");
-    EXPECT_FALSE(SSZipArchive::unzipFileAtPath(archive, destination));
-    EXPECT_TRUE(log.contains(noArchive));
-    writeFile(archive, oneFile("file"));
-    EXPECT_TRUE(SSZipArchive::unzipFileAtPath(archive, destination));
+    EXPECT_EQ(filesBeside(), 1);
 }
