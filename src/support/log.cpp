@@ -3,6 +3,7 @@
 #include <QCoreApplication>
 #include <QDateTime>
 
+#include <atomic>
 #include <mutex>
 #include <unistd.h>
 
@@ -11,7 +12,7 @@ namespace qv
 namespace
 {
 
-bool g_debug = false;
+std::atomic<bool> g_debug = false; // asked on every thread
 LogSink g_sink;
 std::mutex g_mutex;
 
