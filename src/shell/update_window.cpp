@@ -273,6 +273,7 @@ void UpdateWindow::reject()
         break;
     case UpdatePhase::Installing:
         break;
+    case UpdatePhase::Placing:
     }
 }
 
