@@ -1,6 +1,7 @@
 #include "cli/results.h"
 
 #include "cli/options.h"
+#include "support/shell_word.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -253,9 +254,7 @@ QString shellQuoted(const QStringList &arguments)
             quoted.append(argument);
             continue;
         }
-        QString inner = argument;
-        inner.replace(QLatin1Char('\''), QStringLiteral("'\\''"));
-        quoted.append(QLatin1Char('\'') + inner + QLatin1Char('\''));
+        quoted.append(shellWord(argument));
     }
     return quoted.join(QLatin1Char(' '));
 }

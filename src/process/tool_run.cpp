@@ -7,6 +7,7 @@
 #include "support/alerts.h"
 #include "support/files.h"
 #include "support/log.h"
+#include "support/shell_word.h"
 
 #include <QStringDecoder>
 
@@ -327,10 +328,8 @@ bool isStringSafe4Task(const QString &text)
     }
     // The echo only serves the trace; whatever it says, the answer is no.
     if (isDebug()) {
-        QString quoted = text;
-        quoted.replace(QLatin1Char('\''), QStringLiteral("'\\''"));
         const QString echoed =
-            taskWithStr(QStringLiteral("/bin/echo '%1' 2>&1").arg(quoted), QString());
+            taskWithStr(QStringLiteral("/bin/echo %1 2>&1").arg(shellWord(text)), QString());
         if (echoed == text) {
             logLine(QStringLiteral("isStringSafe4TaskWit:-( '%1' > '%2'").arg(text, echoed));
         }

@@ -42,6 +42,11 @@ void writeToStandardError(const QByteArray &line)
     }
 }
 
+void takeQtMessage(QtMsgType, const QMessageLogContext &, const QString &text)
+{
+    logDebug([&] { return QStringLiteral("qt                  : ") + text; });
+}
+
 } // namespace
 
 bool isDebug()
@@ -63,6 +68,11 @@ void logLine(const QString &text)
     } else {
         writeToStandardError(line);
     }
+}
+
+void logQtMessages()
+{
+    qInstallMessageHandler(takeQtMessage);
 }
 
 void setLogSink(LogSink sink)
