@@ -5,6 +5,7 @@
 #include "process/tool_environment.h"
 #include "sheet/composer.h"
 #include "sheet/extraction_plan.h"
+#include "sheet/stills_folder.h"
 #include "support/alerts.h"
 #include "support/diagnostics.h"
 #include "support/files.h"

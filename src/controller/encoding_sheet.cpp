@@ -8,6 +8,7 @@
 #include "sheet/caption_texts.h"
 #include "sheet/composer.h"
 #include "sheet/extraction_plan.h"
+#include "sheet/stills_folder.h"
 #include "sheet/text_painter.h"
 #include "support/bundle.h"
 #include "support/dates.h"

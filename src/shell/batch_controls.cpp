@@ -368,12 +368,12 @@ void BatchControls::setPictureChoice(int dpi)
 
 int BatchControls::thumbnailCount(int out) const
 {
-    return m_counts.at(static_cast<size_t>(std::clamp(out, 0, 3)));
+    return m_counts.at(static_cast<size_t>(std::clamp(out, 0, layoutCount - 1)));
 }
 
 void BatchControls::setThumbnailCount(int out, int count)
 {
-    m_counts.at(static_cast<size_t>(std::clamp(out, 0, 3))) = count;
+    m_counts.at(static_cast<size_t>(std::clamp(out, 0, layoutCount - 1))) = count;
     offerCounts();
 }
 
