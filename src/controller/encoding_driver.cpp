@@ -15,8 +15,6 @@
 #include "support/numbers.h"
 #include "support/variant_values.h"
 
-#include <QFileInfo>
-
 #include <algorithm>
 
 namespace qv
@@ -81,7 +79,7 @@ void EncodingDriver::stop()
     if (!m_context.window.goPressed) {
         return;
     }
-    m_encStopInt = 1;
+    m_isStopping = true;
     m_paused = false;
     m_heldStep.clear();
     if (m_context.taskSlots.isEncodingRunning()) {
@@ -223,7 +221,7 @@ void EncodingDriver::endBatch()
     WindowState &window = m_context.window;
     window.goPressed = false;
     window.goEnabled = true;
-    m_encStopInt = 0;
+    m_isStopping = false;
     m_diskFullTold = false;
     openGate();
     window.stepCaption.clear();

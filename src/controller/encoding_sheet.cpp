@@ -213,7 +213,7 @@ void EncodingDriver::finishStopped()
 {
     m_context.preferences.prefDelete(keys::work);
     m_context.preferences.prefDelete(keys::replaceFiles);
-    m_encStopInt = 0;
+    m_isStopping = false;
     WindowState &window = m_context.window;
     window.goPressed = false;
     window.goEnabled = !m_context.table.isEmpty();
