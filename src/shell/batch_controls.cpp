@@ -265,10 +265,10 @@ void BatchControls::showStopControl(const WindowState &window)
     m_stop->setVisible(window.goPressed);
     m_stop->setSegmentEnabled(StopControl::pauseSegment, window.stop.enabled);
     const QString image = window.stop.images.value(StopControl::pauseSegment);
-    if (image == m_stopImages) {
+    if (image == m_pauseImage) {
         return;
     }
-    m_stopImages = image;
+    m_pauseImage = image;
     m_stop->setIcon(StopControl::pauseSegment, interfacePicture(image));
     m_stop->setName(
         StopControl::pauseSegment,
