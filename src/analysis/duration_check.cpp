@@ -63,7 +63,6 @@ double signedTime(const QString &text)
     return isNegative ? -seconds : seconds;
 }
 
-// frame=   50 fps=0.0 q=-1.0 Lsize=N/A time=00:00:01.96 bitrate=N/A speed=4.26e+04x
 bool hasFrames(const QString &line)
 {
     return intValue(after(line, QLatin1String("frame="))) > 0;
@@ -105,16 +104,8 @@ QStringList durationArguments(DurationCheck check, const QString &sourcePath,
 
 std::optional<double> copiedSeconds(const QString &report)
 {
-    QString text = report;
-    text.replace(u'\r', u'\n');
-    const QStringList lines = linesOf(text);
-    const auto last = std::find_if(lines.rbegin(), lines.rend(), [](const QString &line) {
-        return line.contains(QLatin1String("time="));
-    });
-    if (last == lines.rend() || !hasFrames(*last)) {
-        return std::nullopt;
-    }
-    return signedTime(before(after(*last, QLatin1String("time=")), QLatin1String(" ")));
+    const QString last = lastProgressLine(report);
+    return hasFrames(last) ? std::optional(signedTime(progressTime(last))) : std::nullopt;
 }
 
 bool endsAsClaimed(const MediaInfoRecord &record, std::optional<double> copied)

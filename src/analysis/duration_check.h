@@ -30,7 +30,7 @@ DurationCheck durationCheck(const MediaInfoRecord &record, const DurationClues &
 // Whether the bytes can carry pictures for so many seconds.
 bool canCarry(const MediaInfoRecord &record, double seconds, qint64 bytes);
 
-// The run that measures; its end is given by lastTime().
+// The run that measures; how far it came is given by copiedSeconds().
 QStringList durationArguments(DurationCheck check, const QString &sourcePath,
                               const MediaInfoRecord &record);
 

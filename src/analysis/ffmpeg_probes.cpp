@@ -19,11 +19,6 @@ namespace qv
 namespace
 {
 
-bool has(const QString &text, const char *marker)
-{
-    return text.contains(QLatin1String(marker));
-}
-
 QString runVsync(const QString &sourcePath, const QString &forcedFormat)
 {
     QStringList arguments{ffmpegPath(), QStringLiteral("-loglevel"), QStringLiteral("info")};
@@ -45,19 +40,6 @@ QString runCopyToNowhere(const QString &sourcePath)
                               QStringLiteral("-f"), QStringLiteral("null"), QStringLiteral("-y"),
                               QStringLiteral("/dev/null")},
                              ErrorText::Merged);
-}
-
-// frame=   50 fps=0.0 q=-1.0 Lsize=N/A time=00:00:01.96 bitrate=N/A speed=4.26e+04x
-// Progress lines overwrite each other: they end in "\r", and the last one counts.
-QString lastProgressTime(QString report)
-{
-    report.replace(u'\r', u'\n');
-    const QStringList lines = linesOf(report);
-    const auto found = std::find_if(lines.rbegin(), lines.rend(),
-                                    [](const QString &line) { return has(line, "time="); });
-    return found == lines.rend()
-               ? QString()
-               : before(after(*found, QLatin1String("time=")), QLatin1String(" "));
 }
 
 // "Chapter #0:1: start 300.000000, end 642.400000"
@@ -185,7 +167,7 @@ int durationM2v(const QString &sourcePath)
     if (!fileExists(sourcePath)) {
         return unknown;
     }
-    const QString time = lastProgressTime(runCopyToNowhere(sourcePath));
+    const QString time = progressTime(lastProgressLine(runCopyToNowhere(sourcePath)));
     if (time.isNull()) {
         return unknown;
     }

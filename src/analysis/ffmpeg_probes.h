@@ -16,13 +16,6 @@ namespace qv
 // Whether ffmpeg accepted the source, by the phrases in what it printed.
 bool isFfmpegSuccess(const QString &report);
 
-// The report without the source's name and the values of its tags, which are not ffmpeg's words: a
-// film called "Trial and Error" is no failure, and one called "Stream #0:0: Video: h264" no stream.
-QString reportWithoutNames(const QString &report, const QString &sourcePath);
-
-// Why ffmpeg refused or could not decode, in words for people; a null text when it does not say.
-QString refusalReason(const QString &report, const QString &sourcePath);
-
 // The localised word of a field order: "t" top first, "b" bottom first, anything else progressive.
 QString fieldOrderWord(const QString &code);
 

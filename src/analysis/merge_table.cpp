@@ -6,8 +6,6 @@
 #include <QRegularExpression>
 #include <QSet>
 
-#include <array>
-#include <cmath>
 #include <vector>
 
 namespace qv
@@ -92,8 +90,7 @@ bool isAspect(const QString &text)
 
 bool isPositive(const QVariant &value)
 {
-    const double number = numberValue(value).value_or(0);
-    return std::isfinite(number) && number > 0;
+    return numberValue(value).value_or(0) > 0;
 }
 
 bool isGiven(const QString &generalKey, const QVariant &value)

@@ -26,14 +26,4 @@ public:
                            const QString &destination) = 0;
 };
 
-// Of an installation without one: it opens nothing.
-class NoMovieFramework final : public MovieFramework
-{
-public:
-    bool canOpen(const QString &) override { return false; }
-    bool hasDecoder(const QString &) override { return false; }
-    std::optional<MediaInfoRecord> record(const QString &) override { return std::nullopt; }
-    bool thumbnail(const QString &, int, int, double, const QString &) override { return false; }
-};
-
 } // namespace qv

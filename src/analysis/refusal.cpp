@@ -1,5 +1,4 @@
-// What ffmpeg's own words say of a source, apart from the names and tags that it repeats.
-#include "analysis/ffmpeg_probes.h"
+#include "analysis/refusal.h"
 
 #include "analysis/report_text.h"
 #include "support/files.h"
@@ -13,11 +12,6 @@ namespace qv
 {
 namespace
 {
-
-bool has(const QString &text, const char *phrase)
-{
-    return text.contains(QLatin1String(phrase));
-}
 
 // The one tag that is ffmpeg's business: older releases turned the picture by it.
 //       rotate          : 90

@@ -17,11 +17,6 @@ constexpr QLatin1String oldPacket("av_read_packet stream=");
 // The smallest 64-bit number stands for a time stamp that is not there.
 constexpr QLatin1String noStamp("=-9223372036854775808");
 
-bool has(const QString &line, const char *word)
-{
-    return line.contains(QLatin1String(word));
-}
-
 QString packetLine(QString line)
 {
     line.replace(newPacket, oldPacket);

@@ -11,11 +11,6 @@ namespace qv
 namespace
 {
 
-bool has(const QString &line, const char *word)
-{
-    return line.contains(QLatin1String(word));
-}
-
 // Walks the lines of an input section; what follows a stream's line speaks of that stream.
 class FactsReader
 {

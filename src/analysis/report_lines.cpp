@@ -17,11 +17,6 @@ constexpr QLatin1String subtitleWord("Subtitle: ");
 constexpr QLatin1String streamWord("Stream #");
 constexpr QLatin1String bitrateWord(" kb/s");
 
-bool has(const QString &text, const char *marker)
-{
-    return text.contains(QLatin1String(marker));
-}
-
 QString before(const QString &text, const char *marker)
 {
     return qv::before(text, QLatin1String(marker));

@@ -1,7 +1,18 @@
 #include "analysis/report_text.h"
 
+#include "support/files.h"
+
+#include <QStringList>
+
+#include <algorithm>
+
 namespace qv
 {
+
+bool has(const QString &text, const char *marker)
+{
+    return text.contains(QLatin1String(marker));
+}
 
 QString before(const QString &text, QLatin1String marker)
 {
@@ -18,6 +29,21 @@ QString after(const QString &text, QLatin1String marker)
     const qsizetype start = found + marker.size();
     const qsizetype end = text.indexOf(marker, start);
     return end < 0 ? text.mid(start) : text.mid(start, end - start);
+}
+
+QString lastProgressLine(const QString &report)
+{
+    QString text = report;
+    text.replace(u'\r', u'\n');
+    const QStringList lines = linesOf(text);
+    const auto last = std::find_if(lines.rbegin(), lines.rend(),
+                                   [](const QString &line) { return has(line, "time="); });
+    return last == lines.rend() ? QString() : *last;
+}
+
+QString progressTime(const QString &line)
+{
+    return before(after(line, QLatin1String("time=")), QLatin1String(" "));
 }
 
 } // namespace qv

@@ -37,11 +37,6 @@ struct Tables {
     Kind &other() { return kinds[2]; }
 };
 
-bool has(const QString &text, const char *marker)
-{
-    return text.contains(QLatin1String(marker));
-}
-
 QString from(const QString &text, QLatin1String marker)
 {
     return text.mid(text.indexOf(marker) + marker.size());

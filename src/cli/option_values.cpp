@@ -1,6 +1,6 @@
 #include "cli/option_values.h"
 
-#include "settings/preferences_store.h"
+#include "settings/color_text.h"
 #include "sheet/caption_texts.h"
 
 #include <QColor>

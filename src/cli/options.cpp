@@ -3,6 +3,7 @@
 #include "cli/option_values.h"
 
 #include <QCommandLineParser>
+#include <QHash>
 #include <QThread>
 
 #include <algorithm>
@@ -64,41 +65,57 @@ private:
     void declare()
     {
         add({QStringLiteral("h"), QStringLiteral("help")}, "Shows this help.");
+        m_parser.setApplicationDescription(QLatin1String(description()));
         if (makesSheets()) {
-            m_parser.setApplicationDescription(QStringLiteral(
-                "Makes an index sheet of each video file, named or found in a named folder.\n"
-                "The sheets' paths go to standard output, one a line."));
             declareSheetOptions();
         }
         if (m_command == Command::Read) {
-            m_parser.setApplicationDescription(QStringLiteral(
-                "Shows what each sheet tells of itself: source, settings, instants."));
             declareReadOptions();
             return;
         }
-        if (m_command != Command::Info) {
-            add({QStringLiteral("l"), QStringLiteral("layout")},
-                "big (2 columns), medium (3), minimum (6) or mixed (6 and a large picture). "
-                "Default: medium.",
-                "LAYOUT");
-            add({QStringLiteral("n"), QStringLiteral("count")},
-                "Number of pictures, rounded down to whole rows. Default: the layout's setting.",
-                "N");
-        }
         if (m_command == Command::Info) {
-            m_parser.setApplicationDescription(
-                QStringLiteral("Shows what is known about each video file."));
             add({QStringLiteral("quick")},
                 "Asks the quick tool first, and ffmpeg when it is not sure.");
-        }
-        if (m_command == Command::Plan) {
-            m_parser.setApplicationDescription(QStringLiteral(
-                "Shows which pictures a sheet would take, and how, without taking them."));
+        } else {
+            declarePlanOptions();
         }
         if (m_command != Command::Plan) {
             declareList();
         }
         declareJson();
+        declareToolOptions();
+        m_parser.addPositionalArgument(
+            QStringLiteral("SOURCE"), QStringLiteral("A video file or a folder."),
+            m_command == Command::Plan ? QStringLiteral("SOURCE") : QStringLiteral("SOURCE..."));
+    }
+
+    const char *description() const
+    {
+        switch (m_command) {
+        case Command::Info:
+            return "Shows what is known about each video file.";
+        case Command::Plan:
+            return "Shows which pictures a sheet would take, and how, without taking them.";
+        case Command::Read:
+            return "Shows what each sheet tells of itself: source, settings, instants.";
+        default:
+            return "Makes an index sheet of each video file, named or found in a named folder.\n"
+                   "The sheets' paths go to standard output, one a line.";
+        }
+    }
+
+    void declarePlanOptions()
+    {
+        add({QStringLiteral("l"), QStringLiteral("layout")},
+            "big (2 columns), medium (3), minimum (6) or mixed (6 and a large picture). "
+            "Default: medium.",
+            "LAYOUT");
+        add({QStringLiteral("n"), QStringLiteral("count")},
+            "Number of pictures, rounded down to whole rows. Default: the layout's setting.", "N");
+    }
+
+    void declareToolOptions()
+    {
         add({QStringLiteral("log")}, "Appends trace lines to FILE.", "FILE");
         add({QStringLiteral("verbose")}, "Traces in detail (to standard error without --log).");
         add({QStringLiteral("quiet")}, "Only errors on standard error.");
@@ -108,9 +125,6 @@ private:
         add({QStringLiteral("no-confinement")},
             "Lets the tools write anywhere and use the network. Default: they may not, where the "
             "system can see to it.");
-        m_parser.addPositionalArgument(
-            QStringLiteral("SOURCE"), QStringLiteral("A video file or a folder."),
-            m_command == Command::Plan ? QStringLiteral("SOURCE") : QStringLiteral("SOURCE..."));
     }
 
     void declareList()
@@ -310,6 +324,18 @@ QString hintFor(const QString &command)
                              : QStringLiteral("Try 'quorvantel-cli %1 --help'.").arg(command);
 }
 
+// "worker" is what "sheet" starts copies of itself as.
+std::optional<Command> workNamed(const QString &word)
+{
+    static const QHash<QString, Command> commands{{QStringLiteral("sheet"), Command::Sheet},
+                                                  {QStringLiteral("info"), Command::Info},
+                                                  {QStringLiteral("plan"), Command::Plan},
+                                                  {QStringLiteral("read"), Command::Read},
+                                                  {QStringLiteral("worker"), Command::Worker}};
+    const auto found = commands.constFind(word);
+    return found == commands.cend() ? std::nullopt : std::optional(*found);
+}
+
 } // namespace
 
 tl::expected<Options, QString> parseOptions(const QStringList &arguments)
@@ -325,21 +351,13 @@ tl::expected<Options, QString> parseOptions(const QStringList &arguments)
         options.command = Command::Version;
         return options;
     }
-    Command command = Command::Sheet;
-    if (word == QLatin1String("info")) {
-        command = Command::Info;
-    } else if (word == QLatin1String("plan")) {
-        command = Command::Plan;
-    } else if (word == QLatin1String("read")) {
-        command = Command::Read;
-    } else if (word == QLatin1String("worker")) {
-        command = Command::Worker; // what "sheet" starts copies of itself as
-    } else if (word != QLatin1String("sheet")) {
+    const auto command = workNamed(word);
+    if (!command) {
         const QString problem = word.isEmpty() ? QStringLiteral("no command is given")
                                                : QStringLiteral("unknown command '%1'").arg(word);
         return wrong(problem + QLatin1Char('\n') + hintFor({}));
     }
-    auto parsed = CommandParser(command).parse(arguments.mid(1));
+    auto parsed = CommandParser(*command).parse(arguments.mid(1));
     if (!parsed) {
         return wrong(parsed.error() + QLatin1Char('\n') + hintFor(word));
     }

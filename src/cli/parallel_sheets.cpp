@@ -10,8 +10,6 @@
 
 #include <QEventLoop>
 
-#include <memory>
-
 namespace qv
 {
 namespace

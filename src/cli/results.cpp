@@ -1,6 +1,7 @@
 #include "cli/results.h"
 
 #include "cli/options.h"
+#include "support/shell_word.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -53,12 +54,17 @@ QJsonValue roadOf(const SheetOutcome &outcome)
     return roadName(outcome.quick);
 }
 
-// Rounded to milliseconds.
+// To whole milliseconds.
+double roundedSeconds(double seconds)
+{
+    return std::round(seconds * 1000) / 1000;
+}
+
 QJsonArray instantsJson(const QList<double> &instants)
 {
     QJsonArray array;
     for (const double instant : instants) {
-        array.append(std::round(instant * 1000) / 1000);
+        array.append(roundedSeconds(instant));
     }
     return array;
 }
@@ -149,7 +155,7 @@ QJsonObject sheetJson(const SheetOutcome &outcome)
         {QStringLiteral("pictures_moved"), outcome.moved},
         {QStringLiteral("road"), roadOf(outcome)},
         {QStringLiteral("instants"), instantsOf(outcome)},
-        {QStringLiteral("duration"), std::round(outcome.duration * 1000) / 1000},
+        {QStringLiteral("duration"), roundedSeconds(outcome.duration)},
         {QStringLiteral("seconds"), outcome.seconds}};
 }
 
@@ -183,12 +189,11 @@ QString infoText(const QString &source, const MediaInfoRecord &record)
 
 QJsonObject provenanceJson(const QString &sheet, const Provenance &provenance)
 {
-    const QJsonObject source{
-        {QStringLiteral("name"), provenance.sourceName},
-        {QStringLiteral("path"), pathJson(provenance.sourcePath)},
-        {QStringLiteral("size"), provenance.source.size},
-        {QStringLiteral("modified"), dateText(provenance.source.modified)},
-        {QStringLiteral("duration"), std::round(provenance.duration * 1000) / 1000}};
+    const QJsonObject source{{QStringLiteral("name"), provenance.sourceName},
+                             {QStringLiteral("path"), pathJson(provenance.sourcePath)},
+                             {QStringLiteral("size"), provenance.source.size},
+                             {QStringLiteral("modified"), dateText(provenance.source.modified)},
+                             {QStringLiteral("duration"), roundedSeconds(provenance.duration)}};
     return {{QStringLiteral("sheet"), sheet},
             {QStringLiteral("application"), provenance.application},
             {QStringLiteral("version"), provenance.version},
@@ -253,9 +258,7 @@ QString shellQuoted(const QStringList &arguments)
             quoted.append(argument);
             continue;
         }
-        QString inner = argument;
-        inner.replace(QLatin1Char('\''), QStringLiteral("'\\''"));
-        quoted.append(QLatin1Char('\'') + inner + QLatin1Char('\''));
+        quoted.append(shellWord(argument));
     }
     return quoted.join(QLatin1Char(' '));
 }

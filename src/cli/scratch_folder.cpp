@@ -1,14 +1,12 @@
 #include "cli/scratch_folder.h"
 
 #include "process/tool_environment.h"
+#include "support/platform.h"
 
 #include <QDir>
 #include <QFile>
 
-#include <cstdlib>
 #include <ctime>
-#include <fcntl.h>
-#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -22,14 +20,9 @@ const QString namePrefix = QStringLiteral("Quorvantel-cli-");
 // A folder younger than this may belong to a process that has not locked it yet.
 constexpr time_t settledSeconds = 60;
 
-QByteArray lockFile(const QString &folder)
+platform::LockedFile lockOf(const QString &folder)
 {
-    return QFile::encodeName(folder) + "/.lock";
-}
-
-int openLock(const QString &folder, int flags)
-{
-    return ::open(lockFile(folder).constData(), flags | O_RDWR | O_CLOEXEC | O_NOFOLLOW, 0600);
+    return platform::lockFile(folder + QStringLiteral("/.lock"));
 }
 
 bool isOursAndSettled(const QString &folder)
@@ -51,14 +44,11 @@ void clearAbandoned()
             continue;
         }
         // A process that was killed while it removed its folder has left it without a lock.
-        const int lock = openLock(folder, O_CREAT);
-        if (lock < 0) {
-            continue;
-        }
-        if (::flock(lock, LOCK_EX | LOCK_NB) == 0) {
+        const platform::LockedFile lock = lockOf(folder);
+        if (lock.state == platform::LockedFile::State::Locked) {
             QDir(folder).removeRecursively();
+            ::close(lock.descriptor);
         }
-        ::close(lock);
     }
 }
 
@@ -72,16 +62,16 @@ QString ScratchFolder::root()
 std::unique_ptr<ScratchFolder> ScratchFolder::create()
 {
     clearAbandoned();
-    QByteArray path = QFile::encodeName(root() + QLatin1Char('/') + namePrefix) + "XXXXXX";
-    if (::mkdtemp(path.data()) == nullptr) {
+    const QString folder = platform::makePrivateFolder(root() + QLatin1Char('/') + namePrefix);
+    if (folder.isEmpty()) {
         return nullptr;
     }
-    const QString folder = QFile::decodeName(path);
-    const int lock = openLock(folder, O_CREAT);
-    if (lock < 0 || ::flock(lock, LOCK_EX | LOCK_NB) != 0) {
+    const platform::LockedFile lock = lockOf(folder);
+    if (lock.state != platform::LockedFile::State::Locked) {
+        QDir(folder).removeRecursively();
         return nullptr;
     }
-    return std::unique_ptr<ScratchFolder>(new ScratchFolder(folder, lock));
+    return std::unique_ptr<ScratchFolder>(new ScratchFolder(folder, lock.descriptor));
 }
 
 ScratchFolder::~ScratchFolder()

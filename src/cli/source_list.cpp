@@ -8,26 +8,15 @@
 #include <QFileInfo>
 
 #include <climits>
-#include <filesystem>
 
 namespace qv
 {
 namespace
 {
 
-// The working folder's name need not be UTF-8 either.
-QByteArray absoluteBytes(const QByteArray &name)
-{
-    std::error_code error;
-    return name.startsWith('/')
-               ? name
-               : QByteArray::fromStdString(std::filesystem::current_path(error).string()) + '/' +
-                     name;
-}
-
 QString absolutePath(const QByteArray &name)
 {
-    return QDir::cleanPath(usablePath(absoluteBytes(name)));
+    return QDir::cleanPath(usablePath(absoluteName(name)));
 }
 
 // "clips/" and "/home/u/clips/a/b.mp4" below "/home/u/clips" give "clips/a/b.mp4".

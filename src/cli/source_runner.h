@@ -9,8 +9,6 @@
 #include <QEventLoop>
 #include <QObject>
 
-#include <functional>
-
 // Hands the sources to the controller one after the other: those of a list, unless a class that is
 // derived from it has them from elsewhere.
 namespace qv

@@ -95,7 +95,7 @@ void AnalysisDriver::stop()
     if (m_context.gateOpen) {
         return;
     }
-    m_analysisStopInt = 1;
+    m_isStopping = true;
     if (m_context.taskSlots.isAnalysisRunning()) {
         m_context.taskSlots.terminateAnalysis();
     } else if (m_asking.isRunning()) {
@@ -109,7 +109,7 @@ void AnalysisDriver::askThen(std::function<void()> question, std::function<void(
 {
     m_asking.run(std::move(question), [this, next = std::move(next)] {
         m_endedRuns.reset();
-        if (m_analysisStopInt == 1) {
+        if (m_isStopping) {
             analysisLater();
         } else {
             next();
@@ -140,7 +140,7 @@ void AnalysisDriver::analysis()
     if (m_context.closing || m_context.taskSlots.isAnalysisRunning() || m_asking.isRunning()) {
         return;
     }
-    if (m_analysisStopInt == 1) {
+    if (m_isStopping) {
         dropEverything();
     }
     chooseSource();
@@ -352,7 +352,7 @@ void AnalysisDriver::finishSource()
     PreferencesStore &store = m_context.preferences;
     const bool wasCancelled = store.prefReadString(keys::analysisSource) == keys::cancelled;
     store.prefDelete(keys::analysisSource);
-    if (queuedCount() > 0 && !wasCancelled && m_analysisStopInt == 0) {
+    if (queuedCount() > 0 && !wasCancelled && !m_isStopping) {
         logLine(QStringLiteral("analysis            - fin (src current)"));
         setFlag(keys::flagBegin);
         analysisLater();
@@ -367,17 +367,14 @@ void AnalysisDriver::finishRun()
     PreferencesStore &store = m_context.preferences;
     store.prefDelete(keys::analysisQueue);
     store.prefDelete(keys::analysisQueueHead);
-    m_analysisStopInt = 0;
+    m_isStopping = false;
     WindowState &window = m_context.window;
     window.analysisCaption.clear();
     window.analysisStopShown = false;
-    window.analysisWheel = false;
     m_context.analysing = false;
     m_context.setGate(true);
     store.prefDelete(keys::flagBegin);
-    window.dropImage = QStringLiteral("dndApp");
-    window.dropCaptionShown = true;
-    window.actionCaptionShown = false;
+    window.showIdle();
     if (resumePausedBatch) {
         resumePausedBatch();
     }

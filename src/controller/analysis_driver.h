@@ -109,7 +109,7 @@ private:
     void refuse(const QString &reason);
 
     ControllerContext &m_context;
-    int m_analysisStopInt = 0;
+    bool m_isStopping = false; // the run ends with the step in progress
     bool m_posted = false;
     QString m_retained; // the report of the analysis run, in old words and without names
     QString m_interlacing;

@@ -5,6 +5,7 @@
 #include "analysis/camcorder_clip.h"
 #include "analysis/ffmpeg_probes.h"
 #include "analysis/quick_probe.h"
+#include "analysis/refusal.h"
 #include "analysis/report_dialect.h"
 #include "analysis/report_text.h"
 #include "controller/preview.h"

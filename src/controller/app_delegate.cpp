@@ -88,7 +88,8 @@ void appDelegate::admit(const QStringList &paths, QStringList (*expand)(const QS
         m_context.face.pathsWaiting(paths);
         return;
     }
-    showBusy();
+    m_window.showBusy();
+    m_context.windowChanged();
     m_context.setGate(false);
     pauseForAdmission();
     const QStringList expanded = expand(paths);
@@ -131,29 +132,12 @@ void appDelegate::admitNothing(bool wrongTypes)
         alertReport(localized(QStringLiteral("dndNonCompliantFolderFilesTitle")),
                     localized(QStringLiteral("D_go_source3")), 0, AlertPlace::SheetOnWindow);
     }
-    showIdle();
+    m_window.showIdle();
     resumeAfterAdmission();
     m_window.goEnabled = m_window.goEnabled || (!m_table.isEmpty() && !m_window.goPressed);
     m_context.setGate(true);
     m_context.windowChanged();
     m_context.face.analysisEnded();
-}
-
-void appDelegate::showBusy()
-{
-    m_window.dropImage = QStringLiteral("%1Off").arg(QStringLiteral("dndApp"));
-    m_window.dropCaptionShown = false;
-    m_window.actionCaptionShown = true;
-    m_window.analysisWheel = true;
-    m_context.windowChanged();
-}
-
-void appDelegate::showIdle()
-{
-    m_window.dropImage = QStringLiteral("dndApp");
-    m_window.dropCaptionShown = true;
-    m_window.actionCaptionShown = false;
-    m_window.analysisWheel = false;
 }
 
 // ---- pausing a batch while a drop is analysed

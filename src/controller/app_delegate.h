@@ -90,8 +90,6 @@ public:
 private:
     void admit(const QStringList &paths, QStringList (*expand)(const QStringList &));
     QStringList withoutDuplicates(const QStringList &paths) const;
-    void showBusy();
-    void showIdle();
     void pauseForAdmission();
     void resumeAfterAdmission();
     void admitNothing(bool wrongTypes);

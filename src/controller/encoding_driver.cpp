@@ -5,6 +5,7 @@
 #include "process/tool_environment.h"
 #include "sheet/composer.h"
 #include "sheet/extraction_plan.h"
+#include "sheet/stills_folder.h"
 #include "support/alerts.h"
 #include "support/diagnostics.h"
 #include "support/files.h"
@@ -13,8 +14,6 @@
 #include "support/log.h"
 #include "support/numbers.h"
 #include "support/variant_values.h"
-
-#include <QFileInfo>
 
 #include <algorithm>
 
@@ -80,7 +79,7 @@ void EncodingDriver::stop()
     if (!m_context.window.goPressed) {
         return;
     }
-    m_encStopInt = 1;
+    m_isStopping = true;
     m_paused = false;
     m_heldStep.clear();
     if (m_context.taskSlots.isEncodingRunning()) {
@@ -222,7 +221,7 @@ void EncodingDriver::endBatch()
     WindowState &window = m_context.window;
     window.goPressed = false;
     window.goEnabled = true;
-    m_encStopInt = 0;
+    m_isStopping = false;
     m_diskFullTold = false;
     openGate();
     window.stepCaption.clear();

@@ -41,7 +41,7 @@ public:
 
     // The stop control: the running tool ends and the batch with it.
     void stop();
-    bool isStopping() const { return m_encStopInt == 1; }
+    bool isStopping() const { return m_isStopping; }
     // The application quits: what was made of the current row so far goes, nothing is reported.
     void abandon();
 
@@ -164,7 +164,7 @@ private:
     ControllerContext &m_context;
     SheetNames m_names;
     Row m_row;
-    int m_encStopInt = 0;
+    bool m_isStopping = false;
     bool m_paused = false;
     bool m_isAsking = false;
     bool m_diskFullTold = false; // and no row had space since

@@ -14,7 +14,6 @@
 #include "support/numbers.h"
 #include "support/variant_values.h"
 
-#include <QFile>
 #include <QFileInfo>
 #include <QRegularExpression>
 

@@ -8,6 +8,7 @@
 #include "sheet/caption_texts.h"
 #include "sheet/composer.h"
 #include "sheet/extraction_plan.h"
+#include "sheet/stills_folder.h"
 #include "sheet/text_painter.h"
 #include "support/bundle.h"
 #include "support/dates.h"
@@ -212,7 +213,7 @@ void EncodingDriver::finishStopped()
 {
     m_context.preferences.prefDelete(keys::work);
     m_context.preferences.prefDelete(keys::replaceFiles);
-    m_encStopInt = 0;
+    m_isStopping = false;
     WindowState &window = m_context.window;
     window.goPressed = false;
     window.goEnabled = !m_context.table.isEmpty();

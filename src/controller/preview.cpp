@@ -1,11 +1,11 @@
 #include "controller/preview.h"
 
 #include "process/tool_environment.h"
+#include "sheet/picture_attempts.h"
 #include "support/files.h"
 #include "support/numbers.h"
 #include "support/variant_values.h"
 
-#include <QFile>
 #include <QRandomGenerator>
 
 #include <algorithm>
@@ -80,10 +80,10 @@ QString previewPath(const QString &sourcePath)
 QStringList previewArguments(const MediaInfoRecord &record, const QString &sourcePath,
                              const QString &picturePath, PreviewFrame frame)
 {
-    const QString selector =
-        frame == PreviewFrame::Intra ? QStringLiteral("select=eq(pict_type\\,I),") : QString();
+    const QString selector = frame == PreviewFrame::Intra ? intraSelector() : QString();
     const QString filter =
-        selector + QStringLiteral("scale=160:%1").arg(previewHeight(previewAspect(record)));
+        selector +
+        QStringLiteral("scale=%1:%2").arg(previewWidth).arg(previewHeight(previewAspect(record)));
     QStringList arguments{ffmpegPath(), QStringLiteral("-loglevel"), QStringLiteral("info")};
     if (frame != PreviewFrame::AnyAtStart) {
         arguments << QStringLiteral("-ss") << startOffset(record);

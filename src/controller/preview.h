@@ -10,12 +10,12 @@
 namespace qv
 {
 
-inline constexpr int previewWidth = 160;
+inline constexpr int previewWidth = 160; // pixels
 
 // Display aspect of a record: v0_dar, else the picture size snapped to the common ratios,
 // else 1.77.
 float previewAspect(const MediaInfoRecord &record);
-// 160 divided by the aspect, at least 1.
+// Pixels, at least 1.
 int previewHeight(float aspect);
 
 // A free path for it in the temporary folder, named after the source.

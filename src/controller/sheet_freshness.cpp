@@ -1,5 +1,6 @@
 #include "controller/sheet_freshness.h"
 
+#include "settings/color_text.h"
 #include "sheet/caption_texts.h"
 #include "sheet/composer.h"
 #include "sheet/layout.h"

@@ -4,7 +4,6 @@
 #include "support/files.h"
 #include "support/foreign_names.h"
 
-#include <QFile>
 #include <QStringList>
 
 #include <algorithm>

@@ -31,16 +31,12 @@ bool appDelegate::userEndsBatch()
         return false;
     }
     logLine(QStringLiteral("taskClass !"));
-    constexpr int cancel = 1;
-    Alert question;
-    question.title = alertFormat(localized(QStringLiteral("D_quit_1")));
-    question.detail = alertFormat(localized(QStringLiteral("D_quit_2")));
-    question.buttons = {localized(QStringLiteral("menuQuit")),
-                        localized(QStringLiteral("D_Annuler"))};
     m_asksToQuit = true;
-    const int answer = alertPresenter().runModal(question);
+    const bool ends = alertConfirms(
+        localized(QStringLiteral("D_quit_1")), localized(QStringLiteral("D_quit_2")),
+        localized(QStringLiteral("menuQuit")), localized(QStringLiteral("D_Annuler")));
     m_asksToQuit = false;
-    return answer != cancel || m_context.closing;
+    return ends || m_context.closing;
 }
 
 void appDelegate::closeDown()

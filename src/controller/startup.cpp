@@ -4,7 +4,7 @@
 #include "controller/store_keys.h"
 #include "process/tool_confinement.h"
 #include "process/tool_environment.h"
-#include "sheet/extraction_plan.h"
+#include "sheet/stills_folder.h"
 #include "support/files.h"
 #include "support/localized_strings.h"
 #include "support/log.h"

@@ -10,9 +10,6 @@ namespace qv
 namespace
 {
 
-// A sentinel that no real time stamp can equal.
-constexpr double noPreviousTime = -123456.0;
-
 // What is kept of a run's output to explain a failure.
 constexpr qsizetype tailLength = 65536;
 // An analysis report is some hundred kilobytes; a tool that prints without end is cut here.
@@ -53,8 +50,7 @@ int TaskSlots::tasklauncherStart(const QStringList &argsArray, float progressMax
     Slot &slot = isTaskOther ? m_analysis : m_encoding;
     slot.taskProgressMaxValue = progressMaxValueFloat;
     slot.taskParseInt = parseInt;
-    slot.taskPreviousTime = noPreviousTime;
-    slot.taskArgsVArray = argsArray;
+    slot.taskPreviousTime.reset();
     slot.decoder = QStringDecoder(QStringDecoder::Utf8);
     slot.pendingLine.clear();
     slot.report = {};
@@ -191,13 +187,11 @@ void TaskSlots::taskLauncherDone(taskLauncher *launcher)
         // It may be the one that is calling.
         slot.taskClass.release()->deleteLater();
     }
-    slot.taskPreviousTime.reset();
     const bool analysis = &slot == &m_analysis;
     if (analysis || slot.taskParseInt != PictureRuns) {
         slot.taskProgressMaxValue = 0;
         slot.taskParseInt = CollectOutput;
     }
-    slot.taskArgsVArray.clear();
     if (!analysis) {
         m_progressActionStrBeforePause.clear();
     }

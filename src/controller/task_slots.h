@@ -4,7 +4,6 @@
 #include "controller/window_state.h"
 #include "process/task_launcher.h"
 
-#include <QPointer>
 #include <QStringDecoder>
 
 #include <functional>
@@ -71,7 +70,6 @@ public:
 
     const RunReport &lastEncodingRun() const { return m_encoding.report; }
     const RunReport &lastAnalysisRun() const { return m_analysis.report; }
-    float taskProgressMaxValue() const { return m_encoding.taskProgressMaxValue; }
     int taskParseInt() const { return m_encoding.taskParseInt; }
 
 private:
@@ -81,8 +79,7 @@ private:
         std::unique_ptr<taskLauncher> taskClass;
         float taskProgressMaxValue = 0;
         int taskParseInt = CollectOutput;
-        std::optional<double> taskPreviousTime;
-        QStringList taskArgsVArray;
+        std::optional<double> taskPreviousTime; // of the run's progress; nothing before the first
         QStringDecoder decoder{QStringDecoder::Utf8};
         QString pendingLine;
         RunReport report;

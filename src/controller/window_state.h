@@ -58,6 +58,19 @@ struct WindowState {
 
     SlotControls encoding;
     SlotControls analysis;
+
+    // The drop view while sources are admitted and analysed, and at all other times.
+    void showBusy() { setBusy(true); }
+    void showIdle() { setBusy(false); }
+
+private:
+    void setBusy(bool busy)
+    {
+        dropImage = busy ? QStringLiteral("dndAppOff") : QStringLiteral("dndApp");
+        dropCaptionShown = !busy;
+        actionCaptionShown = busy;
+        analysisWheel = busy;
+    }
 };
 
 } // namespace qv

@@ -2,7 +2,6 @@
 
 #include "process/tool_confinement.h"
 
-#include <QElapsedTimer>
 #include <QFile>
 
 #include <algorithm>
@@ -11,6 +10,7 @@
 #include <csignal>
 #include <cstring>
 #include <fcntl.h>
+#include <mutex>
 #include <poll.h>
 #include <sched.h>
 #include <sys/prctl.h>
@@ -29,15 +29,31 @@ constexpr int killWaitMilliseconds = 100;
 double g_idleLimit = 60;
 
 // Processes that were killed but had not died yet when their owner went; reaped at the next spawn.
-std::vector<pid_t> &abandoned()
+// Owners live on several threads.
+class Abandoned
 {
-    static std::vector<pid_t> pids;
-    return pids;
-}
+public:
+    void add(pid_t pid)
+    {
+        const std::lock_guard lock(m_mutex);
+        m_pids.push_back(pid);
+    }
 
-void reapAbandoned()
+    void reap()
+    {
+        const std::lock_guard lock(m_mutex);
+        std::erase_if(m_pids, [](pid_t pid) { return ::waitpid(pid, nullptr, WNOHANG) != 0; });
+    }
+
+private:
+    std::mutex m_mutex;
+    std::vector<pid_t> m_pids;
+};
+
+Abandoned &abandoned()
 {
-    std::erase_if(abandoned(), [](pid_t pid) { return ::waitpid(pid, nullptr, WNOHANG) != 0; });
+    static Abandoned processes;
+    return processes;
 }
 
 std::vector<char *> pointersTo(QList<QByteArray> &texts)
@@ -283,7 +299,7 @@ QString outcomeText(const ToolOutcome &outcome)
 
 tl::expected<ChildProcess, int> ChildProcess::spawn(const SpawnRequest &request)
 {
-    reapAbandoned();
+    abandoned().reap();
     if (request.command.isEmpty()) {
         return tl::make_unexpected(ENOENT);
     }
@@ -342,7 +358,7 @@ void ChildProcess::abandon()
             ::poll(nullptr, 0, 1);
         }
         if (isRunning()) {
-            abandoned().push_back(m_pid);
+            abandoned().add(m_pid);
         }
     }
     m_pid = -1;

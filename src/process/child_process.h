@@ -12,8 +12,8 @@
 #include <optional>
 #include <sys/types.h>
 
-// One child process, by POSIX spawning. Linux and other POSIX systems; another platform needs
-// another implementation of this header and nothing else of the process layer.
+// One child process, by what Linux has for it; another platform needs another implementation of
+// this header and nothing else of the process layer.
 namespace qv
 {
 

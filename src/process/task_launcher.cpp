@@ -74,7 +74,7 @@ int taskLauncher::launchTasksWithArguments(const QStringList &arguments)
     if (arguments.isEmpty()) {
         return NoArguments;
     }
-    m_terminateNoAbort = false;
+    m_hasEnded = false;
     m_isSuspended = false;
     m_isRunning = true;
     const auto groups = splitPipeline(arguments);
@@ -170,7 +170,7 @@ void taskLauncher::endEndless()
 
 void taskLauncher::deliver(const QByteArray &data)
 {
-    if (m_convert) {
+    if (m_isRaw) {
         sendNotificationWithData(data);
         return;
     }
@@ -178,11 +178,7 @@ void taskLauncher::deliver(const QByteArray &data)
     if (!isAscii(data)) {
         return;
     }
-    const QString text = QString::fromLatin1(data);
-    if (text.size() != data.size()) {
-        logLine(QStringLiteral("data vs str length = %1 vs %2").arg(data.size()).arg(text.size()));
-    }
-    sendNotificationWithString(text);
+    sendNotificationWithString(QString::fromLatin1(data));
 }
 
 // A stream may close long before its process ends, and the process may end while the other stream
@@ -235,7 +231,7 @@ void taskLauncher::endNaturally()
     m_outcome = m_tasks->back().outcome();
     m_terminationStatus =
         m_outcome.ending == ToolOutcome::Ending::Crashed ? m_outcome.signal : m_outcome.exitCode;
-    m_terminateNoAbort = true;
+    m_hasEnded = true;
     tasklauncherTerminate();
 }
 
@@ -299,7 +295,7 @@ void taskLauncher::tasklauncherTerminate()
             task.sendSignal(SIGKILL);
         }
     }
-    if (!m_terminateNoAbort && !m_tasks->empty()) {
+    if (!m_hasEnded && !m_tasks->empty()) {
         m_terminationStatus = killMark;
         m_outcome.ending = m_hung ? ToolOutcome::Ending::Hung : ToolOutcome::Ending::Stopped;
     }

@@ -70,7 +70,7 @@ public:
     TaskLauncherDelegate *delegate() const { return m_delegate; }
     // Before the launch: chunks then come as bytes. Text chunks that are not ASCII are dropped, so
     // whoever needs every word of a tool takes the bytes.
-    void dontConvertDataToString(bool raw) { m_convert = raw; }
+    void dontConvertDataToString(bool raw) { m_isRaw = raw; }
 
     // Before the launch: a folder beside the temporary one that the tools may write in.
     void setOutputFolder(const QString &folder) { m_outputFolder = folder; }
@@ -125,8 +125,8 @@ private:
     bool m_isRunning = false;
     int m_terminationStatus = 0;
     bool m_isSuspended = false;
-    bool m_terminateNoAbort = false;
-    bool m_convert = false;
+    bool m_hasEnded = false; // by itself
+    bool m_isRaw = false;
     bool m_hung = false;
     qsizetype m_printed = 0;
     std::shared_ptr<const int> m_nuid;

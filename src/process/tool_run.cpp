@@ -7,6 +7,7 @@
 #include "support/alerts.h"
 #include "support/files.h"
 #include "support/log.h"
+#include "support/shell_word.h"
 
 #include <QStringDecoder>
 
@@ -194,6 +195,99 @@ std::optional<OnePipe> onePipe(const QStringList &arguments)
     return tools.first.size() < 2 ? std::nullopt : std::optional(tools);
 }
 
+// The first tool sees an open, silent input rather than the application's.
+struct OnePipeEnds {
+    Pipe silence = Pipe::create();
+    Pipe between = Pipe::create();
+    Pipe result = Pipe::create();
+
+    bool areOpen() const
+    {
+        return silence.readEnd.isOpen() && between.readEnd.isOpen() && result.readEnd.isOpen();
+    }
+};
+
+bool startTools(BlockingRun &run, const OnePipe &tools, OnePipeEnds &pipes, ErrorText errorText)
+{
+    const int error = errorText == ErrorText::Merged ? pipes.result.writeEnd.get() : -1;
+    const bool isPiped = !tools.second.isEmpty();
+    SpawnRequest first = toolRequest(tools.first);
+    first.standardInput = pipes.silence.readEnd.get();
+    first.standardOutput = (isPiped ? pipes.between : pipes.result).writeEnd.get();
+    first.standardError = isPiped ? -1 : error;
+    if (!run.start(first)) {
+        return false;
+    }
+    pipes.between.writeEnd.close();
+    SpawnRequest second = toolRequest(tools.second);
+    second.environment = applicationEnvironment();
+    second.standardInput = pipes.between.readEnd.get();
+    second.standardOutput = pipes.result.writeEnd.get();
+    second.standardError = error;
+    return !isPiped || run.start(second);
+}
+
+// The folder that a command line is to work in; empty: the application's.
+QString enteredFolder(const QString &wanted)
+{
+    if (wanted.isEmpty() || !fileExists(wanted)) {
+        return {};
+    }
+    const QString folder = expandTilde(wanted);
+    logLine(QStringLiteral("cd : %1").arg(folder));
+    return folder;
+}
+
+// One read of what the pipe holds by now: this is for answers that fit into its buffer.
+QString shortAnswer(int fd)
+{
+    const bool isThere = waitForInput(fd, 0);
+    QString text = decodedUtf8(isThere ? readChunk(fd).value_or(QByteArray()) : QByteArray());
+    if (text.endsWith(QLatin1Char('\n'))) {
+        text.chop(1);
+    }
+    return text;
+}
+
+// What the blocking runner's thread works on; process-wide, hence one run at a time.
+struct BlockingRunnerSlots {
+    QStringList arguments;
+    QString text;
+};
+BlockingRunnerSlots &runnerSlots()
+{
+    static BlockingRunnerSlots instance;
+    return instance;
+}
+
+// The part of a chunk before its first zero byte.
+QString eightBitText(const QByteArray &chunk)
+{
+    const qsizetype zero = chunk.indexOf('\0');
+    return QString::fromLatin1(zero < 0 ? chunk : chunk.left(zero));
+}
+
+void *runShellOnThread(void *inputReadEnd)
+{
+    BlockingRunnerSlots &shared = runnerSlots();
+    Pipe output = Pipe::create();
+    BlockingRun run;
+    const QStringList command =
+        QStringList{QStringLiteral("/bin/sh"), QStringLiteral("-c")} + shared.arguments;
+    const int out = output.writeEnd.get();
+    if (!output.readEnd.isOpen() ||
+        !run.start(
+            {command, applicationEnvironment(), *static_cast<int *>(inputReadEnd), out, out, {}})) {
+        return nullptr;
+    }
+    output.writeEnd.close();
+    run.readToEnd(output.readEnd.get(), [&](const QByteArray &chunk) {
+        shared.text += eightBitText(chunk);
+        logLine(QStringLiteral("str release"));
+    });
+    return nullptr;
+}
+
 } // namespace
 
 QString taskArray1PipeMax(const QStringList &arguments, ErrorText errorText)
@@ -206,35 +300,14 @@ QString taskArray1PipeMax(const QStringList &arguments, ErrorText errorText)
     if (!tools) {
         return {};
     }
-    // The first tool sees an open, silent input rather than the application's.
-    Pipe silence = Pipe::create();
-    Pipe result = Pipe::create();
-    Pipe between = Pipe::create();
-    if (!result.readEnd.isOpen() || !silence.readEnd.isOpen() || !between.readEnd.isOpen()) {
-        return {};
-    }
-    const int error = errorText == ErrorText::Merged ? result.writeEnd.get() : -1;
-    const bool piped = !tools->second.isEmpty();
+    OnePipeEnds pipes;
     BlockingRun run;
-    SpawnRequest first = toolRequest(tools->first);
-    first.standardInput = silence.readEnd.get();
-    first.standardOutput = piped ? between.writeEnd.get() : result.writeEnd.get();
-    first.standardError = piped ? -1 : error;
-    if (!run.start(first)) {
+    if (!pipes.areOpen() || !startTools(run, *tools, pipes, errorText)) {
         return {};
     }
-    between.writeEnd.close();
-    SpawnRequest second = toolRequest(tools->second);
-    second.environment = applicationEnvironment();
-    second.standardInput = between.readEnd.get();
-    second.standardOutput = result.writeEnd.get();
-    second.standardError = error;
-    if (piped && !run.start(second)) {
-        return {};
-    }
-    between.readEnd.close();
-    result.writeEnd.close();
-    return outputText(run.readToEnd(result.readEnd.get()));
+    pipes.between.readEnd.close();
+    pipes.result.writeEnd.close();
+    return outputText(run.readToEnd(pipes.result.readEnd.get()));
 }
 
 QString taskArrayPipes(const QStringList &arguments)
@@ -277,39 +350,22 @@ QString taskWithStr(const QString &commandLine, const QString &workingFolder)
     if (!result.readEnd.isOpen()) {
         return {};
     }
-    QString folder;
-    if (!workingFolder.isEmpty() && fileExists(workingFolder)) {
-        folder = expandTilde(workingFolder);
-        logLine(QStringLiteral("cd : %1").arg(folder));
-    }
     BlockingRun run;
     if (!run.start({{QStringLiteral("/bin/sh"), QStringLiteral("-c"), commandLine},
                     toolEnvironment(),
                     -1,
                     result.writeEnd.get(),
                     -1,
-                    folder})) {
+                    enteredFolder(workingFolder)})) {
         return {};
     }
     result.writeEnd.close();
     run.waitForEnd();
-    // One read of what the pipe holds by now: this is for answers that fit into its buffer.
-    QByteArray bytes;
-    if (waitForInput(result.readEnd.get(), 0)) {
-        bytes = readChunk(result.readEnd.get()).value_or(QByteArray());
-    }
-    QString text = decodedUtf8(bytes);
-    if (text.isNull()) {
-        return {};
-    }
-    if (text.endsWith(QLatin1Char('\n'))) {
-        text.chop(1);
-    }
-    if (text.isEmpty()) {
+    const QString text = shortAnswer(result.readEnd.get());
+    if (!text.isNull() && text.isEmpty()) {
         logLine(QStringLiteral("stringOutput        :-/ '%1'").arg(text));
-        return {};
     }
-    return text;
+    return text.isEmpty() ? QString() : text;
 }
 
 bool isStringSafe4Task(const QString &text)
@@ -327,60 +383,14 @@ bool isStringSafe4Task(const QString &text)
     }
     // The echo only serves the trace; whatever it says, the answer is no.
     if (isDebug()) {
-        QString quoted = text;
-        quoted.replace(QLatin1Char('\''), QStringLiteral("'\\''"));
         const QString echoed =
-            taskWithStr(QStringLiteral("/bin/echo '%1' 2>&1").arg(quoted), QString());
+            taskWithStr(QStringLiteral("/bin/echo %1 2>&1").arg(shellWord(text)), QString());
         if (echoed == text) {
             logLine(QStringLiteral("isStringSafe4TaskWit:-( '%1' > '%2'").arg(text, echoed));
         }
     }
     return false;
 }
-
-namespace
-{
-
-// What the blocking runner's thread works on; process-wide, hence one run at a time.
-struct BlockingRunnerSlots {
-    QStringList arguments;
-    QString text;
-};
-BlockingRunnerSlots &runnerSlots()
-{
-    static BlockingRunnerSlots instance;
-    return instance;
-}
-
-// The part of a chunk before its first zero byte.
-QString eightBitText(const QByteArray &chunk)
-{
-    const qsizetype zero = chunk.indexOf('\0');
-    return QString::fromLatin1(zero < 0 ? chunk : chunk.left(zero));
-}
-
-void *runShellOnThread(void *inputReadEnd)
-{
-    BlockingRunnerSlots &shared = runnerSlots();
-    Pipe output = Pipe::create();
-    BlockingRun run;
-    const QStringList command =
-        QStringList{QStringLiteral("/bin/sh"), QStringLiteral("-c")} + shared.arguments;
-    const int out = output.writeEnd.get();
-    if (!output.readEnd.isOpen() ||
-        !run.start(
-            {command, applicationEnvironment(), *static_cast<int *>(inputReadEnd), out, out, {}})) {
-        return nullptr;
-    }
-    output.writeEnd.close();
-    run.readToEnd(output.readEnd.get(), [&](const QByteArray &chunk) {
-        shared.text += eightBitText(chunk);
-        logLine(QStringLiteral("str release"));
-    });
-    return nullptr;
-}
-
-} // namespace
 
 QString taskBloquante::verbose(const QStringList &arguments)
 {

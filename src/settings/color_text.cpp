@@ -1,4 +1,4 @@
-#include "settings/preferences_store.h"
+#include "settings/color_text.h"
 
 #include "support/numbers.h"
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "settings/color_text.h"
 #include "settings/preferences_store.h"
 
 #include <QString>

@@ -1,6 +1,7 @@
 // The settings, their defaults, and what keeps the store complete and clean.
 #include "settings/preferences_store.h"
 
+#include "settings/color_text.h"
 #include "settings/value_description.h"
 #include "support/files.h"
 #include "support/log.h"
@@ -15,7 +16,13 @@ namespace qv
 namespace
 {
 
-// The minimum layout has the smallest cells, so it takes the most of them.
+struct Preference {
+    const char *key;
+    QVariant defaultValue;
+};
+
+// The only list of the settings. The minimum layout has the smallest cells, so it takes the most of
+// them.
 QList<Preference> preferences()
 {
     return {

@@ -15,12 +15,6 @@
 namespace qv
 {
 
-// One row a key: the only list of the settings.
-struct Preference {
-    const char *key;
-    QVariant defaultValue;
-};
-
 class PreferencesStore : public QObject
 {
     Q_OBJECT
@@ -90,15 +84,5 @@ private:
     QTimer m_saveSoon;
     OffThread m_writing;
 };
-
-// Colour text "r,g,b,a" with components from 0 to 1: nothing unless there are exactly four parts.
-struct ColorComponents {
-    double red = 0;
-    double green = 0;
-    double blue = 0;
-    double alpha = 1;
-};
-std::optional<ColorComponents> colorFromText(const QString &text);
-QString colorText(const ColorComponents &color);
 
 } // namespace qv

@@ -1,6 +1,6 @@
 #include "sheet/composer.h"
 
-#include "settings/preferences_store.h"
+#include "settings/color_text.h"
 #include "sheet/caption_texts.h"
 #include "sheet/image_export.h"
 #include "sheet/layout.h"

@@ -3,6 +3,7 @@
 #include "sheet/caption_texts.h"
 #include "sheet/picture_attempts.h"
 #include "sheet/record_values.h"
+#include "sheet/stills_folder.h"
 #include "support/bundle.h"
 #include "support/localized_strings.h"
 #include "support/log.h"

@@ -3,12 +3,9 @@
 #include "settings/preferences_store.h"
 #include "sheet/layout.h"
 
-#include <QMap>
 #include <QString>
 #include <QStringList>
 #include <QVariantMap>
-
-#include <tl/expected.hpp>
 
 #include <vector>
 
@@ -45,15 +42,5 @@ int encodage(int out, const QString &versionText, const QVariantMap &input,
 
 // Where a planned run writes its picture: the last argument.
 QString pictureFile(const QString &stillsFolder, int index);
-
-// Folders of stills carry a hidden mark, so that a folder of the user's that happens to have the
-// name is never emptied or removed.
-bool isOurStillsFolder(const QString &folder);
-// Whether the folder may be used: missing, or ours.
-bool mayUseStillsFolder(const QString &folder);
-// Empties and recreates it, with the mark.
-tl::expected<void, QString> prepareStillsFolder(const QString &folder);
-// Deletes it if it is ours.
-bool purgeStillsFolder(const QString &folder);
 
 } // namespace qv

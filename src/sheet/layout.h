@@ -3,9 +3,7 @@
 #include <QRectF>
 #include <QSizeF>
 #include <QString>
-#include <QVariantMap>
 
-#include <optional>
 #include <vector>
 
 // Geometry of a sheet: numbers in, numbers out. Lengths are in canvas pixels, the origin is the
@@ -14,6 +12,7 @@ namespace qv
 {
 
 enum class SheetLayout { Big = 0, Medium = 1, Minimum = 2, Mixed = 3 };
+inline constexpr int layoutCount = 4;
 
 // From a row's layout index; anything unknown is mixed.
 SheetLayout sheetLayout(int out);

@@ -1,4 +1,5 @@
-#include "sheet/extraction_plan.h"
+#include "sheet/stills_folder.h"
+
 #include "support/files.h"
 
 #include <QDir>

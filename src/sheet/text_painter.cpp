@@ -14,7 +14,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <optional>
 #include <utility>
 
 namespace qv
@@ -51,6 +50,13 @@ QStringList loadedFamilies()
     return families;
 }
 
+// First choice first; the bundle's fonts are loaded once.
+QStringList fontFamilies()
+{
+    static const QStringList families = loadedFamilies();
+    return families;
+}
+
 Qt::Alignment alignmentOf(QChar letter)
 {
     switch (letter.unicode()) {
@@ -69,7 +75,7 @@ QFont sheetFont(double size)
 {
     const double pixels = size >= 0 ? std::min(size, largestFontSize) : fallbackFontSize;
     QFont font;
-    font.setFamilies(sheetFontFamilies());
+    font.setFamilies(fontFamilies());
     font.setPixelSize(std::max(1, static_cast<int>(std::lround(pixels))));
     // Glyph widths that follow the size exactly keep a layout equal at every scale.
     font.setHintingPreference(QFont::PreferNoHinting);
@@ -138,12 +144,6 @@ private:
 };
 
 } // namespace
-
-QStringList sheetFontFamilies()
-{
-    static const QStringList families = loadedFamilies();
-    return families;
-}
 
 void prepareTexts()
 {

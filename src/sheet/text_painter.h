@@ -25,9 +25,6 @@ TextAttributes textAttributes(double size, const QColor &color, QChar alignment)
 void drawText(QPainter &painter, const QRectF &rect, const QString &text,
               const TextAttributes &attributes);
 
-// The families of the sheets' fonts, first choice first; loads the bundle's fonts once.
-QStringList sheetFontFamilies();
-
 // Loads the fonts and makes ready to draw with them: some tens of milliseconds that are best spent
 // while a tool works.
 void prepareTexts();

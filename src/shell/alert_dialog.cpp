@@ -4,7 +4,6 @@
 #include "support/bundle.h"
 #include "support/localized_strings.h"
 
-#include <QAbstractTextDocumentLayout>
 #include <QCheckBox>
 #include <QClipboard>
 #include <QCloseEvent>

@@ -7,8 +7,6 @@
 #include <QDBusPendingReply>
 #include <QDBusVariant>
 #include <QPalette>
-#include <QPointer>
-#include <QStyle>
 
 namespace qv
 {

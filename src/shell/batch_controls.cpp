@@ -3,6 +3,7 @@
 #include "shell/busy_wheel.h"
 #include "shell/choice_labels.h"
 #include "shell/interface_pictures.h"
+#include "shell/readable.h"
 #include "shell/segmented_control.h"
 #include "support/localized_strings.h"
 
@@ -67,7 +68,7 @@ int barValue(double value, double minimum, double maximum)
 void setElided(QLabel &label, const QString &text)
 {
     label.setText(label.fontMetrics().elidedText(text, Qt::ElideMiddle, label.width()));
-    label.setToolTip(label.text() == text ? QString() : text);
+    label.setToolTip(label.text() == text ? QString() : plainToolTip(text));
 }
 
 QHBoxLayout *makeRow(std::initializer_list<QWidget *> widgets)
@@ -264,10 +265,10 @@ void BatchControls::showStopControl(const WindowState &window)
     m_stop->setVisible(window.goPressed);
     m_stop->setSegmentEnabled(StopControl::pauseSegment, window.stop.enabled);
     const QString image = window.stop.images.value(StopControl::pauseSegment);
-    if (image == m_stopImages) {
+    if (image == m_pauseImage) {
         return;
     }
-    m_stopImages = image;
+    m_pauseImage = image;
     m_stop->setIcon(StopControl::pauseSegment, interfacePicture(image));
     m_stop->setName(
         StopControl::pauseSegment,
@@ -310,7 +311,7 @@ void BatchControls::elideDestination()
     const int room = m_folder->width() - 2 * m_folder->fontMetrics().averageCharWidth() - 8;
     m_folder->setText(
         m_folder->fontMetrics().elidedText(m_destination, Qt::ElideMiddle, std::max(room, 60)));
-    m_folder->setToolTip(m_destination);
+    m_folder->setToolTip(plainToolTip(m_destination));
     m_folder->setAccessibleDescription(m_destination);
 }
 
@@ -367,12 +368,12 @@ void BatchControls::setPictureChoice(int dpi)
 
 int BatchControls::thumbnailCount(int out) const
 {
-    return m_counts.at(static_cast<size_t>(std::clamp(out, 0, 3)));
+    return m_counts.at(static_cast<size_t>(std::clamp(out, 0, layoutCount - 1)));
 }
 
 void BatchControls::setThumbnailCount(int out, int count)
 {
-    m_counts.at(static_cast<size_t>(std::clamp(out, 0, 3))) = count;
+    m_counts.at(static_cast<size_t>(std::clamp(out, 0, layoutCount - 1))) = count;
     offerCounts();
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "controller/window_state.h"
+#include "sheet/layout.h"
 
 #include <QWidget>
 
@@ -76,8 +77,8 @@ private:
     void showBars(const WindowState &window);
 
     QString m_destination;
-    QString m_stopImages;
-    std::array<int, 4> m_counts{};
+    QString m_pauseImage;
+    std::array<int, layoutCount> m_counts{};
 
     QLineEdit *m_folder;
     QPushButton *m_choose;

@@ -12,7 +12,7 @@ namespace
 {
 
 constexpr int mostRows = 24;
-constexpr int mostStills = 64; // the plan takes no more
+constexpr int mostStills = 64; // a longer menu helps nobody to choose
 
 } // namespace
 

@@ -14,8 +14,6 @@
 #include <QApplication>
 #include <QFileInfo>
 
-#include <utility>
-
 namespace qv
 {
 namespace
@@ -24,7 +22,6 @@ namespace
 // Changes come by the hundred; the eye sees thirty a second.
 constexpr int showMilliseconds = 33;
 constexpr int endMessageSeconds = 8;
-constexpr int layouts = 4;
 
 } // namespace
 
@@ -47,7 +44,7 @@ void DesktopFace::setController(appDelegate &controller, BatchDrawer &drawer)
 void DesktopFace::takePreferences()
 {
     BatchControls &controls = m_widgets.window.controls();
-    for (int out = 0; out < layouts; ++out) {
+    for (int out = 0; out < layoutCount; ++out) {
         controls.setThumbnailCount(
             out, intValue(m_widgets.preferences.prefReadString(countPreference(out))));
     }

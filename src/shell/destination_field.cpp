@@ -1,6 +1,7 @@
 #include "shell/destination_field.h"
 
 #include "settings/preferences_store.h"
+#include "shell/readable.h"
 #include "support/files.h"
 #include "support/localized_strings.h"
 
@@ -73,9 +74,7 @@ ElidedLabel::ElidedLabel(QWidget *parent) : QLabel(parent)
 void ElidedLabel::setWholeText(const QString &text)
 {
     m_text = text;
-    // Rich text in a tool tip would obey tags in a file's name.
-    setToolTip(text.isEmpty() ? QString()
-                              : QStringLiteral("<span>%1</span>").arg(text.toHtmlEscaped()));
+    setToolTip(plainToolTip(text));
     setAccessibleName(text);
     setText(fontMetrics().elidedText(text, Qt::ElideMiddle, width()));
 }

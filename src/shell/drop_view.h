@@ -25,8 +25,10 @@ public:
     // Whether drops are taken; while not, the pointer says so.
     void setAcceptsDrops(bool accepts) { m_accepts = accepts; }
     bool acceptsDrops() const { return m_accepts; }
-    // A drop hovers over the window.
-    void setHovered(bool hovered);
+    // The window hands its own on: a drop anywhere on it is one on this view.
+    void dragEnterEvent(QDragEnterEvent *event) override;
+    void dragLeaveEvent(QDragLeaveEvent *event) override;
+    void dropEvent(QDropEvent *event) override;
 
     QString imageName() const { return m_imageName; }
     QSize sizeHint() const override;
@@ -39,15 +41,13 @@ Q_SIGNALS:
 
 protected:
     void paintEvent(QPaintEvent *event) override;
-    void dragEnterEvent(QDragEnterEvent *event) override;
-    void dragLeaveEvent(QDragLeaveEvent *event) override;
-    void dropEvent(QDropEvent *event) override;
     void mouseReleaseEvent(QMouseEvent *event) override;
     void keyPressEvent(QKeyEvent *event) override;
     void changeEvent(QEvent *event) override;
 
 private:
     void setImage(const QString &name);
+    void setHovered(bool hovered);
     void fitFonts();
 
     QString m_imageName;

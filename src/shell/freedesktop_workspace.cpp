@@ -16,7 +16,6 @@
 #include <QVariantMap>
 
 #include <algorithm>
-#include <filesystem>
 #include <utility>
 
 namespace qv
@@ -43,21 +42,9 @@ bool openByDesktop(const QUrl &url)
                                    {QString::fromLatin1(url.toEncoded())});
 }
 
-// The bytes of the name as it stands on the disk.
-QByteArray originalPath(const QString &path)
+QByteArray fileAddress(const QByteArray &name)
 {
-    const QByteArray raw = QFile::encodeName(path);
-    if (shownPath(path) == path) {
-        return raw;
-    }
-    std::error_code error;
-    const std::string target = std::filesystem::read_symlink(raw.toStdString(), error).string();
-    return error ? raw : QByteArray::fromStdString(target);
-}
-
-QByteArray fileAddress(const QByteArray &rawPath)
-{
-    return "file://" + rawPath.toPercentEncoding("/");
+    return "file://" + name.toPercentEncoding("/");
 }
 
 QDBusMessage notificationCall(const QString &method)
@@ -83,7 +70,7 @@ void FreedesktopWorkspace::reveal(const QStringList &paths)
     for (const QString &path : paths) {
         if (addresses.size() < mostRevealed && fileExists(path)) {
             first = first.isEmpty() ? path : first;
-            addresses.append(QString::fromLatin1(fileAddress(originalPath(path))));
+            addresses.append(QString::fromLatin1(fileAddress(rawPath(path))));
         }
     }
     if (addresses.isEmpty() || !m_bus.isConnected()) {
@@ -107,7 +94,7 @@ void FreedesktopWorkspace::reveal(const QStringList &paths)
 
 void FreedesktopWorkspace::openFolderOf(const QString &path)
 {
-    const QByteArray raw = originalPath(path);
+    const QByteArray raw = rawPath(path);
     const QString folder =
         QFile::decodeName(raw.left(std::max<qsizetype>(1, raw.lastIndexOf('/'))));
     if (path.isEmpty() || !QFileInfo(folder).isDir()) {
@@ -128,7 +115,7 @@ void FreedesktopWorkspace::open(const QString &path)
 
 void FreedesktopWorkspace::openThere(const QString &path)
 {
-    if (!m_opener(QUrl::fromEncoded(fileAddress(originalPath(path))))) {
+    if (!m_opener(QUrl::fromEncoded(fileAddress(rawPath(path))))) {
         Q_EMIT failed(localized(QStringLiteral("workspaceNoProgram")).arg(shownPath(path)));
     }
 }

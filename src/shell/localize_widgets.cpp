@@ -11,7 +11,6 @@
 #include <QLabel>
 #include <QLayout>
 #include <QLineEdit>
-#include <QSet>
 #include <QTabWidget>
 #include <QTableView>
 #include <QToolButton>

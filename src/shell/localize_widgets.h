@@ -1,6 +1,5 @@
 #pragma once
 
-#include <QAction>
 #include <QMenu>
 #include <QMenuBar>
 #include <QWidget>

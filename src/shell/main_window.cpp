@@ -1,6 +1,5 @@
 #include "shell/main_window.h"
 
-#include "shell/dropped_paths.h"
 #include "shell/interface_pictures.h"
 
 #include <QCloseEvent>
@@ -160,30 +159,19 @@ void MainWindow::closeEvent(QCloseEvent *event)
     Q_EMIT closeRequested();
 }
 
-// A drop anywhere on the window is one on the drop view.
 void MainWindow::dragEnterEvent(QDragEnterEvent *event)
 {
-    if (m_dropView->acceptsDrops() && mayHoldPaths(*event->mimeData())) {
-        event->setDropAction(Qt::CopyAction);
-        event->accept();
-        m_dropView->setHovered(true);
-    }
+    m_dropView->dragEnterEvent(event);
 }
 
-void MainWindow::dragLeaveEvent(QDragLeaveEvent *)
+void MainWindow::dragLeaveEvent(QDragLeaveEvent *event)
 {
-    m_dropView->setHovered(false);
+    m_dropView->dragLeaveEvent(event);
 }
 
 void MainWindow::dropEvent(QDropEvent *event)
 {
-    m_dropView->setHovered(false);
-    if (!m_dropView->acceptsDrops()) {
-        return;
-    }
-    event->setDropAction(Qt::CopyAction);
-    event->accept();
-    Q_EMIT m_dropView->performDrag(pathsIn(*event->mimeData()));
+    m_dropView->dropEvent(event);
 }
 
 } // namespace qv

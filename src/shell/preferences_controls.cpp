@@ -1,6 +1,7 @@
 #include "shell/preferences_controls.h"
 
 #include "settings/preferences_store.h"
+#include "sheet/layout.h"
 #include "shell/choice_labels.h"
 #include "support/numbers.h"
 
@@ -16,7 +17,6 @@ namespace qv
 namespace
 {
 
-constexpr int layoutCount = 4;
 constexpr int largestCount = 9999;
 constexpr int columnGap = 6;
 

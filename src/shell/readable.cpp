@@ -96,7 +96,7 @@ QString oneLine(const QString &text)
 
 QString plainToolTip(const QString &text)
 {
-    return Qt::convertFromPlainText(text, Qt::WhiteSpaceNormal);
+    return text.isEmpty() ? QString() : Qt::convertFromPlainText(text, Qt::WhiteSpaceNormal);
 }
 
 } // namespace qv

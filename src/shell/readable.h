@@ -22,7 +22,7 @@ QPalette readableSelection(const QPalette &palette);
 // The text on one line: line breaks and control characters become spaces, and what no line could
 // ever show is cut off.
 QString oneLine(const QString &text);
-// A tool tip that shows the text as it is, whatever markup it looks like.
+// A tool tip that shows the text as it is, whatever markup it looks like; none of an empty text.
 QString plainToolTip(const QString &text);
 
 } // namespace qv

@@ -14,7 +14,6 @@
 #include <QHash>
 #include <QHeaderView>
 #include <QPushButton>
-#include <QScrollBar>
 #include <QStyledItemDelegate>
 #include <QTableView>
 #include <QToolButton>

@@ -1,7 +1,6 @@
 #include "shell/segmented_control.h"
 
 #include <QAbstractButton>
-#include <QFocusEvent>
 #include <QHBoxLayout>
 #include <QKeyEvent>
 #include <QPainter>

@@ -77,13 +77,6 @@ SheetPreview::SheetPreview(QWidget *parent) : QAbstractScrollArea(parent)
             [this] { showMessage(QStringLiteral("prefPreviewFailed")); });
 }
 
-SheetPreview::~SheetPreview()
-{
-    if (m_drawing.valid()) {
-        m_drawing.wait();
-    }
-}
-
 void SheetPreview::setPreferences(const QVariantMap &preferences)
 {
     m_preferences = PreferencesStore::prefsDefaults();
@@ -127,30 +120,27 @@ void SheetPreview::draw()
         makeSamples();
         return;
     }
-    if (m_drawing.valid()) {
+    if (m_drawing.isRunning()) {
         m_outdated = true;
         return;
     }
     m_outdated = false;
     const QVariantMap shown = display();
     const int dpi = intIn(m_preferences, QStringLiteral("prefDpi")).value_or(0);
-    Drawing drawing;
-    drawing.asked = static_cast<int>(shown.value(QStringLiteral("th")).toStringList().size());
-    drawing.sheet = sheetPixels(dpi, shown);
-    const double ratio = devicePixelRatioF();
-    const int width = drawnWidth(drawing.sheet);
+    const auto drawing = std::make_shared<Drawing>();
+    drawing->asked = static_cast<int>(shown.value(QStringLiteral("th")).toStringList().size());
+    drawing->sheet = sheetPixels(dpi, shown);
     prepareTexts(); // fonts are loaded by the window's own thread
-    m_drawing = std::async(std::launch::async, [this, dpi, shown, width, ratio, drawing]() mutable {
-        drawing.picture = drawSheetAtWidth(dpi, shown, width, &drawing.stills);
-        drawing.picture.setDevicePixelRatio(ratio);
-        QMetaObject::invokeMethod(
-            this, [this, drawing] { takeDrawing(drawing); }, Qt::QueuedConnection);
-    });
+    m_drawing.run(
+        [drawing, dpi, shown, width = drawnWidth(drawing->sheet), ratio = devicePixelRatioF()] {
+            drawing->picture = drawSheetAtWidth(dpi, shown, width, &drawing->stills);
+            drawing->picture.setDevicePixelRatio(ratio);
+        },
+        [this, drawing] { takeDrawing(*drawing); });
 }
 
 void SheetPreview::takeDrawing(const Drawing &drawing)
 {
-    m_drawing.get();
     if (m_outdated) {
         draw();
         return;

@@ -1,13 +1,12 @@
 #pragma once
 
 #include "shell/sample_stills.h"
+#include "support/off_thread.h"
 
 #include <QAbstractScrollArea>
 #include <QImage>
 #include <QTimer>
 #include <QVariantMap>
-
-#include <future>
 
 namespace qv
 {
@@ -22,7 +21,6 @@ class SheetPreview : public QAbstractScrollArea
 
 public:
     explicit SheetPreview(QWidget *parent = nullptr);
-    ~SheetPreview() override;
 
     // The settings by preference key, defaults where one is missing.
     void setPreferences(const QVariantMap &preferences);
@@ -80,8 +78,8 @@ private:
     QSize m_sheetSize;
     QString m_message;
     bool m_remade = false;
-    std::future<void> m_drawing; // valid while a drawing is under way
-    bool m_outdated = false;     // settings have changed since it began
+    bool m_outdated = false; // settings have changed since the drawing under way began
+    OffThread m_drawing;     // ends before the rest goes
 };
 
 } // namespace qv

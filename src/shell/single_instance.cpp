@@ -13,7 +13,6 @@
 #include <QThread>
 #include <QTimer>
 
-#include <filesystem>
 #include <unistd.h>
 
 namespace qv
@@ -49,16 +48,6 @@ bool waitForByte(QLocalSocket &socket, const QDeadlineTimer &deadline)
         }
     }
     return true;
-}
-
-QByteArray absolutePath(const QByteArray &rawPath)
-{
-    if (rawPath.startsWith('/')) {
-        return rawPath;
-    }
-    std::error_code error;
-    const std::string folder = std::filesystem::current_path(error).string();
-    return QByteArray::fromStdString(folder) + '/' + rawPath;
 }
 
 } // namespace
@@ -179,7 +168,7 @@ bool SingleInstance::handOver(const QByteArrayList &rawPaths) const
 {
     QByteArrayList absolute;
     for (const QByteArray &path : rawPaths) {
-        absolute.append(absolutePath(path));
+        absolute.append(absoluteName(path));
     }
     const QByteArray message = handover::message(absolute);
     return !message.isEmpty() && send(message);

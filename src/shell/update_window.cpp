@@ -36,6 +36,14 @@ QLabel *plainLabel()
     return label;
 }
 
+QHBoxLayout *rowIn(QWidget *widget, int spacing)
+{
+    auto *row = new QHBoxLayout(widget);
+    row->setContentsMargins(0, 0, 0, 0);
+    row->setSpacing(spacing);
+    return row;
+}
+
 QString shownSize(qint64 bytes)
 {
     return QLocale(language()).formattedDataSize(bytes, 1, QLocale::DataSizeSIFormat);
@@ -106,9 +114,7 @@ UpdateWindow::UpdateWindow(QWidget *parent)
 QWidget *UpdateWindow::makeHead()
 {
     auto *head = new QWidget;
-    auto *row = new QHBoxLayout(head);
-    row->setContentsMargins(0, 0, 0, 0);
-    row->setSpacing(16);
+    auto *row = rowIn(head, 16);
     auto *icon = new QLabel;
     icon->setPixmap(windowIcon().pixmap(iconSize));
     icon->setVisible(!windowIcon().isNull());
@@ -128,9 +134,7 @@ QWidget *UpdateWindow::makeHead()
 QWidget *UpdateWindow::makeProgress()
 {
     auto *progress = new QWidget;
-    auto *row = new QHBoxLayout(progress);
-    row->setContentsMargins(0, 0, 0, 0);
-    row->setSpacing(12);
+    auto *row = rowIn(progress, 12);
     m_bar->setTextVisible(false);
     m_bar->setObjectName(QStringLiteral("updateProgress"));
     m_amount->setWordWrap(false);
@@ -151,9 +155,7 @@ QWidget *UpdateWindow::makeProgress()
 QWidget *UpdateWindow::makeFoot()
 {
     auto *foot = new QWidget;
-    auto *row = new QHBoxLayout(foot);
-    row->setContentsMargins(0, 0, 0, 0);
-    row->setSpacing(8);
+    auto *row = rowIn(foot, 8);
     auto *label = new QLabel(QStringLiteral("@@updateAddress"));
     label->setBuddy(m_address);
     m_address->setReadOnly(true);
@@ -271,6 +273,7 @@ void UpdateWindow::reject()
     case UpdatePhase::Checking:
         Q_EMIT cancelClicked();
         break;
+    case UpdatePhase::Placing:
     case UpdatePhase::Installing:
         break;
     }

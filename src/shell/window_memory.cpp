@@ -1,5 +1,7 @@
 #include "shell/window_memory.h"
 
+#include "sheet/layout.h"
+
 #include <QStandardPaths>
 
 namespace qv
@@ -7,8 +9,7 @@ namespace qv
 namespace
 {
 
-constexpr int mediumLayout = 1;
-constexpr int layouts = 4;
+constexpr int mediumLayout = static_cast<int>(SheetLayout::Medium);
 constexpr int widestDrawer = 10'000;
 
 QString usualFile()
@@ -58,7 +59,7 @@ int WindowMemory::layout() const
 {
     bool isNumber = false;
     const int out = m_settings.value(QStringLiteral("layout"), mediumLayout).toInt(&isNumber);
-    return isNumber && out >= 0 && out < layouts ? out : mediumLayout;
+    return isNumber && out >= 0 && out < layoutCount ? out : mediumLayout;
 }
 
 void WindowMemory::setLayout(int out)

@@ -4,8 +4,6 @@
 #include <QSettings>
 #include <QString>
 
-#include <optional>
-
 // What the window remembers of itself from one launch to the next. It is no setting of the sheets,
 // so it stands apart from the preferences, in "<configuration folder>/Quorvantel/window.ini".
 namespace qv

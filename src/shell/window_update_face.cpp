@@ -32,13 +32,9 @@ bool WindowUpdateFace::mayEndForUpdate()
     if (!m_widgets.controller.window().goPressed) {
         return true;
     }
-    constexpr int cancel = 1;
-    Alert question;
-    question.title = alertFormat(localized(QStringLiteral("updateQuit_1")));
-    question.detail = alertFormat(localized(QStringLiteral("updateQuit_2")));
-    question.buttons = {localized(QStringLiteral("updateQuit_install")),
-                        localized(QStringLiteral("D_Annuler"))};
-    return alertPresenter().runModal(question) != cancel;
+    return alertConfirms(
+        localized(QStringLiteral("updateQuit_1")), localized(QStringLiteral("updateQuit_2")),
+        localized(QStringLiteral("updateQuit_install")), localized(QStringLiteral("D_Annuler")));
 }
 
 } // namespace qv

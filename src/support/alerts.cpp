@@ -172,6 +172,14 @@ int alertReport(const QString &title, const QString &detail, int style, AlertPla
     return 0;
 }
 
+bool alertConfirms(const QString &title, const QString &detail, const QString &confirm,
+                   const QString &refuse)
+{
+    Alert question = makeAlert(title, detail, 0);
+    question.buttons = {confirm, refuse};
+    return alertPresenter().runModal(question) == 0;
+}
+
 utilsAlert::Answer utilsAlert::timedQuestion(const QString &title, const QString &message,
                                              int style, const QString &defaultText,
                                              const QString &alternateText, const QString &otherText,

@@ -59,6 +59,11 @@ void setAlertPresenter(AlertPresenter *presenter);
 enum class AlertPlace { ApplicationModal, SheetOnWindow };
 int alertReport(const QString &title, const QString &detail, int style, AlertPlace place);
 
+// Asks, and waits for the answer: whether it is the first button's. So it is when nobody can be
+// asked.
+bool alertConfirms(const QString &title, const QString &detail, const QString &confirm,
+                   const QString &refuse);
+
 // Doubles each "%".
 QString alertFormat(const QString &text);
 

@@ -2,6 +2,7 @@
 #include "support/files.h"
 
 #include "support/log.h"
+#include "support/shell_word.h"
 #include "support/text_encoding.h"
 
 #include <QFile>
@@ -57,13 +58,6 @@ bool createWithMark(const QString &path, ByteOrderMark mark)
 
 // --- the last resort of readTextFile -------------------------------------------------------------
 
-QString shellQuoted(const QString &text)
-{
-    QString escaped = text;
-    escaped.replace(QLatin1Char('\''), QLatin1String("'\\''"));
-    return QLatin1Char('\'') + escaped + QLatin1Char('\'');
-}
-
 bool copyThroughShell(const QString &path, const QString &copy)
 {
     constexpr int timeoutMs = 30000;
@@ -74,7 +68,7 @@ bool copyThroughShell(const QString &path, const QString &copy)
     shell.setStandardInputFile(QProcess::nullDevice());
     shell.start(QStringLiteral("/bin/sh"),
                 {QStringLiteral("-c"),
-                 QStringLiteral("/bin/cat %1 > %2").arg(shellQuoted(path), shellQuoted(copy))});
+                 QStringLiteral("/bin/cat %1 > %2").arg(shellWord(path), shellWord(copy))});
     const bool ended = shell.waitForFinished(timeoutMs);
     return ended && shell.exitStatus() == QProcess::NormalExit && shell.exitCode() == 0;
 }

@@ -114,6 +114,16 @@ QString shownPath(const QString &path)
     return raw == registry().rawOf.cend() ? path : QString::fromUtf8(*raw);
 }
 
+QByteArray absoluteName(const QByteArray &name)
+{
+    if (name.startsWith('/')) {
+        return name;
+    }
+    std::error_code error;
+    const std::string folder = std::filesystem::current_path(error).string();
+    return QByteArray::fromStdString(folder) + '/' + name;
+}
+
 QByteArray rawPath(const QString &path)
 {
     const std::lock_guard lock(registryMutex());

@@ -4,7 +4,7 @@
 #include <QString>
 
 // File names are bytes, and not always valid UTF-8, while every path here is a text. A file with
-// such a name is reached through a symbolic link with a valid one. Main thread only.
+// such a name is reached through a symbolic link with a valid one. Any thread may ask.
 namespace qv
 {
 
@@ -20,6 +20,9 @@ QString usablePath(const QByteArray &bytes);
 // link, any other path as it is.
 QString shownPath(const QString &path);
 
+// The name from the root on: a relative one stands below the working folder, whose own name need
+// not be valid UTF-8 either.
+QByteArray absoluteName(const QByteArray &name);
 // The bytes of the name behind a path that usablePath gave, for another process to open.
 QByteArray rawPath(const QString &path);
 

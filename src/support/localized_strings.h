@@ -3,7 +3,6 @@
 #include "support/bundle.h"
 
 #include <QString>
-#include <QVariantMap>
 
 // User-facing words by key, from the string tables of the bundle.
 namespace qv

@@ -3,6 +3,7 @@
 #include <QCoreApplication>
 #include <QDateTime>
 
+#include <atomic>
 #include <mutex>
 #include <unistd.h>
 
@@ -11,7 +12,7 @@ namespace qv
 namespace
 {
 
-bool g_debug = false;
+std::atomic<bool> g_debug = false; // asked on every thread
 LogSink g_sink;
 std::mutex g_mutex;
 
@@ -41,6 +42,11 @@ void writeToStandardError(const QByteArray &line)
     }
 }
 
+void takeQtMessage(QtMsgType, const QMessageLogContext &, const QString &text)
+{
+    logDebug([&] { return QStringLiteral("qt                  : ") + text; });
+}
+
 } // namespace
 
 bool isDebug()
@@ -62,6 +68,11 @@ void logLine(const QString &text)
     } else {
         writeToStandardError(line);
     }
+}
+
+void logQtMessages()
+{
+    qInstallMessageHandler(takeQtMessage);
 }
 
 void setLogSink(LogSink sink)

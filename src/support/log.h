@@ -32,6 +32,9 @@ template <typename MakeText> void logDebug(MakeText &&makeText)
     }
 }
 
+// From now on Qt's own messages are optional lines.
+void logQtMessages();
+
 // Replaces where the lines go; an empty function restores standard error. The sink gets the whole
 // line with its prefix and line end.
 using LogSink = std::function<void(const QByteArray &line)>;

@@ -75,6 +75,30 @@ bool isSelfOrParent(const char *name)
     return std::strcmp(name, ".") == 0 || std::strcmp(name, "..") == 0;
 }
 
+std::vector<int> allowedProcessors()
+{
+    cpu_set_t set;
+    std::vector<int> processors;
+    if (::sched_getaffinity(0, sizeof set, &set) == 0) {
+        for (int i = 0; i < CPU_SETSIZE; ++i) {
+            if (CPU_ISSET(i, &set)) {
+                processors.push_back(i);
+            }
+        }
+    }
+    return processors;
+}
+
+bool keepTo(const std::vector<int> &processors)
+{
+    cpu_set_t set;
+    CPU_ZERO(&set);
+    for (const int processor : processors) {
+        CPU_SET(processor, &set);
+    }
+    return ::sched_setaffinity(0, sizeof set, &set) == 0;
+}
+
 } // namespace
 
 QString executablePath()
@@ -265,35 +289,6 @@ bool reopenStream(int descriptor, const QString &path)
     ::close(file);
     return done;
 }
-
-namespace
-{
-
-std::vector<int> allowedProcessors()
-{
-    cpu_set_t set;
-    std::vector<int> processors;
-    if (::sched_getaffinity(0, sizeof set, &set) == 0) {
-        for (int i = 0; i < CPU_SETSIZE; ++i) {
-            if (CPU_ISSET(i, &set)) {
-                processors.push_back(i);
-            }
-        }
-    }
-    return processors;
-}
-
-bool keepTo(const std::vector<int> &processors)
-{
-    cpu_set_t set;
-    CPU_ZERO(&set);
-    for (const int processor : processors) {
-        CPU_SET(processor, &set);
-    }
-    return ::sched_setaffinity(0, sizeof set, &set) == 0;
-}
-
-} // namespace
 
 ProcessorShare::ProcessorShare(int part, int parts) : m_all(allowedProcessors())
 {

@@ -2,6 +2,7 @@
 
 #include "support/files.h"
 #include "support/log.h"
+#include "support/shell_word.h"
 
 #include <QFileInfo>
 #include <QProcess>
@@ -11,13 +12,6 @@ namespace qv
 {
 namespace
 {
-
-// A single quote can't stand inside of single quotes.
-QString shellQuoted(QString text)
-{
-    return QLatin1Char('\'') + text.replace(QLatin1Char('\''), QLatin1String("'\\''")) +
-           QLatin1Char('\'');
-}
 
 void logTrash(bool isTrashed)
 {
@@ -68,7 +62,7 @@ QString installAddOn(const QString &item, const QString &bundleName, const DiskM
 QString relaunchCommand(const QString &bundlePath, const QString &executable)
 {
     const QString program = QStringLiteral("%1/Contents/MacOS/%2").arg(bundlePath, executable);
-    return QStringLiteral("/bin/sleep 10 && exec %1").arg(shellQuoted(program));
+    return QStringLiteral("/bin/sleep 10 && exec %1").arg(shellWord(program));
 }
 
 bool relaunchLater(const QString &bundlePath, const QString &executable)

@@ -25,7 +25,7 @@ Installation installApplication(const QString &application, const QString &runni
                                 const DiskMoves &moves = DiskMoves::real());
 
 // Brings the item under its own name into the application's support folder of the user. Null, or
-// why it failed.
+// why it failed. Blocking; may run on any thread.
 QString installAddOn(const QString &item, const QString &bundleName,
                      const DiskMoves &moves = DiskMoves::real());
 

@@ -20,7 +20,8 @@ enum class UpdatePhase {
     Offered,     // waits for the user
     Downloading, // may be cancelled
     Checking,    // the archive is checked and unpacked; may be cancelled
-    Installing,  // must come to its end
+    Placing,     // an add-on is moved to its place; must come to its end
+    Installing,  // the new version is; must come to its end, and ends the application
 };
 
 class UpdateFace

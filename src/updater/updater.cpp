@@ -301,9 +301,16 @@ void Updater::downloadOpened()
 
 void Updater::installAddOnItem()
 {
-    const QString error = installAddOn(*m_opened, m_parts.bundle.name(), m_parts.moves);
-    if (!error.isNull()) {
-        failed(localized(QStringLiteral("updateNotInstalled")), error);
+    setPhase(UpdatePhase::Placing);
+    m_work.run([this, item = *m_opened, name = m_parts.bundle.name(),
+                moves = m_parts.moves] { m_installation.error = installAddOn(item, name, moves); },
+               [this] { addOnInstalled(); });
+}
+
+void Updater::addOnInstalled()
+{
+    if (!m_installation.error.isNull()) {
+        failed(localized(QStringLiteral("updateNotInstalled")), m_installation.error);
         return;
     }
     m_parts.face.updateNotice(

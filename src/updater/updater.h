@@ -77,6 +77,7 @@ private:
     void openDownload();
     void downloadOpened();
     void installAddOnItem();
+    void addOnInstalled();
     void installNewVersion();
     void newVersionInstalled();
     void tellWhereBothAre(const Installation &done);

@@ -4,7 +4,6 @@
 #include "support/log.h"
 #include "support/platform.h"
 
-#include <QDir>
 #include <QFileInfo>
 #include <QPointer>
 

@@ -4,7 +4,6 @@
 #include "updater/web_utils.h"
 
 #include <QNetworkReply>
-#include <QNetworkRequest>
 #include <QTimer>
 
 namespace qv

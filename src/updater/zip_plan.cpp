@@ -2,7 +2,10 @@
 
 #include "updater/zip_names.h"
 
+#include <QHash>
+
 #include <algorithm>
+#include <utility>
 
 #include <sys/stat.h>
 

@@ -3,9 +3,6 @@
 #include "updater/zip_archive.h"
 #include "updater/zip_reader.h"
 
-#include <QHash>
-
-#include <utility>
 #include <vector>
 
 // What unpacking an archive will make, checked as a whole before anything is made.

@@ -1,5 +1,6 @@
 #include "analysis/ffmpeg_probes.h"
 
+#include "analysis/refusal.h"
 #include "analysis/report_files.h"
 #include "support/bundle.h"
 #include "support/localized_strings.h"

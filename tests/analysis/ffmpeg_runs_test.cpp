@@ -1,6 +1,7 @@
 // The probes that run ffmpeg, on clips of its synthetic sources.
 #include "analysis/ffmpeg_probes.h"
 #include "analysis/ffmpeg_report.h"
+#include "analysis/refusal.h"
 #include "common/test_files.h"
 
 #include "process/tool_environment.h"

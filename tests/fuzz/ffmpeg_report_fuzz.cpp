@@ -2,6 +2,7 @@
 
 #include "analysis/ffmpeg_probes.h"
 #include "analysis/ffmpeg_report.h"
+#include "analysis/refusal.h"
 
 using namespace qv;
 

@@ -1,6 +1,7 @@
 #include "settings/preferences_store.h"
 
 #include "common/wait_until.h"
+#include "settings/color_text.h"
 #include "support/files_fixture.h"
 #include "support/property_list.h"
 

@@ -1,4 +1,5 @@
 #include "sheet/extraction_plan.h"
+#include "sheet/stills_folder.h"
 
 #include "common/folder_test.h"
 #include "support/bundle.h"

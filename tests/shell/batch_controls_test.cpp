@@ -2,6 +2,7 @@
 
 #include "common/test_bundle.h"
 #include "common/test_files.h"
+#include "shell/readable.h"
 #include "shell/segmented_control.h"
 #include "shell/time_left.h"
 #include "shell/window_memory.h"
@@ -119,11 +120,20 @@ TEST_F(BatchControlsTest, IsWalkedByTabFromTopToBottom)
 
 TEST_F(BatchControlsTest, ElidesALongDestinationButKeepsIt)
 {
-    const QString path = "/" + QString("a long name/").repeated(40);
+    const QString path = "/" + QString("a <b>long</b> name/").repeated(40);
     m_controls->setDestination(path);
     EXPECT_EQ(m_controls->destination(), path);
     EXPECT_LT(find<QLineEdit>("destinationField")->text().size(), 200);
-    EXPECT_EQ(find<QLineEdit>("destinationField")->toolTip(), path);
+    EXPECT_EQ(find<QLineEdit>("destinationField")->toolTip(), plainToolTip(path));
+}
+
+TEST_F(BatchControlsTest, NamesThatLookLikeMarkupAreShownAsTheyAre)
+{
+    WindowState window;
+    window.encoding.actionCaption = QString("<b>clip</b>").repeated(60);
+    m_controls->show(window);
+    const QString tip = find<QLabel>("taskProgressActionStr")->toolTip();
+    EXPECT_TRUE(tip.contains("&lt;b&gt;clip")) << qPrintable(tip.left(100));
 }
 
 TEST(TimeLeftTest, FollowsTheSpeedAndLeavesPausesOut)

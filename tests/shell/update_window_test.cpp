@@ -78,6 +78,7 @@ TEST_F(UpdateWindowTest, ShowsHowFarItIsAndLetsItBeCancelled)
         bool closes, cancels;
     } phases[] = {{UpdatePhase::Downloading, false, true},
                   {UpdatePhase::Checking, false, true},
+                  {UpdatePhase::Placing, false, false},
                   {UpdatePhase::Installing, false, false},
                   {UpdatePhase::Offered, true, false}};
     for (const auto &p : phases) {

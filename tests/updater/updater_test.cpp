@@ -18,6 +18,8 @@
 
 #include <gmock/gmock.h>
 
+#include <future>
+
 using namespace qv;
 using testing::HasSubstr;
 
@@ -76,6 +78,7 @@ protected:
         parts.bundle = Bundle(running());
         parts.systemVersion = 6.01F;
         parts.limits = {.connecting = 2000, .silence = 2000, .pause = 1};
+        parts.moves = m_moves;
         parts.packageOwner = [this](const QString &) { return m_owner; };
         parts.relaunch = [this](const QString &bundle, const QString &executable) {
             m_relaunched = bundle + " " + executable;
@@ -149,6 +152,7 @@ protected:
     const TestBundle m_texts;
     PreferencesStore m_preferences;
     RecordingUpdateFace m_face;
+    DiskMoves m_moves = DiskMoves::real();
     ScriptedPresenter m_alerts;
     LogCapture m_log;
     QByteArray m_signed;
@@ -305,13 +309,26 @@ TEST_F(UpdaterTest, TrustsHttpsFromItsOwnSiteWithoutAKey)
     EXPECT_EQ(versionThere(), "2.0");
 }
 
-TEST_F(UpdaterTest, AnAddOnGoesIntoTheSupportFolder)
+TEST_F(UpdaterTest, AnAddOnGoesIntoTheSupportFolderBesideTheEventLoop)
 {
     QDir().mkpath(path("site"));
     writeFile(path("new/tool"), "#!/bin/sh\n");
     m_preferences.prefWrite("update", 1);
+    std::promise<void> mayMove;
+    m_moves.rename = [gate = mayMove.get_future().share(),
+                      move = DiskMoves::real().rename](const auto &from, const auto &to) {
+        gate.wait();
+        return move(from, to);
+    };
+    open(Tls::No);
     offer("tool.zip");
-    download();
+    check();
+    m_updater->iba_dl(Updater::downloadSegment);
+    EXPECT_TRUE(waitUntil([this] { return m_face.phase == UpdatePhase::Placing; }));
+    m_updater->iba_dl(Updater::closeSegment); // closes the sheet; what is moved comes to its end
+    EXPECT_EQ(m_updater->phase(), UpdatePhase::Placing);
+    mayMove.set_value();
+    waitForEnd();
     const QString installed = path("home/Library/Application Support/Quorvantel/tool");
     EXPECT_TRUE(QFileInfo(installed).isExecutable());
     EXPECT_EQ(m_face.notice, "tool is installed.");

@@ -6,7 +6,6 @@ extern "C" {
 #include <libavutil/log.h>
 }
 
-#include <algorithm>
 #include <cstring>
 #include <mutex>
 

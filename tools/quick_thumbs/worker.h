@@ -34,8 +34,6 @@ public:
     // The key picture that another worker takes for this instant is not free any more.
     void leaveOut(std::size_t index);
 
-    const Film &film() const { return *m_film; }
-
 private:
     Worker(std::unique_ptr<Film> film, const PicturesRequest &request)
         : m_film(std::move(film)), m_request(request), m_keys(*m_film)

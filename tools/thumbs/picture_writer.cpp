@@ -137,9 +137,11 @@ std::string writePicture(const Picture &picture, const std::string &path, bool o
     if (file < 0) {
         return std::strerror(errno);
     }
-    const bool written = writeAll(file, bytes);
-    const int problem = errno;
-    if (::close(file) == 0 && written) {
+    int problem = writeAll(file, bytes) ? 0 : errno;
+    if (::close(file) != 0 && problem == 0) {
+        problem = errno;
+    }
+    if (problem == 0) {
         return {};
     }
     ::unlink(path.c_str());

@@ -22,7 +22,6 @@ std::atomic<int> g_resultLimit = std::numeric_limits<int>::max();
 std::atomic<const char *> g_result = "";
 const char *g_tool = "";
 
-// Each wake counts one tick however long the process was stopped meanwhile.
 [[noreturn]] void giveUp(const char *what, const char *why)
 {
     std::fprintf(stderr, "%s: gave up, %s: %s\n", g_tool, what, why);

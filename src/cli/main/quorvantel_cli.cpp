@@ -16,11 +16,6 @@
 namespace
 {
 
-void logQtMessage(QtMsgType, const QMessageLogContext &, const QString &text)
-{
-    qv::logDebug([&] { return QStringLiteral("qt                  : ") + text; });
-}
-
 // Where no runtime folder is named, Qt makes one among the temporary files, only to look whether
 // something is in it, and leaves it there. This one goes again.
 class RuntimeFolder
@@ -72,7 +67,7 @@ int main(int argc, char **argv)
     // What a worker answers must not mix with what its tools print.
     const int output =
         qv::isWorker(arguments) ? qv::platform::takenStandardOutput() : STDOUT_FILENO;
-    qInstallMessageHandler(logQtMessage);
+    qv::logQtMessages();
     qputenv("QT_QPA_PLATFORM", "offscreen");
     qunsetenv("QT_QPA_PLATFORMTHEME");
     // Qt's own options are not ours.

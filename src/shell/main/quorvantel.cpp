@@ -17,24 +17,11 @@
 
 #include <cstdio>
 #include <cstring>
-#include <filesystem>
 
 namespace
 {
 
 constexpr int refusedStatus = 1;
-
-void logQtMessage(QtMsgType, const QMessageLogContext &, const QString &text)
-{
-    qv::logDebug([&] { return QStringLiteral("qt                  : ") + text; });
-}
-
-QByteArray absolutePath(const QByteArray &path)
-{
-    std::error_code error;
-    const std::string folder = std::filesystem::current_path(error).string();
-    return path.startsWith('/') ? path : QByteArray::fromStdString(folder) + '/' + path;
-}
 
 // What stands behind the program's name, but for options; after "--" everything is a path.
 QByteArrayList pathsOf(int argc, char **argv)
@@ -46,7 +33,7 @@ QByteArrayList pathsOf(int argc, char **argv)
         if (!onlyPaths && argument == "--") {
             onlyPaths = true;
         } else if (!argument.isEmpty() && (onlyPaths || !argument.startsWith('-'))) {
-            paths.append(absolutePath(argument));
+            paths.append(qv::absoluteName(argument));
         }
     }
     return paths;
@@ -162,7 +149,7 @@ int main(int argc, char **argv)
         return 0;
     }
     qv::platform::prepareStandardStreams();
-    qInstallMessageHandler(logQtMessage);
+    qv::logQtMessages();
     QApplication application(argc, argv);
     QCoreApplication::setApplicationName(qv::Bundle::main().name());
     QCoreApplication::setApplicationVersion(qv::Bundle::main().version());

@@ -1,0 +1,16 @@
+#pragma once
+
+#include <QString>
+
+// What ffmpeg's own words say of a source, apart from the names and tags that it repeats.
+namespace qv
+{
+
+// The report without the source's name and the values of its tags, which are not ffmpeg's words: a
+// film called "Trial and Error" is no failure, and one called "Stream #0:0: Video: h264" no stream.
+QString reportWithoutNames(const QString &report, const QString &sourcePath);
+
+// Why ffmpeg refused or could not decode, in words for people; a null text when it does not say.
+QString refusalReason(const QString &report, const QString &sourcePath);
+
+} // namespace qv
