@@ -1,7 +1,20 @@
-# One library target a folder: qv_folder(<name> DEPENDS <folders and libraries...>).
+# What nearly every file includes is parsed once a target where QV_PRECOMPILE says so, which halves the
+# time of a build. The everyday build does without: there, a file that lacks an include is told of.
+set(QV_COMMON_HEADERS
+  <algorithm> <functional> <memory> <optional> <QDir> <QFile> <QFileInfo> <QJsonObject> <QObject>
+  <QRegularExpression> <QString> <QStringList> <QTimer> <QVariant>)
+set(QV_TEST_HEADERS <gtest/gtest.h> <gmock/gmock.h> <QProcess> <QTemporaryDir>)
+function(qv_precompile target)
+  if(QV_PRECOMPILE)
+    target_precompile_headers(${target} PRIVATE ${QV_COMMON_HEADERS} ${ARGN})
+  endif()
+endfunction()
+
+# One library target a folder: qv_folder(<name> DEPENDS <folders and libraries...>
+# [PRECOMPILE <headers that most of its files include...>]).
 # Every source of the folder belongs to it, so a new file needs no line here.
 function(qv_folder name)
-  cmake_parse_arguments(ARG "" "" "DEPENDS" ${ARGN})
+  cmake_parse_arguments(ARG "" "" "DEPENDS;PRECOMPILE" ${ARGN})
   file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp
        ${CMAKE_CURRENT_SOURCE_DIR}/*.h)
   if(NOT sources)
@@ -10,6 +23,7 @@ function(qv_folder name)
   add_library(qv_${name} STATIC ${sources})
   target_include_directories(qv_${name} PUBLIC ${PROJECT_SOURCE_DIR}/src)
   target_link_libraries(qv_${name} PUBLIC ${ARG_DEPENDS} PRIVATE qv_options)
+  qv_precompile(qv_${name} ${ARG_PRECOMPILE})
 endfunction()
 
 # qv_test(<folder> DEPENDS <...> [MAIN <library with main()>]): one test program a folder, run
@@ -27,6 +41,7 @@ function(qv_test name)
   add_executable(${name}_tests ${sources})
   target_include_directories(${name}_tests PRIVATE ${PROJECT_SOURCE_DIR}/tests)
   target_link_libraries(${name}_tests PRIVATE ${ARG_DEPENDS} ${ARG_MAIN} qv_options)
+  qv_precompile(${name}_tests ${QV_TEST_HEADERS})
   gtest_discover_tests(${name}_tests DISCOVERY_TIMEOUT 60
     PROPERTIES TIMEOUT 300 ENVIRONMENT "QT_QPA_PLATFORM=offscreen;LC_ALL=C.UTF-8")
 endfunction()

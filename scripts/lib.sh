@@ -27,6 +27,13 @@ install_packages() {
     } >&2
 }
 
+# What one build folder has compiled serves the others, in another clone, too; ccache leaves files
+# with precompiled headers alone unless it is told that they hold no dates.
+build_with_ccache() {
+    CCACHE_BASEDIR=$1 CCACHE_NOHASHDIR=1 CCACHE_SLOPPINESS=pch_defines,time_macros \
+        cmake --build "$1/build/$2" "${@:3}"
+}
+
 # build <source folder> <preset> [options of cmake --build...]
 build() {
     local log
@@ -34,7 +41,7 @@ build() {
     # Once configured, the build itself knows when to configure again.
     if ! {
         { [ -f "$1/build/$2/build.ninja" ] || cmake -S "$1" --preset "$2"; } &&
-            cmake --build "$1/build/$2" "${@:3}"
+            build_with_ccache "$@"
     } >"$log" 2>&1; then
         cat "$log" >&2
         rm -f "$log"

@@ -1,6 +1,7 @@
 #include "analysis/movie_tool.h"
 
 #include "analysis/ffmpeg_probes.h"
+#include "process/tool_environment.h"
 #include "process/tool_run.h"
 #include "support/bundle.h"
 #include "support/files.h"
@@ -11,6 +12,8 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QRegularExpression>
+
+#include <utility>
 
 namespace qv
 {
@@ -164,11 +167,20 @@ bool MovieTool::hasDecoder(const QString &fourCharacterCode)
     return m_decoders->value(fourCharacterCode.toUpper().leftJustified(codeLength));
 }
 
+// A run that opens a source can't leave the list of plug-ins for the next one.
+void MovieTool::notePlugins()
+{
+    if (!std::exchange(m_pluginsNoted, true) && !fileExists(usersPluginList())) {
+        answerOf({QStringLiteral("-decoders")});
+    }
+}
+
 std::optional<MediaInfoRecord> MovieTool::record(const QString &path)
 {
     const QFileInfo file(path);
     const Source source{path, file.size(), file.lastModified()};
     if (!(source == m_source)) {
+        notePlugins();
         const QByteArray printed = answerOf({QStringLiteral("-probe"), path});
         m_record = parseMovieRecord(printed);
         m_source = source;

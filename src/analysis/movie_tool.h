@@ -26,6 +26,8 @@ public:
                    const QString &destination) override;
 
 private:
+    void notePlugins();
+
     // The source of the last answer as it was then.
     struct Source {
         QString path;
@@ -34,6 +36,7 @@ private:
         bool operator==(const Source &) const = default;
     };
     Source m_source;
+    bool m_pluginsNoted = false;
     std::optional<MediaInfoRecord> m_record;
     std::mutex m_decodersMutex; // they may come while a source is asked about on another thread
     std::optional<QMap<QString, bool>> m_decoders;

@@ -104,7 +104,7 @@ QString textOf(const QJsonValue &value)
         return printable(value.toVariant().toString());
     }
     QStringList texts;
-    for (const QJsonValue &element : value.toArray()) {
+    for (const auto &element : value.toArray()) {
         texts.append(textOf(element));
     }
     return texts.join(QStringLiteral(", "));

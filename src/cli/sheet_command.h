@@ -8,6 +8,6 @@ namespace qv
 {
 
 int runSheetCommand(HeadlessSession &session, const Options &options, const Streams &streams,
-                    const QList<Source> &sources);
+                    const QList<Source> &all);
 
 } // namespace qv

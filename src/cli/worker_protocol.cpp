@@ -113,7 +113,7 @@ std::optional<SheetOutcome> outcomeIn(const QByteArray &line)
     outcome.moved = object.value(movedKey).toInt();
     outcome.quick = object.value(quickKey).toBool();
     const QJsonArray instants = object.value(instantsKey).toArray();
-    for (const QJsonValue &instant : instants) {
+    for (const auto &instant : instants) {
         outcome.instants.append(instant.toDouble());
     }
     outcome.duration = object.value(durationKey).toDouble();

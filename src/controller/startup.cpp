@@ -177,7 +177,7 @@ void DecoderQuery::take(const QByteArray &printed)
     m_decoders = parseDecoders(printed);
     m_movies.setDecoders(m_decoders);
     const struct {
-        const char *label;
+        const char *label = nullptr;
         QLatin1String code;
     } shown[] = {{"qt aic              :-", QLatin1String("ICOD")},
                  {"qt mts              :-", QLatin1String("MTS ")},

@@ -33,17 +33,6 @@ void setVariable(QList<QByteArray> &environment, const QByteArray &name, const Q
 
 const QString pluginList = QStringLiteral("plugins.bin");
 
-// Where the movie framework keeps its list of plug-ins for this user.
-QString usersPluginList()
-{
-    const QString named = QFile::decodeName(qgetenv("GST_REGISTRY"));
-    return named.isEmpty()
-               ? QStandardPaths::writableLocation(QStandardPaths::GenericCacheLocation) +
-                     QStringLiteral("/gstreamer-1.0/registry.%1.bin")
-                         .arg(QSysInfo::buildCpuArchitecture())
-               : QDir::current().absoluteFilePath(named);
-}
-
 bool isUsableTool(const QString &path)
 {
     return QFileInfo(path).isFile();
@@ -103,6 +92,16 @@ QString ffmpegPath()
         }
     }
     return QStringLiteral("");
+}
+
+QString usersPluginList()
+{
+    const QString named = QFile::decodeName(qgetenv("GST_REGISTRY"));
+    return named.isEmpty()
+               ? QStandardPaths::writableLocation(QStandardPaths::GenericCacheLocation) +
+                     QStringLiteral("/gstreamer-1.0/registry.%1.bin")
+                         .arg(QSysInfo::buildCpuArchitecture())
+               : QDir::current().absoluteFilePath(named);
 }
 
 QList<QByteArray> applicationEnvironment()

@@ -26,6 +26,10 @@ void adoptTemporaryFolder(const QString &path, const Bundle &bundle);
 // support folder. Looked up each time; an empty text, never null, when there is none.
 QString ffmpegPath();
 
+// Where the movie framework keeps its list of plug-ins for this user. It makes the list when there
+// is none, which takes some seconds.
+QString usersPluginList();
+
 // "NAME=value" of every variable: the application's own with LC_CTYPE and CUSTOMCONFIGDIR set.
 // Built afresh for every process.
 QList<QByteArray> toolEnvironment();

@@ -17,6 +17,13 @@ bool opensMedia(const QString &executable)
            executable == ffmpegPath();
 }
 
+// Asked what it can do, a tool opens nothing from outside, and the movie framework notes its
+// plug-ins for the user as it does for every program. Runs that are confined only read that list.
+bool asksAboutTheTool(const QStringList &command)
+{
+    return command.size() == 2 && command.last() == QLatin1String("-decoders");
+}
+
 } // namespace
 
 SpawnRequest toolRequest(const QStringList &command, const QString &outputFolder)
@@ -24,6 +31,10 @@ SpawnRequest toolRequest(const QStringList &command, const QString &outputFolder
     SpawnRequest request;
     request.command = command;
     if (command.isEmpty() || !opensMedia(command.first())) {
+        request.environment = toolEnvironment();
+        return request;
+    }
+    if (asksAboutTheTool(command)) {
         request.environment = toolEnvironment();
         return request;
     }

@@ -32,6 +32,6 @@ struct SheetContent {
 
 // Paints the sheet in the geometry's canvas coordinates; gives how many stills stand in their
 // cells.
-int paintSheet(QPainter &painter, const SheetGeometry &geometry, const SheetContent &content);
+int paintSheet(QPainter &painter, const SheetGeometry &sheet, const SheetContent &content);
 
 } // namespace qv

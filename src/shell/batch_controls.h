@@ -89,14 +89,14 @@ private:
     QPushButton *m_go;
     SegmentedControl *m_stop;
     QWidget *m_progress;
-    QLabel *m_batchCaption;
-    QLabel *m_timeLeft;
-    QLabel *m_stepCaption;
-    QProgressBar *m_stepBar;
-    BusyWheel *m_taskWheel;
-    QLabel *m_actionCaption;
-    QLabel *m_percent;
-    QProgressBar *m_taskBar;
+    QLabel *m_batchCaption = nullptr;
+    QLabel *m_timeLeft = nullptr;
+    QLabel *m_stepCaption = nullptr;
+    QProgressBar *m_stepBar = nullptr;
+    BusyWheel *m_taskWheel = nullptr;
+    QLabel *m_actionCaption = nullptr;
+    QLabel *m_percent = nullptr;
+    QProgressBar *m_taskBar = nullptr;
 };
 
 } // namespace qv

@@ -276,7 +276,7 @@ void BatchRowDelegate::paintChoice(const Cell &cell) const
     const QWidget *widget = cell.option.widget;
     const QStyle *style = widget == nullptr ? QApplication::style() : widget->style();
     if (editable) {
-        QStyleOption option(cell.option);
+        QStyleOptionViewItem option(cell.option);
         option.rect =
             QRect(cell.rect.right() - arrow, cell.rect.center().y() - arrow / 2, arrow, arrow);
         for (const auto role : {QPalette::Text, QPalette::ButtonText, QPalette::WindowText}) {

@@ -125,7 +125,8 @@ TEST_F(ToolConfinementTest, AToolReachesNoServerUnlessConfinementIsOff)
 TEST_F(ToolConfinementTest, OnlyToolsThatOpenMediaAreConfined)
 {
     EXPECT_TRUE(toolRequest({m_bundle.tool("ffmpeg"), "-version"}).bounds);
-    EXPECT_TRUE(toolRequest({m_bundle.tool("qtThumbs"), "-decoders"}).bounds);
+    EXPECT_TRUE(toolRequest({m_bundle.tool("qtThumbs"), "-probe", "film"}).bounds);
+    EXPECT_FALSE(toolRequest({m_bundle.tool("qtThumbs"), "-decoders"}).bounds);
     EXPECT_FALSE(toolRequest({"/bin/sh", "-c", "true"}).bounds);
     EXPECT_FALSE(toolRequest({"/usr/bin/ffmpeg", "-version"}).bounds);
     EXPECT_FALSE(toolRequest({}).bounds);
