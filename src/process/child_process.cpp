@@ -150,7 +150,6 @@ int becomeTool(void *data)
 pid_t startTool(Launch &launch)
 {
     constexpr size_t stackSize = 64 * 1024;
-    // NOLINTNEXTLINE(cppcoreguidelines-pro-type-member-init): whatever is in it
     alignas(64) std::array<char, stackSize> stack;
     sigset_t all;
     sigset_t before;

@@ -197,7 +197,7 @@ bool PreferencesStore::prefWriteChildDico(const QString &parent, const QString &
         return QStringLiteral("newMDico 1          : key=%1, resulting tmp value='%2'")
             .arg(parent, describeValue(dictionary));
     });
-    m_values.insert(parent, std::move(dictionary));
+    m_values.insert(parent, dictionary);
     changed();
     logDebug([&] {
         return QStringLiteral("prefWriteChildDico  : key=%1, resulting def value='%2'")
@@ -224,7 +224,7 @@ bool PreferencesStore::prefDeleteChildDico(const QString &parent, const QString 
     logDebug([&] {
         return QStringLiteral("newMDico 1 : key=%1 : %2").arg(parent, describeValue(dictionary));
     });
-    m_values.insert(parent, std::move(dictionary));
+    m_values.insert(parent, dictionary);
     changed();
     return true;
 }

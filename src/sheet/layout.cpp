@@ -137,7 +137,8 @@ double placeCells(SheetGeometry &sheet, int columns, int pictures, double top)
     const double pitch = sheet.cell.height() + sheet.gap;
     for (int i = 0; i < pictures; ++i) {
         const double x = sheet.gap + (i % columns) * (sheet.cell.width() + sheet.gap);
-        const double y = top + static_cast<double>(i / columns) * pitch;
+        const int row = i / columns;
+        const double y = top + row * pitch;
         sheet.cells.emplace_back(QPointF(x, y), sheet.cell);
     }
     const int rows = pictures / columns + (pictures % columns > 0 ? 1 : 0);

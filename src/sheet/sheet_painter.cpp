@@ -216,6 +216,7 @@ int paintCells(QPainter &painter, const SheetGeometry &sheet, const SheetContent
 {
     const int count = static_cast<int>(content.stills.size());
     std::vector<QSize> sizes;
+    sizes.reserve(content.stills.size());
     for (int i = 0; i < count; ++i) {
         sizes.push_back(deviceCell(painter, sheet, i).picture.size());
     }

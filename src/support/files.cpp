@@ -8,6 +8,7 @@
 #include "support/platform.h"
 #include "support/tree_walk.h"
 
+#include <QDateTime>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -313,6 +314,27 @@ bool moveToTrash(const QString &path, QString *where)
     return true;
 }
 
+namespace
+{
+
+const QString probeName = QStringLiteral("_KVdir");
+constexpr qint64 longestProbe = 60; // seconds
+
+// A process that is killed while it tries a folder leaves its probe there.
+void removeForgottenProbes(const QString &folder)
+{
+    const QDateTime forgotten = QDateTime::currentDateTime().addSecs(-longestProbe);
+    const QFileInfoList probes =
+        QDir(folder).entryInfoList({probeName + QLatin1Char('*')}, QDir::Dirs | QDir::NoSymLinks);
+    for (const QFileInfo &probe : probes) {
+        if (probe.lastModified() < forgotten) {
+            QDir().rmdir(probe.filePath()); // only what is empty
+        }
+    }
+}
+
+} // namespace
+
 bool droitsAcces(const QString &path)
 {
     const QString expanded = expandTilde(path);
@@ -321,7 +343,8 @@ bool droitsAcces(const QString &path)
     }
     const QString folder = QFileInfo(expanded).isDir() ? expanded : fichier_dirname(expanded);
     const quint64 number = QRandomGenerator::global()->generate64() >> 1;
-    const QString probe = appendPath(folder, QStringLiteral("_KVdir%1").arg(number));
+    removeForgottenProbes(folder);
+    const QString probe = appendPath(folder, probeName + QString::number(number));
     const bool writable = mkdir(probe) && fileExists(probe) && rmCocoa(probe) && !fileExists(probe);
     QDir().rmdir(probe); // where the guard kept it
     logLine(QStringLiteral("droitsAcces         ? %1 (%2)")

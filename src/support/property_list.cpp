@@ -33,10 +33,10 @@ constexpr qint64 dateEpoch = 978307200;
 QVariant toVariant(plist_t node);
 
 // Kinds of values that we have no use for read as missing.
-void insertValue(QVariantMap &map, const QString &key, QVariant value)
+void insertValue(QVariantMap &map, const QString &key, const QVariant &value)
 {
     if (value.isValid()) {
-        map.insert(key, std::move(value));
+        map.insert(key, value);
     }
 }
 

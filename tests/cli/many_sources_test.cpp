@@ -113,6 +113,8 @@ TEST_F(ProgramTest, ARunThatIsKilledLeavesNobodyBehindAndIsTakenUpWhereItWas)
         sources.append(make(QByteArray(name) + ".mp4"));
     }
     const QByteArray command = "exec \"$0\" sheet --jobs 3 --keep -n 3 -o out *.mp4";
+    // A killed process may leave the empty folder with which it tried the destination.
+    const auto sheets = [&] { return namesIn("out").filter(QRegularExpression("\\.jpg$")); };
     QStringList before;
     for (const char *moment : {"analysis -1 1", "picture 0 3", "picture 2 4"}) {
         auto process = start(command);
@@ -125,7 +127,7 @@ TEST_F(ProgramTest, ARunThatIsKilledLeavesNobodyBehindAndIsTakenUpWhereItWas)
         for (const QString &name : before) {
             EXPECT_FALSE(contentOf(path("tool.log")).contains(name.toUtf8().chopped(4) + ".mp4"));
         }
-        before = namesIn("out");
+        before = sheets();
         for (const QString &name : before) {
             EXPECT_FALSE(pictureAt("out/" + name.toUtf8()).isNull()) << name.toStdString();
         }
@@ -133,7 +135,7 @@ TEST_F(ProgramTest, ARunThatIsKilledLeavesNobodyBehindAndIsTakenUpWhereItWas)
     }
     auto last = start(command);
     EXPECT_EQ(statusOf(*last), 0);
-    EXPECT_EQ(namesIn("out").size(), sources.size());
+    EXPECT_EQ(sheets().size(), sources.size());
     auto again = start(command);
     EXPECT_EQ(statusOf(*again), 0);
     EXPECT_EQ(again->readAllStandardOutput().count('\n'), sources.size());

@@ -6,6 +6,7 @@
 #include <QDateTime>
 #include <QStorageInfo>
 
+#include <fcntl.h>
 #include <sys/stat.h>
 
 using namespace qv;
@@ -51,6 +52,26 @@ TEST_F(DeletionTest, TakesFilesAndWholeFoldersButNotWhatLinksLeadTo)
     EXPECT_TRUE(rmCocoa(at("dangling")));
     EXPECT_TRUE(rmCocoa(at("link/")));
     EXPECT_EQ(subpaths(m_folder.path()), QStringList({at("kept"), kept}));
+}
+
+// --- trying a folder -----------------------------------------------------------------------------
+
+TEST_F(ListingTest, ATriedFolderIsLeftAsItWasButForProbesThatWereForgotten)
+{
+    const auto probe = [&](const char *name, int age) {
+        QDir(m_folder.path()).mkdir(name);
+        const timespec then = {QDateTime::currentSecsSinceEpoch() - age, 0};
+        const timespec times[] = {then, then};
+        ::utimensat(AT_FDCWD, QFile::encodeName(at(name)).constData(), times, 0);
+    };
+    probe("_KVdir1", 100);
+    probe("_KVdir2", 5); // of another process that is at it
+    make("_KVdir3/file");
+    probe("_KVdir3", 100);
+    EXPECT_TRUE(droitsAcces(m_folder.path()));
+    EXPECT_EQ(subpaths(m_folder.path()),
+              QStringList({at("_KVdir2"), at("_KVdir3"), at("_KVdir3/file")}));
+    EXPECT_FALSE(droitsAcces("/proc"));
 }
 
 // --- making, moving, copying ---------------------------------------------------------------------
