@@ -19,8 +19,10 @@ if(QV_PRECOMPILE AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
   target_compile_options(qv_options INTERFACE -fpch-preprocess) # ccache asks for it
 endif()
 if(QV_COVERAGE)
-  target_compile_options(qv_options INTERFACE --coverage -fprofile-update=atomic)
-  target_link_options(qv_options INTERFACE --coverage)
+  # A target whose property QV_UNCOUNTED is set goes without.
+  set(counted "$<NOT:$<BOOL:$<TARGET_PROPERTY:QV_UNCOUNTED>>>")
+  target_compile_options(qv_options INTERFACE "$<${counted}:--coverage;-fprofile-update=atomic>")
+  target_link_options(qv_options INTERFACE "$<${counted}:--coverage>")
 endif()
 if(QV_FUZZ)
   target_compile_options(qv_options INTERFACE
