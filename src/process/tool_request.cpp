@@ -30,11 +30,7 @@ SpawnRequest toolRequest(const QStringList &command, const QString &outputFolder
 {
     SpawnRequest request;
     request.command = command;
-    if (command.isEmpty() || !opensMedia(command.first())) {
-        request.environment = toolEnvironment();
-        return request;
-    }
-    if (asksAboutTheTool(command)) {
+    if (command.isEmpty() || !opensMedia(command.first()) || asksAboutTheTool(command)) {
         request.environment = toolEnvironment();
         return request;
     }

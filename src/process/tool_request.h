@@ -8,7 +8,7 @@ namespace qv
 
 // The request for a command, without its streams. A tool that opens media (one of the bundle's, or
 // the ffmpeg that stands in for it) is held to bounds: it may write in the temporary folder and in
-// `outputFolder` only.
+// `outputFolder` only. One that is only asked what it can do is not.
 SpawnRequest toolRequest(const QStringList &command, const QString &outputFolder = {});
 
 } // namespace qv
