@@ -10,19 +10,24 @@ target_link_options(qv_options INTERFACE -Wl,--as-needed)
 if(QV_WERROR)
   target_compile_options(qv_options INTERFACE -Werror)
 endif()
+# The lines of targets with the property QV_TEST_CODE are not counted, nor looked at for undefined
+# behaviour, which would take as long as all else about them.
+set(QV_PRODUCT "$<NOT:$<BOOL:$<TARGET_PROPERTY:QV_TEST_CODE>>>")
 if(QV_SANITIZE)
+  string(REPLACE ",undefined" "" sanitizers "${QV_SANITIZE}")
   target_compile_options(qv_options INTERFACE
-    -fsanitize=${QV_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    -fsanitize=${sanitizers} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  if(NOT sanitizers STREQUAL QV_SANITIZE)
+    target_compile_options(qv_options INTERFACE "$<${QV_PRODUCT}:-fsanitize=undefined>")
+  endif()
   target_link_options(qv_options INTERFACE -fsanitize=${QV_SANITIZE})
 endif()
 if(QV_PRECOMPILE AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
   target_compile_options(qv_options INTERFACE -fpch-preprocess) # ccache asks for it
 endif()
 if(QV_COVERAGE)
-  # A target whose property QV_UNCOUNTED is set goes without.
-  set(counted "$<NOT:$<BOOL:$<TARGET_PROPERTY:QV_UNCOUNTED>>>")
-  target_compile_options(qv_options INTERFACE "$<${counted}:--coverage;-fprofile-update=atomic>")
-  target_link_options(qv_options INTERFACE "$<${counted}:--coverage>")
+  target_compile_options(qv_options INTERFACE "$<${QV_PRODUCT}:--coverage;-fprofile-update=atomic>")
+  target_link_options(qv_options INTERFACE --coverage)
 endif()
 if(QV_FUZZ)
   target_compile_options(qv_options INTERFACE

@@ -1,11 +1,15 @@
 # What nearly every file includes is parsed once a target where QV_PRECOMPILE says so, which halves the
-# time of a build. The everyday build does without: there, a file that lacks an include is told of.
+# time of a build. The everyday build and scripts/check-tidy do without: there, a file that lacks an
+# include is told of.
 set(QV_COMMON_HEADERS
   <algorithm> <functional> <memory> <optional> <QDir> <QFile> <QFileInfo> <QJsonObject> <QObject>
   <QRegularExpression> <QString> <QStringList> <QTimer> <QVariant>)
 set(QV_TEST_HEADERS <gtest/gtest.h> <gmock/gmock.h> <QProcess> <QTemporaryDir>)
 function(qv_precompile target)
-  if(QV_PRECOMPILE)
+  get_target_property(sources ${target} SOURCES)
+  list(FILTER sources INCLUDE REGEX "\\.cpp$")
+  list(LENGTH sources count)
+  if(QV_PRECOMPILE AND count GREATER 3) # fewer don't repay it
     target_precompile_headers(${target} PRIVATE ${QV_COMMON_HEADERS} ${ARGN})
   endif()
 endfunction()
@@ -39,6 +43,7 @@ function(qv_test name)
     return()
   endif()
   add_executable(${name}_tests ${sources})
+  set_target_properties(${name}_tests PROPERTIES QV_TEST_CODE ON)
   target_include_directories(${name}_tests PRIVATE ${PROJECT_SOURCE_DIR}/tests)
   target_link_libraries(${name}_tests PRIVATE ${ARG_DEPENDS} ${ARG_MAIN} qv_options)
   qv_precompile(${name}_tests ${QV_TEST_HEADERS})

@@ -21,11 +21,19 @@ function(qv_install_link target name folder component)
   install(FILES ${QV_STAGED}/${folder}/${name} DESTINATION ${folder} COMPONENT ${component})
 endfunction()
 
+# The man page in one language; the folder is "." or the language's.
+function(qv_install_man command folder component)
+  set(page ${folder}/${command}.1)
+  configure_file(${QV_PACKAGING}/man/${page} ${QV_STAGED}/${page} @ONLY)
+  qv_gzip(${QV_STAGED}/${page} ${QV_STAGED}/${page}.gz)
+  install(FILES ${QV_STAGED}/${page}.gz DESTINATION share/man/${folder}/man1
+    COMPONENT ${component})
+  set(QV_PACKAGE_FILES ${QV_PACKAGE_FILES} PARENT_SCOPE)
+endfunction()
+
 # The man page, the completions, and what every Debian package has.
 function(qv_install_papers command component)
-  configure_file(${QV_PACKAGING}/man/${command}.1 ${QV_STAGED}/${command}.1 @ONLY)
-  qv_gzip(${QV_STAGED}/${command}.1 ${QV_STAGED}/${command}.1.gz)
-  install(FILES ${QV_STAGED}/${command}.1.gz DESTINATION share/man/man1 COMPONENT ${component})
+  qv_install_man(${command} . ${component})
   set(completions ${QV_PACKAGING}/completions)
   install(FILES ${completions}/${command}.bash RENAME ${command}
     DESTINATION share/bash-completion/completions COMPONENT ${component})
@@ -78,6 +86,7 @@ if(QV_SHELL)
   install(FILES ${QV_PICTURES} DESTINATION ${QV_APP_RESOURCES} COMPONENT desktop)
   qv_install_link(../${QV_APP}/Contents/MacOS/Quorvantel quorvantel bin desktop)
   qv_install_papers(quorvantel desktop)
+  qv_install_man(quorvantel fr desktop)
   install(FILES ${QV_PACKAGING}/${QV_ID}.desktop DESTINATION share/applications
     COMPONENT desktop)
   install(FILES ${QV_PACKAGING}/${QV_ID}.metainfo.xml DESTINATION share/metainfo

@@ -1,5 +1,6 @@
 #include "cli/headless_session.h"
 
+#include "controller/sheet_delivery.h"
 #include "process/tool_confinement.h"
 #include "process/tool_environment.h"
 #include "support/bundle.h"
@@ -128,6 +129,7 @@ tl::expected<void, QString> HeadlessSession::openDestination()
     }
     const QString folder = m_controller->destinationFolder();
     if (mkdir(folder) && QFileInfo(folder).isDir() && droitsAcces(folder)) {
+        removeForgottenDeliveries(folder);
         return {};
     }
     return tl::make_unexpected(

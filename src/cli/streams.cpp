@@ -1,8 +1,8 @@
 #include "cli/streams.h"
 
 #include "support/platform.h"
+#include "support/whole_write.h"
 
-#include <cerrno>
 #include <sys/ioctl.h>
 #include <unistd.h>
 
@@ -11,19 +11,10 @@ namespace qv
 namespace
 {
 
-void writeAll(int fd, const QByteArray &bytes)
+// Whoever no longer reads is missed by nobody.
+void print(int fd, const QByteArray &bytes)
 {
-    for (qsizetype done = 0; done < bytes.size();) {
-        const ssize_t n =
-            ::write(fd, bytes.constData() + done, static_cast<size_t>(bytes.size() - done));
-        if (n < 0 && errno == EINTR) {
-            continue;
-        }
-        if (n <= 0) {
-            return;
-        }
-        done += n;
-    }
+    writeAll(fd, bytes.constData(), static_cast<size_t>(bytes.size()));
 }
 
 int columnsOf(int fd)
@@ -37,8 +28,8 @@ int columnsOf(int fd)
 Streams Streams::standard(int input, int output)
 {
     Streams streams;
-    streams.out = [output](const QByteArray &bytes) { writeAll(output, bytes); };
-    streams.err = [](const QByteArray &bytes) { writeAll(STDERR_FILENO, bytes); };
+    streams.out = [output](const QByteArray &bytes) { print(output, bytes); };
+    streams.err = [](const QByteArray &bytes) { print(STDERR_FILENO, bytes); };
     streams.outIsTerminal = ::isatty(output) == 1;
     streams.errIsTerminal = ::isatty(STDERR_FILENO) == 1;
     streams.terminalColumns = columnsOf(STDERR_FILENO);

@@ -1,6 +1,7 @@
 #include "controller/encoding_driver.h"
 
 #include "analysis/quick_probe.h"
+#include "controller/sheet_delivery.h"
 #include "controller/store_keys.h"
 #include "process/tool_environment.h"
 #include "sheet/composer.h"
@@ -158,6 +159,7 @@ void EncodingDriver::encBatch()
 {
     logLine(QStringLiteral("stepNameStr         : encBatch"));
     mkdir(destinationFolder());
+    removeForgottenDeliveries(destinationFolder());
     const int current = encBatchInprogressRowIdentification();
     const int next = current < 0 ? 0 : current + 1;
     if (next >= m_context.table.count() || isStopping()) {

@@ -1,10 +1,14 @@
 #include "controller/sheet_delivery.h"
 
 #include "process/child_process.h"
-#include "support/files.h"
+#include "support/whole_write.h"
 
+#include <QDateTime>
+#include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QRandomGenerator>
+#include <QSet>
 
 #include <cerrno>
 #include <cstdio>
@@ -22,41 +26,54 @@ DeliveryFailure failure(const char *what, int error)
                                  .arg(QLatin1String(what), qt_error_string(error))};
 }
 
-bool copyBytes(int from, int to)
+// The error number; 0 when all was copied.
+int copyBytes(int from, int to)
 {
     char buffer[65536];
     while (true) {
         const ssize_t n = ::read(from, buffer, sizeof buffer);
-        if (n < 0 && errno == EINTR) {
-            continue;
+        if (n == 0) {
+            return 0;
         }
-        if (n <= 0) {
-            return n == 0;
+        if (n < 0 && errno != EINTR) {
+            return errno;
         }
-        for (ssize_t done = 0; done < n;) {
-            const ssize_t written = ::write(to, buffer + done, static_cast<size_t>(n - done));
-            if (written < 0 && errno != EINTR) {
-                return false;
-            }
-            done += std::max<ssize_t>(written, 0);
+        const int error = n > 0 ? writeAll(to, buffer, static_cast<size_t>(n)) : 0;
+        if (error != 0) {
+            return error;
         }
     }
 }
 
-// A name beside the destination for the one moment that a replacement needs, or for file systems
-// that have no files without a name.
-QByteArray passingName(const QString &destination)
+// A sheet that is at its name is on the disk, too.
+int writeThrough(int from, int to)
 {
-    const QString folder = destination.left(destination.lastIndexOf(QLatin1Char('/')));
-    return QFile::encodeName(folder) + "/.quorvantel-" +
-           QByteArray::number(QRandomGenerator::system()->generate64(), 16) + ".part";
+    if (const int error = copyBytes(from, to); error != 0) {
+        return error;
+    }
+    return ::fsync(to) == 0 ? 0 : errno;
 }
 
-// Removes the passing name however the function that uses it is left.
+QString folderOf(const QString &destination)
+{
+    return destination.left(destination.lastIndexOf(QLatin1Char('/')));
+}
+
+const QString passingBegin = QStringLiteral(".quorvantel-");
+const QString passingEnd = QStringLiteral(".part");
+constexpr qint64 longestPassing = 3600; // seconds
+
+// A name beside the destination for the one moment that a replacement needs, or for file systems
+// that have no files without a name. The name goes however the function that uses it is left.
 class PassingFile
 {
 public:
-    explicit PassingFile(QByteArray name) : m_name(std::move(name)) {}
+    explicit PassingFile(const QString &destination)
+    {
+        const quint64 number = QRandomGenerator::system()->generate64();
+        m_name = QFile::encodeName(folderOf(destination) + QLatin1Char('/') + passingBegin +
+                                   QString::number(number, 16) + passingEnd);
+    }
     ~PassingFile() { ::unlink(m_name.constData()); }
     PassingFile(const PassingFile &) = delete;
     PassingFile &operator=(const PassingFile &) = delete;
@@ -69,9 +86,8 @@ private:
 // A file without a name in the destination's folder; closed when the file system has no such thing.
 FileDescriptor namelessFile(const QString &destination)
 {
-    const QString folder = destination.left(destination.lastIndexOf(QLatin1Char('/')));
-    return FileDescriptor(
-        ::open(QFile::encodeName(folder).constData(), O_TMPFILE | O_WRONLY | O_CLOEXEC, 0666));
+    return FileDescriptor(::open(QFile::encodeName(folderOf(destination)).constData(),
+                                 O_TMPFILE | O_WRONLY | O_CLOEXEC, 0666));
 }
 
 int linkNameless(int fd, const char *name)
@@ -96,7 +112,7 @@ tl::expected<void, DeliveryFailure> nameNameless(int fd, const QString &destinat
         }
         return {};
     }
-    const PassingFile passing(passingName(destination));
+    const PassingFile passing(destination);
     if (linkNameless(fd, passing.path()) != 0 ||
         !giveName(passing.path(), name.constData(), existing)) {
         return tl::make_unexpected(failure("named", errno));
@@ -107,11 +123,12 @@ tl::expected<void, DeliveryFailure> nameNameless(int fd, const QString &destinat
 tl::expected<void, DeliveryFailure>
 deliverThroughPassingName(int source, const QString &destination, Existing existing)
 {
-    const PassingFile passing(passingName(destination));
+    const PassingFile passing(destination);
     const FileDescriptor target(
         ::open(passing.path(), O_CREAT | O_EXCL | O_WRONLY | O_CLOEXEC, 0666));
-    if (!target.isOpen() || !copyBytes(source, target.get()) || ::fsync(target.get()) != 0) {
-        return tl::make_unexpected(failure("written", errno));
+    const int error = target.isOpen() ? writeThrough(source, target.get()) : errno;
+    if (error != 0) {
+        return tl::make_unexpected(failure("written", error));
     }
     const QByteArray name = QFile::encodeName(destination);
     if (giveName(passing.path(), name.constData(), existing)) {
@@ -138,10 +155,28 @@ tl::expected<void, DeliveryFailure> deliverSheet(const QString &file, const QStr
     if (!target.isOpen()) {
         return deliverThroughPassingName(source.get(), destination, existing);
     }
-    if (!copyBytes(source.get(), target.get()) || ::fsync(target.get()) != 0) {
-        return tl::make_unexpected(failure("written", errno));
+    if (const int error = writeThrough(source.get(), target.get()); error != 0) {
+        return tl::make_unexpected(failure("written", error));
     }
     return nameNameless(target.get(), destination, existing);
+}
+
+void removeForgottenDeliveries(const QString &folder)
+{
+    static QSet<QString> lookedThrough;
+    if (lookedThrough.contains(folder)) {
+        return;
+    }
+    lookedThrough.insert(folder);
+    const QDateTime forgotten = QDateTime::currentDateTime().addSecs(-longestPassing);
+    const QFileInfoList files =
+        QDir(folder).entryInfoList({passingBegin + QLatin1Char('*') + passingEnd},
+                                   QDir::Files | QDir::Hidden | QDir::NoSymLinks);
+    for (const QFileInfo &file : files) {
+        if (file.lastModified() < forgotten) {
+            QFile::remove(file.filePath());
+        }
+    }
 }
 
 } // namespace qv

@@ -20,4 +20,8 @@ struct DeliveryFailure {
 tl::expected<void, DeliveryFailure> deliverSheet(const QString &file, const QString &destination,
                                                  Existing existing);
 
+// A process that is killed just while it brings a sheet to its place may leave a hidden file beside
+// it. Removes those that are an hour old; each folder is looked through once in a process.
+void removeForgottenDeliveries(const QString &folder);
+
 } // namespace qv

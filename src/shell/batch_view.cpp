@@ -22,8 +22,6 @@ namespace
 
 // So long after the user's last move the table stays as they left it.
 constexpr qint64 patienceMilliseconds = 5000;
-// Each may open a window of the file browser.
-constexpr qsizetype mostRevealed = 10;
 constexpr int rowsShownByWish = 5;
 constexpr int previewStep = 16; // each width has pictures of its own in memory
 
@@ -318,7 +316,7 @@ bool BatchView::openSheet(int row)
 void BatchView::showInFolder()
 {
     QStringList paths;
-    for (const int row : selectedRows().mid(0, mostRevealed)) {
+    for (const int row : selectedRows()) {
         const QString sheet = m_model.sheet(row);
         paths << (sheet.isEmpty() ? m_model.item(row)->sourcePath() : sheet);
     }

@@ -23,8 +23,8 @@ namespace qv
 namespace
 {
 
-constexpr int patience = 2000; // milliseconds, with a file browser that does not answer
-constexpr qsizetype mostRevealed = 32;
+constexpr int patience = 2000;         // milliseconds, with a file browser that does not answer
+constexpr qsizetype mostRevealed = 10; // each may open a window of the file browser
 
 // Without an address the bus library would start a bus of its own, which nobody listens on.
 QDBusConnection sessionBus()

@@ -96,8 +96,6 @@ namespace
 
 constexpr int mostRowsShown = 5;
 constexpr int nameCharacters = 28;
-// Each may open a window of the file browser.
-constexpr qsizetype mostRevealed = 10;
 
 // A name tells most by its beginning and its extension.
 class EntryDelegate : public QStyledItemDelegate
@@ -258,7 +256,7 @@ void RefusedList::copyReasons()
 void RefusedList::showInFolder()
 {
     QStringList paths;
-    for (const int row : chosen().mid(0, mostRevealed)) {
+    for (const int row : chosen()) {
         paths << m_model->entry(row).source;
     }
     m_workspace.reveal(paths);

@@ -15,7 +15,8 @@ class Workspace : public QObject
     Q_OBJECT
 
 public:
-    // Shows the files or folders in the file browser, selected in the folder that holds them.
+    // Shows the files or folders in the file browser, selected in the folder that holds them; of
+    // many, the first ones that are there.
     virtual void reveal(const QStringList &paths) = 0;
     // Opens a file or folder with the program that the user chose for its kind.
     virtual void open(const QString &path) = 0;

@@ -1,5 +1,7 @@
 #include "support/log.h"
 
+#include "support/whole_write.h"
+
 #include <QCoreApplication>
 #include <QDateTime>
 
@@ -30,16 +32,7 @@ QByteArray prefix()
 
 void writeToStandardError(const QByteArray &line)
 {
-    const char *data = line.constData();
-    auto left = static_cast<size_t>(line.size());
-    while (left > 0) {
-        const ssize_t n = ::write(STDERR_FILENO, data, left);
-        if (n <= 0) {
-            return;
-        }
-        data += n;
-        left -= static_cast<size_t>(n);
-    }
+    writeAll(STDERR_FILENO, line.constData(), static_cast<size_t>(line.size()));
 }
 
 void takeQtMessage(QtMsgType, const QMessageLogContext &, const QString &text)

@@ -1,6 +1,7 @@
 #include "updater/zip_extraction.h"
 
 #include "support/platform.h"
+#include "support/whole_write.h"
 #include "updater/zip_names.h"
 
 #include <QDir>
@@ -51,22 +52,6 @@ Done cantMake(const QByteArray &path, int error)
 std::array<timespec, 2> timesOf(qint64 date)
 {
     return {timespec{0, UTIME_OMIT}, timespec{static_cast<time_t>(date), 0}};
-}
-
-// The error number; 0 when all was written.
-int writeAll(int file, const char *bytes, size_t size)
-{
-    while (size > 0) {
-        const ssize_t written = ::write(file, bytes, size);
-        if (written < 0 && errno != EINTR) {
-            return errno;
-        }
-        if (written > 0) {
-            bytes += written;
-            size -= static_cast<size_t>(written);
-        }
-    }
-    return 0;
 }
 
 // The folders that are missing on the way to this one and itself, the outermost first.

@@ -18,6 +18,9 @@ template <typename Application> int runTests(int argc, char **argv)
     QDir().mkpath(tmp);
     qputenv("HOME", home.toUtf8());
     qputenv("TMPDIR", tmp.toUtf8());
+    for (const char *name : {"XDG_CACHE_HOME", "XDG_CONFIG_HOME", "XDG_DATA_HOME", "GST_REGISTRY"}) {
+        qunsetenv(name);
+    }
     qputenv("LANG", "en_US.UTF-8");
     qputenv("QT_QPA_PLATFORM", "offscreen");
     const Application application(argc, argv);

@@ -95,6 +95,22 @@ TEST_F(DeliveryTest, AnExistingFileIsKeptOrReplacedWhole)
     EXPECT_EQ(QDir(path("out")).entryList(QDir::Files | QDir::Hidden), QStringList{"sheet.jpg"});
 }
 
+TEST_F(DeliveryTest, WhatAKilledProcessLeftIsClearedAwayWithTime)
+{
+    const QStringList names = {".quorvantel-12ab.part", ".quorvantel-34cd.part", "mine.part"};
+    for (const QString &name : names) {
+        writeFile(path("old/" + name), "half");
+        QFile file(path("old/" + name));
+        ASSERT_TRUE(file.open(QIODevice::ReadWrite));
+        const int hours = name == names[1] ? 0 : 2;
+        file.setFileTime(QDateTime::currentDateTime().addSecs(-3600 * hours),
+                         QFileDevice::FileModificationTime);
+    }
+    removeForgottenDeliveries(path("old"));
+    EXPECT_EQ(QDir(path("old")).entryList(QDir::Files | QDir::Hidden, QDir::Name),
+              (QStringList{names[1], names[2]}));
+}
+
 TEST_F(DeliveryTest, AFailureSaysWhyAndLeavesNothingBehind)
 {
     writeFile(path("made.jpg"), "whole sheet");

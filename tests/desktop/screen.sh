@@ -44,7 +44,7 @@ export DBUS_SESSION_BUS_ADDRESS=unix:path=$work/no-bus
 openbox >/dev/null 2>&1 &
 pids+=($!)
 export HOME=$work/home TMPDIR=$work/tmp XDG_RUNTIME_DIR=$work/run XDG_CONFIG_HOME=$work/home/.config
-export XDG_DATA_HOME=$work/home/.local/share
+export XDG_DATA_HOME=$work/home/.local/share XDG_CACHE_HOME=$work/home/.cache
 mkdir -p "$HOME" "$TMPDIR" "$XDG_RUNTIME_DIR" "$work/bin"
 chmod 700 "$XDG_RUNTIME_DIR"
 # What opens folders on this desktop.

@@ -33,11 +33,11 @@ options_of_window=$(help_of Quorvantel | options_of_help)
 while IFS= read -r text; do
     same "options in ${text##*/}" "$options_of_window" \
         "$(sed -E 's/\\-/-/g; s/ -l / --/' "$text" | long_options)"
-done < <(ls "$packaging"/{man/quorvantel.1,completions/{quorvantel.bash,_quorvantel,quorvantel.fish}})
+done < <(ls "$packaging"/{man/{,fr/}quorvantel.1,completions/{quorvantel.bash,_quorvantel,quorvantel.fish}})
 used=$(sed -nE 's/^Exec=quorvantel (--.*)/\1/p' "$packaging/$id.desktop")
 [ -z "$(grep -vFx -e "$options_of_window" <<<"$used")" ] || wrong "options of the desktop entry: $used"
-for page in quorvantel quorvantel-cli; do
-    groff -man -Tutf8 -ww "$packaging/man/$page.1" 2>"$work/groff" >/dev/null || true
+for page in quorvantel fr/quorvantel quorvantel-cli; do
+    groff -man -Kutf8 -Tutf8 -ww "$packaging/man/$page.1" 2>"$work/groff" >/dev/null || true
     [ ! -s "$work/groff" ] || wrong "$page.1: $(cat "$work/groff")"
 done
 

@@ -28,6 +28,8 @@ for command in quorvantel quorvantel-cli; do
     done
 done
 
+[ -s "$stage/usr/share/man/fr/man1/quorvantel.1.gz" ] || wrong "the French man page is missing"
+
 # What the built bundle has is installed, and nothing else.
 same "contents of the bundle" "$(cd "$build/Quorvantel.app/Contents" && find . ! -type d)" \
     "$(cd "$stage/$app" && find . ! -type d)"

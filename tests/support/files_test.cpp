@@ -184,7 +184,7 @@ TEST_F(ListingTest, FilesWithUndecodableNamesAreReachedThroughLinks)
     ASSERT_TRUE(std::filesystem::create_directories(folder + "/d\xfe"));
     for (const std::string &name :
          {std::string("a\xff.mov"), std::string("a\xfe.mov"), std::string("d\xfe/in.mov"),
-          std::string("cut\xc3"), std::string(240, '\xff') + ".mov"}) {
+          std::string("cut\xc3"), std::string(240, '\xff').append(".mov")}) {
         const QString plain = make("plain");
         std::filesystem::rename(plain.toStdString(), folder + '/' + name);
     }

@@ -34,42 +34,48 @@ char fieldMark(const AVFrame &frame)
     return frame.top_field_first != 0 ? 't' : 'b';
 }
 
+struct Upright {
+    int width = 0;
+    int height = 0;
+    AVRational aspect{0, 0}; // of a pixel; 0:0 when nobody knows
+};
+
+Upright uprightOf(const Film &film, const AVFrame &frame)
+{
+    Upright upright{frame.width, frame.height, pixelAspect(film, frame)};
+    if (upright.aspect.num == 0) {
+        upright.aspect.den = 0;
+    }
+    const auto orientation = orientationOf(film.video());
+    if (orientation && orientation->swapsSides) {
+        std::swap(upright.width, upright.height);
+        upright.aspect = av_inv_q(upright.aspect);
+    }
+    return upright;
+}
+
 } // namespace
 
 std::string frameHeader(const Film &film, const AVFrame &frame)
 {
-    const auto orientation = orientationOf(film.video());
-    int width = frame.width;
-    int height = frame.height;
-    AVRational aspect = pixelAspect(film, frame);
-    if (orientation && orientation->swapsSides) {
-        std::swap(width, height);
-        aspect = aspect.num != 0 ? av_inv_q(aspect) : aspect;
-    }
-    if (aspect.num == 0) {
-        aspect.den = 0;
-    }
+    const Upright upright = uprightOf(film, frame);
     const AVRational rate = rateOf(film);
     char header[128];
-    std::snprintf(header, sizeof header, "YUV4MPEG2 W%d H%d F%d:%d I%c A%d:%d C420jpeg", width,
-                  height, rate.num, rate.den, fieldMark(frame), aspect.num, aspect.den);
+    std::snprintf(header, sizeof header, "YUV4MPEG2 W%d H%d F%d:%d I%c A%d:%d C420jpeg",
+                  upright.width, upright.height, rate.num, rate.den, fieldMark(frame),
+                  upright.aspect.num, upright.aspect.den);
     return header;
 }
 
-std::optional<double> displayedShape(const std::string &header)
+std::optional<double> displayedShape(const Film &film, const AVFrame &frame)
 {
-    int width = 0;
-    int height = 0;
-    int rate[2] = {};
-    char fields = 0;
-    int aspect[2] = {};
-    const int read = std::sscanf(header.c_str(), "YUV4MPEG2 W%d H%d F%d:%d I%c A%d:%d", &width,
-                                 &height, &rate[0], &rate[1], &fields, &aspect[0], &aspect[1]);
-    if (read != 7 || width <= 0 || height <= 0) {
+    const Upright upright = uprightOf(film, frame);
+    if (upright.width <= 0 || upright.height <= 0) {
         return std::nullopt;
     }
-    const double pixel = aspect[0] > 0 && aspect[1] > 0 ? double(aspect[0]) / aspect[1] : 1;
-    return pixel * width / height;
+    const AVRational aspect = upright.aspect;
+    const double pixel = aspect.num > 0 && aspect.den > 0 ? av_q2d(aspect) : 1;
+    return pixel * upright.width / upright.height;
 }
 
 } // namespace qv

@@ -12,7 +12,7 @@ namespace qv
 // is the first: "YUV4MPEG2 W720 H576 F25:1 It A16:15 C420mpeg2". Upright, as ffmpeg turns them.
 std::string frameHeader(const Film &film, const AVFrame &frame);
 
-// Width by height of the displayed picture. Nothing without a size.
-std::optional<double> displayedShape(const std::string &header);
+// Width by height of the displayed picture, upright. Nothing without a size.
+std::optional<double> displayedShape(const Film &film, const AVFrame &frame);
 
 } // namespace qv

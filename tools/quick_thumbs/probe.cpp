@@ -109,6 +109,7 @@ private:
     {
         if (frame != nullptr) {
             m_header = frameHeader(*m_film, *frame);
+            m_shape = displayedShape(*m_film, *frame);
             reportlog::line("Output #0, yuv4mpegpipe, to 'frame':\n  " + *m_header);
         }
     }
@@ -159,14 +160,13 @@ private:
         const auto &instants = m_request.pictures.instants;
         const auto instant = std::find_if(instants.begin(), instants.end(),
                                           [&](double at) { return at == 0 || at < shown; });
-        const auto shape = displayedShape(*m_header);
-        if (instant == instants.end() || !shape) {
+        if (instant == instants.end() || !m_shape) {
             return;
         }
         PicturesRequest picture = m_request.pictures;
         picture.instants = {*instant};
         picture.height =
-            std::clamp(static_cast<int>(picture.width / *shape), 1, 16 * picture.width);
+            std::clamp(static_cast<int>(picture.width / *m_shape), 1, 16 * picture.width);
         auto worker = Worker::create(std::move(m_film), picture);
         const auto taken =
             worker ? (*worker)->takeKeyFrom(*instant, *instant + previewReach) : std::nullopt;
@@ -177,7 +177,8 @@ private:
 
     const Request &m_request;
     std::unique_ptr<Film> m_film;
-    std::optional<std::string> m_header;
+    std::optional<std::string> m_header; // of the first frame
+    std::optional<double> m_shape;
     std::optional<double> m_lastTime;
 };
 
