@@ -18,7 +18,8 @@ template <typename Application> int runTests(int argc, char **argv)
     QDir().mkpath(tmp);
     qputenv("HOME", home.toUtf8());
     qputenv("TMPDIR", tmp.toUtf8());
-    for (const char *name : {"XDG_CACHE_HOME", "XDG_CONFIG_HOME", "XDG_DATA_HOME", "GST_REGISTRY"}) {
+    for (const char *name :
+         {"XDG_CACHE_HOME", "XDG_CONFIG_HOME", "XDG_DATA_HOME", "GST_REGISTRY"}) {
         qunsetenv(name);
     }
     qputenv("LANG", "en_US.UTF-8");
