@@ -159,8 +159,11 @@ void EncodingDriver::encBatch()
 {
     logLine(QStringLiteral("stepNameStr         : encBatch"));
     mkdir(destinationFolder());
-    removeForgottenDeliveries(destinationFolder());
     const int current = encBatchInprogressRowIdentification();
+    // As a batch begins; the command, which makes one of each source, has done so for all of them.
+    if (current < 0 && !m_context.placement.stillsInTemporaryFolder) {
+        removeForgottenDeliveries(destinationFolder());
+    }
     const int next = current < 0 ? 0 : current + 1;
     if (next >= m_context.table.count() || isStopping()) {
         endBatch();

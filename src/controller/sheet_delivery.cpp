@@ -1,14 +1,11 @@
 #include "controller/sheet_delivery.h"
 
 #include "process/child_process.h"
+#include "support/files.h"
 #include "support/whole_write.h"
 
-#include <QDateTime>
-#include <QDir>
 #include <QFile>
-#include <QFileInfo>
 #include <QRandomGenerator>
-#include <QSet>
 
 #include <cerrno>
 #include <cstdio>
@@ -163,20 +160,8 @@ tl::expected<void, DeliveryFailure> deliverSheet(const QString &file, const QStr
 
 void removeForgottenDeliveries(const QString &folder)
 {
-    static QSet<QString> lookedThrough;
-    if (lookedThrough.contains(folder)) {
-        return;
-    }
-    lookedThrough.insert(folder);
-    const QDateTime forgotten = QDateTime::currentDateTime().addSecs(-longestPassing);
-    const QFileInfoList files =
-        QDir(folder).entryInfoList({passingBegin + QLatin1Char('*') + passingEnd},
-                                   QDir::Files | QDir::Hidden | QDir::NoSymLinks);
-    for (const QFileInfo &file : files) {
-        if (file.lastModified() < forgotten) {
-            QFile::remove(file.filePath());
-        }
-    }
+    removeForgotten(folder, Forgotten::Files, passingBegin + QLatin1Char('*') + passingEnd,
+                    longestPassing);
 }
 
 } // namespace qv

@@ -21,7 +21,7 @@ tl::expected<void, DeliveryFailure> deliverSheet(const QString &file, const QStr
                                                  Existing existing);
 
 // A process that is killed just while it brings a sheet to its place may leave a hidden file beside
-// it. Removes those that are an hour old; each folder is looked through once in a process.
+// it. Removes those that are an hour old.
 void removeForgottenDeliveries(const QString &folder);
 
 } // namespace qv

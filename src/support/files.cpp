@@ -320,20 +320,20 @@ namespace
 const QString probeName = QStringLiteral("_KVdir");
 constexpr qint64 longestProbe = 60; // seconds
 
-// A process that is killed while it tries a folder leaves its probe there.
-void removeForgottenProbes(const QString &folder)
+} // namespace
+
+void removeForgotten(const QString &folder, Forgotten kind, const QString &pattern, qint64 seconds)
 {
-    const QDateTime forgotten = QDateTime::currentDateTime().addSecs(-longestProbe);
-    const QFileInfoList probes =
-        QDir(folder).entryInfoList({probeName + QLatin1Char('*')}, QDir::Dirs | QDir::NoSymLinks);
-    for (const QFileInfo &probe : probes) {
-        if (probe.lastModified() < forgotten) {
-            QDir().rmdir(probe.filePath()); // only what is empty
+    const bool isFile = kind == Forgotten::Files;
+    const QDateTime forgotten = QDateTime::currentDateTime().addSecs(-seconds);
+    const QFileInfoList entries = QDir(folder).entryInfoList(
+        {pattern}, (isFile ? QDir::Files : QDir::Dirs) | QDir::Hidden | QDir::NoSymLinks);
+    for (const QFileInfo &entry : entries) {
+        if (entry.lastModified() < forgotten) {
+            isFile ? QFile::remove(entry.filePath()) : QDir().rmdir(entry.filePath());
         }
     }
 }
-
-} // namespace
 
 bool droitsAcces(const QString &path)
 {
@@ -343,7 +343,8 @@ bool droitsAcces(const QString &path)
     }
     const QString folder = QFileInfo(expanded).isDir() ? expanded : fichier_dirname(expanded);
     const quint64 number = QRandomGenerator::global()->generate64() >> 1;
-    removeForgottenProbes(folder);
+    // A process that is killed while it tries a folder leaves its probe there.
+    removeForgotten(folder, Forgotten::EmptyFolders, probeName + QLatin1Char('*'), longestProbe);
     const QString probe = appendPath(folder, probeName + QString::number(number));
     const bool writable = mkdir(probe) && fileExists(probe) && rmCocoa(probe) && !fileExists(probe);
     QDir().rmdir(probe); // where the guard kept it

@@ -68,9 +68,12 @@ TEST_F(ListingTest, ATriedFolderIsLeftAsItWasButForProbesThatWereForgotten)
     probe("_KVdir2", 5); // of another process that is at it
     make("_KVdir3/file");
     probe("_KVdir3", 100);
+    make("_KVdir4"); // a file of the user's
+    const timespec old[] = {{1, 0}, {1, 0}};
+    ::utimensat(AT_FDCWD, QFile::encodeName(at("_KVdir4")).constData(), old, 0);
     EXPECT_TRUE(droitsAcces(m_folder.path()));
     EXPECT_EQ(subpaths(m_folder.path()),
-              QStringList({at("_KVdir2"), at("_KVdir3"), at("_KVdir3/file")}));
+              QStringList({at("_KVdir2"), at("_KVdir3"), at("_KVdir3/file"), at("_KVdir4")}));
     EXPECT_FALSE(droitsAcces("/proc"));
 }
 
