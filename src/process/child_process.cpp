@@ -192,8 +192,8 @@ pid_t startBounded(Launch &launch, const std::optional<ToolBounds> &bounds)
         return startTool(launch);
     }
     launch.limits = &bounds->limits;
-    if (isConfinementOn()) {
-        const Confinement confinement = Confinement::forFolders(bounds->writableFolders);
+    if (bounds->writableFolders && isConfinementOn()) {
+        const Confinement confinement = Confinement::forFolders(*bounds->writableFolders);
         launch.confinement = &confinement;
         const pid_t pid = startTool(launch);
         launch.confinement = nullptr;

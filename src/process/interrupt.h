@@ -17,8 +17,9 @@ class Interrupt : public QObject
     Q_OBJECT
 
 public:
-    // Takes over the signals until destroyed, but for those that are ignored (as under nohup). A
-    // second one ends the process at once.
+    // Takes over the signals until destroyed, but for those that are ignored (as under nohup). The
+    // same one a second time ends the process at once, unless it is SIGPIPE; another one calls
+    // `stop` again.
     explicit Interrupt(std::function<void()> stop,
                        const std::vector<int> &signalNumbers = {SIGINT, SIGTERM, SIGHUP, SIGPIPE});
     ~Interrupt() override;

@@ -7,8 +7,6 @@
 #include "support/files.h"
 #include "support/log.h"
 
-#include <QFileInfo>
-
 #include <algorithm>
 #include <cerrno>
 #include <csignal>
@@ -31,8 +29,19 @@ QString resolvedExecutable(const QString &element)
     if (fileExists(element)) {
         return element;
     }
-    const QFileInfo info(element);
-    return Bundle::main().resource(info.completeBaseName(), info.suffix());
+    return Bundle::main().resource(withoutExtension(element), pathExtension(element));
+}
+
+// One read: empty at the end of the stream, null when it failed (errno says why).
+QByteArray chunkOf(int fd)
+{
+    QByteArray chunk(chunkSize, Qt::Uninitialized);
+    const ssize_t n = ::read(fd, chunk.data(), static_cast<size_t>(chunkSize));
+    if (n < 0) {
+        return {};
+    }
+    chunk.truncate(n);
+    return chunk;
 }
 
 bool isAscii(const QByteArray &data)
@@ -140,18 +149,16 @@ void taskLauncher::startReading(Stream &stream)
 
 void taskLauncher::gotData(Stream &stream)
 {
-    QByteArray data(chunkSize, Qt::Uninitialized);
-    const ssize_t n = ::read(stream.handle.get(), data.data(), static_cast<size_t>(chunkSize));
-    if (n < 0 && (errno == EAGAIN || errno == EINTR)) {
+    const QByteArray data = chunkOf(stream.handle.get());
+    if (data.isNull() && (errno == EAGAIN || errno == EINTR)) {
         return;
     }
-    if (n <= 0) {
+    if (data.isEmpty()) {
         atEndOfFile(stream);
         return;
     }
-    data.truncate(n);
     m_watch.sawOutput();
-    m_printed += n;
+    m_printed += data.size();
     if (m_printed > toolOutputLimit) {
         endEndless();
         return;
@@ -210,12 +217,10 @@ void taskLauncher::pollForExit()
 void taskLauncher::drain(Stream &stream)
 {
     for (int chunk = 0; chunk < drainedChunks && !stream.atEnd && m_isRunning; ++chunk) {
-        QByteArray data(chunkSize, Qt::Uninitialized);
-        const ssize_t n = ::read(stream.handle.get(), data.data(), static_cast<size_t>(chunkSize));
-        if (n <= 0) {
+        const QByteArray data = chunkOf(stream.handle.get());
+        if (data.isEmpty()) {
             return;
         }
-        data.truncate(n);
         deliver(data);
     }
 }
@@ -295,8 +300,10 @@ void taskLauncher::tasklauncherTerminate()
             task.sendSignal(SIGKILL);
         }
     }
-    if (!m_hasEnded && !m_tasks->empty()) {
+    if (!m_hasEnded) {
         m_terminationStatus = killMark;
+    }
+    if (!m_hasEnded && !m_tasks->empty()) {
         m_outcome.ending = m_hung ? ToolOutcome::Ending::Hung : ToolOutcome::Ending::Stopped;
     }
     notifyThatTaskEnded();

@@ -151,11 +151,6 @@ Confinement Confinement::forFolders(const QStringList &writableFolders)
     return confinement;
 }
 
-bool Confinement::isOffered() const
-{
-    return m_ruleset.isOpen() || SystemCallFilter::isOffered();
-}
-
 bool Confinement::enter() const
 {
     // Without it the kernel takes restrictions from privileged processes only: a program that gains

@@ -25,8 +25,6 @@ void logConfinement();
 class Confinement
 {
 public:
-    // Whether there is anything to enter.
-    bool isOffered() const;
     // The ruleset for these folders, missing ones left out.
     static Confinement forFolders(const QStringList &writableFolders);
     // For the rest of the calling process's life. Nothing but system calls, so it may run between

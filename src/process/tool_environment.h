@@ -11,13 +11,14 @@ namespace qv
 
 // The application's scratch folder; "/private/tmp/<CFBundleName>" while none is set.
 QString temporaryFolder();
-void setTemporaryFolder(const QString &path);
+void setTemporaryFolder(const QString &path); // empty: none is set
 
-// The system's folder for temporary files: TMPDIR, else /tmp.
+// The system's folder for temporary files: TMPDIR, else (or when it holds a "%") /tmp.
 QString temporaryRoot();
 
 // Empties and recreates the folder and links "app.app" in it to the bundle, whose fonts folder the
-// tool environment names through that link. False when it can't be made.
+// tool environment names through that link, and "plugins.bin" to the user's list of plug-ins. False
+// when it can't be made.
 bool prepareTemporaryFolder(const QString &path, const Bundle &bundle);
 // The same with a folder that is there and empty.
 void adoptTemporaryFolder(const QString &path, const Bundle &bundle);

@@ -4,6 +4,7 @@
 #include <QStringList>
 
 #include <limits>
+#include <optional>
 
 // What one tool may use of the machine. Honest sources stay far below; one that is made to exhaust
 // the machine, or that meets an endless loop in a decoder, ends its own tool only.
@@ -31,7 +32,8 @@ struct ToolLimits {
 // What a tool is held to.
 struct ToolBounds {
     ToolLimits limits;
-    QStringList writableFolders; // missing ones don't count
+    // Missing ones don't count. Nothing: it isn't confined.
+    std::optional<QStringList> writableFolders;
 };
 
 // Sets the limits, and that no core is dumped, for the calling process; never above what holds

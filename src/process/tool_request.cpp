@@ -30,14 +30,20 @@ SpawnRequest toolRequest(const QStringList &command, const QString &outputFolder
 {
     SpawnRequest request;
     request.command = command;
-    if (command.isEmpty() || !opensMedia(command.first()) || asksAboutTheTool(command)) {
-        request.environment = toolEnvironment();
+    request.environment = toolEnvironment();
+    if (command.isEmpty() || !opensMedia(command.first())) {
         return request;
     }
-    request.environment = isConfinementOn() ? confinedEnvironment() : toolEnvironment();
-    request.bounds = ToolBounds{{}, {temporaryFolder()}};
+    request.bounds = ToolBounds{};
+    if (asksAboutTheTool(command)) {
+        return request;
+    }
+    if (isConfinementOn()) {
+        request.environment = confinedEnvironment();
+    }
+    request.bounds->writableFolders = {temporaryFolder()};
     if (!outputFolder.isEmpty()) {
-        request.bounds->writableFolders.append(outputFolder);
+        request.bounds->writableFolders->append(outputFolder);
     }
     return request;
 }

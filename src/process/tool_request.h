@@ -7,8 +7,8 @@ namespace qv
 {
 
 // The request for a command, without its streams. A tool that opens media (one of the bundle's, or
-// the ffmpeg that stands in for it) is held to bounds: it may write in the temporary folder and in
-// `outputFolder` only. One that is only asked what it can do is not.
+// the ffmpeg that stands in for it) is held to limits, and to writing in the temporary folder and
+// in `outputFolder` only. One that is only asked what it can do is held to the limits alone.
 SpawnRequest toolRequest(const QStringList &command, const QString &outputFolder = {});
 
 } // namespace qv

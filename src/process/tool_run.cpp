@@ -19,7 +19,9 @@
 #include <optional>
 #include <poll.h>
 #include <pthread.h>
+#include <sys/ioctl.h>
 #include <unistd.h>
+#include <utility>
 #include <vector>
 
 namespace qv
@@ -59,6 +61,13 @@ bool waitForInput(int fd, int milliseconds)
 {
     pollfd request{fd, POLLIN, 0};
     return ::poll(&request, 1, milliseconds) > 0;
+}
+
+// In the pipe.
+int waitingBytes(int fd)
+{
+    int bytes = 0;
+    return ::ioctl(fd, FIONREAD, &bytes) == 0 ? bytes : 0;
 }
 
 // The processes of one blocking run.
@@ -110,10 +119,15 @@ public:
         return output;
     }
 
-    void waitForEnd()
+    // What it prints stays in the pipe, but is a sign of life.
+    void waitForEnd(int fd)
     {
+        int printed = 0;
         for (int wait = 1; m_children.back().isRunning(); wait = std::min(wait * 2, 50)) {
             ::poll(nullptr, 0, wait);
+            if (const int before = std::exchange(printed, waitingBytes(fd)); printed != before) {
+                m_watch.sawOutput();
+            }
             killIfNeeded();
         }
     }
@@ -360,7 +374,7 @@ QString taskWithStr(const QString &commandLine, const QString &workingFolder)
         return {};
     }
     result.writeEnd.close();
-    run.waitForEnd();
+    run.waitForEnd(result.readEnd.get());
     const QString text = shortAnswer(result.readEnd.get());
     if (!text.isNull() && text.isEmpty()) {
         logLine(QStringLiteral("stringOutput        :-/ '%1'").arg(text));

@@ -6,7 +6,8 @@
 // Tools run to their end on the calling thread. The result is everything that was printed, as one
 // text, or a null text when there was nothing or it was not UTF-8; never an empty one. Exit
 // statuses are not looked at. A tool that neither prints nor computes for the idle limit is
-// terminated, and what it printed until then counts.
+// terminated, and what it printed until then counts. Nobody waits for a tool that has closed its
+// output: it is killed, with all that it has started (not that of taskWithStr, which ends first).
 namespace qv
 {
 

@@ -150,6 +150,7 @@ TEST_F(TaskLauncherTest, TellsWhyItCannotLaunchAndReportsNothing)
         {QStringList{"|"} + tool, 2},
         {tool + QStringList{"|"}, 2},
         {{"/nowhere/tool", "a"}, 3},
+        {{"/nowhere/tools", "a"}, 3}, // the bundle has a resource "tools"
         {piped(tool, {"true"}), 3},
         {{noProgram, "a"}, 4},
     };

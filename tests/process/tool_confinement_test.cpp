@@ -124,9 +124,14 @@ TEST_F(ToolConfinementTest, AToolReachesNoServerUnlessConfinementIsOff)
 
 TEST_F(ToolConfinementTest, OnlyToolsThatOpenMediaAreConfined)
 {
-    EXPECT_TRUE(toolRequest({m_bundle.tool("ffmpeg"), "-version"}).bounds);
-    EXPECT_TRUE(toolRequest({m_bundle.tool("qtThumbs"), "-probe", "film"}).bounds);
-    EXPECT_FALSE(toolRequest({m_bundle.tool("qtThumbs"), "-decoders"}).bounds);
+    const auto isConfined = [](const QStringList &command) {
+        const auto bounds = toolRequest(command).bounds;
+        return bounds && bounds->writableFolders;
+    };
+    EXPECT_TRUE(isConfined({m_bundle.tool("ffmpeg"), "-version"}));
+    EXPECT_TRUE(isConfined({m_bundle.tool("qtThumbs"), "-probe", "film"}));
+    EXPECT_FALSE(isConfined({m_bundle.tool("qtThumbs"), "-decoders"}));
+    EXPECT_TRUE(toolRequest({m_bundle.tool("qtThumbs"), "-decoders"}).bounds);
     EXPECT_FALSE(toolRequest({"/bin/sh", "-c", "true"}).bounds);
     EXPECT_FALSE(toolRequest({"/usr/bin/ffmpeg", "-version"}).bounds);
     EXPECT_FALSE(toolRequest({}).bounds);
@@ -153,10 +158,10 @@ TEST_F(ToolConfinementTest, TheLogSaysWhatIsDone)
 {
     const LogCapture log;
     logConfinement();
+    EXPECT_TRUE(log.contains(confinementText()));
     setConfinementOn(false);
     logConfinement();
     EXPECT_TRUE(log.contains("confinement         : off"));
-    EXPECT_TRUE(log.contains(isOffered() ? "confinement         : landlock" : "confinement"));
 }
 
 class ConfinedFfmpegTest : public ToolConfinementTest
@@ -183,7 +188,7 @@ ToolOutcome outcomeOf(const QStringList &steps, const ToolLimits &limits, int ou
     request.command = played(steps);
     request.environment = toolEnvironment();
     request.standardOutput = output;
-    request.bounds = ToolBounds{limits, {QDir::tempPath()}};
+    request.bounds = ToolBounds{limits, QStringList{QDir::tempPath()}};
     auto child = ChildProcess::spawn(request);
     EXPECT_TRUE(child);
     EXPECT_TRUE(waitUntil([&] { return !child->isRunning(); }, 30000));

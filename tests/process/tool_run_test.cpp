@@ -192,6 +192,7 @@ TEST(HungTool, IsNotOneThatComputesOrPrintsNowAndThen)
     const ShortIdleLimit limit;
     EXPECT_EQ(run(played({"spin=900", "out=done"})), "done");
     EXPECT_EQ(run(played({"out=1", "sleep=200", "out=2", "sleep=200", "out=3"})), "123");
+    EXPECT_EQ(taskWithStr("for i in 1 2 3; do printf $i; sleep .2; done", {}), "123");
 }
 
 TEST(Interrupt, EndsBlockingRunsEvenOfAToolThatNeverStopsPrinting)
