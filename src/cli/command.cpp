@@ -105,6 +105,11 @@ int runOnSources(const Options &options, const DecodedArguments &arguments, cons
         streams.message(session.error());
         return CannotWork;
     }
+    for (const QString &trouble : (*session)->settingsTroubles()) {
+        if (!options.quiet) {
+            streams.message(trouble);
+        }
+    }
     const QList<Source> sources =
         listSources(*names, (*session)->controller().admittedExtensions());
     switch (options.command) {

@@ -99,7 +99,16 @@ void HeadlessSession::loadPreferences()
     m_preferences =
         std::make_unique<PreferencesStore>(PreferencesStore::userFile(Bundle::main().identifier()),
                                            PreferencesStore::Saving::ReadOnly);
+    if (const QString damaged = m_preferences->damagedFile(); !damaged.isEmpty()) {
+        m_settingsTroubles.append(
+            QStringLiteral("the settings in %1 can't be read; the usual ones are taken")
+                .arg(damaged));
+    }
     m_preferences->prefsPurgeUnknownKeys();
+    for (const QString &key : m_preferences->prefsMendImpossible()) {
+        m_settingsTroubles.append(
+            QStringLiteral("the stored setting %1 is impossible; the usual one is taken").arg(key));
+    }
     m_preferences->prefsFillMissingDefaults();
     if (!m_options.background.isEmpty()) {
         m_preferences->prefWrite(QStringLiteral("pageBkgColor"), m_options.background);

@@ -29,6 +29,8 @@ public:
     HeadlessFace &face() { return *m_face; }
     appDelegate &controller() { return *m_controller; }
     PreferencesStore &preferences() { return *m_preferences; }
+    // For people: what of the stored settings could not be used, a sentence each.
+    const QStringList &settingsTroubles() const { return m_settingsTroubles; }
 
     // Makes the destination when missing and tries to write there; gives why it can't be used.
     tl::expected<void, QString> openDestination();
@@ -44,6 +46,7 @@ private:
     QFile m_log;
     std::unique_ptr<ScratchFolder> m_scratch;
     std::unique_ptr<PreferencesStore> m_preferences;
+    QStringList m_settingsTroubles;
     MovieTool m_movies;
     std::unique_ptr<HeadlessFace> m_face;
     std::unique_ptr<appDelegate> m_controller;

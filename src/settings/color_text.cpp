@@ -30,7 +30,7 @@ QString colorText(const ColorComponents &color)
 {
     QStringList parts;
     for (const double value : {color.red, color.green, color.blue, color.alpha}) {
-        parts.append(QString::number(value, 'f', 2));
+        parts.append(fixedText(value, 2));
     }
     return parts.join(QLatin1Char(','));
 }

@@ -84,9 +84,7 @@ QString readColor(const PreferencesPanel &panel, const QString &key)
 double readBorderSize(const PreferencesPanel &panel)
 {
     const double size = panel.borderSize();
-    logDebug([&] {
-        return QStringLiteral("prefBorderSize      : %1").arg(QString::number(size, 'f', 0));
-    });
+    logDebug([&] { return QStringLiteral("prefBorderSize      : %1").arg(fixedText(size, 0)); });
     return size;
 }
 

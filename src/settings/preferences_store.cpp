@@ -23,7 +23,8 @@ constexpr int saveDelayMs = 500;
 
 bool isNothing(const QVariant &value)
 {
-    return !value.isValid() || value.isNull();
+    const bool isText = value.typeId() == QMetaType::QString;
+    return !value.isValid() || value.isNull() || (isText && value.toString().isEmpty());
 }
 
 bool isDictionary(const QVariant &value)
@@ -43,10 +44,9 @@ QVariantMap takeDictionary(QVariant &value)
 }
 
 // Gives where it is now.
-QString putAside(const QString &path, const QString &reason)
+QString putAside(const QString &path)
 {
     const QString aside = path + QStringLiteral(".damaged");
-    logLine(QStringLiteral("plist               :-( %1: %2").arg(path, reason));
     QFile::remove(aside);
     if (!QFile::rename(path, aside)) {
         logLine(QStringLiteral("plist               :-( not put aside: %1").arg(aside));
@@ -291,9 +291,10 @@ void PreferencesStore::load()
     const auto content = readPropertyList(m_path);
     if (content && isDictionary(*content)) {
         m_values = content->toMap();
-    } else if (m_saving == Saving::Written) {
-        m_damagedFile =
-            putAside(m_path, content ? QStringLiteral("no dictionary") : content.error());
+    } else {
+        const QString why = content ? QStringLiteral("no dictionary") : content.error();
+        logLine(QStringLiteral("plist               :-( %1: %2").arg(m_path, why));
+        m_damagedFile = m_saving == Saving::Written ? putAside(m_path) : m_path;
     }
 }
 

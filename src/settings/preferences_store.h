@@ -36,7 +36,9 @@ public:
     // Text of any value (a number becomes its decimal text); empty when there is none.
     QString prefReadString(const QString &key) const;
     QVariant prefReadDico(const QString &key) const;
+    // The operations that write give false, and change nothing, for an empty key or value.
     bool prefWrite(const QString &key, const QVariant &value);
+    // Those that delete give true, whatever was there.
     bool prefDelete(const QString &key);
     bool prefWriteDico(const QString &key, const QVariantMap &dico);
 

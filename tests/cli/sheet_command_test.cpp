@@ -161,7 +161,11 @@ TEST_F(CommandTest, ThePreferencesAreReadAndNeverWritten)
         EXPECT_EQ(pictures.toObject().value("asked"), whole ? 6 : 15);
         EXPECT_TRUE(ran.told("sheet").value(0).endsWith(QLatin1String(whole ? ".png" : ".jpg")));
         EXPECT_EQ(contentOf(file), contents);
+        EXPECT_EQ(ran.err.contains("the settings in " + file.toUtf8() + " can't be read"), !whole);
     }
+    writeFile(file, QByteArray(settings).replace("6", "-3"));
+    EXPECT_THAT(run({"sheet", "-o", path("out"), make("b.mp4")}).err.toStdString(),
+                HasSubstr("the stored setting prefLimitMed is impossible"));
     EXPECT_TRUE(QFile::remove(file));
 }
 

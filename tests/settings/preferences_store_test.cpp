@@ -37,7 +37,10 @@ TEST(ChildDictionaries, AreMadeChangedAndDeletedEntryByEntry)
     EXPECT_EQ(store.prefReadChildDico(parent, a), QVariant(2));
     EXPECT_TRUE(store.prefDeleteChildDico(parent, a));
     EXPECT_EQ(store.prefRead(parent).toMap(), QVariantMap({{"b", "x"}}));
-    EXPECT_FALSE(store.prefWriteChildDico(parent, a, QVariant()));
+    for (const QVariant &nothing : {QVariant(), QVariant(""), QVariant(QString())}) {
+        EXPECT_FALSE(store.prefWriteChildDico(parent, a, nothing));
+        EXPECT_FALSE(store.prefWrite(b, nothing));
+    }
     store.prefWrite(parent, "text");
     EXPECT_TRUE(store.prefWriteChildDico(parent, a, 1)) << "over a parent that is none";
     EXPECT_EQ(store.prefRead(parent).toMap(), QVariantMap({{"a", 1}}));
@@ -96,6 +99,7 @@ TEST_F(PreferencesFileTest, IsPutAsideWhenDamaged)
             const PreferencesStore reader(path(), Saving::ReadOnly);
             EXPECT_FALSE(reader.prefsSnapshot().has_value());
             EXPECT_TRUE(fileExists(path())) << "a reader leaves the disk alone";
+            EXPECT_EQ(reader.damagedFile(), path());
         }
         const PreferencesStore store(path(), Saving::Written);
         EXPECT_FALSE(store.prefsSnapshot().has_value());
