@@ -150,7 +150,7 @@ int main(int argc, char **argv)
     const qv::Provenance provenance = provenanceOf(base);
     const auto composing = [&](int dpi) {
         return medianMilliseconds([&] {
-            const auto sheet = qv::composeSheet(dpi, display, provenance);
+            const auto sheet = qv::sheetPicture(dpi, display, provenance);
             failures += sheet && sheet->drawn == stillCount ? 0 : 1;
         });
     };

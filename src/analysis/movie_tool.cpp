@@ -147,6 +147,12 @@ QMap<QString, bool> parseDecoders(const QByteArray &printed)
     return decoders;
 }
 
+QString parseFrameworkVersion(const QByteArray &printed)
+{
+    constexpr int longest = 100;
+    return objectIn(printed).value(QStringLiteral("version")).toString().left(longest);
+}
+
 bool MovieTool::canOpen(const QString &path)
 {
     return record(path).has_value();

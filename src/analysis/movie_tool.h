@@ -48,5 +48,7 @@ std::optional<MediaInfoRecord> parseMovieRecord(const QByteArray &printed);
 
 // Whether there is a decoder, by four-character code ("WMV "); empty when the tool did not say.
 QMap<QString, bool> parseDecoders(const QByteArray &printed);
+// What the tool that tells the decoders is built on ("GStreamer 1.22.0"); null when it did not say.
+QString parseFrameworkVersion(const QByteArray &printed);
 
 } // namespace qv

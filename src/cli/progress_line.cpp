@@ -10,6 +10,19 @@ namespace
 // An estimate from less than this share of the work would jump about.
 constexpr double estimableShare = 0.01;
 
+// "about 1 min 20 s left".
+QString remainingText(double seconds)
+{
+    const auto whole = static_cast<qint64>(std::clamp(seconds, 0.0, 1e9));
+    if (whole < 60) {
+        return QStringLiteral("about %1 s left").arg(whole);
+    }
+    if (whole < 3600) {
+        return QStringLiteral("about %1 min %2 s left").arg(whole / 60).arg(whole % 60);
+    }
+    return QStringLiteral("about %1 h %2 min left").arg(whole / 3600).arg(whole / 60 % 60);
+}
+
 } // namespace
 
 ProgressLine::ProgressLine(const Streams &streams, bool wanted, int total)
@@ -72,7 +85,7 @@ QString ProgressLine::timeLeft() const
         return {};
     }
     const double elapsed = static_cast<double>(m_clock.elapsed()) / 1000;
-    return QStringLiteral(", ") + timeLeftText(elapsed / done - elapsed);
+    return QStringLiteral(", ") + remainingText(elapsed / done - elapsed);
 }
 
 void ProgressLine::clear()
@@ -80,18 +93,6 @@ void ProgressLine::clear()
     if (std::exchange(m_shown, false)) {
         m_streams.err("\r\033[K");
     }
-}
-
-QString timeLeftText(double seconds)
-{
-    const auto whole = static_cast<qint64>(std::clamp(seconds, 0.0, 1e9));
-    if (whole < 60) {
-        return QStringLiteral("about %1 s left").arg(whole);
-    }
-    if (whole < 3600) {
-        return QStringLiteral("about %1 min %2 s left").arg(whole / 60).arg(whole % 60);
-    }
-    return QStringLiteral("about %1 h %2 min left").arg(whole / 3600).arg(whole / 60 % 60);
 }
 
 } // namespace qv

@@ -42,7 +42,4 @@ private:
     QElapsedTimer m_clock;
 };
 
-// "about 1 min 20 s left".
-QString timeLeftText(double seconds);
-
 } // namespace qv

@@ -25,9 +25,10 @@ public:
     {
     }
 
-    int run()
+    // Gives the command's exit status.
+    int printAll()
     {
-        if (!SourceRunner::run()) {
+        if (!run()) {
             m_streams.message(QStringLiteral("stopped"));
             return SignalBase + Interrupt::signalNumber();
         }
@@ -67,7 +68,7 @@ int runInfoCommand(HeadlessSession &session, const Options &options, const Strea
                                 std::exchange(first, false) ? QString() : QStringLiteral("\n");
                             return (gap + infoText(source.named, record)).toUtf8();
                         });
-    return runner.run();
+    return runner.printAll();
 }
 
 int runPlanCommand(HeadlessSession &session, const Options &options, const Streams &streams,
@@ -85,7 +86,7 @@ int runPlanCommand(HeadlessSession &session, const Options &options, const Strea
             return options.json ? jsonLine(planJson(source.named, options.layout, plan)) + '\n'
                                 : planText(source.named, options.layout, plan).toUtf8();
         });
-    return runner.run();
+    return runner.printAll();
 }
 
 } // namespace qv

@@ -1,6 +1,7 @@
 #include "cli/results.h"
 
 #include "cli/options.h"
+#include "support/numbers.h"
 #include "support/shell_word.h"
 
 #include <QJsonArray>
@@ -235,11 +236,11 @@ QString planText(const QString &source, SheetLayout layout, const ExtractionPlan
                                   "interval: %6 s\n")
                        .arg(printable(source), layoutName(layout), QString::number(plan.count),
                             QString::number(plan.size.width), QString::number(plan.size.height),
-                            QString::number(plan.interval, 'f', 2));
+                            fixedText(plan.interval, 2));
     for (const PlannedPicture &picture : plan.pictures) {
         text += QStringLiteral("%1  %2  %3 s  %4\n")
                     .arg(QString::number(picture.index).rightJustified(3), picture.timecode,
-                         QString::number(picture.time, 'f', 2), shellQuoted(picture.arguments));
+                         fixedText(picture.time, 2), shellQuoted(picture.arguments));
     }
     return text;
 }

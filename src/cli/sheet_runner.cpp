@@ -1,5 +1,6 @@
 #include "cli/sheet_runner.h"
 
+#include "controller/reasons.h"
 #include "controller/sheet_freshness.h"
 #include "controller/sheet_names.h"
 #include "controller/store_keys.h"
@@ -167,7 +168,7 @@ std::optional<SheetOutcome> settledOutcome(HeadlessSession &session, const Optio
     SheetOutcome outcome =
         unmade(SheetOutcome::Status::Kept, source,
                options.update ? QStringLiteral("its sheet is there already and up to date")
-                              : QStringLiteral("a sheet of that name is there already"));
+                              : reasons::sheetIsThere);
     outcome.sheet = sheet;
     return outcome;
 }

@@ -1,6 +1,7 @@
 #include "cli/source_list.h"
 
 #include "controller/admission.h"
+#include "controller/reasons.h"
 #include "support/files.h"
 #include "support/foreign_names.h"
 
@@ -41,9 +42,8 @@ QList<Source> sourcesOfFolder(const QString &name, const QString &folder,
     }
     if (sources.isEmpty()) {
         const bool readable = QFileInfo(folder).isReadable();
-        sources.append({folder, name,
-                        readable ? QStringLiteral("no video in this folder")
-                                 : QStringLiteral("the folder may not be read (no permission)")});
+        sources.append(
+            {folder, name, readable ? reasons::folderWithoutVideo : reasons::folderClosed});
     }
     return sources;
 }

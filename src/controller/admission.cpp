@@ -1,5 +1,6 @@
 #include "controller/admission.h"
 
+#include "controller/reasons.h"
 #include "support/files.h"
 
 #include <QFile>
@@ -39,9 +40,8 @@ LeftOut countedLeftOut(const QString &folder, const QStringList &listing,
         }
     }
     if (videos == 0) {
-        return {folder, QFileInfo(folder).isReadable()
-                            ? QStringLiteral("no video in this folder")
-                            : QStringLiteral("the folder may not be read (no permission)")};
+        return {folder, QFileInfo(folder).isReadable() ? reasons::folderWithoutVideo
+                                                       : reasons::folderClosed};
     }
     return others == 0
                ? LeftOut{}

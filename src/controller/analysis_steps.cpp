@@ -9,11 +9,13 @@
 #include "analysis/report_dialect.h"
 #include "analysis/report_text.h"
 #include "controller/preview.h"
+#include "controller/reasons.h"
 #include "controller/store_keys.h"
 #include "process/tool_environment.h"
 #include "process/tool_run.h"
 #include "support/files.h"
 #include "support/log.h"
+#include "support/numbers.h"
 #include "support/variant_values.h"
 
 #include <QFile>
@@ -238,7 +240,7 @@ void AnalysisDriver::refuseUndescribed(const QString &source)
         return;
     }
     const QString said = refusalReason(m_retained, source);
-    refuse(said.isNull() ? QStringLiteral("no picture of it could be decoded") : said);
+    refuse(said.isNull() ? reasons::nothingDecoded : said);
 }
 
 AnalysisDriver::NextRun AnalysisDriver::measure(const MediaInfoRecord &record)
@@ -280,7 +282,7 @@ void AnalysisDriver::settleDuration(MediaInfoRecord &record, std::optional<doubl
     }
     record.insert(QStringLiteral("w_duration"), durationValue(settled));
     logLine(QStringLiteral("w_duration          : %1 instead of %2 s%3")
-                .arg(QString::number(settled, 'f', 2), QString::number(before),
+                .arg(fixedText(settled, 2), QString::number(before),
                      hasEnded ? QString() : QStringLiteral(", at least")));
 }
 
@@ -330,7 +332,7 @@ bool AnalysisDriver::makeRow(NewRow &row)
 {
     if (!fileExists(row.picture)) {
         const QString why = refusalReason(row.said, row.source);
-        refuse(why.isEmpty() ? QStringLiteral("no picture of it could be decoded") : why);
+        refuse(why.isEmpty() ? reasons::nothingDecoded : why);
         logLine(QStringLiteral("Not a compliant file- skipped: '%1'").arg(row.source));
         return false;
     }

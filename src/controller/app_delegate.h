@@ -29,14 +29,14 @@ public:
     enum class Sender { Button, Internal };
 
     // ---- what comes in
-    // Admits dropped or opened paths and starts their analysis; ignored while the gate is closed.
+    // Admits dropped or opened paths and starts their analysis; while the gate is closed the face
+    // is told of them instead.
     void draggedFiles(const QStringList &paths);
     // The same for paths that already are what they stand for: no alias is resolved and no folder
     // walked.
     void admitSources(const QStringList &paths);
     void dragNDropPerformDrag(const QStringList &paths);
     void applicationOpenFiles(const QStringList &paths);
-    void performOpenFiles(const QStringList &paths);
     void iba_menuOpen();
 
     // ---- the batch table
@@ -88,6 +88,7 @@ public:
     QSet<QString> admittedExtensions() const { return m_admitted; }
 
 private:
+    void performOpenFiles(const QStringList &paths);
     void admit(const QStringList &paths, QStringList (*expand)(const QStringList &));
     QStringList withoutDuplicates(const QStringList &paths) const;
     void pauseForAdmission();

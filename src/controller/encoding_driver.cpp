@@ -1,6 +1,7 @@
 #include "controller/encoding_driver.h"
 
 #include "analysis/quick_probe.h"
+#include "controller/reasons.h"
 #include "controller/sheet_delivery.h"
 #include "controller/store_keys.h"
 #include "process/tool_environment.h"
@@ -186,7 +187,6 @@ void EncodingDriver::beginRow(int index)
     m_row.source = row.sourcePath();
     m_row.duration = numberIn(row.dico, QStringLiteral("w_duration")).value_or(0);
     m_row.state = row.state;
-    m_row.started = m_context.now();
     m_row.clock.start();
     row.reason.clear();
     store.prefWrite(keys::currentFile, m_row.source);
@@ -219,21 +219,27 @@ void EncodingDriver::openGate()
     }
 }
 
+// However the batch ends, the next one begins with nothing of it.
+void EncodingDriver::releaseBatch()
+{
+    m_isStopping = false;
+    m_diskFullTold = false;
+    m_context.preferences.prefDelete(keys::replaceFiles);
+    WindowState &window = m_context.window;
+    window.goPressed = false;
+    window.stepValue = window.stepMaximum = 0;
+    openGate();
+}
+
 void EncodingDriver::endBatch()
 {
     logLine(QStringLiteral("enc fini            :-)"));
-    PreferencesStore &store = m_context.preferences;
+    releaseBatch();
     WindowState &window = m_context.window;
-    window.goPressed = false;
     window.goEnabled = true;
-    m_isStopping = false;
-    m_diskFullTold = false;
-    openGate();
     window.stepCaption.clear();
-    window.stepValue = window.stepMaximum = 0;
     window.encoding.actionCaption.clear();
-    store.prefDelete(keys::currentFile);
-    store.prefDelete(keys::replaceFiles);
+    m_context.preferences.prefDelete(keys::currentFile);
     m_context.windowChanged();
     m_context.face.batchEnded(localized(QStringLiteral("D_fin_GUI")), destinationFolder());
 }
@@ -296,6 +302,7 @@ void EncodingDriver::startRow()
     if (!mayWriteSheet(m_row.sheet) || !hasFreeSpace()) {
         return;
     }
+    m_row.started = m_context.now();
     resumeLogAppend(QStringLiteral("\n----------\n\nsource              : %1\n"
                                    "destination         : %2\n")
                         .arg(shownPath(m_row.source), m_row.sheet));
@@ -338,7 +345,7 @@ bool EncodingDriver::mayWriteSheet(const QString &sheet)
     }
     if (!m_row.replace) {
         m_row.kept = true;
-        failRow(QStringLiteral("a sheet of that name is there already"));
+        failRow(reasons::sheetIsThere);
     }
     return m_row.replace;
 }
@@ -385,7 +392,7 @@ bool EncodingDriver::hasFreeSpace()
     if (isOver()) {
         return false;
     }
-    failRow(QStringLiteral("the destination has no space left (%1 MB free)").arg(freeMegabytes));
+    failRow(reasons::destinationFull(freeMegabytes));
     return false;
 }
 

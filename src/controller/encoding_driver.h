@@ -68,6 +68,7 @@ private:
     void beginRow(int index);
     void dropVanishedRow(int index);
     void openGate();
+    void releaseBatch();
     void endBatch();
 
     void encProcesses();
@@ -92,12 +93,12 @@ private:
     bool failsRun(const RunReport &run, const QString &what);
     bool hasBroughtNearer();
     void noteInstant();
-    QMap<int, double> toldInstants() const;
     void noteMovieInstants();
     void noteShown(int index, double shown, double stamp);
     void launchNextPicture();
     void launchAttempt(const PictureAttempt &attempt);
     void launchPicture(const QStringList &arguments, int total);
+    void startPictureTool(const QStringList &arguments, int maximum, ParseMode mode);
     void composeRow();
     void takeSheet(const tl::expected<ComposedSheet, QString> &composed);
     QVariantMap displayOfRow() const;

@@ -15,7 +15,6 @@
 #include "support/variant_values.h"
 
 #include <QFileInfo>
-#include <QRegularExpression>
 
 #include <cmath>
 
@@ -71,11 +70,8 @@ void EncodingDriver::launchOneRun()
                                 QStringLiteral("-y"),
                                 QStringLiteral("-o"),
                                 m_row.stills};
-    constexpr float percent = 100;
-    m_context.taskSlots.tasklauncherStart(arguments, percent, PercentageQuiet, {true, true, true},
-                                          false, m_row.stills);
-    // The tool works now; the composer's fonts can be loaded meanwhile.
-    QMetaObject::invokeMethod(this, prepareTexts, Qt::QueuedConnection);
+    constexpr int percent = 100;
+    startPictureTool(arguments, percent, PercentageQuiet);
 }
 
 // Key pictures are decoded so fast that writing larger ones than the sheet needs would cost as
@@ -131,7 +127,7 @@ void EncodingDriver::noteQuickInstants()
 {
     QVariantMap display = child(QStringLiteral("appkyDisplay")).toMap();
     QVariantMap timecodes = mapIn(display, QStringLiteral("timecode"));
-    const QMap<int, double> told = toldInstants();
+    const QMap<int, double> &told = m_context.taskSlots.lastEncodingRun().instants;
     for (auto it = told.begin(); it != told.end(); ++it) {
         const QString stamp = float2TimecodeStr(it.value(), 0);
         if (it.key() < m_row.instants.size() && !stamp.isEmpty()) {
@@ -143,25 +139,11 @@ void EncodingDriver::noteQuickInstants()
     setChild(QStringLiteral("appkyDisplay"), display);
 }
 
-// The tools tell the frames that they took:
-//   image          : 3 12.480
-QMap<int, double> EncodingDriver::toldInstants() const
-{
-    static const QRegularExpression told(QStringLiteral("image +: (\\d{1,5}) ([\\d.]+)\\b"));
-    QMap<int, double> instants;
-    auto match = told.globalMatch(m_context.taskSlots.lastEncodingRun().tail);
-    while (match.hasNext()) {
-        const QRegularExpressionMatch line = match.next();
-        instants.insert(intValue(line.captured(1)), doubleValue(line.captured(2)));
-    }
-    return instants;
-}
-
 void EncodingDriver::noteMovieInstants()
 {
     const QVariantMap timecodes =
         mapIn(child(QStringLiteral("appkyDisplay")).toMap(), QStringLiteral("timecode"));
-    const QMap<int, double> told = toldInstants();
+    const QMap<int, double> &told = m_context.taskSlots.lastEncodingRun().instants;
     for (auto it = told.begin(); it != told.end(); ++it) {
         const QString stamp = stringIn(timecodes, QString::number(it.key()));
         if (!stamp.isNull()) {
@@ -265,8 +247,7 @@ void EncodingDriver::noteShown(int index, double shown, double stamp)
     }
     m_row.moved.insert(index);
     logLine(QStringLiteral("picture             : #%1 shows %2 s instead of %3 s")
-                .arg(QString::number(index), QString::number(shown, 'f', 2),
-                     QString::number(stamp, 'f', 2)));
+                .arg(QString::number(index), fixedText(shown, 2), fixedText(stamp, 2)));
 }
 
 // Where key frames are far apart, the planned run may take one that stands behind the next still's
@@ -324,7 +305,12 @@ void EncodingDriver::launchAttempt(const PictureAttempt &attempt)
 void EncodingDriver::launchPicture(const QStringList &arguments, int total)
 {
     m_context.window.encoding.actionCaption = lastPathComponent(shownPath(m_row.source));
-    m_context.taskSlots.tasklauncherStart(arguments, static_cast<float>(total), PictureRuns,
+    startPictureTool(arguments, total, PictureRuns);
+}
+
+void EncodingDriver::startPictureTool(const QStringList &arguments, int maximum, ParseMode mode)
+{
+    m_context.taskSlots.tasklauncherStart(arguments, static_cast<float>(maximum), mode,
                                           {true, true, true}, false, m_row.stills);
     // The tool works now; the composer's fonts can be loaded meanwhile.
     QMetaObject::invokeMethod(this, prepareTexts, Qt::QueuedConnection);

@@ -2,6 +2,7 @@
 
 #include "controller/encoding_driver.h"
 
+#include "controller/reasons.h"
 #include "controller/sheet_delivery.h"
 #include "controller/sheet_freshness.h"
 #include "controller/store_keys.h"
@@ -48,7 +49,7 @@ void EncodingDriver::composeRow()
     const auto composed = std::make_shared<Composed>();
     m_composing.run(
         [composed, dpi = m_row.dpi, display = displayOfRow(), provenance = provenanceOfRow()] {
-            *composed = composeSheet(dpi, display, provenance);
+            *composed = sheetPicture(dpi, display, provenance);
         },
         [this, composed] {
             takeSheet(*composed);
@@ -139,7 +140,7 @@ std::optional<QString> EncodingDriver::outerCause() const
     }
     const auto isFull = [](int free) { return free >= 0 && free < neededMegabytes; };
     if (const int free = freeDiskSpace(destinationFolder()); isFull(free)) {
-        return QStringLiteral("the destination has no space left (%1 MB free)").arg(free);
+        return reasons::destinationFull(free);
     }
     if (const int free = freeDiskSpace(m_row.stills); isFull(free)) {
         return QStringLiteral("the disk of the stills has no space left (%1 MB free)").arg(free);
@@ -162,8 +163,8 @@ void EncodingDriver::placeSheet(const QString &composed)
     m_row.written = placed.has_value();
     if (!placed) {
         m_row.kept = placed.error().kept;
-        m_row.reason = m_row.kept ? QStringLiteral("a sheet of that name is there already")
-                                  : outerCause().value_or(placed.error().reason);
+        m_row.reason =
+            m_row.kept ? reasons::sheetIsThere : outerCause().value_or(placed.error().reason);
     }
 }
 
@@ -212,13 +213,8 @@ void EncodingDriver::markRow()
 void EncodingDriver::finishStopped()
 {
     m_context.preferences.prefDelete(keys::work);
-    m_context.preferences.prefDelete(keys::replaceFiles);
-    m_isStopping = false;
-    WindowState &window = m_context.window;
-    window.goPressed = false;
-    window.goEnabled = !m_context.table.isEmpty();
-    window.stepValue = window.stepMaximum = 0;
-    openGate();
+    releaseBatch();
+    m_context.window.goEnabled = !m_context.table.isEmpty();
     if (!m_row.reported && !m_row.source.isEmpty()) {
         // The stop may have come when the sheet was in its place already.
         m_row.reason = QStringLiteral("stopped");

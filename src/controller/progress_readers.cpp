@@ -2,6 +2,7 @@
 
 #include "support/numbers.h"
 
+#include <QRegularExpression>
 #include <QStringList>
 
 namespace qv
@@ -55,6 +56,16 @@ float ratioProgress(const QString &chunk, float a, float b)
         return 0;
     }
     return numberAfter(chunk, QLatin1String("Enc1")) / a / b * 100;
+}
+
+std::optional<ToldPicture> toldPicture(const QString &line)
+{
+    static const QRegularExpression told(QStringLiteral("image +: (\\d{1,5}) ([\\d.]+)\\b"));
+    const QRegularExpressionMatch match = told.match(line);
+    if (!match.hasMatch()) {
+        return std::nullopt;
+    }
+    return ToldPicture{intValue(match.captured(1)), doubleValue(match.captured(2))};
 }
 
 float progressValue(int mode, const QString &chunk)

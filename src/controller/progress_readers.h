@@ -2,6 +2,8 @@
 
 #include <QString>
 
+#include <optional>
+
 // Progress values out of what the tools print.
 namespace qv
 {
@@ -26,6 +28,13 @@ float batchProgress(const QString &chunk);
 float processingProgress(const QString &chunk);
 // The number after "Enc1" as value / a / b x 100; 0 when absent or a divisor is 0.
 float ratioProgress(const QString &chunk, float a, float b);
+
+// A picture that a tool tells it has taken, in one line ("image          : 3 12.480").
+struct ToldPicture {
+    int index = 0;
+    double seconds = 0; // from the start of the source
+};
+std::optional<ToldPicture> toldPicture(const QString &line);
 
 // By mode; -1 for the modes without progress.
 float progressValue(int mode, const QString &chunk);

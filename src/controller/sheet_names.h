@@ -21,9 +21,9 @@ public:
                     const std::function<bool(const QString &base)> &mayUse = nullptr);
     // The name that whoever knows all the sources gave this one; it stays, whatever the folder.
     void give(const QString &sourcePath, const QString &base) { m_given.insert(sourcePath, base); }
-    void forget();
 
 private:
+    void forget();
     QString freeBase(const QString &sourcePath, const QString &folder,
                      const std::function<bool(const QString &)> &mayUse);
 

@@ -176,6 +176,7 @@ void DecoderQuery::take(const QByteArray &printed)
 {
     m_decoders = parseDecoders(printed);
     m_movies.setDecoders(m_decoders);
+    logLine(QStringLiteral("movie framework     : ") + parseFrameworkVersion(printed));
     const struct {
         const char *label = nullptr;
         QLatin1String code;

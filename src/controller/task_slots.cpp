@@ -126,8 +126,18 @@ void TaskSlots::takeText(Slot &slot, const QString &text)
     slot.pendingLine = slot.pendingLine.mid(from).right(tailLength);
 }
 
+void TaskSlots::noteToldPicture(Slot &slot, const QString &line)
+{
+    if (const auto told = toldPicture(line)) {
+        slot.report.instants.insert(told->index, told->seconds);
+    }
+}
+
 void TaskSlots::takeLine(Slot &slot, const QString &line)
 {
+    if (slot.taskParseInt == PercentageQuiet) {
+        noteToldPicture(slot, line);
+    }
     const float value = progressValue(slot.taskParseInt, line);
     if (value > 0 && slot.taskProgressMaxValue > 0 &&
         static_cast<double>(value) != slot.taskPreviousTime) {

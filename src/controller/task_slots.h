@@ -4,6 +4,7 @@
 #include "controller/window_state.h"
 #include "process/task_launcher.h"
 
+#include <QMap>
 #include <QStringDecoder>
 
 #include <functional>
@@ -25,7 +26,8 @@ struct RunControls {
 // What became of a slot's last run.
 struct RunReport {
     ToolOutcome outcome;
-    QString tail; // the last lines that the tool printed
+    QString tail;               // the last lines that the tool printed
+    QMap<int, double> instants; // of the pictures that it told, by index, seconds
 };
 
 class TaskSlots : public QObject, private TaskLauncherDelegate
@@ -93,6 +95,7 @@ private:
     Slot &slotOf(const taskLauncher *launcher);
     void prepareControls(Slot &slot, const RunControls &controls);
     void takeText(Slot &slot, const QString &text);
+    void noteToldPicture(Slot &slot, const QString &line);
     void takeLine(Slot &slot, const QString &line);
     void showProgress(Slot &slot, float value);
     void resetControls(Slot &slot);

@@ -8,6 +8,7 @@
 #include "sheet/still_reader.h"
 #include "support/files.h"
 #include "support/log.h"
+#include "support/numbers.h"
 #include "support/variant_values.h"
 
 #include <QDir>
@@ -78,7 +79,7 @@ void traceBrightness(const char *what, double level)
 {
     logDebug([&] {
         return QStringLiteral("rgba average %1 : %2")
-            .arg(QString::fromLatin1(what), QString::number(level, 'f', 6));
+            .arg(QString::fromLatin1(what), fixedText(level, 6));
     });
 }
 
@@ -158,8 +159,8 @@ tl::expected<RenderedSheet, QString> renderSheet(const Output &output, const QVa
     if (size.isEmpty()) {
         return tl::make_unexpected(
             QStringLiteral("the sheet would be %1 pixels high; %2 is the most a picture can have")
-                .arg(QString::number(geometry.height * output.bitmapScale, 'f', 0),
-                     QString::number(largestBitmapSide, 'f', 0)));
+                .arg(fixedText(geometry.height * output.bitmapScale, 0),
+                     fixedText(largestBitmapSide, 0)));
     }
     RenderedSheet sheet;
     // Cut to whole device pixels, so that both directions are scaled alike.
@@ -190,6 +191,26 @@ QString destinationBase(const QVariantMap &display)
 {
     const QString path = stringIn(display, QStringLiteral("dstPathStr"));
     return path.isEmpty() ? QString() : QDir::cleanPath(expandTilde(path));
+}
+
+tl::expected<ComposedSheet, QString> composed(int dpi, const QVariantMap &display,
+                                              const std::optional<Provenance> &provenance)
+{
+    const QString base = destinationBase(display);
+    if (base.isEmpty() || !QFileInfo(base).isDir()) {
+        return tl::make_unexpected(
+            QStringLiteral("the folder of the stills is missing: %1").arg(base));
+    }
+    const auto sheet = renderSheet(outputOf(dpi), display);
+    if (!sheet) {
+        return tl::make_unexpected(sheet.error());
+    }
+    const QString path = QStringLiteral("%1.%2").arg(base, sheetExtension(dpi));
+    const QByteArray packet = provenance ? xmpPacket(*provenance) : QByteArray();
+    if (!imgWrite(sheet->bitmap, path, packet)) {
+        return tl::make_unexpected(QStringLiteral("the sheet can't be written: %1").arg(path));
+    }
+    return ComposedSheet{path, sheet->drawn};
 }
 
 } // namespace
@@ -229,11 +250,6 @@ QString sheetExtension(int dpi)
     return dpi == 0 ? QStringLiteral("jpg") : QStringLiteral("png");
 }
 
-QImage drawSheet(int dpi, const QVariantMap &display, int *drawn)
-{
-    return drawnSheet(outputOf(dpi), display, drawn);
-}
-
 QSize sheetPixels(int dpi, const QVariantMap &display)
 {
     const Output output = outputOf(dpi);
@@ -262,35 +278,16 @@ QImage drawSheetAtWidth(int dpi, const QVariantMap &display, int width, int *dra
     return drawnSheet(output, display, drawn);
 }
 
-tl::expected<ComposedSheet, QString> composeSheet(int dpi, const QVariantMap &display,
+tl::expected<ComposedSheet, QString> sheetPicture(int dpi, const QVariantMap &display,
                                                   const std::optional<Provenance> &provenance)
 {
-    const QString base = destinationBase(display);
-    if (base.isEmpty() || !QFileInfo(base).isDir()) {
-        return tl::make_unexpected(
-            QStringLiteral("the folder of the stills is missing: %1").arg(base));
-    }
-    const auto sheet = renderSheet(outputOf(dpi), display);
-    if (!sheet) {
-        return tl::make_unexpected(sheet.error());
-    }
-    const QString path = QStringLiteral("%1.%2").arg(base, sheetExtension(dpi));
-    const QByteArray packet = provenance ? xmpPacket(*provenance) : QByteArray();
-    if (!imgWrite(sheet->bitmap, path, packet)) {
-        return tl::make_unexpected(QStringLiteral("the sheet can't be written: %1").arg(path));
-    }
-    return ComposedSheet{path, sheet->drawn};
-}
-
-bool sheetPicture(int dpi, const QVariantMap &display)
-{
-    const auto sheet = composeSheet(dpi, display);
+    const auto sheet = composed(dpi, display, provenance);
     logLine(QStringLiteral("isSuccess           :-%1 img %2.jpg")
                 .arg(sheet ? QStringLiteral(")") : QStringLiteral("("), destinationBase(display)));
     if (!sheet) {
         logLine(QStringLiteral("sheetPicture        :-( %1").arg(sheet.error()));
     }
-    return sheet.has_value();
+    return sheet;
 }
 
 } // namespace qv

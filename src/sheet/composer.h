@@ -25,24 +25,18 @@ struct ComposedSheet {
 // borderSize, bkgColor, the captions, timecode) and writes it to dstPathStr plus "jpg" (dpi 0) or
 // "png". dstPathStr must name an existing folder. Stills that are missing or don't decode leave
 // their cells empty. The file carries what it tells of itself, when that is given. Gives why when
-// no sheet could be written; then no file is left either.
+// no sheet could be written (logged, too); then no file is left either.
 tl::expected<ComposedSheet, QString>
-composeSheet(int dpi, const QVariantMap &display,
+sheetPicture(int dpi, const QVariantMap &display,
              const std::optional<Provenance> &provenance = std::nullopt);
-
-// composeSheet, with the failure logged: whether the sheet was written.
-bool sheetPicture(int dpi, const QVariantMap &display);
-
-// The sheet as a bitmap, without writing it; a null image when nothing can be drawn.
-QImage drawSheet(int dpi, const QVariantMap &display, int *drawn = nullptr);
 
 // Width and height of the sheet's bitmap; empty when it can't be drawn.
 QSize sheetPixels(int dpi, const QVariantMap &display);
 // The size of stills beyond which the sheet gets no sharper, in their shape and not above wTh x
 // hTh.
 QSize usefulStillSize(int dpi, const QVariantMap &display);
-// The sheet as drawSheet gives it, but drawn at this width: sharp at that size, and quick when it
-// is small.
+// The sheet as a bitmap of this width, without writing it: sharp at that size, and quick when it is
+// small. A null image when nothing can be drawn.
 QImage drawSheetAtWidth(int dpi, const QVariantMap &display, int width, int *drawn = nullptr);
 
 // Colours of the captions, from background and border.

@@ -114,6 +114,7 @@ void BatchModel::appendNewRows()
 
 void BatchModel::removeGoneRows()
 {
+    m_previews.clear(); // another row's picture may get the name of one that went
     const int first = markGoneRows();
     const QList<Run> runs = nullRunsFromBehind(m_shown, first);
     if (runs.size() > mostRemovedRuns) {

@@ -102,7 +102,6 @@ TEST_F(CommandTest, WithoutAToolOrATemporaryFolderNothingCanWork)
 TEST_F(RealCommandTest, AnyNameThatAFileCanHaveGetsItsSheet)
 {
     const QByteArray source = soundClip("clip.mp4");
-    const QByteArray longest = QByteArray("\xc3\xa9").repeated(125) + "e.mp4";
     const QByteArrayList names{"with space 'and' \"quotes\".mp4",
                                "100% %d %05d %1; rm -rf $HOME &.mp4",
                                "new\nline\ttab.mp4",

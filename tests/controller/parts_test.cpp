@@ -165,6 +165,22 @@ TEST_F(TaskSlotsTest, TimeBecomesAPercentageAndAWrongOrForeignLineLeavesTheBar)
     EXPECT_EQ(m_shown.filter("%"), QStringList()) << "quiet, and huge values do no harm";
 }
 
+TEST_F(TaskSlotsTest, EveryPictureThatAToolTellsOfIsNoted)
+{
+    QStringList steps;
+    for (int i = 0; i < 2000; ++i) {
+        if (i % 1000 == 0) {
+            steps << "out=";
+        }
+        steps.last() += QString("image          : %1 %1.250\\npourcentage    : 9\\n").arg(i);
+    }
+    ASSERT_TRUE(runToEnd(steps << "out=image: x 1\\nimage : 7\\n", 100, PercentageQuiet));
+    const QMap<int, double> &instants = m_slots.lastEncodingRun().instants;
+    EXPECT_EQ(instants.size(), 2000);
+    EXPECT_EQ(instants.value(0), 0.25);
+    EXPECT_EQ(instants.value(1999), 1999.25);
+}
+
 TEST_F(TaskSlotsTest, AnAnalysisRunCollectsEverythingInAnyScript)
 {
     ASSERT_TRUE(

@@ -87,7 +87,7 @@ TEST_F(StartupTest, AsksForTheDecodersWhileTheApplicationGoesOn)
 {
     writeScript(m_bundle.tool("qtThumbs"),
                 "echo a warning >&2\necho '{\"ICOD\": true, \"APCH\": true, "
-                "\"MTS \": false, \"WMV \": true}'\n");
+                "\"MTS \": false, \"WMV \": true, \"version\": \"GStreamer 9\"}'\n");
     MovieTool movies;
     DecoderQuery query(movies);
     EXPECT_FALSE(movies.hasDecoder("icod"));
@@ -95,6 +95,7 @@ TEST_F(StartupTest, AsksForTheDecodersWhileTheApplicationGoesOn)
     EXPECT_TRUE(movies.hasDecoder("icod"));
     EXPECT_EQ(query.flags(), (QList<bool>{true, false, true, true, false, false}));
     EXPECT_TRUE(m_log.contains("qt aic              :-)"));
+    EXPECT_TRUE(m_log.contains("movie framework     : GStreamer 9"));
 }
 
 TEST_F(StartupTest, HasNoDecoderWithoutATool)

@@ -20,6 +20,11 @@ using test::pixelsUnlike;
 const QColor darkGrey(26, 26, 26);
 const QColor lightGrey(204, 204, 204);
 
+QImage drawSheet(int dpi, const QVariantMap &display, int *drawn = nullptr)
+{
+    return drawSheetAtWidth(dpi, display, dpi == 0 ? 960 : 1920, drawn);
+}
+
 class Composer : public FolderTest
 {
 protected:
@@ -70,7 +75,7 @@ QRect cellOf(int layout, int pictures, int index, int captionLines = 0, double b
 TEST_F(Composer, WritesTheSheetBesideItsStillsFolder)
 {
     makeStills({Qt::red, Qt::green, Qt::blue});
-    const auto jpeg = composeSheet(0, display(1, 3));
+    const auto jpeg = sheetPicture(0, display(1, 3));
     ASSERT_TRUE(jpeg) << jpeg.error().toStdString();
     EXPECT_EQ(jpeg->path, base() + ".jpg");
     EXPECT_EQ(jpeg->drawn, 3);
@@ -78,7 +83,7 @@ TEST_F(Composer, WritesTheSheetBesideItsStillsFolder)
     EXPECT_EQ(small.width(), 960);
     QVariantMap slashed = display(1, 3);
     slashed["dstPathStr"] = base() + "/";
-    ASSERT_TRUE(composeSheet(1, slashed));
+    ASSERT_TRUE(sheetPicture(1, slashed));
     const QImage large(base() + ".png");
     EXPECT_EQ(large.width(), 1920);
     EXPECT_EQ(large.colorSpace(), QColorSpace(QColorSpace::SRgb));
@@ -203,13 +208,13 @@ TEST_F(Composer, SaysWhyThereIsNoSheet)
     makeStills({Qt::red});
     QVariantMap tower = display(0, 4);
     tower["hTh"] = 1000000;
-    const auto tooHigh = composeSheet(0, tower);
+    const auto tooHigh = sheetPicture(0, tower);
     ASSERT_FALSE(tooHigh);
     EXPECT_TRUE(tooHigh.error().contains("pixels high"));
 
     QVariantMap homeless = display(0, 2);
     homeless["dstPathStr"] = base() + "-missing";
-    EXPECT_FALSE(composeSheet(0, homeless));
+    EXPECT_FALSE(sheetPicture(0, homeless));
     ASSERT_TRUE(QDir().mkpath(base() + ".png"));
     EXPECT_FALSE(sheetPicture(1, display(0, 2)));
 }

@@ -182,7 +182,7 @@ TEST_F(BatchModelTest, PreviewsKeepTheirProportionsAndAreReadOnce)
     makePreview(1, {160, 320});
     writeFile(path("film2.mp4.jpg"), "no picture at all");
     makePreview(3, {160, 1});
-    const BatchModel model(*m_controller);
+    BatchModel model(*m_controller);
     const QSize box(120, 80);
     EXPECT_EQ(model.preview(0, box, 1).size(), QSize(120, 67));
     EXPECT_EQ(model.preview(1, box, 1).size(), QSize(40, 80));
@@ -193,6 +193,10 @@ TEST_F(BatchModelTest, PreviewsKeepTheirProportionsAndAreReadOnce)
     QFile::remove(path("film0.mp4.jpg"));
     EXPECT_FALSE(model.preview(0, box, 1).isNull());
     EXPECT_TRUE(model.preview(0, box, 1.5).isNull());
+    makePreview(0, {80, 80});
+    table().remove({3});
+    model.rowsChanged();
+    EXPECT_EQ(model.preview(0, box, 1).size(), QSize(80, 80)) << "names of rows that went are free";
 }
 
 TEST_F(BatchModelTest, ACaptionHasALineForTheNameWhateverIsInIt)

@@ -3,6 +3,8 @@
 #include "qt_thumbs/handles.h"
 #include "qt_thumbs/json_line.h"
 
+#include <memory>
+
 namespace qv
 {
 namespace
@@ -38,6 +40,8 @@ void printDecoders()
         GST_ELEMENT_FACTORY_TYPE_DECODER | GST_ELEMENT_FACTORY_TYPE_MEDIA_VIDEO,
         GST_RANK_MARGINAL));
     JsonLine line;
+    const std::unique_ptr<char, decltype(&g_free)> version(gst_version_string(), g_free);
+    line.add("version", version.get());
     for (const Decoder &decoder : decoders) {
         line.add(decoder.code, isInstalled(installed.get(), decoder.caps));
     }

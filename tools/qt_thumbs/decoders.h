@@ -3,7 +3,8 @@
 namespace qv
 {
 
-// Prints which of the six decoders are installed, by their four-character codes, as JSON.
+// Prints which of the six decoders are installed, by their four-character codes, and the "version"
+// of the movie framework, as JSON.
 void printDecoders();
 
 } // namespace qv
