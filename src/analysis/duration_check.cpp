@@ -17,7 +17,8 @@ namespace
 const QString durationKey = QStringLiteral("w_duration");
 
 // Seconds before the claimed end at which the tail is looked at, for a source with many frames in
-// them, and how much longer than claimed it may be: reports round to whole seconds.
+// them (tools/quick_thumbs/tail reads the same ones), and how much longer than claimed it may be:
+// reports round to whole seconds.
 constexpr double usualTail = 2;
 constexpr double tailTolerance = 3;
 // The time of the last packet is its decoding time, which reordering puts frames earlier.
@@ -50,7 +51,7 @@ double tailLength(const MediaInfoRecord &record)
 QString fromEndText(const MediaInfoRecord &record)
 {
     const double from = std::max(0.0, std::floor(claimed(record) - tailLength(record)));
-    return QString::number(from, 'f', 0);
+    return fixedText(from, 0);
 }
 
 // "-00:00:57.97": the sign is no part of the time code.

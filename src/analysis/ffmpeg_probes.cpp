@@ -68,7 +68,7 @@ QString releaseRevision(const QString &lowered)
     const qsizetype start =
         lowered.indexOf(QLatin1String("ffmpeg version")) + QLatin1String("ffmpeg version").size();
     const QString line = before(lowered.mid(start), QLatin1String("\n"));
-    return QString::number(double(str2Float(before(line, QLatin1String(",")))), 'f', 4);
+    return fixedText(double(str2Float(before(line, QLatin1String(",")))), 4);
 }
 
 // "version 0.6, built on ..." gives "60000".

@@ -65,7 +65,8 @@ void mpegInfo::skipRealByte(int count)
     m_dataOffset = m_dataLength > 0 ? static_cast<qint32>(offset) : 0;
 }
 
-// The file is left standing behind the block, so that reading forwards goes on there.
+// A block at the beginning of the file may be a short one. The file is left standing behind it, so
+// that reading forwards goes on there and meets every byte once.
 bool mpegInfo::readBlockBackward()
 {
     const auto chunk = static_cast<qint32>(std::min<quint64>(blockSize, m_position));

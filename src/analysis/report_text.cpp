@@ -33,9 +33,7 @@ QString after(const QString &text, QLatin1String marker)
 
 QString lastProgressLine(const QString &report)
 {
-    QString text = report;
-    text.replace(u'\r', u'\n');
-    const QStringList lines = linesOf(text);
+    const QStringList lines = linesOf(report);
     const auto last = std::find_if(lines.rbegin(), lines.rend(),
                                    [](const QString &line) { return has(line, "time="); });
     return last == lines.rend() ? QString() : *last;

@@ -48,7 +48,7 @@ QString videoIdentity(const QVariantMap &input)
     const std::optional<double> rate = numberIn(input, QStringLiteral("v0_fps"));
     if (rate) {
         text += QStringLiteral(" - %1 %2")
-                    .arg(localized(QStringLiteral("framerate")), QString::number(*rate, 'f', 2));
+                    .arg(localized(QStringLiteral("framerate")), fixedText(*rate, 2));
     }
     const QString aspect = stringIn(input, QStringLiteral("v0_dar"));
     if (!aspect.isNull()) {
@@ -67,10 +67,9 @@ QString weight(const QString &path)
     }
     const QString byte = localized(QStringLiteral("D_byte"));
     if (mebibytes < mebibytesPerGibibyte) {
-        return QStringLiteral("%1 M%2").arg(QString::number(mebibytes, 'f', 0), byte);
+        return QStringLiteral("%1 M%2").arg(fixedText(mebibytes, 0), byte);
     }
-    return QStringLiteral("%1 G%2").arg(QString::number(mebibytes / mebibytesPerGibibyte, 'f', 2),
-                                        byte);
+    return QStringLiteral("%1 G%2").arg(fixedText(mebibytes / mebibytesPerGibibyte, 2), byte);
 }
 
 // Some codecs are known to people by another name than the one that files carry.

@@ -74,16 +74,11 @@ double instantOf(int index, double interval)
     return interval > longInterval ? firstInstantOfLong : interval * firstInstantShare;
 }
 
-QString seekText(double seconds)
-{
-    return QString::number(seconds, 'f', 2);
-}
-
 QStringList toolArguments(const Source &source, double instant, int index)
 {
     return {source.tool,
             QStringLiteral("-ss"),
-            seekText(instant),
+            fixedText(instant, 2),
             QStringLiteral("-t"),
             QStringLiteral("12"),
             QStringLiteral("-loglevel"),
@@ -122,13 +117,11 @@ QString shownMap(const QVariantMap &map)
     return QString::fromUtf8(QJsonDocument::fromVariant(map).toJson(QJsonDocument::Compact));
 }
 
-void tracePlan(const ExtractionPlan &plan, int out, int requested)
+void tracePlan(const ExtractionPlan &plan)
 {
-    logDebug([&] {
-        return QStringLiteral("outInt              : %1 -> %2 thumbs").arg(out).arg(requested);
-    });
-    logDebug([&] { return QStringLiteral("intervaleFloat : %1").arg(plan.interval, 0, 'f', 6); });
-    if (isVerboseDebug()) {
+    logDebug(
+        [&] { return QStringLiteral("intervaleFloat : %1").arg(fixedText(plan.interval, 6)); });
+    if (isVerboseDebug() && !plan.inOneRun) {
         for (const PlannedPicture &picture : plan.pictures) {
             logLine(QStringLiteral("argsArray pass #%1/%2: %3")
                         .arg(QString::number(picture.index), QString::number(plan.count),
@@ -214,13 +207,18 @@ int encodage(int out, const QString &versionText, const QVariantMap &input, Pref
     logLine(QStringLiteral("encodage            - deb"));
     logDebug([&] { return QStringLiteral("version             : %1").arg(versionText); });
     logDebug([&] { return QStringLiteral("dico : %1").arg(shownMap(input)); });
+    logDebug([&] {
+        return QStringLiteral("outInt              : %1 -> %2 thumbs")
+            .arg(out)
+            .arg(requestedCount(input));
+    });
     const auto prepared = prepareStillsFolder(stringIn(input, QStringLiteral("dstPathStr")));
     if (!prepared) {
         logLine(QStringLiteral("encodage            :-( %1").arg(prepared.error()));
         return 0;
     }
     const ExtractionPlan plan = planExtraction(out, input);
-    tracePlan(plan, out, requestedCount(input));
+    tracePlan(plan);
     storePlan(plan, input, store);
     return 0;
 }

@@ -4,6 +4,7 @@
 #include "sheet/xmp_packet.h"
 #include "support/files.h"
 #include "support/log.h"
+#include "support/numbers.h"
 
 #include <QBuffer>
 #include <QColorSpace>
@@ -228,6 +229,13 @@ QImage renderWithBands(const QImage &picture, const QSize &box, double factor, d
                 .arg(target.width())
                 .arg(target.height());
         });
+        logDebug([&] {
+            return QStringLiteral("%1:%2:%3:%4")
+                .arg(target.left())
+                .arg(target.top())
+                .arg(target.width())
+                .arg(target.height());
+        });
         drawPart(bitmap, target, picture, picture.rect());
     }
     return bitmap;
@@ -264,7 +272,7 @@ QImage renderFitted(const QImage &picture, Fit fit, const QSize &box, double res
     const QSize fitted = divided(picture.size(), factor);
     logDebug([&] {
         return QStringLiteral("f=%1, src = %2 x %3 -> dst = %4 x %5")
-            .arg(factor, 0, 'f', 6)
+            .arg(fixedText(factor, 6))
             .arg(picture.width())
             .arg(picture.height())
             .arg(fitted.width())
@@ -340,12 +348,11 @@ bool imgExport(const QString &source, const QString &destination, int width, int
     const bool transparency = keepsTransparency(pathExtension(destination));
     const QImage bitmap =
         renderFitted(picture, *fit, QSize(width, height), resolution, transparency);
-    logDebug([&] {
-        return QStringLiteral("modeInt=%1, rep=%2 x %3")
-            .arg(mode)
-            .arg(bitmap.width())
-            .arg(bitmap.height());
-    });
+    const QString rep = QStringLiteral("rep=%1 x %2").arg(bitmap.width()).arg(bitmap.height());
+    if (*fit != Fit::Stretch) {
+        logDebug([&] { return rep; });
+    }
+    logDebug([&] { return QStringLiteral("modeInt=%1, %2").arg(QString::number(mode), rep); });
     return imgWrite(bitmap, destination);
 }
 

@@ -237,9 +237,8 @@ SheetGeometry sheetGeometry(const SheetMeasures &measures)
         y = placeHero(sheet, columns, y);
     }
     y = placeCells(sheet, columns, measures.pictures, y);
-    const double bandHeight = lineSpacing * bandFontSize * sheet.scale;
-    sheet.band = QRectF(0, y, sheet.width, bandHeight);
-    sheet.height = y + bandHeight;
+    const double emptyBand = lineSpacing * bandFontSize * sheet.scale;
+    sheet.height = y + emptyBand;
     return sheet;
 }
 

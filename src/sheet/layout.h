@@ -26,14 +26,14 @@ QString countPreference(SheetLayout layout);
 int wholeRowsCount(SheetLayout layout, int requested);
 
 // Width and height of the stills: the stored size brought to its display aspect, fitted into
-// 1280 x 960 and rounded up to even numbers.
+// 1280 x 960 and rounded up to even numbers, all in pixels. Sides of 0 or less count as 1280 x 960.
 struct StillSize {
     int width = 0;
     int height = 0;
 };
 StillSize stillSize(int width, int height, const QString &displayAspect);
 
-// Everything the composer places.
+// Everything the composer places, in units of the canvas: what is drawn is scaled to pixels.
 struct SheetGeometry {
     double scale = 1;  // 1.0 for JPEG sheets, 1.5 for PNG sheets
     double width = 0;  // of the canvas
@@ -49,9 +49,10 @@ struct SheetGeometry {
     std::vector<QRectF> captionValues;
     QRectF hero; // the large picture of the mixed layout; empty otherwise
     std::vector<QRectF> cells;
-    QRectF band; // at the bottom
 };
 
+// Sizes before `scale`: the border in pixels of a JPEG sheet (64 at most), the stills in any unit
+// (a side of 0 or less gives them the shape of 1280 x 960).
 struct SheetMeasures {
     SheetLayout layout = SheetLayout::Medium;
     double scale = 1;

@@ -44,7 +44,7 @@ QString plainFilter(const QStringList &arguments)
 // The run over other seconds and with another selector.
 QStringList run(const QStringList &planned, double from, double seconds, const QString &selector)
 {
-    QStringList arguments = with(planned, seekOption, QString::number(from, 'f', 2));
+    QStringList arguments = with(planned, seekOption, fixedText(from, 2));
     arguments = with(arguments, lengthOption, QString::number(seconds));
     return with(arguments, filterOption, selector + teller + plainFilter(planned));
 }
@@ -73,7 +73,7 @@ QStringList decodingUpTo(const QStringList &planned)
     QStringList arguments = with(planned, filterOption, plainFilter(planned));
     arguments = without(without(arguments, seekOption), lengthOption);
     if (const qsizetype source = valuePosition(arguments, QStringLiteral("-i")); source > 0) {
-        arguments.insert(source + 1, QString::number(plannedInstant(planned), 'f', 2));
+        arguments.insert(source + 1, fixedText(plannedInstant(planned), 2));
         arguments.insert(source + 1, seekOption);
     }
     return arguments;

@@ -31,7 +31,7 @@ struct PictureAttempt {
 // The selector of a planned run that takes the next intra frame.
 QString intraSelector();
 
-// The seconds at which a planned run begins.
+// The seconds at which a planned run begins; 0 for one that says nothing of it.
 double plannedInstant(const QStringList &plannedArguments);
 
 // The planned command with a filter that prints the time of the frame.

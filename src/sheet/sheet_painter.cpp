@@ -6,6 +6,7 @@
 #include "support/files.h"
 #include "support/localized_strings.h"
 #include "support/log.h"
+#include "support/numbers.h"
 #include "support/variant_values.h"
 
 #include <QFontMetricsF>
@@ -104,8 +105,7 @@ void traceHeaviest(const std::vector<double> &weights)
         if (weights[i] > heaviest) {
             logDebug([&] {
                 return QStringLiteral("weightestTh #%1 : %2 o (prev #%3)")
-                    .arg(QString::number(i), QString::number(weights[i], 'f', 0),
-                         QString::number(previous));
+                    .arg(QString::number(i), fixedText(weights[i], 0), QString::number(previous));
             });
             heaviest = weights[i];
             previous = i;
@@ -159,7 +159,7 @@ void paintHero(QPainter &painter, const SheetGeometry &sheet, const SheetContent
 {
     const QRect box = deviceRect(painter, sheet.hero);
     logDebug([&] {
-        return QStringLiteral("hOffset = %1").arg(sheet.height - sheet.hero.bottom(), 0, 'f', 0);
+        return QStringLiteral("hOffset = %1").arg(fixedText(sheet.height - sheet.hero.bottom(), 0));
     });
     if (box.isEmpty()) {
         return;

@@ -30,18 +30,6 @@ bool isRealFile(const QString &path)
     return info.isFile() && !info.isSymLink();
 }
 
-bool isRealFolder(const QString &path)
-{
-    const QFileInfo info(path);
-    return info.isDir() && !info.isSymLink();
-}
-
-bool isFree(const QString &path)
-{
-    const QFileInfo info(path);
-    return !info.exists() && !info.isSymLink();
-}
-
 bool putMark(const QString &folder)
 {
     QFile mark(appendPath(folder, markName()));
@@ -59,7 +47,7 @@ bool isOurStillsFolder(const QString &folder)
 bool mayUseStillsFolder(const QString &folder)
 {
     const QString path = cleaned(folder);
-    return !path.isEmpty() && (isFree(path) || isOurStillsFolder(path));
+    return !path.isEmpty() && (!standsThere(path) || isOurStillsFolder(path));
 }
 
 tl::expected<void, QString> prepareStillsFolder(const QString &folder)
@@ -69,7 +57,7 @@ tl::expected<void, QString> prepareStillsFolder(const QString &folder)
         return tl::make_unexpected(
             QStringLiteral("a folder or file of this name exists already: %1").arg(path));
     }
-    if (!isFree(path) && !rmCocoa(path)) {
+    if (standsThere(path) && !rmCocoa(path)) {
         return tl::make_unexpected(QStringLiteral("the folder can't be emptied: %1").arg(path));
     }
     if (!mkdir(path) || !putMark(path)) {

@@ -4,6 +4,7 @@
 #include "sheet/text_shadow.h"
 #include "support/bundle.h"
 #include "support/log.h"
+#include "support/numbers.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -168,8 +169,7 @@ TextAttributes textAttributes(double size, const QColor &color, QChar alignment)
     attributes.shadow = level >= shadowThreshold;
     if (isVerboseDebug() && !attributes.shadow) {
         logLine(QStringLiteral("rgba average txt    : %1 (size=%2, align:%3) -> isShadow ? 0")
-                    .arg(QString::number(level, 'f', 2), QString::number(size, 'f', 0),
-                         QString(alignment)));
+                    .arg(fixedText(level, 2), fixedText(size, 0), QString(alignment)));
     }
     return attributes;
 }

@@ -63,6 +63,11 @@ QString Bundle::toolPath(const QString &name) const
     return toolsPath() + QLatin1Char('/') + name;
 }
 
+QString Bundle::programPath(const QString &name) const
+{
+    return m_path + QLatin1String("/Contents/MacOS/") + name;
+}
+
 QString Bundle::resource(const QString &name, const QString &type) const
 {
     const QString extension = type.isEmpty() ? QString() : QLatin1Char('.') + type;

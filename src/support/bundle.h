@@ -19,9 +19,10 @@ public:
     static void setMain(const Bundle &bundle);
 
     QString path() const { return m_path; }
-    QString resourcePath() const;            // ".../Contents/Resources"
-    QString toolsPath() const;               // ".../Contents/Resources/tools"
-    QString toolPath(const QString &) const; // path of a tool in it, whether it exists or not
+    QString resourcePath() const;               // ".../Contents/Resources"
+    QString toolsPath() const;                  // ".../Contents/Resources/tools"
+    QString toolPath(const QString &) const;    // path of a tool in it, whether it exists or not
+    QString programPath(const QString &) const; // the same of a program in ".../Contents/MacOS"
 
     // A resource by name and type (extension, may be empty); an empty text when there is none.
     QString resource(const QString &name, const QString &type) const;

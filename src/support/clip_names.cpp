@@ -79,7 +79,7 @@ QString readRecorderFile(const QString &path)
 
 QString pathes2Titles(const QString &path, const QStringList &suffixes)
 {
-    const QString source = sourceTitle(path);
+    const QString source = withoutExtension(lastPathComponent(EyetvBundle(path)));
     QString title = source;
     const QStringList all = suffixes + QStringList{QStringLiteral("-PAL"), QStringLiteral("-NV"),
                                                    QStringLiteral("-NF")};

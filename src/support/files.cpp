@@ -88,18 +88,6 @@ const Transfer &copying()
     return transfer;
 }
 
-bool standsThere(const QString &path)
-{
-    const QFileInfo item(path);
-    return item.exists() || item.isSymLink();
-}
-
-bool isRealFolder(const QString &path)
-{
-    const QFileInfo item(path);
-    return item.isDir() && !item.isSymLink();
-}
-
 // A name beside the item that nothing has yet, on the same volume.
 QString freeSibling(const QString &path)
 {
@@ -224,6 +212,11 @@ bool transferItem(const Transfer &transfer, const QString &source, const QString
     return true;
 }
 
+// --- trying a folder -----------------------------------------------------------------------------
+
+const QString probeName = QStringLiteral("_KVdir");
+constexpr qint64 longestProbe = 60; // seconds
+
 // --- listing -------------------------------------------------------------------------------------
 
 bool isUserTrash(const QByteArray &name)
@@ -314,19 +307,15 @@ bool moveToTrash(const QString &path, QString *where)
     return true;
 }
 
-namespace
-{
-
-const QString probeName = QStringLiteral("_KVdir");
-constexpr qint64 longestProbe = 60; // seconds
-
-} // namespace
-
 void removeForgotten(const QString &folder, Forgotten kind, const QString &pattern, qint64 seconds)
 {
     const bool isFile = kind == Forgotten::Files;
     const QDateTime forgotten = QDateTime::currentDateTime().addSecs(-seconds);
-    const QFileInfoList entries = QDir(folder).entryInfoList(
+    const QString expanded = expandTilde(folder);
+    if (expanded.isEmpty()) {
+        return;
+    }
+    const QFileInfoList entries = QDir(expanded).entryInfoList(
         {pattern}, (isFile ? QDir::Files : QDir::Dirs) | QDir::Hidden | QDir::NoSymLinks);
     for (const QFileInfo &entry : entries) {
         if (entry.lastModified() < forgotten) {
@@ -341,7 +330,7 @@ bool droitsAcces(const QString &path)
     if (expanded.isEmpty()) {
         return false;
     }
-    const QString folder = QFileInfo(expanded).isDir() ? expanded : fichier_dirname(expanded);
+    const QString folder = QFileInfo(expanded).isDir() ? expanded : QFileInfo(expanded).path();
     const quint64 number = QRandomGenerator::global()->generate64() >> 1;
     // A process that is killed while it tries a folder leaves its probe there.
     removeForgotten(folder, Forgotten::EmptyFolders, probeName + QLatin1Char('*'), longestProbe);
@@ -384,6 +373,18 @@ QStringList subpaths(const QString &folder)
                  return true;
              });
     return paths;
+}
+
+bool standsThere(const QString &path)
+{
+    const QFileInfo item(expandTilde(path));
+    return item.exists() || item.isSymLink();
+}
+
+bool isRealFolder(const QString &path)
+{
+    const QFileInfo item(expandTilde(path));
+    return item.isDir() && !item.isSymLink();
 }
 
 bool fileExists(const QString &path)

@@ -4,7 +4,7 @@
 #include <QStringList>
 
 // Files and folders. Every path is tilde-expanded; a missing (null or empty) path gives the
-// operation's "nothing" value and touches nothing. Refusals and failures are logged.
+// operation's "nothing" value and touches nothing. Failures are logged, refusals mostly.
 namespace qv
 {
 
@@ -35,6 +35,10 @@ QStringList lsCocoa(const QString &path);
 // folders are listed, not followed; trash folders are left out.
 QStringList subpaths(const QString &folder);
 bool fileExists(const QString &path);
+// Whether anything has that name, a link that leads nowhere included.
+bool standsThere(const QString &path);
+// A folder, and no link to one.
+bool isRealFolder(const QString &path);
 
 // Writes UTF-8 with every kind of line end turned into "\n", in place.
 bool ecritureFichier(const QString &path, const QString &text);

@@ -2,8 +2,10 @@
 
 #include "support/log.h"
 #include "support/number_scan.h"
+#include "support/variant_values.h"
 
 #include <algorithm>
+#include <charconv>
 #include <cmath>
 #include <limits>
 
@@ -12,36 +14,16 @@ namespace qv
 namespace
 {
 
-QString fixed(double value, int decimals = 6)
-{
-    return QString::number(value, 'f', decimals);
-}
-
 int saturated(qint64 value)
 {
     return static_cast<int>(std::clamp<qint64>(value, std::numeric_limits<int>::min(),
                                                std::numeric_limits<int>::max()));
 }
 
-bool isNumeric(const QVariant &value)
-{
-    switch (value.typeId()) {
-    case QMetaType::Int:
-    case QMetaType::UInt:
-    case QMetaType::LongLong:
-    case QMetaType::ULongLong:
-    case QMetaType::Float:
-    case QMetaType::Double:
-        return true;
-    default:
-        return false;
-    }
-}
-
 // NaN has no place in an order.
 QVariant asSortable(const QVariant &value)
 {
-    if (!isNumeric(value)) {
+    if (!isNumberType(value)) {
         return str2Float(value.toString());
     }
     return std::isnan(value.toDouble()) ? QVariant(0.0F) : value;
@@ -71,6 +53,14 @@ float powerOfTen(int exponent)
 
 } // namespace
 
+QString fixedText(double value, int decimals)
+{
+    std::array<char, 400> text; // the largest double has 309 digits
+    const std::to_chars_result end = std::to_chars(text.data(), text.data() + text.size(), value,
+                                                   std::chars_format::fixed, decimals);
+    return QString::fromLatin1(text.data(), end.ptr - text.data());
+}
+
 double str2Double(const QString &text)
 {
     QString packed = text;
@@ -81,7 +71,8 @@ double str2Double(const QString &text)
         return 0.0;
     }
     logDebug([&] {
-        return QStringLiteral("str2Float           - fin :'%1'->%2").arg(text, fixed(*found));
+        return QStringLiteral("str2Float           - fin :'%1'->%2")
+            .arg(text, fixedText(*found, 6));
     });
     return *found;
 }
@@ -200,7 +191,7 @@ float nbArrondi(float x, int decimals)
         const float scaled = x * scale + (x >= 0.0F ? 0.5F : -0.5F);
         rounded = std::isfinite(scaled) ? std::trunc(scaled) / scale : x;
     }
-    logLine(QStringLiteral("nbArrondi            : %1").arg(fixed(double(rounded))));
+    logLine(QStringLiteral("nbArrondi            : %1").arg(fixedText(double(rounded), 6)));
     return rounded;
 }
 
@@ -212,8 +203,9 @@ float nbTrimmed(float x, int decimals)
     if (std::isfinite(scaled)) {
         trimmed = std::trunc(scaled) / scale;
     }
-    logDebug(
-        [&] { return QStringLiteral("nbTrimmed           : %1").arg(fixed(double(trimmed))); });
+    logDebug([&] {
+        return QStringLiteral("nbTrimmed           : %1").arg(fixedText(double(trimmed), 6));
+    });
     return trimmed;
 }
 
@@ -223,7 +215,7 @@ float versionStr2Float(const QString &text)
     float value = floatValue(fields.value(0));
     value += floatValue(fields.value(1)) / 100;
     value += floatValue(fields.value(2)) / 100 / 100;
-    logDebug([&] { return QStringLiteral("returnedFloat %1").arg(fixed(double(value))); });
+    logDebug([&] { return QStringLiteral("returnedFloat %1").arg(fixedText(double(value), 6)); });
     return std::isfinite(value) ? value : 0.0F;
 }
 
@@ -232,7 +224,7 @@ QString ASTID(const QString &text, const QString &delimiter, int index)
     constexpr int secondToLast = 666;
     constexpr int last = 777;
     const bool isNumber =
-        QString::number(intValue(text)) == text || fixed(double(floatValue(text))) == text;
+        QString::number(intValue(text)) == text || fixedText(double(floatValue(text)), 6) == text;
     if (isNumber || delimiter.isEmpty() || !text.contains(delimiter)) {
         return text.isNull() ? QLatin1String("") : text;
     }

@@ -11,7 +11,8 @@
 namespace qv
 {
 
-// The first number in the text, blanks removed and letters skipped; 0 when there is none.
+// The number at the beginning of the text, blanks removed and letters skipped; 0 when there is
+// none.
 float str2Float(const QString &text);
 // The same in double precision, for values that a float would round (tick counts, 59.94).
 double str2Double(const QString &text);
@@ -39,11 +40,16 @@ QString float2FractionStr(float ratio);
 std::array<int, 2> reduceFraction(int a, int b);
 // A divisor of both a and b in the neighbourhood of target (not 0); 1 in the worst case.
 int nbsSousMultipleCommun(int a, int b, int target);
-// n rounded to a multiple of m (not 0); exactly half rounds up.
+// n rounded to a multiple of m (not 0); from m / 2, a whole number, it rounds up.
 int nbMultipleArrondi(int n, int m);
-// x rounded, and x truncated, to a number of decimals.
+// x rounded, and x truncated, to a number of decimals. To 0 decimals a negative x is rounded toward
+// zero: -2.7 gives -2.
 float nbArrondi(float x, int decimals);
 float nbTrimmed(float x, int decimals);
+
+// With that many decimals (100 at most), as C prints "%.2f" whatever the locale: what lies exactly
+// half-way goes to the even digit, so 0.625 gives "0.62".
+QString fixedText(double value, int decimals);
 
 // "hh:mm:ss[.fraction]" in seconds; 0 for a text without three or four fields.
 float timecodeStr2Float(const QString &text);

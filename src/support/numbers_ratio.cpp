@@ -25,7 +25,7 @@ float unfoldedRatio(const QString &text)
     if (!text.contains(u':')) {
         const float value = str2Float(text);
         logLine(QStringLiteral("fractionStr2Float :-/ %1 (<-%2)")
-                    .arg(QString::number(double(value), 'f', 3), text));
+                    .arg(fixedText(double(value), 3), text));
         return value;
     }
     const QStringList fields = text.split(u':');
@@ -71,8 +71,7 @@ QString float2FractionStr(float ratio)
     const auto [numerator, denominator] =
         reduceFraction(truncatedToInt(double(ratio * 1000)), 1000);
     const QString text = QStringLiteral("%1:%2").arg(numerator).arg(denominator);
-    logLine(QStringLiteral("float2FractionStr : %1 (<-%2)")
-                .arg(text, QString::number(double(ratio), 'f', 3)));
+    logLine(QStringLiteral("float2FractionStr : %1 (<-%2)").arg(text, fixedText(double(ratio), 3)));
     return text;
 }
 

@@ -4,9 +4,6 @@
 
 namespace qv
 {
-namespace
-{
-
 bool isNumberType(const QVariant &value)
 {
     switch (value.typeId()) {
@@ -26,8 +23,6 @@ bool isNumberType(const QVariant &value)
         return false;
     }
 }
-
-} // namespace
 
 std::optional<double> numberValue(const QVariant &value)
 {

@@ -8,6 +8,8 @@
 namespace qv
 {
 
+// Whether it holds a number of any kind, not the text of one.
+bool isNumberType(const QVariant &value);
 // A number of any numeric kind, or the text of a number.
 std::optional<double> numberValue(const QVariant &value);
 std::optional<double> numberIn(const QVariantMap &map, const QString &key);

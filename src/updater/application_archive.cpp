@@ -44,11 +44,6 @@ QStringList plainFilesIn(const QString &folder)
     return files;
 }
 
-QString programOf(const Bundle &bundle, const QString &name)
-{
-    return QStringLiteral("%1/Contents/MacOS/%2").arg(bundle.path(), name);
-}
-
 QString versionRefusal(const Bundle &offered, const Bundle &running)
 {
     if (offered.infoValue(identifierKey).toString() != running.identifier()) {
@@ -90,10 +85,10 @@ bool isApplicationAddress(const QString &address)
 
 QString archiveName(const QString &address)
 {
-    const QString name = lastPathComponent(address);
+    const QString name = address.mid(address.lastIndexOf(QLatin1Char('/')) + 1);
     const bool isName = !name.isEmpty() && name != QLatin1String(".") &&
-                        name != QLatin1String("..") && !name.contains(QLatin1Char('/')) &&
-                        !name.contains(QChar::Null) && name.toUtf8().size() <= longestName;
+                        name != QLatin1String("..") && !name.contains(QChar::Null) &&
+                        name.toUtf8().size() <= longestName;
     return isName ? name : QString();
 }
 
@@ -123,7 +118,7 @@ tl::expected<QString, QString> unpackedApplication(const QString &folder, const 
     if (const QString reason = versionRefusal(offered, running); !reason.isNull()) {
         return refused(reason);
     }
-    const QString program = programOf(offered, running.infoValue(executableKey).toString());
+    const QString program = offered.programPath(running.infoValue(executableKey).toString());
     if (!QFileInfo(program).isFile() || QFileInfo(program).isSymLink()) {
         return refused(QStringLiteral("the application in the archive is incomplete"));
     }

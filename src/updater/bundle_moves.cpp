@@ -46,13 +46,6 @@ QString trashItem(const QString &path)
     return fileExists(path) ? QString() : where;
 }
 
-// Something stands at the path, a broken link included.
-bool isThere(const QString &path)
-{
-    const QFileInfo info(path);
-    return info.exists() || info.isSymLink();
-}
-
 QString freeName(const QString &path)
 {
     const QString extension = pathExtension(path);
@@ -60,7 +53,7 @@ QString freeName(const QString &path)
     for (int number = 1;; ++number) {
         const QString name = QStringLiteral("%1 (%2)%3")
                                  .arg(withoutExtension(path), QString::number(number), suffix);
-        if (!isThere(name)) {
+        if (!standsThere(name)) {
             return name;
         }
     }
@@ -192,7 +185,7 @@ Replacement replaceItem(const QString &from, const QString &to, const DiskMoves 
         failed.error = QStringLiteral("%1 can't be written: %2").arg(to, error);
         return failed;
     }
-    if (!isThere(to)) {
+    if (!standsThere(to)) {
         if (!moves.rename(staged, to)) {
             failed.error = QStringLiteral("%1 can't be written").arg(to);
         }

@@ -35,9 +35,8 @@ QUrl UpdateService::connexionTest() const
 
 QUrl UpdateService::versionQuery(const QString &language, float systemVersion) const
 {
-    return QUrl(
-        QStringLiteral("%1dlCenter/update.php?s=%2&l=%3&os=%4")
-            .arg(m_base, productCode, language, QString::number(double(systemVersion), 'f', 6)));
+    return QUrl(QStringLiteral("%1dlCenter/update.php?s=%2&l=%3&os=%4")
+                    .arg(m_base, productCode, language, fixedText(double(systemVersion), 6)));
 }
 
 // What follows "h" is empty on purpose: its presence asks for the page.

@@ -149,10 +149,9 @@ void Updater::offer(const QVariantMap &reply)
         showOffer({});
         return;
     }
-    m_ownerQuery.run(
-        [this, program = m_parts.bundle.path() + QStringLiteral("/Contents/MacOS/") + executable(),
-         ask = m_parts.packageOwner] { m_owner = ask(program); },
-        [this] { showOffer(m_owner); });
+    m_ownerQuery.run([this, program = m_parts.bundle.programPath(executable()),
+                      ask = m_parts.packageOwner] { m_owner = ask(program); },
+                     [this] { showOffer(m_owner); });
 }
 
 void Updater::showOffer(const QString &packageOwner)

@@ -1,6 +1,7 @@
 #include "updater/web_download.h"
 
 #include "support/copy_tree.h"
+#include "support/files.h"
 #include "support/log.h"
 #include "support/platform.h"
 
@@ -13,12 +14,6 @@ namespace
 {
 
 constexpr int progressInterval = 50; // milliseconds
-
-bool stands(const QString &path)
-{
-    const QFileInfo info(path);
-    return info.exists() || info.isSymbolicLink();
-}
 
 // What the server knows this state of its file by, when it can be relied on byte by byte.
 QByteArray validatorOf(const WebExchange &exchange)
@@ -65,7 +60,7 @@ void WebDownload::start()
 
 QString WebDownload::placeRefusal() const
 {
-    if (stands(m_request.path)) {
+    if (standsThere(m_request.path)) {
         return QStringLiteral("there is something already where the download is to be: %1")
             .arg(m_request.path);
     }

@@ -13,7 +13,10 @@ TEST(ClipTitle, DropsSuffixesAndUnderscores)
                                          {"/v/A-NV and B-NV.avi", "A"},
                                          {"/v/A__  _B.avi", "A B"},
                                          {"/v/Film -PAL.avi", "Fil"}, // with the character before
-                                         {"/v/-PAL.avi", "-PAL"}}) {
+                                         {"/v/-PAL.avi", "-PAL"},
+                                         {"/v/News.eyetv/0001.mpg", "News"},
+                                         {"/v/News.eyetv/sub/0001.mpg", "0001"},
+                                         {"/v/T.iMovieProject/Media/c_1.dv", "c 1"}}) {
         EXPECT_EQ(pathes2Titles(path, {"_720p", ""}), expected) << path;
     }
 }

@@ -118,6 +118,14 @@ TEST(Rounding, GoesToMultiplesAndKeepsDecimals)
     EXPECT_FLOAT_EQ(nbTrimmed(2.349F, 2), 2.34F);
 }
 
+TEST(FixedText, RoundsExactHalvesToTheEvenDigit)
+{
+    EXPECT_EQ(fixedText(0.625, 2), "0.62");
+    EXPECT_EQ(fixedText(3.875, 2), "3.88");
+    EXPECT_EQ(fixedText(2.5, 0), "2");
+    EXPECT_EQ(fixedText(-1e308, 2).size(), 313);
+}
+
 TEST(TimeCode, IsReadInSeconds)
 {
     const TextCase cases[] = {

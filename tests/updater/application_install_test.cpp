@@ -271,7 +271,8 @@ TEST(ArchiveNames, AreLastComponentsThatAreSafe)
     EXPECT_EQ(archiveName("http://u.example/a/Quorvantel-2.zip"), "Quorvantel-2.zip");
     EXPECT_TRUE(isApplicationAddress("http://u.example/a/QUORVANTEL-2.zip"));
     EXPECT_FALSE(isApplicationAddress("http://quorvantel.example/a/ffmpeg.zip"));
-    for (const QString bad : {"", "http://u.example/..", "http://u.example/."}) {
+    for (const QString bad :
+         {"", "http://u.example/..", "http://u.example/.", "http://u.example/dlCenter/"}) {
         EXPECT_TRUE(archiveName(bad).isNull()) << qPrintable(bad);
     }
     EXPECT_TRUE(archiveName("http://u.example/" + QString(300, 'a')).isNull());

@@ -82,8 +82,8 @@ private:
     std::string m_reason;
     bool m_broken = false;
 
+    CapsPtr m_container;        // written by GStreamer's threads until the source is open
     mutable std::mutex m_mutex; // GStreamer's threads write what follows
-    CapsPtr m_container;
     std::vector<StreamDescription> m_streams;
     std::string m_shownId;
     std::atomic<bool> m_linked = false;

@@ -14,9 +14,6 @@ namespace
 constexpr int largestSide = 32768;
 constexpr std::int64_t largestArea = std::int64_t{1} << 28;
 
-// How much a line may stand out from its neighbours before it counts as a comb line.
-constexpr int restingDifference = 6;
-
 struct ReleaseConverter {
     void operator()(GstVideoConverter *converter) const { gst_video_converter_free(converter); }
 };

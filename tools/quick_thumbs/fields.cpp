@@ -13,9 +13,6 @@ namespace qv
 namespace
 {
 
-// Of eight bits: by how much a line may stand out before it counts as a comb line.
-constexpr int restingDifference = 6;
-
 // Every component in a plane of its own, in whole bytes of this machine's order.
 bool isPlanar(const AVPixFmtDescriptor &format)
 {

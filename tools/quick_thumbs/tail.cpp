@@ -8,6 +8,7 @@ namespace qv
 namespace
 {
 
+// As analysis/duration_check judges what is read here.
 constexpr double usualTail = 2;
 constexpr double framesInTail = 4;
 

@@ -6,6 +6,10 @@
 namespace qv
 {
 
+// Of samples of eight bits: by how much a line may stand out from its neighbours before it counts
+// as a comb line.
+inline constexpr int restingDifference = 6;
+
 // Rows of samples of one picture or plane.
 template <typename Sample> struct Rows {
     Sample *samples = nullptr;
@@ -17,8 +21,8 @@ template <typename Sample> struct Rows {
 };
 
 // Fills the lines of the field that is shown later (the odd ones unless bottomFirst) with what
-// their neighbours allow: resting detail stays, the comb lines of movement go. `resting` is by how
-// much a line may stand out from its neighbours before it counts as a comb line.
+// their neighbours allow: resting detail stays, the comb lines of movement go. `resting` is the
+// restingDifference of these samples.
 template <typename Sample> void deinterlace(const Rows<Sample> &rows, bool bottomFirst, int resting)
 {
     for (int y = bottomFirst ? 0 : 1; y < rows.height; y += 2) {
