@@ -65,6 +65,19 @@ QString withoutLastComponent(const QString &path)
     return slash == 0 ? path.left(1) : path.left(std::max<qsizetype>(slash, 0));
 }
 
+QString standardFolder()
+{
+    return PreferencesStore::prefsDefaults().value(destinationKey).toString();
+}
+
+// The one that holds our own.
+QString storedFolder(const QVariantMap &values)
+{
+    const QString stored =
+        values.contains(destinationKey) ? stringIn(values, destinationKey) : standardFolder();
+    return stored.endsWith(QLatin1String("Quorvantel")) ? withoutLastComponent(stored) : stored;
+}
+
 void showColor(PreferencesPanel &panel, const QString &key, const QVariant &value)
 {
     const QString text = value.toString();
@@ -131,12 +144,15 @@ QVariantMap readAll(const PreferencesPanel &panel)
 
 QString shownDestination(const QVariantMap &values)
 {
-    const QString standard = PreferencesStore::prefsDefaults().value(destinationKey).toString();
-    const QString stored =
-        values.contains(destinationKey) ? stringIn(values, destinationKey) : standard;
-    const QString shown =
-        stored.endsWith(QLatin1String("Quorvantel")) ? withoutLastComponent(stored) : stored;
-    return !shown.isEmpty() && QFileInfo(expandTilde(shown)).isDir() ? shown : standard;
+    const QString folder = storedFolder(values);
+    return !folder.isEmpty() && QFileInfo(expandTilde(folder)).isDir() ? folder : standardFolder();
+}
+
+bool isDestinationMissing(const QVariantMap &values)
+{
+    const QString folder = storedFolder(values);
+    return !folder.isEmpty() && folder != standardFolder() &&
+           !QFileInfo::exists(expandTilde(folder));
 }
 
 QVariantMap prefs2GuiAppky(PreferencesPanel &panel, const std::optional<QVariantMap> &values)

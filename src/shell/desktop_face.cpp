@@ -45,11 +45,24 @@ void DesktopFace::takePreferences()
 {
     BatchControls &controls = m_widgets.window.controls();
     for (int out = 0; out < layoutCount; ++out) {
-        controls.setThumbnailCount(
-            out, intValue(m_widgets.preferences.prefReadString(countPreference(out))));
+        if (const auto count = changedPreference(countPreference(out))) {
+            controls.setThumbnailCount(out, *count);
+        }
     }
-    controls.setPictureChoice(
-        intValue(m_widgets.preferences.prefReadString(QStringLiteral("prefDpi"))));
+    if (const auto choice = changedPreference(QStringLiteral("prefDpi"))) {
+        controls.setPictureChoice(*choice);
+    }
+}
+
+std::optional<int> DesktopFace::changedPreference(const QString &key)
+{
+    const int now = intValue(m_widgets.preferences.prefReadString(key));
+    const auto before = m_taken.constFind(key);
+    if (before != m_taken.cend() && *before == now) {
+        return std::nullopt;
+    }
+    m_taken.insert(key, now);
+    return now;
 }
 
 // ---- what is shown

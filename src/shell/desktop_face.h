@@ -11,8 +11,11 @@
 #include "shell/time_left.h"
 #include "shell/workspace.h"
 
+#include <QHash>
 #include <QObject>
 #include <QTimer>
+
+#include <optional>
 
 // The controller's view of the windows: what it tells is shown, what it asks is read from the
 // controls or asked of the user.
@@ -38,7 +41,8 @@ public:
     explicit DesktopFace(const Widgets &widgets);
 
     void setController(appDelegate &controller, BatchDrawer &drawer);
-    // Counts and picture choice of the main window, from the stored preferences.
+    // Counts and picture choice of the main window, from the stored preferences: those that changed
+    // since the last time, for the others may have been chosen in the window.
     void takePreferences();
     // Shows the last state now instead of soon.
     void showNow();
@@ -76,6 +80,7 @@ private:
     void showProgress();
     QString batchSummary() const;
     void admitWaiting();
+    std::optional<int> changedPreference(const QString &key);
 
     Widgets m_widgets;
     appDelegate *m_controller = nullptr;
@@ -88,6 +93,7 @@ private:
     int m_made = 0;
     int m_failed = 0;
     QList<QStringList> m_waiting;
+    QHash<QString, int> m_taken; // by preference
 };
 
 } // namespace qv

@@ -98,6 +98,8 @@ void PreferencesWindow::showStored(const std::optional<QVariantMap> &snapshot)
         prefs2GuiAppky(*this, snapshot.value_or(QVariantMap()));
     }
     m_before = prefs2GuiAppky(*this, std::nullopt);
+    m_standIn =
+        isDestinationMissing(snapshot.value_or(QVariantMap())) ? destinationText() : QString();
     m_swatch = selectedSegment(colorKey);
     describeCaptions();
     iba_setColor();
@@ -306,13 +308,20 @@ void PreferencesWindow::iba_menuPrefSegmentClose(int segment)
 
 void PreferencesWindow::save()
 {
-    m_store.prefsWriteAll(prefs2GuiAppky(*this, std::nullopt));
+    QVariantMap values = prefs2GuiAppky(*this, std::nullopt);
+    if (showsStandIn()) {
+        values.remove(destinationKey);
+    }
+    m_store.prefsWriteAll(values);
     iba_menuPrefClose();
 }
 
 void PreferencesWindow::iba_menuPrefClose()
 {
-    m_store.prefWrite(destinationKey, destinationText());
+    if (!showsStandIn()) {
+        m_store.prefWrite(destinationKey, destinationText());
+        m_standIn.clear();
+    }
     m_store.prefWrite(presetKey, selectedSegment(presetKey));
     m_store.prefWrite(colorKey, selectedSegment(colorKey));
     m_store.prefWrite(updateKey, isChecked(updateKey) ? 1 : 0);
@@ -325,10 +334,17 @@ void PreferencesWindow::iba_menuPrefClose()
     m_store.synchronize();
 }
 
+bool PreferencesWindow::showsStandIn() const
+{
+    return !m_standIn.isNull() && destinationText() == m_standIn;
+}
+
 void PreferencesWindow::putBack()
 {
     const QVariantMap before = m_before;
+    const QString standIn = m_standIn;
     showStored(before);
+    m_standIn = standIn;
     // Also a folder that is gone: it was there before, and it is the user's to change.
     setDestinationText(before.value(destinationKey).toString());
     m_before = before;

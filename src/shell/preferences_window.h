@@ -45,7 +45,8 @@ public:
     // The button row: cancelSegment, resetSegment (to the defaults, saved at once), saveSegment.
     void iba_menuPrefSegmentClose(int segment);
     // Writes what must not wait for a whole save (destination, preset, swatch, update box), closes
-    // the sheet and looks for a newer version.
+    // the sheet and looks for a newer version. A stored destination that is missing stays stored
+    // until another one is entered.
     void iba_menuPrefClose();
     // Says what the selected caption preset means.
     void iba_prefCaptions();
@@ -76,6 +77,7 @@ private:
     void showBorderSize();
     void showSheetSize();
     void updatePreview();
+    bool showsStandIn() const;
     void putBack();
     void save();
 
@@ -84,6 +86,7 @@ private:
     int m_swatch = 0;        // the last that was chosen or stored
     double m_borderSize = 0; // the slider has only whole steps
     QVariantMap m_before;    // what cancelling brings back
+    QString m_standIn;       // shown for a stored destination that was missing; else null
     bool m_setting = false;  // controls are being set, not used
 };
 

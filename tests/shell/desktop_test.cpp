@@ -34,6 +34,23 @@ TEST_F(DesktopTest, StartsWithStoredSettingsAndWithoutTheStateOfARunBefore)
     EXPECT_TRUE(fileExists(temporaryFolder() + "/app.app"));
 }
 
+TEST_F(DesktopTest, SavedPreferencesChangeInTheWindowOnlyWhatTheyChanged)
+{
+    ASSERT_TRUE(start());
+    BatchControls &controls = m_desktop->window().controls();
+    PreferencesWindow &preferences = m_desktop->preferencesWindow();
+    controls.setThumbnailCount(1, 21);
+    controls.setPictureChoice(1);
+    for (const int other : {12, 18}) {
+        preferences.iba_menuPref();
+        preferences.selectCount("prefLimitMin", QString::number(other));
+        preferences.iba_menuPrefSegmentClose(PreferencesWindow::saveSegment);
+        EXPECT_EQ(controls.thumbnailCount(1), 21);
+        EXPECT_EQ(controls.pictureChoice(), 1);
+        EXPECT_EQ(controls.thumbnailCount(2), other);
+    }
+}
+
 TEST_F(DesktopTest, RefusesToRunBesideAnotherCopy)
 {
     EXPECT_FALSE(start(2));

@@ -240,6 +240,43 @@ TEST_F(PreferencesWindowTest, ClosingWritesWhatMayNotBeLost)
     EXPECT_EQ(m_checks, 1);
 }
 
+TEST_F(PreferencesWindowTest, AMissingDestinationStaysStoredUntilAnotherIsEntered)
+{
+    const QString standard = PreferencesStore::prefsDefaults().value(destination).toString();
+    const struct {
+        const char *name;
+        std::function<void()> leave;
+        QString stored;
+    } rows[] = {{"save", [&] { m_window.iba_menuPrefSegmentClose(PreferencesWindow::saveSegment); },
+                 path("gone")},
+                {"close", [&] { m_window.iba_menuPrefClose(); }, path("gone")},
+                {"cancel, then save",
+                 [&] {
+                     m_window.setDestinationText(path("films"));
+                     m_window.iba_menuPrefSegmentClose(PreferencesWindow::cancelSegment);
+                     m_window.iba_menuPrefSegmentClose(PreferencesWindow::saveSegment);
+                 },
+                 path("gone")},
+                {"another, then the default",
+                 [&] {
+                     m_window.setDestinationText(path("films"));
+                     m_window.iba_menuPrefClose();
+                     m_window.setDestinationText(standard);
+                     m_window.iba_menuPrefSegmentClose(PreferencesWindow::saveSegment);
+                 },
+                 standard},
+                {"reset",
+                 [&] { m_window.iba_menuPrefSegmentClose(PreferencesWindow::resetSegment); },
+                 standard}};
+    for (const auto &row : rows) {
+        m_store.prefWrite(destination, path("gone"));
+        m_window.showStored(m_store.prefsSnapshot());
+        EXPECT_EQ(m_window.destinationText(), standard);
+        row.leave();
+        EXPECT_EQ(m_store.prefReadString(destination), row.stored) << row.name;
+    }
+}
+
 TEST_F(PreferencesWindowTest, ASwatchSetsTheWellAndTheWellLeavesTheSwatch)
 {
     ColorWell *well = controls().wells.value("pageBkgColor");
