@@ -158,9 +158,13 @@ void Desktop::makeUpdater()
     connect(m_updateWindow, &UpdateWindow::cancelClicked, this, [this] { m_updater->cancel(); });
     connect(m_updateWindow, &UpdateWindow::linkClicked, this,
             [this](const QUrl &address) { m_workspace->openUrl(address); });
-    m_preferencesWindow->checkForUpdates = [this] {
-        m_updater->iba_checkForUpdates(Updater::Sender::Nobody);
-    };
+    const auto check = [this] { m_updater->iba_checkForUpdates(Updater::Sender::Nobody); };
+    m_preferencesWindow->checkForUpdates = check;
+    connect(m_preferencesWindow, &QDialog::finished, this, [this, check] {
+        if (m_updateFace->takePutOff() && !m_isOver) {
+            check();
+        }
+    });
 }
 
 void Desktop::showLogs()

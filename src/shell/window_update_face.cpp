@@ -22,6 +22,12 @@ void WindowUpdateFace::closeOtherSheets()
     }
 }
 
+bool WindowUpdateFace::mayOfferUnasked()
+{
+    m_isPutOff = m_widgets.preferences.isVisible();
+    return !m_isPutOff;
+}
+
 QString WindowUpdateFace::words(const QString &reason) const
 {
     return reasonText(reason);

@@ -8,6 +8,7 @@
 #include "updater/update_face.h"
 
 #include <functional>
+#include <utility>
 
 namespace qv
 {
@@ -28,6 +29,10 @@ public:
 
     void bringMainWindowBack() override;
     void closeOtherSheets() override;
+    // Not while the preferences are open: closing them would throw away what was edited.
+    bool mayOfferUnasked() override;
+    // Whether an offer was put off since the last call.
+    bool takePutOff() { return std::exchange(m_isPutOff, false); }
     bool isUpdateSheetVisible() const override { return m_widgets.sheet.isVisible(); }
     void showUpdateSheet(const UpdateOffer &offer) override { m_widgets.sheet.showOffer(offer); }
     void closeUpdateSheet() override { m_widgets.sheet.accept(); }
@@ -48,6 +53,7 @@ public:
 
 private:
     Widgets m_widgets;
+    bool m_isPutOff = false;
 };
 
 } // namespace qv

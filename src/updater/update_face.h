@@ -32,6 +32,9 @@ public:
     // Back from the task bar, when it is there.
     virtual void bringMainWindowBack() = 0;
     virtual void closeOtherSheets() = 0;
+    // Whether what nobody asked for may be offered now; when not, the face has it looked for again
+    // at a better time.
+    virtual bool mayOfferUnasked() { return true; }
 
     // The update sheet.
     virtual bool isUpdateSheetVisible() const = 0;

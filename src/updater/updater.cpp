@@ -157,6 +157,9 @@ void Updater::offer(const QVariantMap &reply)
 void Updater::showOffer(const QString &packageOwner)
 {
     checkEnded();
+    if (m_sender == Sender::Nobody && !m_parts.face.mayOfferUnasked()) {
+        return;
+    }
     if (!packageOwner.isEmpty()) {
         m_offer.refusal =
             QStringLiteral("this copy belongs to the package %1 of the system: update "

@@ -2,6 +2,7 @@
 
 #include "shell/localize_widgets.h"
 #include "updater/updater.h"
+#include "web_server/web_server.h"
 
 #include "desktop_fixture.h"
 
@@ -175,4 +176,38 @@ TEST_F(DesktopUpdateTest, SavedPreferencesAskByThemselves)
     EXPECT_TRUE(m_desktop->updater().isChecking());
     EXPECT_TRUE(waitUntil([this] { return !m_desktop->updater().isChecking(); }));
     EXPECT_EQ(m_presenter->countOf(localized("D_echec_1")), 0);
+}
+
+TEST_F(DesktopUpdateTest, AnOfferThatNobodyAskedForWaitsUntilThePreferencesAreClosed)
+{
+    WebServer server;
+    server.setRoute("/ky/isConnected.htm", {.body = "yes"});
+    server.setRoute("/dlCenter/update.php",
+                    {.body = "<key>version</key><value>900.0</value>\n"
+                             "<key>systemVersionMin</key><value>0</value>\n"
+                             "<key>dlPath</key><value>Quorvantel-900.0.zip</value>\n"});
+    const QString info = m_bundle.path() + "/Contents/Info.plist";
+    writeFile(info, contentOf(info).replace("http://127.0.0.1:1/",
+                                            server.address("/").toString().toUtf8()));
+    Bundle::setMain(Bundle(m_bundle.path()));
+    ASSERT_TRUE(start());
+    PreferencesWindow &preferences = m_desktop->preferencesWindow();
+    const auto checks = [this](Updater::Sender sender) {
+        m_desktop->updater().iba_checkForUpdates(sender);
+        return waitUntil([this] { return !m_desktop->updater().isChecking(); });
+    };
+    const auto isOffered = [this] { return m_desktop->updateWindow().isVisible(); };
+    m_desktop->preferences().prefWrite("update", 1);
+    preferences.iba_menuPref();
+    EXPECT_TRUE(checks(Updater::Sender::Nobody));
+    EXPECT_TRUE(preferences.isVisible());
+    EXPECT_FALSE(isOffered());
+    preferences.iba_menuPrefSegmentClose(PreferencesWindow::cancelSegment);
+    EXPECT_TRUE(waitUntil(isOffered));
+
+    m_desktop->updateWindow().accept();
+    preferences.iba_menuPref();
+    EXPECT_TRUE(checks(Updater::Sender::MenuItem));
+    EXPECT_FALSE(preferences.isVisible());
+    EXPECT_TRUE(isOffered());
 }
