@@ -30,6 +30,7 @@ BatchDrawer::BatchDrawer(appDelegate &controller, Workspace &workspace, QWidget 
     m_counting.setInterval(countingMilliseconds);
     connect(&m_counting, &QTimer::timeout, this, [this] { m_summary->setText(summary()); });
     connect(m_view, &BatchView::rowsSelected, this, &BatchDrawer::enableButtons);
+    connect(&m_view->batch(), &BatchModel::rowsInserted, this, &BatchDrawer::forgetRefused);
     enableButtons();
     m_summary->setText(summary());
 }
@@ -77,6 +78,14 @@ void BatchDrawer::rowChanged(int row)
 void BatchDrawer::addRefused(const QString &source, const QString &reason)
 {
     m_refused->add(source, reason);
+}
+
+// What came in after all is refused no longer.
+void BatchDrawer::forgetRefused(const QModelIndex &, int first, int last)
+{
+    for (int row = first; m_refused->count() > 0 && row <= last; ++row) {
+        m_refused->remove(m_view->batch().item(row)->sourcePath());
+    }
 }
 
 void BatchDrawer::countSoon()

@@ -36,6 +36,7 @@ public:
 private:
     void setUpButtons();
     void layOut();
+    void forgetRefused(const QModelIndex &parent, int first, int last);
     void countSoon();
     void enableButtons();
 

@@ -66,7 +66,7 @@ std::unique_ptr<QMenu> batchMenu(BatchView &view)
                                        [&](int row) { return !model.reason(row).isEmpty(); });
     const bool hasSheet = rows.size() == 1 && !model.sheet(rows.first()).isEmpty();
 
-    addItem(*menu, "btOpenSheet", hasSheet, [&view, rows] { view.openSheet(rows.first()); });
+    addItem(*menu, "btOpenSheet", hasSheet, [&view] { view.openSheetOfSelection(); });
     addItem(*menu, "btShowInFolder", any, [&view] { view.showInFolder(); });
     menu->addSeparator();
     if (anyFailed) {

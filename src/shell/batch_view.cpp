@@ -313,6 +313,14 @@ bool BatchView::openSheet(int row)
     return !sheet.isEmpty();
 }
 
+void BatchView::openSheetOfSelection()
+{
+    const QList<int> rows = selectedRows();
+    if (rows.size() == 1) {
+        openSheet(rows.first());
+    }
+}
+
 void BatchView::showInFolder()
 {
     QStringList paths;

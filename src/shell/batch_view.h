@@ -31,7 +31,9 @@ public:
 
     // Whether there was a sheet to open.
     bool openSheet(int row);
-    // On the selected rows; each does nothing where it can't be done.
+    // On the selected rows; each does nothing where it can't be done. A sheet is opened of a single
+    // row only.
+    void openSheetOfSelection();
     void showInFolder();
     void copyReasons();
     void copyPaths();

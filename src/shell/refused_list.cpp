@@ -53,6 +53,22 @@ public:
         endInsertRows();
     }
 
+    bool remove(const QString &source)
+    {
+        const int row = m_rows.value(source, -1);
+        if (row < 0) {
+            return false;
+        }
+        beginRemoveRows({}, row, row);
+        m_entries.removeAt(row);
+        m_rows.remove(source);
+        for (int i = row; i < rowCount(); ++i) {
+            m_rows[m_entries.at(i).source] = i;
+        }
+        endRemoveRows();
+        return true;
+    }
+
     void clear()
     {
         beginResetModel();
@@ -210,18 +226,29 @@ void RefusedList::unfold(bool open)
 void RefusedList::add(const QString &source, const QString &reason)
 {
     m_model->add(source, reason);
-    m_title->setText(countText(QStringLiteral("btRefused"), count()));
-    if (count() <= mostRowsShown) {
-        measure();
+    showCount();
+}
+
+void RefusedList::remove(const QString &source)
+{
+    if (m_model->remove(source)) {
+        showCount();
     }
-    setVisible(true);
 }
 
 void RefusedList::clear()
 {
     m_model->clear();
-    measure();
-    setVisible(false);
+    showCount();
+}
+
+void RefusedList::showCount()
+{
+    m_title->setText(countText(QStringLiteral("btRefused"), count()));
+    if (count() <= mostRowsShown) {
+        measure();
+    }
+    setVisible(count() > 0);
 }
 
 int RefusedList::count() const

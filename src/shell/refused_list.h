@@ -26,6 +26,8 @@ public:
 
     // A source that is listed already gets the new reason.
     void add(const QString &source, const QString &reason);
+    // Nothing when it isn't listed.
+    void remove(const QString &source);
     void clear();
     int count() const;
 
@@ -44,6 +46,7 @@ private:
     void setUpTitle();
     void setUpTable();
     void measure();
+    void showCount();
     void unfold(bool open);
     QList<int> chosen() const;
 

@@ -213,6 +213,12 @@ TEST_F(BatchDrawerTest, TheMenuOffersWhatTheRowsAllow)
     EXPECT_EQ(row(0).out, 3);
     EXPECT_EQ(row(1).out, 3);
     EXPECT_EQ(row(2).out, 1);
+
+    select({0});
+    const auto opened = batchMenu(view());
+    select({1});
+    item(*opened, "Open Sheet")->trigger();
+    EXPECT_EQ(m_workspace.opened, QStringList()) << "the row is no longer selected";
     setInProgress(2);
     select({2});
     EXPECT_FALSE(item(*batchMenu(view()), "Layout")->isEnabled());
@@ -280,4 +286,13 @@ TEST_F(BatchDrawerTest, SourcesThatMadeNoRowAreListedWithTheirReasons)
     QTest::mouseClick(refused.findChild<QPushButton *>("refusedClear"), Qt::LeftButton);
     EXPECT_EQ(refused.count(), 0);
     EXPECT_TRUE(refused.isHidden());
+
+    for (const QString &source : {path("film1.mp4"), QString("/films/a.mp4"), path("film0.mp4")}) {
+        m_drawer->addRefused(source, "the disk was not there");
+    }
+    showRows(2);
+    EXPECT_EQ(refused.title()->text(), "1 file was left out") << "the others came in after all";
+    m_drawer->addRefused("/films/a.mp4", "it is gone");
+    EXPECT_EQ(model->index(0, 1).data(), "it is gone");
+    EXPECT_EQ(refused.count(), 1);
 }
