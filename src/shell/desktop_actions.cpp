@@ -77,6 +77,8 @@ void Desktop::connectControls()
     dragNDropView &drop = m_window->dropView();
     connect(&drop, &dragNDropView::performDrag, m_controller.get(),
             &appDelegate::dragNDropPerformDrag);
+    connect(&drop, &dragNDropView::nothingDropped, this,
+            [this] { m_window->notice(localized(QStringLiteral("nothingToDrop"))); });
     connect(&drop, &dragNDropView::stopRequested, m_controller.get(),
             &appDelegate::iba_analysisStopBt);
     connect(&drop, &dragNDropView::openRequested, m_controller.get(), &appDelegate::iba_menuOpen);

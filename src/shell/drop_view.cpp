@@ -173,7 +173,11 @@ void dragNDropView::dropEvent(QDropEvent *event)
     const QStringList paths = pathsIn(*event->mimeData());
     event->setDropAction(Qt::CopyAction);
     event->accept();
-    Q_EMIT performDrag(paths);
+    if (paths.isEmpty()) {
+        Q_EMIT nothingDropped();
+    } else {
+        Q_EMIT performDrag(paths);
+    }
 }
 
 void dragNDropView::mouseReleaseEvent(QMouseEvent *event)

@@ -35,6 +35,8 @@ public:
 
 Q_SIGNALS:
     void performDrag(const QStringList &paths);
+    // What was dropped holds no file of this computer.
+    void nothingDropped();
     void stopRequested();
     // Clicked, or Space or Return pressed on it.
     void openRequested();

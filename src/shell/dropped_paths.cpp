@@ -40,10 +40,16 @@ QString pathOfLine(const QByteArray &line)
     if (!raw.startsWith('/') || raw.contains('\0')) {
         return {};
     }
-    return QDir::cleanPath(usablePath(raw));
+    return cleanUsablePath(raw);
 }
 
 } // namespace
+
+// Cleaned byte by byte: a name that is no UTF-8 has to give the same link, too.
+QString cleanUsablePath(const QByteArray &name)
+{
+    return usablePath(QDir::cleanPath(QString::fromLatin1(name)).toLatin1());
+}
 
 bool mayHoldPaths(const QMimeData &data)
 {

@@ -7,6 +7,9 @@
 namespace qv
 {
 
+// The path that opens the file of an absolute name, without "." and ".." in it, so that a file is
+// known again however it was named.
+QString cleanUsablePath(const QByteArray &name);
 // Whether a drop may hold local files, without looking at all of it.
 bool mayHoldPaths(const QMimeData &data);
 // The local paths of an address list (text/uri-list, RFC 2483), or of a text with one absolute path

@@ -49,6 +49,8 @@ TEST(DroppedPaths, KeepNamesThatAreNoUtf8Usable)
     data.setData("text/uri-list", "file://" + folder.path().toUtf8() + "/caf%E9.mp4");
     ASSERT_EQ(pathsIn(data).size(), 1);
     EXPECT_TRUE(fileExists(pathsIn(data).first()));
+    EXPECT_EQ(cleanUsablePath(folder.path().toUtf8() + "/./x/../caf\xe9.mp4"),
+              pathsIn(data).first());
     ::remove(name.constData());
     setForeignNamesFolder({});
 }
@@ -85,6 +87,13 @@ TEST_F(DropViewTest, HandsOnDroppedFilesWhileItTakesAny)
     drop();
     ASSERT_EQ(dropped.size(), 1);
     EXPECT_EQ(dropped.first().first().toStringList(), QStringList({"/a.mp4", "/b.mp4"}));
+
+    QSignalSpy nothing(&m_view, &dragNDropView::nothingDropped);
+    m_data.setData("text/uri-list", "sftp://there.example/a.mp4\r\nhttps://there.example/\r\n");
+    EXPECT_TRUE(enters());
+    drop();
+    EXPECT_EQ(nothing.size(), 1);
+    EXPECT_EQ(dropped.size(), 1);
 
     m_view.setAcceptsDrops(false);
     EXPECT_FALSE(enters());
