@@ -17,25 +17,33 @@ bool isAbsolutePath(const QByteArray &path)
     return path.startsWith('/') && path.size() <= longestPath;
 }
 
-} // namespace
-
-QByteArray message(const QByteArrayList &rawPaths)
+QByteArray message(const QByteArray &payload)
 {
-    QByteArray payload;
-    for (const QByteArray &path : rawPaths) {
-        payload += path + '\0';
-    }
-    if (payload.size() > longestPayload) {
-        return {};
-    }
     QByteArray size(sizeof(quint32), '\0');
     qToBigEndian(static_cast<quint32>(payload.size()), size.data());
     return mark + size + payload;
 }
 
+} // namespace
+
+QByteArrayList messages(const QByteArrayList &rawPaths)
+{
+    QByteArrayList messages;
+    QByteArray payload;
+    for (const QByteArray &path : rawPaths) {
+        if (!payload.isEmpty() && payload.size() + path.size() + 1 > longestPayload) {
+            messages.append(message(payload));
+            payload.clear();
+        }
+        payload += path + '\0';
+    }
+    messages.append(message(payload));
+    return messages;
+}
+
 QByteArray actionMessage(LaunchAction action)
 {
-    return message({optionOf(action)});
+    return message(optionOf(action) + '\0');
 }
 
 std::optional<qsizetype> payloadSize(const QByteArray &header)

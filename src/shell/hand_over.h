@@ -17,8 +17,8 @@ inline constexpr qsizetype longestPayload = 4 * 1024 * 1024;
 inline constexpr char taken = 'Y';
 inline constexpr char refused = 'N';
 
-// Empty when the paths are too many.
-QByteArray message(const QByteArrayList &rawPaths);
+// As many as the paths need, at least one.
+QByteArrayList messages(const QByteArrayList &rawPaths);
 QByteArray actionMessage(LaunchAction action);
 // Of the first headerSize bytes; nothing when they are no such header, or announce too much.
 std::optional<qsizetype> payloadSize(const QByteArray &header);

@@ -1,6 +1,7 @@
 #include "shell/single_instance.h"
 
 #include "process/tool_environment.h"
+#include "shell/dropped_paths.h"
 #include "shell/hand_over.h"
 #include "support/files.h"
 #include "support/foreign_names.h"
@@ -12,6 +13,8 @@
 #include <QLocalSocket>
 #include <QThread>
 #include <QTimer>
+
+#include <algorithm>
 
 #include <unistd.h>
 
@@ -68,7 +71,7 @@ SingleInstance::SingleInstance(const QString &folder, QObject *parent)
 
 SingleInstance::~SingleInstance()
 {
-    m_server.close();
+    stopListening();
     qDeleteAll(m_server.findChildren<QLocalSocket *>());
     if (m_lock >= 0) {
         ::close(m_lock);
@@ -104,6 +107,14 @@ void SingleInstance::listen()
     QLocalServer::removeServer(socketPath());
     if (!m_server.listen(socketPath())) {
         logLine(QStringLiteral("instance socket     :-( ") + m_server.errorString());
+    }
+}
+
+void SingleInstance::stopListening()
+{
+    m_server.close();
+    for (QLocalSocket *socket : m_server.findChildren<QLocalSocket *>()) {
+        socket->abort();
     }
 }
 
@@ -159,7 +170,7 @@ void SingleInstance::answer(QLocalSocket *socket, const QByteArray &payload)
     }
     QStringList usable;
     for (const QByteArray &path : *paths) {
-        usable.append(usablePath(path));
+        usable.append(cleanUsablePath(path));
     }
     Q_EMIT pathsReceived(usable);
 }
@@ -170,8 +181,9 @@ bool SingleInstance::handOver(const QByteArrayList &rawPaths) const
     for (const QByteArray &path : rawPaths) {
         absolute.append(absoluteName(path));
     }
-    const QByteArray message = handover::message(absolute);
-    return !message.isEmpty() && send(message);
+    const QByteArrayList messages = handover::messages(absolute);
+    return std::all_of(messages.begin(), messages.end(),
+                       [this](const QByteArray &message) { return send(message); });
 }
 
 bool SingleInstance::handOverAction(LaunchAction action) const
@@ -179,16 +191,22 @@ bool SingleInstance::handOverAction(LaunchAction action) const
     return send(handover::actionMessage(action));
 }
 
+// A first copy that is about to end hangs up without a word.
 bool SingleInstance::send(const QByteArray &message) const
 {
     const QDeadlineTimer deadline(patience);
+    const QDeadlineTimer connecting(connectingPatience);
     QLocalSocket socket;
-    if (!connectTo(socket, socketPath(), QDeadlineTimer(connectingPatience))) {
-        return false;
+    while (connectTo(socket, socketPath(), connecting)) {
+        socket.write(message);
+        char word = handover::refused;
+        if (waitForByte(socket, deadline) && socket.getChar(&word)) {
+            return word == handover::taken;
+        }
+        socket.abort();
+        QThread::msleep(retryInterval);
     }
-    socket.write(message);
-    char word = handover::refused;
-    return waitForByte(socket, deadline) && socket.getChar(&word) && word == handover::taken;
+    return false;
 }
 
 } // namespace qv

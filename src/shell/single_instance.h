@@ -31,8 +31,11 @@ public:
     // can be made, every copy counts as alone.
     int runningCopies();
 
+    // To be called when this copy is about to end: it takes nothing more, but stays the only one.
+    void stopListening();
+
     // Of a later copy: gives the paths to the first one or, without paths, asks it to come to the
-    // front. Waits for its word, a few seconds at most; false when it did not take them.
+    // front. Waits for its word, a few seconds at most; false when it did not take them all.
     bool handOver(const QByteArrayList &rawPaths) const;
     bool handOverAction(LaunchAction action) const;
 

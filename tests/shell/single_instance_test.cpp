@@ -69,10 +69,11 @@ TEST_F(SingleInstanceTest, OnlyTheFirstCopyIsAloneAndTakesWhatLaterOnesBring)
     EXPECT_EQ(m_first.runningCopies(), 1);
     EXPECT_EQ(m_first.runningCopies(), 1);
     EXPECT_GE(SingleInstance(folder()).runningCopies(), 2);
-    EXPECT_TRUE(
-        handOver(QByteArrayList{"/films/a.mp4", "/films/new\nline & 100%.mov", "relative.mp4"}));
-    EXPECT_EQ(m_received, (QStringList{"/films/a.mp4", "/films/new\nline & 100%.mov",
-                                       QDir::currentPath() + "/relative.mp4"}));
+    EXPECT_TRUE(handOver(
+        QByteArrayList{"/films/a.mp4", "/films/new\nline & 100%.mov", "./x/../relative.mp4", "."}));
+    EXPECT_EQ(m_received,
+              (QStringList{"/films/a.mp4", "/films/new\nline & 100%.mov",
+                           QDir::currentPath() + "/relative.mp4", QDir::currentPath()}));
     EXPECT_EQ(m_calls, 0);
     EXPECT_TRUE(handOver({})) << "it only comes to the front";
     EXPECT_EQ(m_calls, 1);
@@ -82,13 +83,27 @@ TEST_F(SingleInstanceTest, OnlyTheFirstCopyIsAloneAndTakesWhatLaterOnesBring)
     EXPECT_EQ(m_calls, 1);
 }
 
-TEST_F(SingleInstanceTest, TakesThousandsOfPathsButNoFlood)
+TEST_F(SingleInstanceTest, TakesMorePathsThanOneMessageHolds)
 {
     ASSERT_EQ(m_first.runningCopies(), 1);
     const QByteArray path = '/' + QByteArray(300, 'x');
-    EXPECT_TRUE(handOver(QByteArrayList(10'000, path)));
-    EXPECT_FALSE(handOver(QByteArrayList(20'000, path)));
-    EXPECT_EQ(m_received.size(), 10'000);
+    EXPECT_TRUE(handOver(QByteArrayList(20'000, path)));
+    EXPECT_EQ(m_received.size(), 20'000);
+}
+
+TEST_F(SingleInstanceTest, TakesNothingMoreWhenItIsAboutToEndButStaysTheOnlyOne)
+{
+    ASSERT_EQ(m_first.runningCopies(), 1);
+    QLocalSocket speechless;
+    speechless.connectToServer(file("socket"));
+    QObject::connect(&m_first, &SingleInstance::activationRequested, &m_first,
+                     &SingleInstance::stopListening);
+    handOver({});
+    EXPECT_TRUE(
+        waitUntil([&] { return speechless.state() == QLocalSocket::UnconnectedState; }, 2000));
+    EXPECT_FALSE(handOver(QByteArrayList{"/films/a.mp4"}));
+    EXPECT_EQ(m_received, QStringList());
+    EXPECT_EQ(SingleInstance(folder()).runningCopies(), 2);
 }
 
 TEST_F(SingleInstanceTest, WhateverElseArrivesIsTurnedAway)
@@ -103,7 +118,7 @@ TEST_F(SingleInstanceTest, WhateverElseArrivesIsTurnedAway)
     ASSERT_EQ(m_first.runningCopies(), 1);
     for (const QByteArray &message :
          {QByteArray("GET / HTTP/1.1\r\n\r\n"), QByteArray(64, '\0'),
-          QByteArray("QVH1\xff\xff\xff\xff/a", 10), handover::message({"relative"})}) {
+          QByteArray("QVH1\xff\xff\xff\xff/a", 10), handover::messages({"relative"}).first()}) {
         QLocalSocket socket;
         socket.connectToServer(file("socket"));
         socket.write(message);

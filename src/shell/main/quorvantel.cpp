@@ -2,6 +2,7 @@
 
 #include "process/interrupt.h"
 #include "shell/desktop.h"
+#include "shell/dropped_paths.h"
 #include "shell/freedesktop_workspace.h"
 #include "shell/single_instance.h"
 #include "support/foreign_names.h"
@@ -90,17 +91,20 @@ QStringList usablePaths(const QByteArrayList &rawPaths)
 {
     QStringList paths;
     for (const QByteArray &path : rawPaths) {
-        paths.append(qv::usablePath(path));
+        paths.append(qv::cleanUsablePath(path));
     }
     return paths;
 }
 
-// Whether the window that is there does what this copy was started for.
+// Whether the window that is there does all that this copy was started for.
 bool handsOver(const qv::SingleInstance &instance, const QByteArrayList &paths,
                std::optional<qv::LaunchAction> action)
 {
-    const bool handed = !paths.isEmpty() && instance.handOver(paths);
-    return action ? instance.handOverAction(*action) || handed : handed;
+    if (paths.isEmpty() && !action) {
+        return false;
+    }
+    return (paths.isEmpty() || instance.handOver(paths)) &&
+           (!action || instance.handOverAction(*action));
 }
 
 int run(QApplication &application, const QByteArrayList &paths,
@@ -109,8 +113,11 @@ int run(QApplication &application, const QByteArrayList &paths,
     qv::SingleInstance instance;
     qv::Desktop::Launch launch;
     launch.runningCopies = instance.runningCopies();
-    if (launch.runningCopies > 1 && handsOver(instance, paths, action)) {
-        return 0;
+    if (launch.runningCopies > 1) {
+        if (handsOver(instance, paths, action)) {
+            return 0;
+        }
+        launch.runningCopies = instance.runningCopies(); // the first may have ended meanwhile
     }
     qv::Desktop desktop(std::make_unique<qv::FreedesktopWorkspace>(),
                         std::make_unique<qv::FileChooser>(), launch);
@@ -129,6 +136,8 @@ int run(QApplication &application, const QByteArrayList &paths,
                      &qv::Desktop::comeToFront);
     QObject::connect(&instance, &qv::SingleInstance::actionRequested, &desktop, &qv::Desktop::act,
                      Qt::QueuedConnection);
+    QObject::connect(&desktop, &qv::Desktop::finished, &instance,
+                     &qv::SingleInstance::stopListening);
     const qv::Interrupt interrupt([&] { desktop.quit(qv::appDelegate::Quit::AtOnce); },
                                   {SIGINT, SIGTERM, SIGHUP});
     desktop.show();
