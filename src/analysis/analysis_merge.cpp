@@ -59,13 +59,8 @@ MediaInfoRecord mpegProbe(const Findings &findings, const MediaInfoRecord &repor
 // Time codes of an edited stream may jump: what they tell must fit the bytes.
 void dropAbsurdTimes(MediaInfoRecord &mpeg, qint64 bytes)
 {
-    constexpr double mostBitsPerPixel = 8;
     const double seconds = numberIn(mpeg, durationKey).value_or(0);
-    const double pixels = numberIn(mpeg, QStringLiteral("v0_width")).value_or(0) *
-                          numberIn(mpeg, QStringLiteral("v0_height")).value_or(0);
-    const double fps = numberIn(mpeg, QStringLiteral("v0_fps")).value_or(0);
-    const bool isTooShort = 8.0 * double(bytes) > seconds * fps * pixels * mostBitsPerPixel;
-    if (isTooShort || !canCarry(mpeg, seconds, bytes)) {
+    if (isTooShort(mpeg, seconds, bytes) || !canCarry(mpeg, seconds, bytes)) {
         mpeg.remove(durationKey);
     }
 }
@@ -95,14 +90,16 @@ MediaInfoRecord reportProbe(const Findings &findings, const ReportFacts &facts)
     return record;
 }
 
-// The rate that a report gives for variable frame rates is the clock's ("1k tbr").
+// The rate that a report gives for variable frame rates is the clock's ("1k tbr", "90k tbr").
 void preferRealRate(MediaInfoRecord &reported, const MediaInfoRecord &frame)
 {
     constexpr double mostApart = 4;
+    constexpr double fastest = 20000; // of any camera
     const QString key = QStringLiteral("v0_fps");
     const double rate = numberIn(reported, key).value_or(0);
     const double decoded = numberIn(frame, key).value_or(0);
-    if (decoded > 0 && (rate > decoded * mostApart || rate * mostApart < decoded)) {
+    const bool isFarOff = rate > decoded * mostApart || rate * mostApart < decoded;
+    if (rate > fastest || (decoded > 0 && isFarOff)) {
         reported.remove(key);
     }
 }

@@ -64,6 +64,30 @@ double signedTime(const QString &text)
     return isNegative ? -seconds : seconds;
 }
 
+// Pixels of a second; 0 when unknown.
+double pixelRate(const MediaInfoRecord &record)
+{
+    return numberIn(record, QStringLiteral("v0_width")).value_or(0) *
+           numberIn(record, QStringLiteral("v0_height")).value_or(0) *
+           numberIn(record, QStringLiteral("v0_fps")).value_or(0);
+}
+
+// The last time stamp less the first, where the clock has started anew between them, as in joined
+// recordings and the files of a DVD.
+bool hasImpossibleClock(const MediaInfoRecord &record, double seconds, qint64 bytes)
+{
+    constexpr double leastBitsPerPixel = 0.02; // of MPEG-2
+    static const QStringList streams{QStringLiteral("mpegts"), QStringLiteral("mpeg")};
+    const QString wrapper = stringIn(record, QStringLiteral("wrapper"));
+    const double pixels = seconds * pixelRate(record);
+    if (!streams.contains(wrapper) || !(pixels > 0)) {
+        return false;
+    }
+    const bool isTooLong = wrapper == QLatin1String("mpeg") && bytes > 0 &&
+                           8.0 * double(bytes) < pixels * leastBitsPerPixel;
+    return isTooLong || isTooShort(record, seconds, bytes);
+}
+
 bool hasFrames(const QString &line)
 {
     return intValue(after(line, QLatin1String("frame="))) > 0;
@@ -79,10 +103,17 @@ bool canCarry(const MediaInfoRecord &record, double seconds, qint64 bytes)
     return bytes <= 0 || seconds * std::min(fps, 60.0) * frameBytes <= double(bytes);
 }
 
+bool isTooShort(const MediaInfoRecord &record, double seconds, qint64 bytes)
+{
+    constexpr double mostBitsPerPixel = 8;
+    return 8.0 * double(bytes) > seconds * pixelRate(record) * mostBitsPerPixel;
+}
+
 DurationCheck durationCheck(const MediaInfoRecord &record, const DurationClues &clues)
 {
     const double seconds = claimed(record);
-    if (seconds <= 0 || clues.isGuessed || !canCarry(record, seconds, clues.bytes)) {
+    if (seconds <= 0 || clues.isGuessed || !canCarry(record, seconds, clues.bytes) ||
+        hasImpossibleClock(record, seconds, clues.bytes)) {
         return DurationCheck::Whole;
     }
     return clues.isFromHead || isFoundAtTheEnd(record) ? DurationCheck::None : DurationCheck::Tail;

@@ -27,8 +27,10 @@ struct DurationClues {
 
 DurationCheck durationCheck(const MediaInfoRecord &record, const DurationClues &clues);
 
-// Whether the bytes can carry pictures for so many seconds.
+// Whether the bytes can carry pictures for so many seconds, and whether they are more than so many
+// seconds of the record's pictures can take (also when its size or rate is unknown).
 bool canCarry(const MediaInfoRecord &record, double seconds, qint64 bytes);
+bool isTooShort(const MediaInfoRecord &record, double seconds, qint64 bytes);
 
 // The run that measures; how far it came is given by copiedSeconds().
 QStringList durationArguments(DurationCheck check, const QString &sourcePath,

@@ -189,7 +189,8 @@ std::optional<MediaInfoRecord> MovieTool::record(const QString &path)
         notePlugins();
         const QByteArray printed = answerOf({QStringLiteral("-probe"), path});
         m_record = parseMovieRecord(printed);
-        m_source = source;
+        // A failure may be the run's own: it was stopped, or hung.
+        m_source = m_record ? source : Source();
         if (!m_record) {
             logLine(QStringLiteral("qtThumbs            :-( %1")
                         .arg(QString::fromUtf8(printed).trimmed()));

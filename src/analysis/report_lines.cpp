@@ -60,10 +60,12 @@ bool isFilm(const QString &line)
     return std::abs(24.0 - str2Double(shown)) < 0.1;
 }
 
-// "59.94 tbr", "25 tbr". A film flagged with its field rate gets half of that rate.
+// "59.94 tbr", "25 tbr", "90k tbr". A film flagged with its field rate gets half of that rate.
 float frameRate(const QString &part, bool isFilmLine)
 {
-    const double rate = str2Double(before(part, " tbr"));
+    constexpr double kilo = 1000;
+    const QString value = before(part, " tbr");
+    const double rate = str2Double(value) * (value.endsWith(u'k') ? kilo : 1);
     const bool isFieldRate = std::abs(59.94 - rate) < 0.01;
     return narrowedToFloat(isFilmLine && isFieldRate ? rate / 2 : rate);
 }

@@ -147,7 +147,7 @@ bool AnalysisDriver::isProResByMovieFramework(const MediaInfoRecord &record,
     if (!names.contains(codecOf(record)) || !m_context.movies.hasDecoder(QStringLiteral("APCH"))) {
         return false;
     }
-    const QString picture = appendPath(temporaryFolder(), QStringLiteral("proresTest.jpg"));
+    const QString picture = proResTestPath();
     taskArrayPipes({Bundle::main().toolPath(QStringLiteral("qtThumbs")), QStringLiteral("-i"),
                     source, QStringLiteral("-w"), QStringLiteral("100"), QStringLiteral("-h"),
                     QStringLiteral("100"), QStringLiteral("-tc"), QStringLiteral("0:00:00"),

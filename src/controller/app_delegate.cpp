@@ -195,6 +195,8 @@ void appDelegate::iba_taskStopBt(int segment)
     stop.selected = segment;
     if (segment == StopControl::stopSegment) {
         stop.images[StopControl::pauseSegment] = QStringLiteral("btPause");
+        stop.enabled = true;
+        m_pausedByAdmission = false;
         m_encoding.stop();
     } else if (stop.offersPause()) {
         stop.images[StopControl::pauseSegment] = QStringLiteral("btResume");

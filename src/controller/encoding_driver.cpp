@@ -159,7 +159,6 @@ QString EncodingDriver::sheetPath(const QString &sourcePath, int dpi)
 void EncodingDriver::encBatch()
 {
     logLine(QStringLiteral("stepNameStr         : encBatch"));
-    mkdir(destinationFolder());
     const int current = encBatchInprogressRowIdentification();
     // As a batch begins; the command, which makes one of each source, has done so for all of them.
     if (current < 0 && !m_context.placement.stillsInTemporaryFolder) {
@@ -170,6 +169,7 @@ void EncodingDriver::encBatch()
         endBatch();
         return;
     }
+    mkdir(destinationFolder());
     logLine(QStringLiteral("new indexBatchInt   = %1").arg(next));
     if (fileExists(m_context.table.row(next).sourcePath())) {
         beginRow(next);
@@ -241,7 +241,9 @@ void EncodingDriver::endBatch()
     window.encoding.actionCaption.clear();
     m_context.preferences.prefDelete(keys::currentFile);
     m_context.windowChanged();
-    m_context.face.batchEnded(localized(QStringLiteral("D_fin_GUI")), destinationFolder());
+    const QString last =
+        m_row.sheet.isEmpty() ? destinationFolder() : QFileInfo(m_row.sheet).path();
+    m_context.face.batchEnded(localized(QStringLiteral("D_fin_GUI")), last);
 }
 
 // ---- one row, step by step

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "controller/context.h"
+#include "controller/sheet_delivery.h"
 #include "controller/sheet_names.h"
 #include "sheet/composer.h"
 #include "sheet/picture_attempts.h"
@@ -94,6 +95,7 @@ private:
     bool hasBroughtNearer();
     void noteInstant();
     void noteMovieInstants();
+    void noteMovieFailure();
     void noteShown(int index, double shown, double stamp);
     void launchNextPicture();
     void launchAttempt(const PictureAttempt &attempt);
@@ -104,6 +106,7 @@ private:
     QVariantMap displayOfRow() const;
     Provenance provenanceOfRow() const;
     void placeSheet(const QString &composed);
+    void notePlaced(const Delivery &placed);
     void finishRow();
     void markRow();
     void finishStopped();
@@ -172,7 +175,7 @@ private:
     QString m_pendingStep;
     QString m_heldStep;
     int m_stillsCounter = 0;
-    OffThread m_composing; // ends before the rest goes
+    OffThread m_composing; // and placing; ends before the rest goes
 };
 
 } // namespace qv

@@ -152,6 +152,16 @@ void EncodingDriver::noteMovieInstants()
     }
 }
 
+// A run that ended well gives no reason of its own: it says of each still why it did not come.
+void EncodingDriver::noteMovieFailure()
+{
+    const ToolOutcome &outcome = m_context.taskSlots.lastEncodingRun().outcome;
+    if (outcome.ending != ToolOutcome::Ending::Exited) {
+        m_row.reason = QStringLiteral("qtThumbs %1").arg(outcomeText(outcome));
+        logLine(QStringLiteral("qtThumbs            :-( ") + outcomeText(outcome));
+    }
+}
+
 // True while a run for a still has been launched, or the row has failed over one.
 bool EncodingDriver::continuePictures()
 {

@@ -34,12 +34,14 @@ QString EncodingDriver::growingSheetFolder() const
     return appendPath(m_row.stills, QStringLiteral("sheet"));
 }
 
-// A large sheet takes a third of a second, so it is drawn and written on another thread. A pause or
-// a stop that comes meanwhile counts from the next step on.
+// A large sheet takes a third of a second, and a slow disk much longer, so it is drawn, written and
+// brought to its place on another thread. A pause or a stop that comes meanwhile counts from the
+// next step on.
 void EncodingDriver::composeRow()
 {
     if (m_row.byMovieFramework) {
         noteMovieInstants();
+        noteMovieFailure();
     } else if (m_row.isQuick) {
         noteQuickInstants();
     }
@@ -51,10 +53,7 @@ void EncodingDriver::composeRow()
         [composed, dpi = m_row.dpi, display = displayOfRow(), provenance = provenanceOfRow()] {
             *composed = sheetPicture(dpi, display, provenance);
         },
-        [this, composed] {
-            takeSheet(*composed);
-            goOn();
-        });
+        [this, composed] { takeSheet(*composed); });
 }
 
 void EncodingDriver::takeSheet(const tl::expected<ComposedSheet, QString> &composed)
@@ -64,6 +63,7 @@ void EncodingDriver::takeSheet(const tl::expected<ComposedSheet, QString> &compo
     takeChild(QStringLiteral("appkyDisplay"));
     if (!composed) {
         m_row.reason = outerCause().value_or(composed.error());
+        goOn();
         return;
     }
     m_row.drawn = composed->drawn;
@@ -73,6 +73,7 @@ void EncodingDriver::takeSheet(const tl::expected<ComposedSheet, QString> &compo
                                 ? QStringLiteral("no picture could be taken from it")
                                 : m_row.reason;
         m_row.reason = outerCause().value_or(why);
+        goOn();
         return;
     }
     placeSheet(composed->path);
@@ -132,14 +133,16 @@ std::optional<QString> EncodingDriver::outerCause() const
     if (!fileExists(m_row.source)) {
         return QStringLiteral("the file has vanished while its sheet was being made");
     }
-    if (!QFileInfo(destinationFolder()).isDir()) {
-        return QStringLiteral("the destination folder has gone: %1").arg(destinationFolder());
+    // Meanwhile the user may have chosen another one for the rows to come.
+    const QString destination = QFileInfo(m_row.sheet).path();
+    if (!QFileInfo(destination).isDir()) {
+        return QStringLiteral("the destination folder has gone: %1").arg(destination);
     }
     if (!QFileInfo(m_row.stills).isDir()) {
         return QStringLiteral("the folder of its stills has gone: %1").arg(m_row.stills);
     }
     const auto isFull = [](int free) { return free >= 0 && free < neededMegabytes; };
-    if (const int free = freeDiskSpace(destinationFolder()); isFull(free)) {
+    if (const int free = freeDiskSpace(destination); isFull(free)) {
         return reasons::destinationFull(free);
     }
     if (const int free = freeDiskSpace(m_row.stills); isFull(free)) {
@@ -150,16 +153,23 @@ std::optional<QString> EncodingDriver::outerCause() const
 
 void EncodingDriver::placeSheet(const QString &composed)
 {
-    if (composed == m_row.sheet) {
-        m_row.written = true;
-        return;
-    }
     const bool replace =
         m_row.replace ||
         numberValue(m_context.preferences.prefRead(keys::replaceFiles)).value_or(0) != 0;
-    const auto placed =
-        deliverSheet(composed, m_row.sheet, replace ? Existing::Replace : Existing::Keep);
-    rmCocoa(composed);
+    const auto placed = std::make_shared<Delivery>();
+    m_composing.run(
+        [placed, composed, sheet = m_row.sheet, replace] {
+            *placed = deliverSheet(composed, sheet, replace ? Existing::Replace : Existing::Keep);
+        },
+        [this, placed, composed] {
+            rmCocoa(composed);
+            notePlaced(*placed);
+            goOn();
+        });
+}
+
+void EncodingDriver::notePlaced(const Delivery &placed)
+{
     m_row.written = placed.has_value();
     if (!placed) {
         m_row.kept = placed.error().kept;
@@ -175,8 +185,10 @@ void EncodingDriver::finishRow()
     takeChild(keys::finish);
     m_context.preferences.prefDelete(keys::finish);
     purgeStills();
-    m_context.window.stepCaption.clear();
-    m_context.window.encoding.actionCaption.clear();
+    WindowState &window = m_context.window;
+    window.stepCaption.clear();
+    window.stepValue = window.stepMaximum = 0;
+    window.encoding.actionCaption.clear();
     if (isStopping()) {
         finishStopped();
         return;

@@ -63,6 +63,11 @@ int previewHeight(float aspect)
     return std::max(1, static_cast<int>(static_cast<float>(previewWidth) / aspect));
 }
 
+QString proResTestPath()
+{
+    return appendPath(temporaryFolder(), QStringLiteral("proresTest.jpg"));
+}
+
 QString previewPath(const QString &sourcePath)
 {
     QString name = lastPathComponent(sourcePath);
@@ -70,7 +75,7 @@ QString previewPath(const QString &sourcePath)
     name.replace(QLatin1Char('%'), QLatin1Char('_'));
     const QString stem = fittedName(withoutExtension(name), QString(), stemLimit);
     const QString plain = appendPath(temporaryFolder(), stem + QStringLiteral(".jpg"));
-    if (!fileExists(plain)) {
+    if (!fileExists(plain) && plain != proResTestPath()) {
         return plain;
     }
     const auto random = static_cast<qlonglong>(QRandomGenerator::global()->generate());

@@ -18,6 +18,8 @@ float previewAspect(const MediaInfoRecord &record);
 // Pixels, at least 1.
 int previewHeight(float aspect);
 
+// The picture by which the movie framework shows that it decodes ProRes; no preview has this path.
+QString proResTestPath();
 // A free path for it in the temporary folder, named after the source.
 QString previewPath(const QString &sourcePath);
 

@@ -99,8 +99,7 @@ bool giveName(const char *from, const char *to, Existing existing)
     return (existing == Existing::Replace ? ::rename(from, to) : ::link(from, to)) == 0;
 }
 
-tl::expected<void, DeliveryFailure> nameNameless(int fd, const QString &destination,
-                                                 Existing existing)
+Delivery nameNameless(int fd, const QString &destination, Existing existing)
 {
     const QByteArray name = QFile::encodeName(destination);
     if (existing == Existing::Keep) {
@@ -117,8 +116,7 @@ tl::expected<void, DeliveryFailure> nameNameless(int fd, const QString &destinat
     return {};
 }
 
-tl::expected<void, DeliveryFailure>
-deliverThroughPassingName(int source, const QString &destination, Existing existing)
+Delivery deliverThroughPassingName(int source, const QString &destination, Existing existing)
 {
     const PassingFile passing(destination);
     const FileDescriptor target(
@@ -141,8 +139,7 @@ deliverThroughPassingName(int source, const QString &destination, Existing exist
 
 } // namespace
 
-tl::expected<void, DeliveryFailure> deliverSheet(const QString &file, const QString &destination,
-                                                 Existing existing)
+Delivery deliverSheet(const QString &file, const QString &destination, Existing existing)
 {
     const FileDescriptor source(::open(QFile::encodeName(file).constData(), O_RDONLY | O_CLOEXEC));
     if (!source.isOpen()) {

@@ -16,9 +16,9 @@ struct DeliveryFailure {
     QString reason;
 };
 
+using Delivery = tl::expected<void, DeliveryFailure>;
 // Copies the file into the destination's folder under no name, then gives it its name.
-tl::expected<void, DeliveryFailure> deliverSheet(const QString &file, const QString &destination,
-                                                 Existing existing);
+Delivery deliverSheet(const QString &file, const QString &destination, Existing existing);
 
 // A process that is killed just while it brings a sheet to its place may leave a hidden file beside
 // it. Removes those that are an hour old.

@@ -59,6 +59,15 @@ QStringList keepingLast(QStringList arguments)
     return arguments;
 }
 
+// An hour of other frames would take minutes.
+QStringList decodingKeysOnly(QStringList arguments)
+{
+    const qsizetype source = std::max<qsizetype>(0, arguments.indexOf(QStringLiteral("-i")));
+    arguments.insert(source, QStringLiteral("nokey"));
+    arguments.insert(source, QStringLiteral("-skip_frame"));
+    return arguments;
+}
+
 QStringList without(QStringList arguments, const QString &option)
 {
     if (const qsizetype at = valuePosition(arguments, option); at > 0) {
@@ -107,6 +116,11 @@ std::vector<PictureAttempt> attempts(const QStringList &planned, const AttemptCl
                                     isSparse ? QString() : intraSelector())),
                     reachedBack, true});
     list.push_back({run(planned, instant, reach, QString()), instant, false});
+    if (const double from = std::max(0.0, instant - farthest); from < reachedBack) {
+        list.push_back(
+            {keepingLast(decodingKeysOnly(run(planned, from, instant - from, intraSelector()))),
+             from, true});
+    }
     return list;
 }
 

@@ -39,9 +39,10 @@ QStringList tellingInstant(const QStringList &plannedArguments);
 
 // The command to try when a run left no file: any frame at the instant; somewhat earlier; the frame
 // at the instant with a run-up, which comes first where seeks end anywhere; the last key frame of
-// the minute before; any frame of the minute after. A source with less than a
-// frame a second is looked through for a whole interval on both sides. Where ffmpeg can't seek, the
-// source is decoded from its start. Nothing when all has been tried. `attempt` counts from 1.
+// the minute before; any frame of the minute after; the last key frame of the hour before, as of
+// one picture under a song. A source with less than a frame a second is looked through for a whole
+// interval on both sides. Where ffmpeg can't seek, the source is decoded from its start. Nothing
+// when all has been tried. `attempt` counts from 1.
 std::optional<PictureAttempt> nextAttempt(const QStringList &plannedArguments, int attempt,
                                           const AttemptClues &clues);
 

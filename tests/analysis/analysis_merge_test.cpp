@@ -125,6 +125,9 @@ TEST(AnalysisMerge, FillsWhatTheReportLeavesOpenAndDropsWhatCantBe)
     const QString variable = reportWith("00:00:10.00", "320x180, 25 fps, 1k tbr");
     expectRecord(mergedOf(findings(variable, "YUV4MPEG2 W320 H180 F25:1 Ip A1:1\n")), "v0_fps=25.0",
                  "variable rate");
+    const QString phone = reportWith("00:00:10.00", "320x180, 29.97 fps, 90k tbr");
+    expectRecord(mergedOf(findings(phone, "YUV4MPEG2 W320 H180 F30:1 Ip A1:1\n")),
+                 "v0_fps=30.0", "phone");
 }
 
 TEST(AnalysisMerge, BelievesTheMovieFrameworkWhereItMakesThePictures)
@@ -152,6 +155,12 @@ TEST(Duration, IsMeasuredWhereItCanNotBeBelieved)
         }
         return r;
     };
+    // Of a DVD's size.
+    const auto full = [&](const char *wrapper, double seconds) {
+        MediaInfoRecord r = record(wrapper, seconds);
+        r.insert({{"v0_width", 720}, {"v0_height", 576}});
+        return r;
+    };
     constexpr qint64 megabyte = 1000000;
     const struct {
         MediaInfoRecord record;
@@ -167,6 +176,11 @@ TEST(Duration, IsMeasuredWhereItCanNotBeBelieved)
         {record("mov", 90000, 1.0 / 60), {megabyte}, DurationCheck::Tail},
         {record("mov", 90000, 25), {megabyte}, DurationCheck::Whole},
         {record("mov", 60, 0), {0}, DurationCheck::Tail},
+        {full("mpeg", 1200), {1000 * megabyte}, DurationCheck::None},
+        {full("mpeg", 4), {1000 * megabyte}, DurationCheck::Whole}, // its clock began anew
+        {full("mpeg", 90000), {1000 * megabyte}, DurationCheck::Whole},
+        {full("mpegts", 90000), {1000 * megabyte}, DurationCheck::None}, // hardly anything moves
+        {full("mpegts", 4), {1000 * megabyte}, DurationCheck::Whole},
     };
     for (const auto &row : rows) {
         EXPECT_EQ(durationCheck(row.record, row.clues), row.expected)

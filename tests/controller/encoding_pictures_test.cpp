@@ -92,7 +92,7 @@ TEST_F(PicturesTest, TheMovieFrameworksToolTakesAllAtOnceAndWithoutItTheRowFails
     ASSERT_EQ(rows(), QStringList{"1 analysis-refuse.mov"}) << "only for that container";
     EXPECT_FALSE(m_controller->table().row(0).img().isNull());
     ASSERT_TRUE(encode());
-    expectFailedWithoutSheet(m_face.results.value(0), "");
+    expectFailedWithoutSheet(m_face.results.value(0), "qtThumbs could not be started");
 
     writeScript(m_bundle.tool("qtThumbs"), "printf '%s\\n' \"$@\" > \"$FAKE_TOOL_LOG.qt\"\n"
                                            "for last; do :; done\n"

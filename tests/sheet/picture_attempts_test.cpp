@@ -54,7 +54,7 @@ TEST(PictureAttempts, LookEverFartherFromTheInstant)
          intra,
          {10, 25, true, true},
          {"70.00+12 ", "69.50+12 ", "68.00+12 ", "40.00+42 select=gte(t\\,30),",
-          "10.00+60 select=eq(pict_type\\,I), last", "70.00+60 "}},
+          "10.00+60 select=eq(pict_type\\,I), last", "70.00+60 ", "0.00+70 select=eq(pict_type\\,I), last"}},
         // Where a seek ends anywhere, frames without those they build on would come first.
         {"40.00",
          intra,
@@ -72,7 +72,7 @@ TEST(PictureAttempts, LookEverFartherFromTheInstant)
          "",
          {900, 1.0 / 60, true, true},
          {"8999.50+12 ", "8998.00+12 ", "8970.00+42 select=gte(t\\,30),", "8100.00+900  last",
-          "9000.00+900 "}},
+          "9000.00+900 ", "5400.00+3600 select=eq(pict_type\\,I), last"}},
     };
     for (const auto &row : rows) {
         QStringList got;
