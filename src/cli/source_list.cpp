@@ -89,11 +89,15 @@ QList<Source> sourcesOf(const QByteArray &raw, const QSet<QString> &extensions)
 
 } // namespace
 
-QList<Source> listSources(const QByteArrayList &names, const QSet<QString> &admittedExtensions)
+QList<Source> listSources(const QByteArrayList &names, const QSet<QString> &admittedExtensions,
+                          const std::function<bool()> &isStopped)
 {
     QList<Source> sources;
     QSet<QString> seen;
     for (const QByteArray &name : names) {
+        if (isStopped && isStopped()) {
+            break;
+        }
         for (Source &source : sourcesOf(name, admittedExtensions)) {
             if (!seen.contains(source.path)) {
                 seen.insert(source.path);
