@@ -14,6 +14,14 @@ as_root() {
     if [ "$(id -u)" = 0 ]; then "$@"; else sudo "$@"; fi
 }
 
+# Whether each of these commands is there.
+has_tools() {
+    local tool
+    for tool; do
+        command -v "$tool" >/dev/null || return 1
+    done
+}
+
 install_packages() {
     local missing
     missing=$(packages_missing "$1")

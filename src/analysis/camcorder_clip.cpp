@@ -6,10 +6,13 @@
 #include "support/files.h"
 #include "support/log.h"
 
+#include <QDateTime>
 #include <QFileInfo>
+#include <QHash>
 
 #include <algorithm>
 #include <iterator>
+#include <mutex>
 
 namespace qv
 {
@@ -72,16 +75,55 @@ QString harmless(const QString &printed)
     return kept;
 }
 
-// By the line "00003 : clip-2009-05-17 14;23;05"; null when no line tells of the clip.
+// When each clip was recorded, by its number: "00003 : clip-2009-05-17 14;23;05".
+using ClipDates = QHash<QString, QString>;
+
+ClipDates clipDates(const QString &listing)
+{
+    ClipDates dates;
+    for (const QString &line : linesOf(listing)) {
+        const QString number = before(line, numberEnd);
+        if (line.contains(numberEnd) && !dates.contains(number)) {
+            dates.insert(number, harmless(after(line, numberEnd)));
+        }
+    }
+    return dates;
+}
+
+// What the tool tells of a card is the same for each of its clips, which come one after the other.
+class LastCard
+{
+public:
+    ClipDates datesIn(const QString &playlists)
+    {
+        const std::lock_guard lock(m_mutex);
+        const QDateTime changed = QFileInfo(playlists).lastModified();
+        if (playlists != m_playlists || changed != m_changed) {
+            const QString tool = Bundle::main().toolPath(QStringLiteral("gettimestamps"));
+            const QString listing =
+                taskArray1PipeMax({tool, playlists + QLatin1Char('/')}, ErrorText::Merged);
+            m_dates = clipDates(listing);
+            // A tool that told nothing may do so the next time.
+            m_playlists = listing.isNull() ? QString() : playlists;
+            m_changed = changed;
+        }
+        return m_dates;
+    }
+
+private:
+    std::mutex m_mutex; // sheets are named on another thread than sources are looked at
+    QString m_playlists;
+    QDateTime m_changed;
+    ClipDates m_dates;
+};
+
+// Null when no playlist tells of the clip.
 QString nameByPlaylists(const QString &folder, const QString &number)
 {
-    const QString tool = Bundle::main().toolPath(QStringLiteral("gettimestamps"));
-    const QString listing = taskArray1PipeMax(
-        {tool, appendPath(folder, playlistWord) + QLatin1Char('/')}, ErrorText::Merged);
-    for (const QString &line : linesOf(listing)) {
-        if (line.contains(numberEnd) && before(line, numberEnd) == number) {
-            return QStringLiteral("%1-%2").arg(harmless(after(line, numberEnd)), number);
-        }
+    static LastCard card;
+    const ClipDates dates = card.datesIn(appendPath(folder, playlistWord));
+    if (const auto date = dates.constFind(number); date != dates.cend()) {
+        return QStringLiteral("%1-%2").arg(*date, number);
     }
     logDebug([&] { return QStringLiteral("clipDateName        :-( no mark of %1").arg(number); });
     return {};

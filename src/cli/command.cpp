@@ -65,23 +65,23 @@ QByteArrayList bytesOf(const QStringList &sources, const DecodedArguments &argum
     return names;
 }
 
-// The sources of the command line, then those of the list that it names.
+// The sources of the command line, then those of the lists that it names.
 tl::expected<QByteArrayList, QString>
 namedSources(const Options &options, const DecodedArguments &arguments, const Streams &streams)
 {
     QByteArrayList names = bytesOf(options.sources, arguments);
-    if (options.from.isEmpty()) {
-        return names;
+    for (const QString &list : options.from) {
+        const bool isInput = list == QLatin1String("-");
+        const auto listed = isInput ? readNames(streams.input) : readNamesOf(list);
+        if (!listed) {
+            return tl::make_unexpected(
+                QStringLiteral("%1 is no list of sources: %2")
+                    .arg(isInput ? QStringLiteral("standard input") : printable(list),
+                         listed.error()));
+        }
+        names += *listed;
     }
-    const bool isInput = options.from == QLatin1String("-");
-    const auto listed = isInput ? readNames(streams.input) : readNamesOf(options.from);
-    if (!listed) {
-        return tl::make_unexpected(
-            QStringLiteral("%1 is no list of sources: %2")
-                .arg(isInput ? QStringLiteral("standard input") : printable(options.from),
-                     listed.error()));
-    }
-    return names + *listed;
+    return names;
 }
 
 int wrongUsage(const Streams &streams, const QString &reason, const QString &command)
@@ -102,7 +102,7 @@ int runOnSources(const Options &options, const DecodedArguments &arguments, cons
     }
     const auto session = HeadlessSession::start(options);
     if (!session) {
-        streams.message(session.error());
+        streams.message(printable(session.error()));
         return CannotWork;
     }
     for (const QString &trouble : (*session)->settingsTroubles()) {
@@ -110,8 +110,8 @@ int runOnSources(const Options &options, const DecodedArguments &arguments, cons
             streams.message(trouble);
         }
     }
-    const QList<Source> sources =
-        listSources(*names, (*session)->controller().admittedExtensions());
+    const QList<Source> sources = listSources(*names, (*session)->controller().admittedExtensions(),
+                                              [&] { return (*session)->isStopped(); });
     switch (options.command) {
     case Command::Info:
         return runInfoCommand(**session, options, streams, sources);
@@ -119,6 +119,36 @@ int runOnSources(const Options &options, const DecodedArguments &arguments, cons
         return runPlanCommand(**session, options, streams, sources);
     default:
         return runSheetCommand(**session, options, streams, sources);
+    }
+}
+
+int runArguments(const QByteArrayList &arguments, const Streams &streams)
+{
+    const DecodedArguments decoded = decode(arguments);
+    const auto options = parseOptions(decoded.texts);
+    if (!options) {
+        streams.message(QStringLiteral("quorvantel-cli: ") + options.error());
+        return WrongUsage;
+    }
+    for (const QString &file : QStringList{options->output, options->logFile} + options->from) {
+        if (isForeign(file, decoded)) {
+            return wrongUsage(streams,
+                              QStringLiteral("an option names '%1', which is not valid UTF-8")
+                                  .arg(printable(file)),
+                              decoded.texts.first());
+        }
+    }
+    switch (options->command) {
+    case Command::Help:
+        streams.out(options->helpText.toUtf8());
+        return AllDone;
+    case Command::Version:
+        streams.out(versionLine());
+        return AllDone;
+    case Command::Worker:
+        return runWorker(*options, streams);
+    default:
+        return runOnSources(*options, decoded, streams);
     }
 }
 
@@ -141,32 +171,14 @@ QByteArray versionLine()
 
 int runCommand(const QByteArrayList &arguments, const Streams &streams)
 {
-    const DecodedArguments decoded = decode(arguments);
-    const auto options = parseOptions(decoded.texts);
-    if (!options) {
-        streams.message(QStringLiteral("quorvantel-cli: ") + options.error());
-        return WrongUsage;
+    const int status = runArguments(arguments, streams);
+    const int error = streams.outError ? streams.outError() : 0;
+    if (error == 0) {
+        return status;
     }
-    for (const QString &file : {options->output, options->logFile, options->from}) {
-        if (isForeign(file, decoded)) {
-            return wrongUsage(streams,
-                              QStringLiteral("an option names '%1', which is not valid UTF-8")
-                                  .arg(printable(file)),
-                              decoded.texts.first());
-        }
-    }
-    switch (options->command) {
-    case Command::Help:
-        streams.out(options->helpText.toUtf8());
-        return AllDone;
-    case Command::Version:
-        streams.out(versionLine());
-        return AllDone;
-    case Command::Worker:
-        return runWorker(*options, streams);
-    default:
-        return runOnSources(*options, decoded, streams);
-    }
+    streams.message(QStringLiteral("not all results could be written to standard output: ") +
+                    qt_error_string(error));
+    return status < SignalBase ? int{CannotWork} : status;
 }
 
 } // namespace qv

@@ -6,6 +6,7 @@
 #include "cli/scratch_folder.h"
 #include "controller/app_delegate.h"
 #include "process/child_process.h"
+#include "process/interrupt.h"
 #include "settings/preferences_store.h"
 
 #include <QFile>
@@ -32,6 +33,12 @@ public:
     // For people: what of the stored settings could not be used, a sentence each.
     const QStringList &settingsTroubles() const { return m_settingsTroubles; }
 
+    // Whether a signal has asked for the end since the session began. It is up to the caller to
+    // look, until the run does; without that the scratch folder would stay.
+    bool isStopped() const { return m_interrupt && Interrupt::signalNumber() != 0; }
+    // The run looks after signals from here on.
+    void releaseSignals() { m_interrupt.reset(); }
+
     // Makes the destination when missing and tries to write there; gives why it can't be used.
     tl::expected<void, QString> openDestination();
 
@@ -42,6 +49,7 @@ private:
     void loadPreferences();
 
     Options m_options;
+    std::unique_ptr<Interrupt> m_interrupt = std::make_unique<Interrupt>([] {});
     double m_idleLimitBefore = toolIdleLimit();
     QFile m_log;
     std::unique_ptr<ScratchFolder> m_scratch;

@@ -5,6 +5,7 @@
 
 #include <QColor>
 
+#include <algorithm>
 #include <cmath>
 
 namespace qv
@@ -32,6 +33,12 @@ QString captionNamed(const QString &name)
         }
     }
     return {};
+}
+
+// Stored colours are read more leniently.
+bool isColorComponent(const QString &text)
+{
+    return parseNumber(text.trimmed(), "part", 0, 1).has_value();
 }
 
 } // namespace
@@ -78,11 +85,13 @@ Parsed<int> parseFormat(const QString &text)
 Parsed<QString> parseColor(const QString &text)
 {
     if (text.contains(QLatin1Char(','))) {
-        const auto components = colorFromText(text);
-        return components ? Parsed<QString>(colorText(*components))
-                          : wrong(QStringLiteral("the colour '%1' needs four parts: red,green,blue,"
-                                                 "alpha, each from 0 to 1")
-                                      .arg(text));
+        const QStringList parts = text.split(QLatin1Char(','));
+        const auto color = colorFromText(text);
+        return color && std::all_of(parts.begin(), parts.end(), isColorComponent)
+                   ? Parsed<QString>(colorText(*color))
+                   : wrong(QStringLiteral("the colour '%1' needs four parts: red,green,blue,"
+                                          "alpha, each from 0 to 1")
+                               .arg(text));
     }
     const QColor color(text);
     if (!color.isValid()) {

@@ -1,6 +1,7 @@
 #include "cli/options.h"
 
 #include "cli/option_values.h"
+#include "cli/streams.h"
 
 #include <QCommandLineParser>
 #include <QHash>
@@ -131,7 +132,7 @@ private:
     {
         add({QStringLiteral("from")},
             "Takes the files that FILE lists, too; - is standard input. One name a line, or each "
-            "ended by a NUL byte.",
+            "ended by a NUL byte. May be given several times.",
             "FILE");
     }
 
@@ -233,7 +234,8 @@ private:
 
     Parsed<Options> withSources(Options options)
     {
-        options.from = m_command == Command::Plan ? QString() : value("from");
+        options.from =
+            m_command == Command::Plan ? QStringList() : m_parser.values(QStringLiteral("from"));
         if (options.sources.isEmpty() && options.from.isEmpty()) {
             return wrong(m_command == Command::Read ? QStringLiteral("no sheet is named")
                                                     : QStringLiteral("no source is named"));
@@ -355,11 +357,11 @@ tl::expected<Options, QString> parseOptions(const QStringList &arguments)
     if (!command) {
         const QString problem = word.isEmpty() ? QStringLiteral("no command is given")
                                                : QStringLiteral("unknown command '%1'").arg(word);
-        return wrong(problem + QLatin1Char('\n') + hintFor({}));
+        return wrong(printable(problem) + QLatin1Char('\n') + hintFor({}));
     }
     auto parsed = CommandParser(*command).parse(arguments.mid(1));
     if (!parsed) {
-        return wrong(parsed.error() + QLatin1Char('\n') + hintFor(word));
+        return wrong(printable(parsed.error()) + QLatin1Char('\n') + hintFor(word));
     }
     if (parsed->command == Command::Help) {
         parsed->helpText.replace(QStringLiteral("quorvantel-cli ["),

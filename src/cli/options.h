@@ -28,7 +28,7 @@ struct Options {
     Command command = Command::Help;
     QString helpText; // of Help
     QStringList sources;
-    QString from; // a file that lists more of them; "-": standard input
+    QStringList from; // files that list more of them; "-": standard input
 
     QString output; // empty: the preferences' destination
     SheetLayout layout = SheetLayout::Medium;

@@ -26,7 +26,7 @@ public:
     ParallelRun(HeadlessSession &session, const Options &options, const Streams &streams,
                 const QList<Source> &sources, int jobs, SheetReport &report)
         : m_session(session), m_options(options), m_streams(streams), m_sources(sources),
-          m_ahead(aheadOfEach * jobs), m_report(report),
+          m_jobs(jobs), m_ahead(aheadOfEach * jobs), m_report(report),
           m_progress(streams, !options.quiet, static_cast<int>(sources.size())),
           m_results([this](const SheetOutcome &outcome) { m_report.tell(outcome, m_progress); }),
           m_pool(QStringList{streams.workerProgram, QStringLiteral("worker")} +
@@ -43,6 +43,7 @@ public:
     RunEnd run()
     {
         {
+            m_session.releaseSignals();
             const Interrupt interrupt([this] { stop(RunEnd::Interrupted); });
             feedLater();
             m_loop.exec();
@@ -96,6 +97,7 @@ private:
     {
         const Source &source = m_sources.at(number);
         if (const auto outcome = settledOutcome(m_session, m_options, source)) {
+            m_progress.passed(0);
             m_results.put(number, *outcome);
             return;
         }
@@ -111,6 +113,9 @@ private:
             return;
         }
         outcome->source = m_sources.at(number).named;
+        if (outcome->status == SheetOutcome::Status::Skipped) {
+            m_progress.passed(outcome->seconds / m_jobs);
+        }
         m_results.put(number, *outcome);
     }
 
@@ -185,6 +190,7 @@ private:
     const Options &m_options;
     const Streams &m_streams;
     const QList<Source> &m_sources;
+    const int m_jobs;
     const qsizetype m_ahead;
     SheetReport &m_report;
     ProgressLine m_progress;

@@ -1,5 +1,7 @@
 #include "cli/progress_line.h"
 
+#include "cli/columns.h"
+
 #include <algorithm>
 
 namespace qv
@@ -61,31 +63,35 @@ void ProgressLine::step(const QString &caption, double part)
     show();
 }
 
+void ProgressLine::passed(double seconds)
+{
+    ++m_passed;
+    m_passedSeconds += seconds;
+}
+
 void ProgressLine::show()
 {
     if (!m_active) {
         return;
     }
-    QString line = QStringLiteral("[%1/%2] %3")
-                       .arg(QString::number(m_shownNumber), QString::number(m_total), m_name);
+    const QString line = QStringLiteral("[%1/%2] %3")
+                             .arg(QString::number(m_shownNumber), QString::number(m_total), m_name);
     QString tail = m_caption.isEmpty() ? QString() : QStringLiteral(": ") + m_caption.toLower();
     tail += timeLeft();
-    const qsizetype room = std::max<qsizetype>(8, m_streams.terminalColumns - tail.size() - 1);
-    if (line.size() > room) {
-        line = line.left(room - 1) + QChar(0x2026);
-    }
-    m_streams.err(("\r" + line + tail).toUtf8() + "\033[K");
+    const int room = std::max(8, m_streams.terminalColumns - columnsOf(tail) - 1);
+    m_streams.err(("\r" + cutToColumns(line, room) + tail).toUtf8() + "\033[K");
     m_shown = true;
 }
 
 QString ProgressLine::timeLeft() const
 {
-    const double done = (m_done + m_part) / std::max(1, m_total);
-    if (done < estimableShare) {
+    const double made = m_done + m_part - m_passed;
+    const double left = m_total - m_done - m_part;
+    if (made <= 0 || made < estimableShare * (made + left)) {
         return {};
     }
-    const double elapsed = static_cast<double>(m_clock.elapsed()) / 1000;
-    return QStringLiteral(", ") + remainingText(elapsed / done - elapsed);
+    const double elapsed = static_cast<double>(m_clock.elapsed()) / 1000 - m_passedSeconds;
+    return QStringLiteral(", ") + remainingText(elapsed / made * left);
 }
 
 void ProgressLine::clear()

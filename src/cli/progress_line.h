@@ -23,6 +23,9 @@ public:
     void sources(int done, const QStringList &names);
     // Its step, such as "Picture 3/15", and how much of it is done (0 to 1).
     void step(const QString &caption, double part);
+    // One of the sources that are done needed no work, though it was looked at for so long: what is
+    // left is estimated from the others.
+    void passed(double seconds);
     // Takes the line away, so that a message can be printed.
     void clear();
 
@@ -36,6 +39,8 @@ private:
     int m_shownNumber = 0;
     double m_done = 0; // sources
     double m_part = 0;
+    int m_passed = 0; // sources
+    double m_passedSeconds = 0;
     bool m_shown = false;
     QString m_name;
     QString m_caption;

@@ -45,7 +45,7 @@ protected:
     void skipped(const Source &source, const QString &reason) override
     {
         m_bad = true;
-        say(QStringLiteral("skipped: %1: %2").arg(printable(source.named), reason));
+        say(QStringLiteral("skipped: %1: %2").arg(printable(source.named), printable(reason)));
     }
 
 private:

@@ -18,6 +18,9 @@ namespace
 void nameSheets(HeadlessSession &session, const QList<Source> &sources)
 {
     for (const Source &source : sources) {
+        if (session.isStopped()) {
+            return;
+        }
         if (source.problem.isNull()) {
             session.controller().sheetBase(source.path);
         }
@@ -38,10 +41,14 @@ int runSheetCommand(HeadlessSession &session, const Options &options, const Stre
                     const QList<Source> &all)
 {
     if (auto opened = session.openDestination(); !opened) {
-        streams.message(opened.error());
+        streams.message(printable(opened.error()));
         return CannotWork;
     }
     nameSheets(session, all);
+    if (session.isStopped()) {
+        streams.message(QStringLiteral("stopped"));
+        return SignalBase + Interrupt::signalNumber();
+    }
     const QList<Source> sources = options.shard ? sourcesOfShard(all, *options.shard) : all;
     if (sources.isEmpty()) {
         if (!options.quiet) {

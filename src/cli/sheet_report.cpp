@@ -14,9 +14,9 @@ void SheetReport::tell(const SheetOutcome &outcome, ProgressLine &progress)
     const bool good = outcome.status == SheetOutcome::Status::Made ||
                       outcome.status == SheetOutcome::Status::Kept;
     if (!outcome.reason.isEmpty() && (!m_options.quiet || !good)) {
-        m_streams.message(
-            QStringLiteral("%1: %2: %3")
-                .arg(statusWord(outcome.status), printable(outcome.source), outcome.reason));
+        m_streams.message(QStringLiteral("%1: %2: %3")
+                              .arg(statusWord(outcome.status), printable(outcome.source),
+                                   printable(outcome.reason)));
     }
     if (m_options.json) {
         m_streams.out(jsonLine(sheetJson(outcome)) + '\n');

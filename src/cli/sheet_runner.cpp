@@ -157,7 +157,7 @@ std::optional<SheetOutcome> settledOutcome(HeadlessSession &session, const Optio
     const QFileInfo standing(sheet);
     if (standing.isDir()) {
         return unmade(SheetOutcome::Status::Failed, source,
-                      QStringLiteral("a folder has its sheet's name: %1").arg(printable(sheet)));
+                      QStringLiteral("a folder has its sheet's name: %1").arg(sheet));
     }
     if (options.replace || !standing.exists()) {
         return std::nullopt;

@@ -35,15 +35,17 @@ QList<Source> sourcesOfFolder(const QString &name, const QString &folder,
                               const QSet<QString> &extensions)
 {
     QList<Source> sources;
-    for (const QString &path : withAdmittedExtension(subpaths(folder), extensions)) {
+    QStringList closed;
+    for (const QString &path : withAdmittedExtension(subpaths(folder, &closed), extensions)) {
         if (!QFileInfo(path).isDir()) {
             sources.append({path, namedBelow(name, folder, path), QString()});
         }
     }
+    for (const QString &path : closed) {
+        sources.append({path, namedBelow(name, folder, path), reasons::folderClosed});
+    }
     if (sources.isEmpty()) {
-        const bool readable = QFileInfo(folder).isReadable();
-        sources.append(
-            {folder, name, readable ? reasons::folderWithoutVideo : reasons::folderClosed});
+        sources.append({folder, name, reasons::folderWithoutVideo});
     }
     return sources;
 }
@@ -87,11 +89,15 @@ QList<Source> sourcesOf(const QByteArray &raw, const QSet<QString> &extensions)
 
 } // namespace
 
-QList<Source> listSources(const QByteArrayList &names, const QSet<QString> &admittedExtensions)
+QList<Source> listSources(const QByteArrayList &names, const QSet<QString> &admittedExtensions,
+                          const std::function<bool()> &isStopped)
 {
     QList<Source> sources;
     QSet<QString> seen;
     for (const QByteArray &name : names) {
+        if (isStopped && isStopped()) {
+            break;
+        }
         for (Source &source : sourcesOf(name, admittedExtensions)) {
             if (!seen.contains(source.path)) {
                 seen.insert(source.path);

@@ -7,6 +7,8 @@
 #include <QSet>
 #include <QString>
 
+#include <functional>
+
 // The sources that the user names, files and what stands in folders, in order.
 namespace qv
 {
@@ -18,8 +20,10 @@ struct Source {
 };
 
 // In the order of the names, and within a folder by the bytes of the names, so that the same files
-// give the same list on every machine.
-QList<Source> listSources(const QByteArrayList &names, const QSet<QString> &admittedExtensions);
+// give the same list on every machine. Ends early when `isStopped`, asked before each name, says
+// so.
+QList<Source> listSources(const QByteArrayList &names, const QSet<QString> &admittedExtensions,
+                          const std::function<bool()> &isStopped = nullptr);
 
 // One part of the list, dealt out in turn, so that neighbours, which are often alike, spread.
 QList<Source> sourcesOfShard(const QList<Source> &sources, const Shard &shard);

@@ -32,6 +32,10 @@ SourceRunner::~SourceRunner()
 
 bool SourceRunner::run()
 {
+    if (m_session.isStopped()) {
+        return false;
+    }
+    m_session.releaseSignals();
     const Interrupt interrupt([this] { interrupted(); });
     next();
     m_loop.exec();
@@ -77,8 +81,10 @@ void SourceRunner::work(const Source &source)
     m_skipReason.clear();
     appDelegate &controller = m_session.controller();
     if (settle(current())) {
+        m_progress.passed(0);
         next();
     } else if (!current().problem.isNull()) {
+        m_progress.passed(0);
         skipped(current(), current().problem);
         next();
     } else {
@@ -91,6 +97,7 @@ void SourceRunner::analysisEnded()
     if (m_stopping) {
         next();
     } else if (m_session.controller().table().isEmpty()) {
+        m_progress.passed(secondsOnCurrent());
         skipped(current(),
                 m_skipReason.isEmpty() ? QStringLiteral("it was not admitted") : m_skipReason);
         next();

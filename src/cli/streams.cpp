@@ -3,6 +3,9 @@
 #include "support/platform.h"
 #include "support/whole_write.h"
 
+#include <cerrno>
+#include <memory>
+
 #include <sys/ioctl.h>
 #include <unistd.h>
 
@@ -11,10 +14,11 @@ namespace qv
 namespace
 {
 
-// Whoever no longer reads is missed by nobody.
-void print(int fd, const QByteArray &bytes)
+// Gives the system's error number. Whoever no longer reads is missed by nobody.
+int print(int fd, const QByteArray &bytes)
 {
-    writeAll(fd, bytes.constData(), static_cast<size_t>(bytes.size()));
+    const int error = writeAll(fd, bytes.constData(), static_cast<size_t>(bytes.size()));
+    return error == EPIPE ? 0 : error;
 }
 
 int columnsOf(int fd)
@@ -28,7 +32,12 @@ int columnsOf(int fd)
 Streams Streams::standard(int input, int output)
 {
     Streams streams;
-    streams.out = [output](const QByteArray &bytes) { print(output, bytes); };
+    const auto firstError = std::make_shared<int>(0);
+    streams.out = [output, firstError](const QByteArray &bytes) {
+        const int error = print(output, bytes);
+        *firstError = *firstError == 0 ? error : *firstError;
+    };
+    streams.outError = [firstError] { return *firstError; };
     streams.err = [](const QByteArray &bytes) { print(STDERR_FILENO, bytes); };
     streams.outIsTerminal = ::isatty(output) == 1;
     streams.errIsTerminal = ::isatty(STDERR_FILENO) == 1;

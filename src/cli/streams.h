@@ -12,6 +12,9 @@ namespace qv
 struct Streams {
     std::function<void(const QByteArray &)> out;
     std::function<void(const QByteArray &)> err;
+    // The system's number of the first error because of which `out` lost something, 0 when it lost
+    // nothing; a reader that went away is none. May be missing.
+    std::function<int()> outError;
     bool outIsTerminal = false;
     bool errIsTerminal = false;
     int terminalColumns = 80;

@@ -2,6 +2,8 @@
 
 #include "controller/reasons.h"
 #include "support/files.h"
+#include "support/foreign_names.h"
+#include "support/platform.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -27,11 +29,29 @@ bool isListedFolder(const QStringList &listing, qsizetype index)
     return listing.value(index + 1).startsWith(listing.at(index) + QLatin1Char('/'));
 }
 
+// Nothing of it is in the listing.
+bool isClosedFolder(const QString &path)
+{
+    return isRealFolder(path) && !platform::readDirectory(rawPath(path));
+}
+
+QList<LeftOut> closedFoldersIn(const QStringList &listing, const QSet<QString> &extensions)
+{
+    QList<LeftOut> closed;
+    for (qsizetype i = 0; i < listing.size(); ++i) {
+        if (!extensions.contains(pathExtension(listing.at(i))) && !isListedFolder(listing, i) &&
+            isClosedFolder(listing.at(i))) {
+            closed.append({listing.at(i), reasons::folderClosed});
+        }
+    }
+    return closed;
+}
+
 LeftOut countedLeftOut(const QString &folder, const QStringList &listing,
-                       const QSet<QString> &extensions)
+                       const QSet<QString> &extensions, qsizetype closedFolders)
 {
     int videos = 0;
-    int others = 0;
+    qsizetype others = -closedFolders;
     for (qsizetype i = 0; i < listing.size(); ++i) {
         if (extensions.contains(pathExtension(listing.at(i)))) {
             ++videos;
@@ -130,7 +150,9 @@ QList<LeftOut> leftOutOf(const QStringList &dropped, const QStringList &expanded
     for (const QString &beside : dropped.mid(1)) {
         left.append({beside, QStringLiteral("it came together with a folder: take it by itself")});
     }
-    if (const LeftOut counted = countedLeftOut(target, expanded, extensions);
+    const QList<LeftOut> closed = closedFoldersIn(expanded, extensions);
+    left += closed;
+    if (const LeftOut counted = countedLeftOut(target, expanded, extensions, closed.size());
         !counted.path.isEmpty()) {
         left.append(counted);
     }

@@ -3,6 +3,7 @@
 #include "analysis/camcorder_clip.h"
 #include "support/files.h"
 #include "support/foreign_names.h"
+#include "support/twin_names.h"
 
 #include <QStringList>
 
@@ -29,6 +30,11 @@ QString titleOf(const QString &sourcePath)
                : title;
 }
 
+QByteArray keyOf(const QString &name)
+{
+    return twinKey(name.toUtf8());
+}
+
 } // namespace
 
 QString SheetNames::baseFor(const QString &sourcePath, const QString &folder,
@@ -46,7 +52,7 @@ QString SheetNames::baseFor(const QString &sourcePath, const QString &folder,
     }
     const QString base = freeBase(sourcePath, folder, mayUse);
     m_baseOfSource.insert(sourcePath, base);
-    m_sourceOfBase.insert(base, sourcePath);
+    m_sourceOfBase.insert(keyOf(base), sourcePath);
     return base;
 }
 
@@ -56,10 +62,11 @@ QString SheetNames::freeBase(const QString &sourcePath, const QString &folder,
     const QString title = titleOf(sourcePath);
     const QString parent = lastPathComponent(fichier_dirname(shownPath(sourcePath)));
     const auto isFree = [&](const QString &base) {
-        return !m_sourceOfBase.contains(base) && (!mayUse || mayUse(base));
+        return !m_sourceOfBase.contains(keyOf(base)) && (!mayUse || mayUse(base));
     };
     QStringList names{title};
-    if (const QString first = m_sourceOfBase.value(appendPath(folder, title)); !first.isNull()) {
+    if (const QString first = m_sourceOfBase.value(keyOf(appendPath(folder, title)));
+        !first.isNull()) {
         const QString firstParent = lastPathComponent(fichier_dirname(shownPath(first)));
         if (parent != firstParent && !parent.isEmpty()) {
             names << fittedName(
@@ -76,7 +83,7 @@ QString SheetNames::freeBase(const QString &sourcePath, const QString &folder,
     }
     // Numbers go on where the last source of this title left off: ten thousand of one name are no
     // ten thousand tries each.
-    for (int &number = m_lastNumber[title];;) {
+    for (int &number = m_lastNumber[keyOf(title)];;) {
         number = std::max(2, number + 1);
         const QString base =
             appendPath(folder, fittedName(title, QStringLiteral(" %1").arg(number), nameLimit));

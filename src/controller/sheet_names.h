@@ -1,11 +1,13 @@
 #pragma once
 
+#include <QByteArray>
 #include <QHash>
 #include <QString>
 
 #include <functional>
 
-// The names of the sheets of one destination: one a source, no two the same.
+// The names of the sheets of one destination: one a source, no two the same, also on a disk that
+// ignores case.
 namespace qv
 {
 
@@ -30,8 +32,8 @@ private:
     QString m_folder;
     QHash<QString, QString> m_given;
     QHash<QString, QString> m_baseOfSource;
-    QHash<QString, QString> m_sourceOfBase;
-    QHash<QString, int> m_lastNumber; // given to a source of this title
+    QHash<QByteArray, QString> m_sourceOfBase; // by twinKey(), as the next one
+    QHash<QByteArray, int> m_lastNumber;       // given to a source of this title
 };
 
 // Whether the source's sheet does not have the source's plain name.

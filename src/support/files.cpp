@@ -236,6 +236,12 @@ bool isTrash(const QByteArray &path)
            path.endsWith("/.local/share/Trash");
 }
 
+// On many disks, closed to all but the system, and nobody's videos are in it.
+bool isSystemFolder(const QByteArray &path)
+{
+    return path.endsWith("/lost+found");
+}
+
 // Undecodable folders can't be named, only walked through.
 bool canBeListed(const QByteArray &path, platform::EntryKind kind)
 {
@@ -356,22 +362,29 @@ QStringList lsCocoa(const QString &path)
     return paths;
 }
 
-QStringList subpaths(const QString &folder)
+QStringList subpaths(const QString &folder, QStringList *closed)
 {
     QStringList paths;
     if (folder.isEmpty()) {
         return paths;
     }
-    walkTree(QFile::encodeName(expandTilde(folder)),
-             [&](const QByteArray &path, platform::EntryKind kind) {
-                 if (isTrash(path)) {
-                     return false;
-                 }
-                 if (canBeListed(path, kind)) {
-                     paths.append(usablePath(path));
-                 }
-                 return true;
-             });
+    const QByteArray root = QFile::encodeName(expandTilde(folder));
+    walkTree(
+        root,
+        [&](const QByteArray &path, platform::EntryKind kind) {
+            if (isTrash(path)) {
+                return false;
+            }
+            if (canBeListed(path, kind)) {
+                paths.append(usablePath(path));
+            }
+            return true;
+        },
+        [&](const QByteArray &path) {
+            if (closed != nullptr && (path == root || !isSystemFolder(path))) {
+                closed->append(usablePath(path));
+            }
+        });
     return paths;
 }
 

@@ -32,8 +32,9 @@ void removeForgotten(const QString &folder, Forgotten kind, const QString &patte
 // Full paths of the entries of a folder, one level, by name.
 QStringList lsCocoa(const QString &path);
 // Full paths of every file and sub-folder at any depth, by name within each folder. Links to
-// folders are listed, not followed; trash folders are left out.
-QStringList subpaths(const QString &folder);
+// folders are listed, not followed; trash folders are left out. `closed`, when given, gets the
+// folders, the first one too, that could not be read to their end.
+QStringList subpaths(const QString &folder, QStringList *closed = nullptr);
 bool fileExists(const QString &path);
 // Whether anything has that name, a link that leads nowhere included.
 bool standsThere(const QString &path);

@@ -75,6 +75,13 @@ bool isSelfOrParent(const char *name)
     return std::strcmp(name, ".") == 0 || std::strcmp(name, "..") == 0;
 }
 
+// At the end `errno` is 0, and the error's number when reading failed.
+const dirent *nextEntry(DIR *directory)
+{
+    errno = 0;
+    return ::readdir(directory);
+}
+
 std::vector<int> allowedProcessors()
 {
     cpu_set_t set;
@@ -217,19 +224,23 @@ bool isMountPoint(const QString &path)
            ::lstat((rawPath + "/..").constData(), &parent) == 0 && own.st_dev != parent.st_dev;
 }
 
-std::optional<std::vector<DirectoryEntry>> readDirectory(const QByteArray &rawPath)
+std::optional<std::vector<DirectoryEntry>> readDirectory(const QByteArray &rawPath, bool *isWhole)
 {
+    bool unasked = false;
+    bool &whole = isWhole == nullptr ? unasked : *isWhole;
+    whole = false;
     const auto close = [](DIR *open) { ::closedir(open); };
     const std::unique_ptr<DIR, decltype(close)> directory(::opendir(rawPath.constData()), close);
     if (!directory) {
         return std::nullopt;
     }
     std::vector<DirectoryEntry> entries;
-    while (const dirent *entry = ::readdir(directory.get())) {
+    while (const dirent *entry = nextEntry(directory.get())) {
         if (!isSelfOrParent(entry->d_name)) {
             entries.push_back({QByteArray(entry->d_name), kindOf(*entry, rawPath)});
         }
     }
+    whole = errno == 0;
     return entries;
 }
 

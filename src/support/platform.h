@@ -62,13 +62,15 @@ qint64 itemSize(const QByteArray &rawPath);
 bool isMountPoint(const QString &path);
 
 // One folder's entries in no order, without "." and "..". Names are the bytes of the file system,
-// which need not be valid UTF-8. Nothing when the folder can't be read.
+// which need not be valid UTF-8. Nothing when the folder can't be opened. `isWhole`, when given,
+// tells whether reading came to its end.
 enum class EntryKind { File, Folder, LinkToFolder, Other };
 struct DirectoryEntry {
     QByteArray name;
     EntryKind kind = EntryKind::Other; // a link to a file is a File, a broken one Other
 };
-std::optional<std::vector<DirectoryEntry>> readDirectory(const QByteArray &rawPath);
+std::optional<std::vector<DirectoryEntry>> readDirectory(const QByteArray &rawPath,
+                                                         bool *isWhole = nullptr);
 
 // Whether it is a folder (no link to one) of this process's user.
 bool isOwnFolder(const QString &path);

@@ -13,9 +13,13 @@ struct Pending {
 };
 
 // The last entry first: what is taken from the end of the stack comes in order.
-void pushEntries(std::vector<Pending> &stack, const QByteArray &folder)
+void pushEntries(std::vector<Pending> &stack, const QByteArray &folder, const FolderVisitor &failed)
 {
-    const std::vector<platform::DirectoryEntry> entries = sortedEntries(folder);
+    bool isWhole = true;
+    const std::vector<platform::DirectoryEntry> entries = sortedEntries(folder, &isWhole);
+    if (!isWhole && failed) {
+        failed(folder);
+    }
     const QByteArray prefix = folder.endsWith('/') ? folder : folder + '/';
     for (auto it = entries.rbegin(); it != entries.rend(); ++it) {
         stack.push_back({prefix + it->name, it->kind});
@@ -24,26 +28,26 @@ void pushEntries(std::vector<Pending> &stack, const QByteArray &folder)
 
 } // namespace
 
-std::vector<platform::DirectoryEntry> sortedEntries(const QByteArray &folder)
+std::vector<platform::DirectoryEntry> sortedEntries(const QByteArray &folder, bool *isWhole)
 {
     std::vector<platform::DirectoryEntry> entries =
-        platform::readDirectory(folder).value_or(std::vector<platform::DirectoryEntry>());
+        platform::readDirectory(folder, isWhole).value_or(std::vector<platform::DirectoryEntry>());
     std::sort(entries.begin(), entries.end(),
               [](const auto &a, const auto &b) { return a.name < b.name; });
     return entries;
 }
 
 // A stack of its own, because a tree can be deeper than the call stack is.
-void walkTree(const QByteArray &root, const TreeVisitor &visit)
+void walkTree(const QByteArray &root, const TreeVisitor &visit, const FolderVisitor &failed)
 {
     std::vector<Pending> stack;
-    pushEntries(stack, root);
+    pushEntries(stack, root, failed);
     while (!stack.empty()) {
         const Pending entry = std::move(stack.back());
         stack.pop_back();
         const bool enter = visit(entry.path, entry.kind);
         if (enter && entry.kind == platform::EntryKind::Folder) {
-            pushEntries(stack, entry.path);
+            pushEntries(stack, entry.path, failed);
         }
     }
 }

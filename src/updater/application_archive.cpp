@@ -1,12 +1,16 @@
 #include "updater/application_archive.h"
 
+#include "process/tool_environment.h"
 #include "process/tool_run.h"
 #include "support/files.h"
 #include "updater/archive_signature.h"
 #include "updater/update_reply.h"
 #include "updater/zip_archive.h"
 
+#include <QFile>
 #include <QFileInfo>
+
+#include <unistd.h>
 
 namespace qv
 {
@@ -57,12 +61,21 @@ QString versionRefusal(const Bundle &offered, const Bundle &running)
 }
 
 // What can't be started here must not take the place of what can: built for another machine,
-// missing a library of a newer system.
-bool startsHere(const QString &program, const QString &version)
+// missing a library of a newer system. Null when it starts.
+QString startRefusal(const QString &program, const QString &version)
 {
     const QString printed =
         taskArray1PipeMax({program, QStringLiteral("--version")}, ErrorText::Inherited);
-    return printed.contains(version);
+    if (printed.contains(version)) {
+        return {};
+    }
+    // So the system answers for any program on a volume that is mounted without that right.
+    if (::access(QFile::encodeName(program).constData(), X_OK) != 0) {
+        return QStringLiteral("the new version can't be tried, because programs in %1 may not be "
+                              "executed")
+            .arg(temporaryFolder());
+    }
+    return QStringLiteral("the new version does not start on this system");
 }
 
 } // namespace
@@ -123,8 +136,8 @@ tl::expected<QString, QString> unpackedApplication(const QString &folder, const 
         return refused(QStringLiteral("the application in the archive is incomplete"));
     }
     makeExecutable(plainFilesIn(offered.toolsPath()) + QStringList{program});
-    if (!startsHere(program, offered.version())) {
-        return refused(QStringLiteral("the new version does not start on this system"));
+    if (const QString reason = startRefusal(program, offered.version()); !reason.isNull()) {
+        return refused(reason);
     }
     return path;
 }

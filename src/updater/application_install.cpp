@@ -4,9 +4,9 @@
 #include "support/log.h"
 #include "support/shell_word.h"
 
-#include <QFileInfo>
 #include <QProcess>
 #include <QProcessEnvironment>
+#include <QStandardPaths>
 
 namespace qv
 {
@@ -25,11 +25,17 @@ Installation inPlace(const QString &application, const QString &place, const Dis
     return {done.error, place, done.oldAt, done.isTrashed, false};
 }
 
-Installation onDesktop(const QString &application, const QString &running,
-                       const QString &archiveName, const DiskMoves &moves)
+// The change of places happens in the folder above, which needs rights of its own.
+bool isReplaceable(const QString &application)
 {
-    const QString place = expandTilde(appendPath(QStringLiteral("~/Desktop"), archiveName));
-    mkdir(QFileInfo(place).path());
+    return droitsAcces(application) && !StagingFolder(application).path().isEmpty();
+}
+
+Installation onDesktop(const QString &application, const QString &running, const DiskMoves &moves)
+{
+    const QString desktop = QStandardPaths::writableLocation(QStandardPaths::DesktopLocation);
+    const QString place = appendPath(desktop, lastPathComponent(application));
+    mkdir(desktop);
     const Replacement done = replaceItem(application, place, moves);
     Installation result{done.error, place, {}, false, true};
     if (done.error.isNull()) {
@@ -43,10 +49,10 @@ Installation onDesktop(const QString &application, const QString &running,
 } // namespace
 
 Installation installApplication(const QString &application, const QString &runningPath,
-                                const QString &archiveName, const DiskMoves &moves)
+                                const DiskMoves &moves)
 {
-    return droitsAcces(runningPath) ? inPlace(application, runningPath, moves)
-                                    : onDesktop(application, runningPath, archiveName, moves);
+    return isReplaceable(runningPath) ? inPlace(application, runningPath, moves)
+                                      : onDesktop(application, runningPath, moves);
 }
 
 QString installAddOn(const QString &item, const QString &bundleName, const DiskMoves &moves)

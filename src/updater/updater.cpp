@@ -333,9 +333,8 @@ void Updater::installNewVersion()
     }
     setPhase(UpdatePhase::Installing);
     m_work.run(
-        [this, application = *m_opened, place = m_parts.bundle.path(),
-         name = lastPathComponent(m_offer.address), moves = m_parts.moves] {
-            m_installation = installApplication(application, place, name, moves);
+        [this, application = *m_opened, place = m_parts.bundle.path(), moves = m_parts.moves] {
+            m_installation = installApplication(application, place, moves);
         },
         [this] { newVersionInstalled(); });
 }
@@ -356,7 +355,7 @@ void Updater::newVersionInstalled()
     if (!self) {
         return;
     }
-    m_parts.relaunch(m_parts.bundle.path(), executable());
+    m_parts.relaunch(done.installedAt, executable());
     rmCocoa(downloadFolder());
     m_parts.face.closeUpdateSheet();
     m_parts.face.endForUpdate();

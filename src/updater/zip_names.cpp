@@ -28,11 +28,6 @@ bool isUnshowable(QChar c)
     return c.category() == QChar::Other_Control || c.category() == QChar::Other_Format;
 }
 
-bool isAscii(char byte)
-{
-    return static_cast<unsigned char>(byte) < 0x80;
-}
-
 bool isUsableComponent(const QByteArray &component)
 {
     return !component.isEmpty() && component != "." && component != ".." &&
@@ -62,21 +57,6 @@ std::optional<QList<QByteArray>> entryComponents(const QByteArray &name)
         return std::nullopt;
     }
     return components;
-}
-
-QByteArray twinKey(const QByteArray &component)
-{
-    if (std::all_of(component.begin(), component.end(), isAscii) || !component.isValidUtf8()) {
-        return component.toLower();
-    }
-    // Decomposed first: folding a composed character may give another than folding its parts. In
-    // capitals first: folding leaves letters single of which some disks make two.
-    return QString::fromUtf8(component)
-        .normalized(QString::NormalizationForm_D)
-        .toUpper()
-        .toCaseFolded()
-        .normalized(QString::NormalizationForm_C)
-        .toUtf8();
 }
 
 bool isLinkWithin(const QByteArray &target, qsizetype foldersAbove)

@@ -14,10 +14,6 @@ namespace qv
 // can't be taken: absolute, leading upwards, with "\" or control characters, over-long.
 std::optional<QList<QByteArray>> entryComponents(const QByteArray &name);
 
-// The same for names that some volume takes for one: those that differ in case, or in how their
-// characters are composed.
-QByteArray twinKey(const QByteArray &component);
-
 // Whether a link, so many folders below the archive's top, may lead there. It may rise to the
 // top-level entry that it stands in, and only at its beginning: its folder is a real one, so these
 // steps go where they say; what follows only descends, and a link met on the way begins again at

@@ -1,5 +1,6 @@
 #include "updater/zip_plan.h"
 
+#include "support/twin_names.h"
 #include "updater/zip_names.h"
 
 #include <QHash>

@@ -38,6 +38,17 @@ TEST_F(CardTest, NamesAClipByItsRecordingDateElseByItsFileDate)
     EXPECT_EQ(clipDateName("/missing/00003.MTS"), "00003.MTS");
 }
 
+TEST_F(CardTest, AsksTheToolOnceForAllClipsUntilThePlaylistsChange)
+{
+    const QString tool = m_bundle.tool("gettimestamps");
+    writeScript(tool, "echo '00003 : day'\necho '00004 : eve'\n");
+    EXPECT_EQ(cardClipName(make("BDMV/STREAM/00003.MTS")), "day-00003");
+    writeScript(tool, "echo '00004 : dawn'\n");
+    EXPECT_EQ(cardClipName(make("BDMV/STREAM/00004.MTS")), "eve-00004");
+    std::filesystem::last_write_time(path("BDMV/PLAYLIST").toStdString(), {});
+    EXPECT_EQ(cardClipName(path("BDMV/STREAM/00004.MTS")), "dawn-00004");
+}
+
 TEST_F(CardTest, LeavesEveryOtherFileItsName)
 {
     for (const QString &clip : {make("BDMV/OTHER/00003.MTS"), make("STREAM/00003.MTS"),

@@ -57,6 +57,7 @@ TEST_F(RealCommandTest, EachBadFileGetsItsReasonAndTheOthersGoOn)
     };
     expectEach(table, [&](const QByteArrayList &sources) { return sheets(sources); });
     EXPECT_EQ(namesIn("out"), QStringList("good.jpg"));
+    EXPECT_THAT(sheets({make("a.\033[2J")}).err.toStdString(), HasSubstr("'.\\x1b[2J'"));
 }
 
 TEST_F(CommandTest, AToolThatMisbehavesCostsItsSourceOnly)

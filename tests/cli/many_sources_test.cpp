@@ -190,6 +190,10 @@ TEST_F(CommandTest, AListGivesItsNamesAsBytesAfterThoseOfTheCommandLine)
         make("list", list.bytes);
         EXPECT_EQ(sheets({"--from", "list", "a.mp4"}).told("source"), expected);
     }
+    make("list", "c.mp4\n");
+    make("another", "b.mp4\n");
+    EXPECT_EQ(sheets({"--from", "list", "--from", "another", "a.mp4"}).told("source"),
+              words("a.mp4 c.mp4 b.mp4"));
 }
 
 TEST_F(CommandTest, ShardsDivideTheListAndKeepTheNamesOfTheWhole)

@@ -32,6 +32,9 @@ const std::vector<WrongLine> wrongLines{
     {{"read", "--quick", "a.jpg"}, "quick"},
     {{"sheet", "--caption", "name,bogus", "a.mp4"}, "unknown caption 'bogus'"},
     {{"sheet", "--background", "nocolour", "a.mp4"}, "unknown colour 'nocolour'"},
+    {{"sheet", "--background", "32,32,32,1", "a.mp4"}, "from 0 to 1"},
+    {{"sheet", "--border-color", "0,b,0,1", "a.mp4"}, "from 0 to 1"},
+    {{"sheet", "--\033[2J", "a.mp4"}, "\\x1b[2J"},
     {{"sheet", "--border-size", "nan", "a.mp4"}, "border size"},
     {{"sheet", "--hang-timeout", "inf", "a.mp4"}, "time-out"},
     {{"sheet", "--jobs", "0", "a.mp4"}, "number of jobs '0'"},
@@ -91,7 +94,7 @@ TEST(Options, EveryOptionArrivesHereAndInCopiesOfTheCommand)
         "name,Size,picture "
         "--background red --border-color 0.5,0.25,0,1 --border-size 2.5 --json --log trace.txt "
         "--verbose --quiet --no-confinement --hang-timeout 1.5 --jobs 7 --shard 2/9 --from list "
-        "--quick a.mp4 b"));
+        "--quick a.mp4 --from - b"));
     EXPECT_EQ(options.command, Command::Sheet);
     EXPECT_EQ(valuesOf(options),
               std::tuple(QString("out"), SheetLayout::Mixed, std::optional(12), std::optional(1),
@@ -100,7 +103,7 @@ TEST(Options, EveryOptionArrivesHereAndInCopiesOfTheCommand)
                          QString("1.00,0.00,0.00,1.00"), QString("0.50,0.25,0.00,1.00"),
                          std::optional(2.5), QString("trace.txt"), true, std::optional(1.5), true));
     EXPECT_EQ(options.sources, words("a.mp4 b"));
-    EXPECT_EQ(options.from, "list");
+    EXPECT_EQ(options.from, words("list -"));
     EXPECT_EQ(options.jobs, 7);
     EXPECT_TRUE(options.json && options.quiet && options.shard && options.shard->part == 2);
 

@@ -37,6 +37,21 @@ TEST_F(ProgramTest, ASignalStopsTheToolAndLeavesOnlyWhatIsWhole)
     }
 }
 
+TEST_F(ProgramTest, ASignalWhileSheetsAreNamedLeavesNothing)
+{
+    make("card/BDMV/PLAYLIST/0.MPL");
+    make("card/BDMV/STREAM/1.MTS");
+    const QString tool = m_bundle.tool("gettimestamps");
+    writeFile(tool, "#!/bin/sh\necho naming >\"$FAKE_TOOL_LOG\"\nexec sleep 60\n");
+    QFile::setPermissions(tool, QFile::ReadOwner | QFile::ExeOwner);
+    auto process = start("exec \"$0\" sheet -n 3 -o out card");
+    waitForTool(*process, "naming");
+    ::kill(static_cast<pid_t>(process->processId()), SIGINT);
+    EXPECT_EQ(statusOf(*process), 128 + SIGINT);
+    EXPECT_EQ(process->readAllStandardError(), "stopped\n");
+    EXPECT_EQ(scratchFolders(), QStringList());
+}
+
 TEST_F(ProgramTest, AReaderThatWentAwayStopsItCleanly)
 {
     make("a.mp4");
@@ -46,6 +61,14 @@ TEST_F(ProgramTest, AReaderThatWentAwayStopsItCleanly)
     EXPECT_EQ(statusOf(*process), 128 + SIGPIPE);
     EXPECT_THAT(process->readAllStandardError().toStdString(), HasSubstr("stopped: 1 made"));
     EXPECT_EQ(scratchFolders(), QStringList());
+}
+
+TEST_F(ProgramTest, ResultsThatCannotBeWrittenAreNotLostSilently)
+{
+    make("a.mp4");
+    auto process = start("\"$0\" sheet --json -n 3 -o out a.mp4 >/dev/full");
+    EXPECT_EQ(statusOf(*process), 3);
+    EXPECT_THAT(process->readAllStandardError().toStdString(), HasSubstr("No space left"));
 }
 
 TEST_F(ProgramTest, ASignalThatWasIgnoredStaysIgnored)

@@ -1,9 +1,13 @@
 // What "sheet" makes, keeps and tells.
 
 #include "cli/command_test.h"
+#include "cli/source_list.h"
+#include "common/ordinary_user.h"
+#include "controller/reasons.h"
 
 #include <filesystem>
 
+using namespace qv;
 using testing::AllOf;
 using testing::HasSubstr;
 using testing::Not;
@@ -93,6 +97,29 @@ TEST_F(CommandTest, FoldersAreWalkedInOrderWithoutTheirTrashAndASourceIsTakenOnc
     QDir::setCurrent(m_folder.path());
     const Ran ran = sheets({"in/", "4.mov", "other", "in//b/2.mp4", path("4.mov"), "link.mov"});
     EXPECT_EQ(ran.told("source"), words("in/a/deep/er/1.mkv in/b/2.mp4 4.mov other/3.MP4"));
+}
+
+TEST_F(CommandTest, AFolderThatMayNotBeReadIsRefusedAtAnyDepth)
+{
+    for (const char *name : {"in/a.mp4", "in/closed/b.mp4", "in/lost+found/c", "shut/d.mp4"}) {
+        make(name);
+    }
+    for (const char *name : {"in/closed", "in/lost+found", "shut"}) {
+        std::filesystem::permissions(path(name).toStdString(), std::filesystem::perms::none);
+    }
+    QDir::setCurrent(m_folder.path());
+    QStringList listed;
+    {
+        const OrdinaryUser user;
+        for (const Source &source : listSources({"in", "shut"}, {"mp4"})) {
+            listed.append(source.named + ": " + source.problem);
+        }
+    }
+    EXPECT_EQ(listed, (QStringList{"in/a.mp4: ", "in/closed: " + reasons::folderClosed,
+                                   "shut: " + reasons::folderClosed}));
+    for (const char *name : {"in/closed", "in/lost+found", "shut"}) {
+        std::filesystem::permissions(path(name).toStdString(), std::filesystem::perms::owner_all);
+    }
 }
 
 TEST_F(CommandTest, ADestinationIsMadeWhenMissingAndRefusedWhenItCannotBe)

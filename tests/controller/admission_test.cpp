@@ -1,6 +1,8 @@
 #include "controller/admission.h"
 
+#include "common/ordinary_user.h"
 #include "controller/controller_fixture.h"
+#include "controller/reasons.h"
 #include "support/numbers.h"
 
 using namespace qv;
@@ -41,6 +43,27 @@ TEST_F(AdmissionTest, AFolderInTheFirstPlaceStandsForEverythingBelowItAndDisplac
     ASSERT_TRUE(QFile::link(path("folder"), path("alias")));
     EXPECT_EQ(withAdmittedExtension(expandedDrop({path("alias")}), {"mp4"}).size(), 2);
     EXPECT_TRUE(expandedDrop({}).isEmpty());
+}
+
+TEST_F(AdmissionTest, AFolderThatMayNotBeReadIsLeftOutByNameAndNotCounted)
+{
+    source("folder/notes.txt");
+    source("folder/closed/a.mp4");
+    const auto permit = [&](const QString &name, std::filesystem::perms permissions) {
+        std::filesystem::permissions(path(name).toStdString(), permissions);
+    };
+    permit("folder/closed", std::filesystem::perms::none);
+    QList<LeftOut> left;
+    {
+        const OrdinaryUser user;
+        left = leftOutOf({path("folder")}, expandedDrop({path("folder")}), {"mp4"});
+    }
+    permit("folder/closed", std::filesystem::perms::owner_all);
+    ASSERT_EQ(left.size(), 2);
+    EXPECT_EQ(left[0].path, path("folder/closed"));
+    EXPECT_EQ(left[0].reason, reasons::folderClosed);
+    EXPECT_EQ(left[1].path, path("folder"));
+    EXPECT_EQ(left[1].reason, reasons::folderWithoutVideo);
 }
 
 TEST_F(AdmissionTest, AnAliasInTheFirstPlaceIsAdmittedAsWhatItLeadsTo)

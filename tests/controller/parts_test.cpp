@@ -48,10 +48,16 @@ TEST(SheetNames, TellSourcesOfOneNameApartAndStayTheSame)
         const char *source;
         const char *base;
     } rows[] = {
-        {"/one/film.mp4", "/out/film"},       {"/two/film.mp4", "/out/film (two)"},
-        {"/one/film.mov", "/out/film (mov)"}, {"/x/two/film.avi", "/out/film (avi)"},
-        {"/y/two/film.avi", "/out/film 2"},   {"/one/..mp4", "/out/untitled"},
-        {"/one/film.mp4", "/out/film"},       {"/y/two/film.avi", "/out/film 2"},
+        {"/one/film.mp4", "/out/film"},
+        {"/two/film.mp4", "/out/film (two)"},
+        {"/one/film.mov", "/out/film (mov)"},
+        {"/x/two/film.avi", "/out/film (avi)"},
+        {"/y/two/film.avi", "/out/film 2"},
+        {"/one/..mp4", "/out/untitled"},
+        {"/one/film.mp4", "/out/film"},
+        {"/y/two/film.avi", "/out/film 2"},
+        {"/one/été.mp4", "/out/été"},
+        {"/two/E\u0301TE\u0301.mp4", "/out/E\u0301TE\u0301 (two)"},
     };
     for (const auto &row : rows) {
         EXPECT_EQ(names.baseFor(row.source, "/out"), row.base) << row.source;

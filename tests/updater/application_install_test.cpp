@@ -2,6 +2,7 @@
 
 #include "common/folder_test.h"
 #include "common/log_capture.h"
+#include "common/ordinary_user.h"
 #include "common/wait_until.h"
 #include "support/files.h"
 #include "updater/application_archive.h"
@@ -42,7 +43,7 @@ protected:
     void removeTreeOf(const QString &folder) { QDir(path(folder)).removeRecursively(); }
     Installation install(const DiskMoves &moves = DiskMoves::real())
     {
-        return installApplication(offered(), running(), "Quorvantel.zip", moves);
+        return installApplication(offered(), running(), moves);
     }
 
     LogCapture m_log;
@@ -204,25 +205,25 @@ TEST_F(InstallTest, WhatTheTrashDoesNotTakeStaysBeside)
 
 TEST_F(InstallTest, AnUnwritablePlaceSendsItToTheDesktop)
 {
-    if (::geteuid() == 0) {
-        // What not even root can write into.
-        removeTreeOf("place");
-        const Installation done =
-            installApplication(offered(), "/proc/self/fdinfo", "Quorvantel 2.zip",
-                               DiskMoves{DiskMoves::real().exchange, DiskMoves::real().rename,
-                                         [](const QString &) { return QString(); }});
+    for (const QString &closed : {running(), path("place")}) {
+        SmallApplication{.version = "2.0"}.write(offered());
+        QFile::setPermissions(closed, QFile::ReadOwner | QFile::ExeOwner);
+        Installation done;
+        {
+            const OrdinaryUser user;
+            DiskMoves moves = DiskMoves::real();
+            moves.trash = [](const QString &) { return QString(); };
+            done = install(moves);
+        }
+        QFile::setPermissions(closed, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
         EXPECT_TRUE(done.error.isNull()) << qPrintable(done.error);
         EXPECT_TRUE(done.isOnDesktop);
-        EXPECT_EQ(done.installedAt, path("home/Desktop/Quorvantel 2.zip"));
+        EXPECT_EQ(done.installedAt, path("home/Desktop/Quorvantel.app"));
         EXPECT_EQ(versionAt(done.installedAt), "2.0");
+        EXPECT_EQ(versionAt(running()), "1.0");
         EXPECT_TRUE(m_log.contains("moveToTrash         ? 0"));
-        return;
+        removeTreeOf("home/Desktop");
     }
-    QFile::setPermissions(running(), QFile::ReadOwner | QFile::ExeOwner);
-    const Installation done = install();
-    QFile::setPermissions(running(), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
-    EXPECT_TRUE(done.isOnDesktop);
-    EXPECT_EQ(versionAt(path("home/Desktop/Quorvantel.zip")), "2.0");
 }
 
 TEST_F(InstallTest, ClearsOnlyWhatAKilledInstallationLeft)

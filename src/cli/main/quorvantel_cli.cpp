@@ -1,6 +1,7 @@
 // The headless command: no display, no session bus, nothing of the terminal's input.
 
 #include "cli/command.h"
+#include "cli/exit_status.h"
 #include "cli/scratch_folder.h"
 #include "support/log.h"
 #include "support/platform.h"
@@ -56,7 +57,7 @@ int main(int argc, char **argv)
     if (argc == 2 && std::strcmp(argv[1], "--version") == 0) {
         const QByteArray line = qv::versionLine();
         std::fwrite(line.constData(), 1, static_cast<size_t>(line.size()), stdout);
-        return 0;
+        return std::fflush(stdout) == 0 ? qv::AllDone : qv::CannotWork;
     }
     const int input = qv::platform::keptStandardInput();
     qv::platform::prepareStandardStreams();
