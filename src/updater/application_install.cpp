@@ -4,9 +4,9 @@
 #include "support/log.h"
 #include "support/shell_word.h"
 
+#include <QFileInfo>
 #include <QProcess>
 #include <QProcessEnvironment>
-#include <QStandardPaths>
 
 namespace qv
 {
@@ -31,11 +31,11 @@ bool isReplaceable(const QString &application)
     return droitsAcces(application) && !StagingFolder(application).path().isEmpty();
 }
 
-Installation onDesktop(const QString &application, const QString &running, const DiskMoves &moves)
+Installation onDesktop(const QString &application, const QString &running,
+                       const QString &archiveName, const DiskMoves &moves)
 {
-    const QString desktop = QStandardPaths::writableLocation(QStandardPaths::DesktopLocation);
-    const QString place = appendPath(desktop, lastPathComponent(application));
-    mkdir(desktop);
+    const QString place = expandTilde(appendPath(QStringLiteral("~/Desktop"), archiveName));
+    mkdir(QFileInfo(place).path());
     const Replacement done = replaceItem(application, place, moves);
     Installation result{done.error, place, {}, false, true};
     if (done.error.isNull()) {
@@ -49,10 +49,10 @@ Installation onDesktop(const QString &application, const QString &running, const
 } // namespace
 
 Installation installApplication(const QString &application, const QString &runningPath,
-                                const DiskMoves &moves)
+                                const QString &archiveName, const DiskMoves &moves)
 {
     return isReplaceable(runningPath) ? inPlace(application, runningPath, moves)
-                                      : onDesktop(application, runningPath, moves);
+                                      : onDesktop(application, runningPath, archiveName, moves);
 }
 
 QString installAddOn(const QString &item, const QString &bundleName, const DiskMoves &moves)

@@ -19,8 +19,9 @@ struct Installation {
 
 // Brings the new application to the running one's place, and that one to the trash. Where the
 // running one can't be replaced, because it or the folder that it is in can't be written into, the
-// new one goes to the desktop under its own name. Blocking; may run on any thread.
+// new one goes to the desktop, named as its archive is. Blocking; may run on any thread.
 Installation installApplication(const QString &application, const QString &runningPath,
+                                const QString &archiveName,
                                 const DiskMoves &moves = DiskMoves::real());
 
 // Brings the item under its own name into the application's support folder of the user. Null, or

@@ -333,8 +333,9 @@ void Updater::installNewVersion()
     }
     setPhase(UpdatePhase::Installing);
     m_work.run(
-        [this, application = *m_opened, place = m_parts.bundle.path(), moves = m_parts.moves] {
-            m_installation = installApplication(application, place, moves);
+        [this, application = *m_opened, place = m_parts.bundle.path(),
+         name = lastPathComponent(m_offer.address), moves = m_parts.moves] {
+            m_installation = installApplication(application, place, name, moves);
         },
         [this] { newVersionInstalled(); });
 }
@@ -355,7 +356,7 @@ void Updater::newVersionInstalled()
     if (!self) {
         return;
     }
-    m_parts.relaunch(done.installedAt, executable());
+    m_parts.relaunch(m_parts.bundle.path(), executable());
     rmCocoa(downloadFolder());
     m_parts.face.closeUpdateSheet();
     m_parts.face.endForUpdate();

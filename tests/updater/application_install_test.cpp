@@ -43,7 +43,7 @@ protected:
     void removeTreeOf(const QString &folder) { QDir(path(folder)).removeRecursively(); }
     Installation install(const DiskMoves &moves = DiskMoves::real())
     {
-        return installApplication(offered(), running(), moves);
+        return installApplication(offered(), running(), "Quorvantel 2.zip", moves);
     }
 
     LogCapture m_log;
@@ -218,7 +218,7 @@ TEST_F(InstallTest, AnUnwritablePlaceSendsItToTheDesktop)
         QFile::setPermissions(closed, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
         EXPECT_TRUE(done.error.isNull()) << qPrintable(done.error);
         EXPECT_TRUE(done.isOnDesktop);
-        EXPECT_EQ(done.installedAt, path("home/Desktop/Quorvantel.app"));
+        EXPECT_EQ(done.installedAt, path("home/Desktop/Quorvantel 2.zip"));
         EXPECT_EQ(versionAt(done.installedAt), "2.0");
         EXPECT_EQ(versionAt(running()), "1.0");
         EXPECT_TRUE(m_log.contains("moveToTrash         ? 0"));
