@@ -126,8 +126,8 @@ TEST(AnalysisMerge, FillsWhatTheReportLeavesOpenAndDropsWhatCantBe)
     expectRecord(mergedOf(findings(variable, "YUV4MPEG2 W320 H180 F25:1 Ip A1:1\n")), "v0_fps=25.0",
                  "variable rate");
     const QString phone = reportWith("00:00:10.00", "320x180, 29.97 fps, 90k tbr");
-    expectRecord(mergedOf(findings(phone, "YUV4MPEG2 W320 H180 F30:1 Ip A1:1\n")),
-                 "v0_fps=30.0", "phone");
+    expectRecord(mergedOf(findings(phone, "YUV4MPEG2 W320 H180 F30:1 Ip A1:1\n")), "v0_fps=30.0",
+                 "phone");
 }
 
 TEST(AnalysisMerge, BelievesTheMovieFrameworkWhereItMakesThePictures)
