@@ -54,7 +54,8 @@ TEST(PictureAttempts, LookEverFartherFromTheInstant)
          intra,
          {10, 25, true, true},
          {"70.00+12 ", "69.50+12 ", "68.00+12 ", "40.00+42 select=gte(t\\,30),",
-          "10.00+60 select=eq(pict_type\\,I), last", "70.00+60 ", "0.00+70 select=eq(pict_type\\,I), last"}},
+          "10.00+60 select=eq(pict_type\\,I), last", "70.00+60 ",
+          "0.00+70 select=eq(pict_type\\,I), last"}},
         // Where a seek ends anywhere, frames without those they build on would come first.
         {"40.00",
          intra,
