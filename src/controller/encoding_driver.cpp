@@ -17,6 +17,8 @@
 #include "support/numbers.h"
 #include "support/variant_values.h"
 
+#include <QFileInfo>
+
 #include <algorithm>
 
 namespace qv
