@@ -2,8 +2,6 @@
 
 #include "controller/reasons.h"
 #include "support/files.h"
-#include "support/foreign_names.h"
-#include "support/platform.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -29,39 +27,20 @@ bool isListedFolder(const QStringList &listing, qsizetype index)
     return listing.value(index + 1).startsWith(listing.at(index) + QLatin1Char('/'));
 }
 
-// Nothing of it is in the listing.
-bool isClosedFolder(const QString &path)
-{
-    return isRealFolder(path) && !platform::readDirectory(rawPath(path));
-}
-
-QList<LeftOut> closedFoldersIn(const QStringList &listing, const QSet<QString> &extensions)
-{
-    QList<LeftOut> closed;
-    for (qsizetype i = 0; i < listing.size(); ++i) {
-        if (!extensions.contains(pathExtension(listing.at(i))) && !isListedFolder(listing, i) &&
-            isClosedFolder(listing.at(i))) {
-            closed.append({listing.at(i), reasons::folderClosed});
-        }
-    }
-    return closed;
-}
-
 LeftOut countedLeftOut(const QString &folder, const QStringList &listing,
-                       const QSet<QString> &extensions, qsizetype closedFolders)
+                       const QSet<QString> &closed, const QSet<QString> &extensions)
 {
     int videos = 0;
-    qsizetype others = -closedFolders;
+    int others = 0;
     for (qsizetype i = 0; i < listing.size(); ++i) {
         if (extensions.contains(pathExtension(listing.at(i)))) {
             ++videos;
-        } else if (!isListedFolder(listing, i)) {
+        } else if (!isListedFolder(listing, i) && !closed.contains(listing.at(i))) {
             ++others;
         }
     }
     if (videos == 0) {
-        return {folder, QFileInfo(folder).isReadable() ? reasons::folderWithoutVideo
-                                                       : reasons::folderClosed};
+        return closed.contains(folder) ? LeftOut{} : LeftOut{folder, reasons::folderWithoutVideo};
     }
     return others == 0
                ? LeftOut{}
@@ -108,7 +87,7 @@ QSet<QString> admittedExtensions(const QStringList &declared)
     return admitted;
 }
 
-QStringList expandedDrop(const QStringList &paths)
+QStringList expandedDrop(const QStringList &paths, QStringList *closed)
 {
     if (paths.isEmpty()) {
         return paths;
@@ -119,7 +98,7 @@ QStringList expandedDrop(const QStringList &paths)
             expanded.first() = target;
         }
     }
-    return QFileInfo(expanded.first()).isDir() ? subpaths(expanded.first()) : expanded;
+    return QFileInfo(expanded.first()).isDir() ? subpaths(expanded.first(), closed) : expanded;
 }
 
 QStringList withAdmittedExtension(const QStringList &paths, const QSet<QString> &extensions)
@@ -134,7 +113,7 @@ QStringList withAdmittedExtension(const QStringList &paths, const QSet<QString> 
 }
 
 QList<LeftOut> leftOutOf(const QStringList &dropped, const QStringList &expanded,
-                         const QSet<QString> &extensions)
+                         const QStringList &closed, const QSet<QString> &extensions)
 {
     QList<LeftOut> left;
     const QString &first = dropped.first();
@@ -150,9 +129,11 @@ QList<LeftOut> leftOutOf(const QStringList &dropped, const QStringList &expanded
     for (const QString &beside : dropped.mid(1)) {
         left.append({beside, QStringLiteral("it came together with a folder: take it by itself")});
     }
-    const QList<LeftOut> closed = closedFoldersIn(expanded, extensions);
-    left += closed;
-    if (const LeftOut counted = countedLeftOut(target, expanded, extensions, closed.size());
+    for (const QString &folder : closed) {
+        left.append({folder, reasons::folderClosed});
+    }
+    const QSet<QString> told(closed.begin(), closed.end());
+    if (const LeftOut counted = countedLeftOut(target, expanded, told, extensions);
         !counted.path.isEmpty()) {
         left.append(counted);
     }

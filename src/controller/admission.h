@@ -16,16 +16,18 @@ namespace qv
 QSet<QString> admittedExtensions(const QStringList &declared);
 
 // The drop's first path decides: an alias is resolved, a folder stands for everything below it and
-// displaces the rest of the drop.
-QStringList expandedDrop(const QStringList &paths);
+// displaces the rest of the drop. `closed`, when given, gets the folders that could not be read to
+// their end.
+QStringList expandedDrop(const QStringList &paths, QStringList *closed);
 
 // The paths whose extension, in exactly this spelling, is admitted.
 QStringList withAdmittedExtension(const QStringList &paths, const QSet<QString> &extensions);
 
 // What of a drop is not admitted, in words for people: paths beside a folder, which displaces them,
-// and files whose names are no videos'; those below a dropped folder are counted in one entry.
+// folders that could not be read, and files whose names are no videos'; those below a dropped
+// folder are counted in one entry. `expanded` and `closed` are what expandedDrop gave.
 QList<LeftOut> leftOutOf(const QStringList &dropped, const QStringList &expanded,
-                         const QSet<QString> &extensions);
+                         const QStringList &closed, const QSet<QString> &extensions);
 
 // Why a file can't be a source at all (missing, no regular file, unreadable, empty), in words for
 // people; a null text when nothing speaks against it.

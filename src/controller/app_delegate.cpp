@@ -76,10 +76,10 @@ void appDelegate::draggedFiles(const QStringList &paths)
 
 void appDelegate::admitSources(const QStringList &paths)
 {
-    admit(paths, [](const QStringList &p) { return p; });
+    admit(paths, [](const QStringList &p, QStringList *) { return p; });
 }
 
-void appDelegate::admit(const QStringList &paths, QStringList (*expand)(const QStringList &))
+void appDelegate::admit(const QStringList &paths, decltype(&expandedDrop) expand)
 {
     if (paths.isEmpty()) {
         return;
@@ -92,9 +92,10 @@ void appDelegate::admit(const QStringList &paths, QStringList (*expand)(const QS
     m_context.windowChanged();
     m_context.setGate(false);
     pauseForAdmission();
-    const QStringList expanded = expand(paths);
+    QStringList closed;
+    const QStringList expanded = expand(paths, &closed);
     const QStringList fresh = withoutDuplicates(expanded);
-    m_context.face.leftOut(leftOutOf(paths, expanded, m_admitted),
+    m_context.face.leftOut(leftOutOf(paths, expanded, closed, m_admitted),
                            static_cast<int>(expanded.size() - fresh.size()));
     const QStringList admitted = withAdmittedExtension(fresh, m_admitted);
     if (admitted.isEmpty()) {

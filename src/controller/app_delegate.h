@@ -1,5 +1,6 @@
 #pragma once
 
+#include "controller/admission.h"
 #include "controller/analysis_driver.h"
 #include "controller/batch_table.h"
 #include "controller/context.h"
@@ -89,7 +90,7 @@ public:
 
 private:
     void performOpenFiles(const QStringList &paths);
-    void admit(const QStringList &paths, QStringList (*expand)(const QStringList &));
+    void admit(const QStringList &paths, decltype(&expandedDrop) expand);
     QStringList withoutDuplicates(const QStringList &paths) const;
     void pauseForAdmission();
     void resumeAfterAdmission();

@@ -17,6 +17,7 @@
 #include "support/files.h"
 #include "support/foreign_names.h"
 #include "support/log.h"
+#include "support/numbers.h"
 #include "support/variant_values.h"
 
 #include <QDir>
@@ -239,10 +240,10 @@ void EncodingDriver::finishStopped()
 void EncodingDriver::writeSummary()
 {
     const qint64 elapsed = std::max<qint64>(1, m_row.started.secsTo(m_context.now()));
-    resumeLogAppend(QString::asprintf("   Total speed      : real time / %.2f\n",
-                                      m_row.duration / static_cast<double>(elapsed)) +
-                    QStringLiteral("date                : %1\n(made by Quorvantel)\n")
-                        .arg(dateDescription(m_context.now())));
+    resumeLogAppend(QStringLiteral("   Total speed      : real time / %1\n"
+                                   "date                : %2\n(made by Quorvantel)\n")
+                        .arg(fixedText(m_row.duration / static_cast<double>(elapsed), 2),
+                             dateDescription(m_context.now())));
 }
 
 void EncodingDriver::report(RowResult::Status status)

@@ -222,20 +222,15 @@ QImage renderWithBands(const QImage &picture, const QSize &box, double factor, d
     QImage bitmap = emptyBitmap(box.width(), box.height(), resolution, keepTransparency);
     if (!bitmap.isNull()) {
         const QRect target = centered(divided(picture.size(), factor).boundedTo(box), box);
-        logDebug([&] {
-            return QStringLiteral("dstOffset=%1:%2 (dst=%3*%4)")
-                .arg(target.x())
-                .arg(target.y())
-                .arg(target.width())
-                .arg(target.height());
-        });
-        logDebug([&] {
-            return QStringLiteral("%1:%2:%3:%4")
-                .arg(target.left())
-                .arg(target.top())
-                .arg(target.width())
-                .arg(target.height());
-        });
+        for (const auto *form : {"dstOffset=%1:%2 (dst=%3*%4)", "%1:%2:%3:%4"}) {
+            logDebug([&] {
+                return QString::fromLatin1(form)
+                    .arg(target.x())
+                    .arg(target.y())
+                    .arg(target.width())
+                    .arg(target.height());
+            });
+        }
         drawPart(bitmap, target, picture, picture.rect());
     }
     return bitmap;

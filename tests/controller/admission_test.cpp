@@ -36,13 +36,13 @@ TEST_F(AdmissionTest, AFolderInTheFirstPlaceStandsForEverythingBelowItAndDisplac
     const QString inner = source("folder/sub/deep/b.mp4");
     const QString upper = source("folder/a.mp4");
     const QString loose = source("loose.mp4");
-    const QStringList expanded = expandedDrop({path("folder"), loose});
+    const QStringList expanded = expandedDrop({path("folder"), loose}, nullptr);
     EXPECT_TRUE(expanded.contains(inner) && expanded.contains(upper));
     EXPECT_FALSE(expanded.contains(loose));
-    EXPECT_EQ(expandedDrop({loose, path("folder")}), (QStringList{loose, path("folder")}));
+    EXPECT_EQ(expandedDrop({loose, path("folder")}, nullptr), (QStringList{loose, path("folder")}));
     ASSERT_TRUE(QFile::link(path("folder"), path("alias")));
-    EXPECT_EQ(withAdmittedExtension(expandedDrop({path("alias")}), {"mp4"}).size(), 2);
-    EXPECT_TRUE(expandedDrop({}).isEmpty());
+    EXPECT_EQ(withAdmittedExtension(expandedDrop({path("alias")}, nullptr), {"mp4"}).size(), 2);
+    EXPECT_TRUE(expandedDrop({}, nullptr).isEmpty());
 }
 
 TEST_F(AdmissionTest, AFolderThatMayNotBeReadIsLeftOutByNameAndNotCounted)
@@ -56,7 +56,9 @@ TEST_F(AdmissionTest, AFolderThatMayNotBeReadIsLeftOutByNameAndNotCounted)
     QList<LeftOut> left;
     {
         const OrdinaryUser user;
-        left = leftOutOf({path("folder")}, expandedDrop({path("folder")}), {"mp4"});
+        QStringList closed;
+        const QStringList expanded = expandedDrop({path("folder")}, &closed);
+        left = leftOutOf({path("folder")}, expanded, closed, {"mp4"});
     }
     permit("folder/closed", std::filesystem::perms::owner_all);
     ASSERT_EQ(left.size(), 2);
