@@ -39,7 +39,9 @@ void insertTimes(MediaInfoRecord &record, const mpegInfo &reader)
     logTimeCode(begin);
     logTimeCode(reader.end());
     logTimeCode(reader.duration());
-    logDebug([&] { return QString::asprintf("w_duration          : %.3f\n", double(duration)); });
+    if (isDebug()) {
+        logLines(QString::asprintf("w_duration          : %.3f\n", double(duration)));
+    }
 }
 
 // Null for a format that the stream doesn't state.
@@ -104,7 +106,7 @@ std::optional<MediaInfoRecord> mpeginfoFunction::mpegInfoDico(const QString &pat
         return std::nullopt;
     }
     const MediaInfoRecord record = mpegRecord(reader);
-    logLine(QStringLiteral("mpegInfo            - fin\n\n"));
+    logLines(QStringLiteral("mpegInfo            - fin\n\n"));
     return record;
 }
 

@@ -357,11 +357,11 @@ tl::expected<Options, QString> parseOptions(const QStringList &arguments)
     if (!command) {
         const QString problem = word.isEmpty() ? QStringLiteral("no command is given")
                                                : QStringLiteral("unknown command '%1'").arg(word);
-        return wrong(printable(problem) + QLatin1Char('\n') + hintFor({}));
+        return wrong(visibleText(problem) + QLatin1Char('\n') + hintFor({}));
     }
     auto parsed = CommandParser(*command).parse(arguments.mid(1));
     if (!parsed) {
-        return wrong(printable(parsed.error()) + QLatin1Char('\n') + hintFor(word));
+        return wrong(visibleText(parsed.error()) + QLatin1Char('\n') + hintFor(word));
     }
     if (parsed->command == Command::Help) {
         parsed->helpText.replace(QStringLiteral("quorvantel-cli ["),

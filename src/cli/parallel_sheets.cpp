@@ -168,7 +168,7 @@ private:
         m_progress.clear();
         m_streams.message(QStringLiteral("no process of its own can be started for the sheets "
                                          "(%1); they are made one after the other")
-                              .arg(printable(m_pool.failure().value_or(QString()))));
+                              .arg(m_pool.failure().value_or(QString())));
         QList<Source> left;
         std::deque<qsizetype> numbers;
         for (qsizetype i = m_results.next(); i < m_sources.size(); ++i) {

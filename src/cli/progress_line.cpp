@@ -37,7 +37,7 @@ void ProgressLine::source(int number, const QString &name)
 {
     m_shownNumber = number;
     m_done = number - 1;
-    m_name = printable(name);
+    m_name = visibleText(name);
     m_caption.clear();
     m_part = 0;
     show();
@@ -47,7 +47,7 @@ void ProgressLine::sources(int done, const QStringList &names)
 {
     m_shownNumber = done;
     m_done = done;
-    m_name = printable(names.join(QStringLiteral(", ")));
+    m_name = visibleText(names.join(QStringLiteral(", ")));
     m_caption.clear();
     m_part = 0;
     show();

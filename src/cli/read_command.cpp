@@ -15,8 +15,7 @@ int runReadCommand(const Options &options, const Streams &streams, const QByteAr
         const auto provenance = readProvenance(file);
         if (!provenance) {
             status = SomeFailed;
-            streams.message(QStringLiteral("skipped: %1: %2")
-                                .arg(printable(name), printable(provenance.error())));
+            streams.message(QStringLiteral("skipped: %1: %2").arg(name, provenance.error()));
         } else if (options.json) {
             streams.out(jsonLine(provenanceJson(name, *provenance)) + '\n');
         } else {

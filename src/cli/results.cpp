@@ -43,7 +43,7 @@ QString textValue(const QVariant &value)
         }
         return texts.join(QStringLiteral(", "));
     }
-    return printable(value.toString());
+    return visibleText(value.toString());
 }
 
 // How the pictures of a sheet that was made were taken.
@@ -102,7 +102,7 @@ QJsonObject settingsJson(const SheetSettings &settings)
 QString textOf(const QJsonValue &value)
 {
     if (!value.isArray()) {
-        return printable(value.toVariant().toString());
+        return visibleText(value.toVariant().toString());
     }
     QStringList texts;
     for (const auto &element : value.toArray()) {
@@ -180,7 +180,7 @@ QJsonObject infoJson(const QString &source, const MediaInfoRecord &record)
 
 QString infoText(const QString &source, const MediaInfoRecord &record)
 {
-    QString text = QStringLiteral("source: ") + printable(source) + QLatin1Char('\n');
+    QString text = QStringLiteral("source: ") + visibleText(source) + QLatin1Char('\n');
     const MediaInfoRecord shown = publicRecord(record);
     for (auto it = shown.begin(); it != shown.end(); ++it) {
         text += it.key() + QStringLiteral(": ") + textValue(it.value()) + QLatin1Char('\n');
@@ -210,7 +210,7 @@ QString provenanceText(const QString &sheet, const Provenance &provenance)
 {
     QJsonObject object = provenanceJson(sheet, provenance);
     object.remove(QStringLiteral("sheet"));
-    return QStringLiteral("sheet: %1\n").arg(printable(sheet)) + linesOf(object, QString());
+    return QStringLiteral("sheet: %1\n").arg(visibleText(sheet)) + linesOf(object, QString());
 }
 
 QJsonObject planJson(const QString &source, SheetLayout layout, const ExtractionPlan &plan)
@@ -234,7 +234,7 @@ QString planText(const QString &source, SheetLayout layout, const ExtractionPlan
 {
     QString text = QStringLiteral("source: %1\nlayout: %2\ncount: %3\nsize: %4 x %5\n"
                                   "interval: %6 s\n")
-                       .arg(printable(source), layoutName(layout), QString::number(plan.count),
+                       .arg(visibleText(source), layoutName(layout), QString::number(plan.count),
                             QString::number(plan.size.width), QString::number(plan.size.height),
                             fixedText(plan.interval, 2));
     for (const PlannedPicture &picture : plan.pictures) {
@@ -245,9 +245,20 @@ QString planText(const QString &source, SheetLayout layout, const ExtractionPlan
     return text;
 }
 
+// Outside of strings JSON has none of these characters, so each may be replaced where it is.
 QByteArray jsonLine(const QJsonObject &object)
 {
-    return QJsonDocument(object).toJson(QJsonDocument::Compact);
+    const QString json = QString::fromUtf8(QJsonDocument(object).toJson(QJsonDocument::Compact));
+    QString line;
+    line.reserve(json.size());
+    for (const QChar c : json) {
+        if (steersDisplay(c)) {
+            line += QStringLiteral("\\u%1").arg(c.unicode(), 4, 16, QLatin1Char('0'));
+        } else {
+            line += c;
+        }
+    }
+    return line.toUtf8();
 }
 
 QString shellQuoted(const QStringList &arguments)

@@ -41,7 +41,7 @@ int runSheetCommand(HeadlessSession &session, const Options &options, const Stre
                     const QList<Source> &all)
 {
     if (auto opened = session.openDestination(); !opened) {
-        streams.message(printable(opened.error()));
+        streams.message(opened.error());
         return CannotWork;
     }
     nameSheets(session, all);

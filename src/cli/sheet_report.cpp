@@ -15,13 +15,12 @@ void SheetReport::tell(const SheetOutcome &outcome, ProgressLine &progress)
                       outcome.status == SheetOutcome::Status::Kept;
     if (!outcome.reason.isEmpty() && (!m_options.quiet || !good)) {
         m_streams.message(QStringLiteral("%1: %2: %3")
-                              .arg(statusWord(outcome.status), printable(outcome.source),
-                                   printable(outcome.reason)));
+                              .arg(statusWord(outcome.status), outcome.source, outcome.reason));
     }
     if (m_options.json) {
         m_streams.out(jsonLine(sheetJson(outcome)) + '\n');
     } else if (good) {
-        m_streams.result(m_streams.outIsTerminal ? printable(outcome.sheet) : outcome.sheet);
+        m_streams.result(outcome.sheet);
     }
 }
 

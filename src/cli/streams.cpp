@@ -47,20 +47,4 @@ Streams Streams::standard(int input, int output)
     return streams;
 }
 
-QString printable(const QString &name)
-{
-    QString shown;
-    shown.reserve(name.size());
-    for (const QChar c : name) {
-        if (c == QLatin1Char('\n')) {
-            shown += QStringLiteral("\\n");
-        } else if (c.category() == QChar::Other_Control) {
-            shown += QStringLiteral("\\x%1").arg(c.unicode(), 2, 16, QLatin1Char('0'));
-        } else {
-            shown += c;
-        }
-    }
-    return shown;
-}
-
 } // namespace qv

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "support/visible_text.h"
+
 #include <QByteArray>
 #include <QString>
 
@@ -22,14 +24,18 @@ struct Streams {
     // The program whose copies work side by side; empty: this process works alone.
     QString workerProgram;
 
-    void result(const QString &line) const { out(line.toUtf8() + '\n'); }
-    void message(const QString &line) const { err(line.toUtf8() + '\n'); }
+    // A result for scripts: as it is, unless a terminal shows it.
+    void result(const QString &line) const
+    {
+        out((outIsTerminal ? visibleText(line) : line).toUtf8() + '\n');
+    }
+    // One line, in which nothing steers the terminal.
+    void message(const QString &line) const { err(visibleText(line).toUtf8() + '\n'); }
+    // Several lines; names in them must have gone through visibleText().
+    void messageLines(const QString &lines) const { err(visibleLines(lines).toUtf8() + '\n'); }
 
     // The process's own, with the descriptors that stand for standard input and output.
     static Streams standard(int input, int output);
 };
-
-// A name for a terminal: control characters, which could steer it, become visible.
-QString printable(const QString &name);
 
 } // namespace qv

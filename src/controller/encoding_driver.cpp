@@ -16,6 +16,7 @@
 #include "support/log.h"
 #include "support/numbers.h"
 #include "support/variant_values.h"
+#include "support/visible_text.h"
 
 #include <QFileInfo>
 
@@ -309,7 +310,7 @@ void EncodingDriver::startRow()
     m_row.started = m_context.now();
     resumeLogAppend(QStringLiteral("\n----------\n\nsource              : %1\n"
                                    "destination         : %2\n")
-                        .arg(shownPath(m_row.source), m_row.sheet));
+                        .arg(visibleText(shownPath(m_row.source)), visibleText(m_row.sheet)));
     setChild(QStringLiteral("encQtEnc"), 1);
     m_context.window.stepCaption.clear();
     m_context.window.encoding.actionCaption = lastPathComponent(shownPath(m_row.source));

@@ -87,7 +87,7 @@ bool Desktop::awakeFromNib()
     m_controller->drawerToggled(m_window->isDrawerOpen());
     m_face->showNow();
     tellTroubles();
-    logLine(QStringLiteral("\n\n----------\nawakeFromNib - fin\n----------\n\n"));
+    logLines(QStringLiteral("\n\n----------\nawakeFromNib - fin\n----------\n\n"));
     return true;
 }
 

@@ -1,5 +1,7 @@
 #include "shell/readable.h"
 
+#include "support/visible_text.h"
+
 #include <QTextDocument>
 
 #include <cmath>
@@ -32,12 +34,6 @@ QColor mixed(const QColor &a, const QColor &b, double shareOfA)
         return static_cast<int>(std::lround(shareOfA * x + (1 - shareOfA) * y));
     };
     return {part(a.red(), b.red()), part(a.green(), b.green()), part(a.blue(), b.blue())};
-}
-
-bool breaksLine(QChar c)
-{
-    return c.category() == QChar::Other_Control || c.category() == QChar::Separator_Line ||
-           c.category() == QChar::Separator_Paragraph;
 }
 
 QColor readableHighlight(const QColor &highlight, const QColor &text)
@@ -85,13 +81,7 @@ QPalette readableSelection(const QPalette &palette)
 
 QString oneLine(const QString &text)
 {
-    QString line = text.left(longestLine);
-    for (QChar &c : line) {
-        if (breaksLine(c)) {
-            c = QLatin1Char(' ');
-        }
-    }
-    return line;
+    return visibleText(text.left(longestLine));
 }
 
 QString plainToolTip(const QString &text)

@@ -19,8 +19,7 @@ QColor quietColor(const QColor &text, const QColor &background);
 // quiet text is readable, too.
 QPalette readableSelection(const QPalette &palette);
 
-// The text on one line: line breaks and control characters become spaces, and what no line could
-// ever show is cut off.
+// The text on one line, as visibleText() shows it, cut to what a line could show.
 QString oneLine(const QString &text);
 // A tool tip that shows the text as it is, whatever markup it looks like; none of an empty text.
 QString plainToolTip(const QString &text);

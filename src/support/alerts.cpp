@@ -1,6 +1,7 @@
 #include "support/alerts.h"
 
 #include "support/log.h"
+#include "support/visible_text.h"
 
 #include <QThread>
 
@@ -142,7 +143,7 @@ QString answerText(int button, const QStringList &texts)
 QString Alert::shownText(const QString &format)
 {
     QString text = format;
-    return text.replace(QLatin1String("%%"), QLatin1String("%"));
+    return visibleLines(text.replace(QLatin1String("%%"), QLatin1String("%")));
 }
 
 AlertPresenter &alertPresenter()

@@ -4,6 +4,7 @@
 #include "support/log.h"
 #include "support/shell_word.h"
 #include "support/text_encoding.h"
+#include "support/visible_text.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -134,8 +135,8 @@ bool ecritureFichier(const QString &path, const QString &text)
     const bool written = file.open(QIODevice::WriteOnly | QIODevice::Truncate) &&
                          file.write(bytes) == bytes.size() && file.flush();
     if (!written) {
-        logLine(QStringLiteral("Error writing file at %1\n%2")
-                    .arg(file.fileName(), file.errorString()));
+        logLines(QStringLiteral("Error writing file at %1\n%2")
+                     .arg(visibleText(file.fileName()), file.errorString()));
     }
     return written;
 }

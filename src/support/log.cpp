@@ -1,5 +1,6 @@
 #include "support/log.h"
 
+#include "support/visible_text.h"
 #include "support/whole_write.h"
 
 #include <QCoreApplication>
@@ -35,6 +36,17 @@ void writeToStandardError(const QByteArray &line)
     writeAll(STDERR_FILENO, line.constData(), static_cast<size_t>(line.size()));
 }
 
+void writeEntry(const QString &text)
+{
+    const QByteArray line = prefix() + text.toUtf8() + '\n';
+    const std::lock_guard lock(g_mutex);
+    if (g_sink) {
+        g_sink(line);
+    } else {
+        writeToStandardError(line);
+    }
+}
+
 void takeQtMessage(QtMsgType, const QMessageLogContext &, const QString &text)
 {
     logDebug([&] { return QStringLiteral("qt                  : ") + text; });
@@ -54,13 +66,12 @@ void setDebug(bool on)
 
 void logLine(const QString &text)
 {
-    const QByteArray line = prefix() + text.toUtf8() + '\n';
-    const std::lock_guard lock(g_mutex);
-    if (g_sink) {
-        g_sink(line);
-    } else {
-        writeToStandardError(line);
-    }
+    writeEntry(visibleText(text));
+}
+
+void logLines(const QString &text)
+{
+    writeEntry(visibleLines(text));
 }
 
 void logQtMessages()

@@ -21,8 +21,12 @@ constexpr bool isVerboseDebug()
 }
 
 // Writes one line with time, process name and process id, in one write so that lines of several
-// processes and threads do not mix. Goes to standard error unless another sink is set.
+// processes and threads do not mix. Goes to standard error unless another sink is set. Characters
+// that would steer a terminal or forge another line are written as escapes (visibleText()).
 void logLine(const QString &text);
+// The same for the few entries whose own words span several lines; a name in them must have gone
+// through visibleText().
+void logLines(const QString &text);
 
 // The same, only when the debug switch is on. The text is made only then.
 template <typename MakeText> void logDebug(MakeText &&makeText)

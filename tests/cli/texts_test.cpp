@@ -1,6 +1,9 @@
 #include "cli/columns.h"
 #include "cli/progress_line.h"
 #include "cli/results.h"
+#include "support/log.h"
+
+#include <QJsonDocument>
 
 #include <gmock/gmock.h>
 
@@ -8,10 +11,38 @@ using namespace qv;
 using testing::HasSubstr;
 using testing::Not;
 
-TEST(Texts, ANameCannotSteerTheTerminal)
+// One table for every way in which a name reaches a person or a script.
+TEST(Texts, ANameCannotSteerTheTerminalNorForgeALine)
 {
-    EXPECT_EQ(printable(QStringLiteral("a\nb\033[2Jc\x9b")), "a\\nb\\x1b[2Jc\\x9b");
-    EXPECT_EQ(printable("Été 🎬 %1.mp4"), "Été 🎬 %1.mp4");
+    const struct {
+        QString name;
+        const char *shown;
+        const char *json;
+    } rows[] = {
+        {"Été 🎬 %1.mp4", "Été 🎬 %1.mp4", R"({"source":"Été 🎬 %1.mp4"})"},
+        {"a\nb\033[2Jc", R"(a\nb\x1b[2Jc)", R"({"source":"a\nb\u001b[2Jc"})"},
+        {QString("a\u007f\u009bb"), R"(a\x7f\x9bb)", R"({"source":"a\u007f\u009bb"})"},
+        {QString("gpj.\u202e4pm"), R"(gpj.\u202e4pm)", R"({"source":"gpj.\u202e4pm"})"},
+        {QString("a\u2028b\u2066c"), R"(a\u2028b\u2066c)", R"({"source":"a\u2028b\u2066c"})"},
+    };
+    QByteArray printed;
+    QByteArray logged;
+    Streams streams;
+    streams.out = streams.err = [&](const QByteArray &bytes) { printed = bytes; };
+    streams.outIsTerminal = true;
+    setLogSink([&](const QByteArray &line) { logged = line; });
+    for (const auto &row : rows) {
+        streams.message(row.name);
+        EXPECT_EQ(printed, QByteArray(row.shown) + '\n');
+        streams.result(row.name);
+        EXPECT_EQ(printed, QByteArray(row.shown) + '\n');
+        logLine(row.name);
+        EXPECT_TRUE(logged.endsWith(QByteArray("] ") + row.shown + '\n')) << logged.constData();
+        const QByteArray json = jsonLine({{"source", row.name}});
+        EXPECT_EQ(json, row.json);
+        EXPECT_EQ(QJsonDocument::fromJson(json).object().value("source").toString(), row.name);
+    }
+    setLogSink(nullptr);
 }
 
 TEST(Texts, ALineIsCutByTheColumnsThatItTakes)

@@ -204,7 +204,7 @@ TEST_F(BatchModelTest, ACaptionHasALineForTheNameWhateverIsInIt)
     const StyledText lines = BatchRowDelegate::captionLines(
         rowCaption({{"v0_width", 640}, {"v0_height", 480}, {"w_duration", 61}}, "/films/a\nb.mp4"));
     ASSERT_EQ(lines.size(), 3);
-    EXPECT_EQ(lines[0].text, "a b.mp4");
+    EXPECT_EQ(lines[0].text, R"(a\nb.mp4)");
     EXPECT_EQ(lines[0].color, "black");
     EXPECT_TRUE(lines[1].text.startsWith("(640x)480"));
     EXPECT_EQ(lines[2].color, "silver");
