@@ -2,6 +2,7 @@
 
 #include "analysis/report_text.h"
 #include "support/files.h"
+#include "support/media_formats.h"
 
 #include <QRegularExpression>
 
@@ -164,7 +165,54 @@ QString lastProblem(const QStringList &lines)
     return found == lines.rend() ? QString() : withoutSpeaker(*found).left(longest);
 }
 
+struct Playlist {
+    const char *demuxer;
+    const char *name;
+};
+constexpr std::array playlists{
+    Playlist{"hls", "HLS"},   Playlist{"dash", "DASH"}, Playlist{"webm_dash_manifest", "DASH"},
+    Playlist{"imf", "IMF"},   Playlist{"sdp", "SDP"},   Playlist{"concat", "ffconcat"},
+    Playlist{"rtsp", "RTSP"}, Playlist{"sap", "SAP"},   Playlist{"vobsub", "VobSub"},
+};
+
+// The demuxer that ffmpeg chose:
+//   [hls @ 0x55f37f60da00] Format not on whitelist 'mov,mp4,...'
+//   Input #0, mov,mp4,m4a,3gp,3g2,mj2, from '':
+QString demuxerIn(const QString &report)
+{
+    static const QRegularExpression refused(
+        QStringLiteral("^\\[(\\w+(?:,\\w+)*) @ 0x[0-9a-f]+\\] Format not on whitelist "),
+        QRegularExpression::MultilineOption);
+    static const QRegularExpression opened(QStringLiteral("^Input #0, (\\w+(?:,\\w+)*), from "),
+                                           QRegularExpression::MultilineOption);
+    const QRegularExpressionMatch match = refused.match(report);
+    return match.hasMatch() ? match.captured(1) : opened.match(report).captured(1);
+}
+
+bool isOpenable(const QString &demuxer)
+{
+    static const QStringList formats = QString::fromLatin1(openableFormats).split(u',');
+    const QStringList names = demuxer.split(u',');
+    return std::any_of(names.begin(), names.end(),
+                       [](const QString &name) { return formats.contains(name); });
+}
+
 } // namespace
+
+QString containerRefusal(const QString &report)
+{
+    const QString demuxer = demuxerIn(report);
+    if (demuxer.isEmpty() || isOpenable(demuxer)) {
+        return {};
+    }
+    const auto playlist = std::find_if(playlists.begin(), playlists.end(), [&](const Playlist &p) {
+        return demuxer == QLatin1String(p.demuxer);
+    });
+    return playlist == playlists.end()
+               ? QStringLiteral("it is not a video (its content is of the type %1)").arg(demuxer)
+               : QStringLiteral("it is a playlist (%1), which leads to other files, not a video")
+                     .arg(QLatin1String(playlist->name));
+}
 
 QString reportWithoutNames(const QString &report, const QString &sourcePath)
 {
@@ -179,6 +227,9 @@ QString reportWithoutNames(const QString &report, const QString &sourcePath)
 QString refusalReason(const QString &report, const QString &sourcePath)
 {
     const QString text = reportWithoutNames(report, sourcePath);
+    if (const QString refusal = containerRefusal(text); !refusal.isNull()) {
+        return refusal;
+    }
     const QStringList lines = linesOf(text);
     const QString failure = text.contains(inputMark) ? QString() : openingFailure(lines);
     if (!failure.isEmpty()) {

@@ -10,6 +10,10 @@ namespace qv
 // film called "Trial and Error" is no failure, and one called "Stream #0:0: Video: h264" no stream.
 QString reportWithoutNames(const QString &report, const QString &sourcePath);
 
+// Why the source's container, as ffmpeg reports it, is none that may be opened (openableFormats): a
+// playlist, or no media at all. A null text when it may, and when the report names none.
+QString containerRefusal(const QString &report);
+
 // Why ffmpeg refused or could not decode, in words for people; a null text when it does not say.
 QString refusalReason(const QString &report, const QString &sourcePath);
 

@@ -49,7 +49,7 @@ QString codecOf(const MediaInfoRecord &record)
 
 QString analysisFrameFile()
 {
-    return appendPath(temporaryFolder(), QStringLiteral("frame.yuv"));
+    return appendPath(toolFolder(), QStringLiteral("frame.yuv"));
 }
 
 void AnalysisDriver::stepParse()
@@ -94,6 +94,9 @@ AnalysisDriver::ReportVerdict AnalysisDriver::verdictOnReport()
         return {QStringLiteral("ffmpeg %1 and printed nothing").arg(outcomeText(run.outcome))};
     }
     m_retained = reportWithoutNames(inOldWords(output), source);
+    if (const QString refusal = containerRefusal(m_retained); !refusal.isNull()) {
+        return {refusal};
+    }
     if (run.outcome.ending == ToolOutcome::Ending::Hung) {
         return {QStringLiteral("ffmpeg %1").arg(outcomeText(run.outcome))};
     }

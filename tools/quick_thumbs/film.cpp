@@ -1,5 +1,6 @@
 #include "quick_thumbs/film.h"
 
+#include "support/media_formats.h"
 #include "thumbs/watchdog.h"
 
 #include <cmath>
@@ -24,17 +25,6 @@ bool isSpecial(const std::string &path)
     struct stat facts {
     };
     return ::stat(path.c_str(), &facts) == 0 && !S_ISREG(facts.st_mode);
-}
-
-// Lists that lead to other files, and what is no film.
-bool isList(std::string_view format)
-{
-    for (const std::string_view name : {"hls", "dash", "concat", "sdp", "rtsp", "image2", "imf"}) {
-        if (format == name) {
-            return true;
-        }
-    }
-    return false;
 }
 
 // Whether the streams are known as soon as the header has been read.
@@ -101,7 +91,8 @@ tl::expected<FormatPtr, std::string> openedFormat(const std::string &path, int d
     AVFormatContext *input = avformat_alloc_context();
     input->debug = debug;
     AVDictionary *options = nullptr;
-    av_dict_set(&options, "protocol_whitelist", "file", 0);
+    av_dict_set(&options, "protocol_whitelist", openableProtocols, 0);
+    av_dict_set(&options, "format_whitelist", openableFormats, 0);
     av_dict_set(&options, "scan_all_pmts", "1", 0);
     watchdog::allow(openLimit, "opening the file");
     const int opened = avformat_open_input(&input, ("file:" + path).c_str(), nullptr, &options);
@@ -109,11 +100,7 @@ tl::expected<FormatPtr, std::string> openedFormat(const std::string &path, int d
     if (opened < 0) {
         return tl::make_unexpected(errorText(opened));
     }
-    FormatPtr format(input);
-    if (isList(format->iformat->name)) {
-        return tl::make_unexpected(std::string("a list of other files"));
-    }
-    return format;
+    return FormatPtr(input);
 }
 
 tl::expected<std::unique_ptr<Film>, std::string> Film::open(const std::string &path,
