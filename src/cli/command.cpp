@@ -8,6 +8,7 @@
 #include "cli/sheet_command.h"
 #include "cli/source_list.h"
 #include "cli/worker.h"
+#include "process/tool_confinement.h"
 #include "support/bundle.h"
 
 #include <QStringDecoder>
@@ -76,8 +77,7 @@ namedSources(const Options &options, const DecodedArguments &arguments, const St
         if (!listed) {
             return tl::make_unexpected(
                 QStringLiteral("%1 is no list of sources: %2")
-                    .arg(isInput ? QStringLiteral("standard input") : printable(list),
-                         listed.error()));
+                    .arg(isInput ? QStringLiteral("standard input") : list, listed.error()));
         }
         names += *listed;
     }
@@ -86,9 +86,19 @@ namedSources(const Options &options, const DecodedArguments &arguments, const St
 
 int wrongUsage(const Streams &streams, const QString &reason, const QString &command)
 {
-    streams.message(
-        QStringLiteral("quorvantel-cli: %1\nTry 'quorvantel-cli %2 --help'.").arg(reason, command));
+    streams.message(QStringLiteral("quorvantel-cli: %1").arg(reason));
+    streams.message(QStringLiteral("Try 'quorvantel-cli %1 --help'.").arg(command));
     return WrongUsage;
+}
+
+void tellTroubles(const HeadlessSession &session, const Streams &streams)
+{
+    for (const QString &trouble : session.settingsTroubles()) {
+        streams.message(trouble);
+    }
+    if (const QString gap = confinementGap(); !gap.isNull()) {
+        streams.message(QStringLiteral("warning: ") + gap);
+    }
 }
 
 int runOnSources(const Options &options, const DecodedArguments &arguments, const Streams &streams)
@@ -102,13 +112,11 @@ int runOnSources(const Options &options, const DecodedArguments &arguments, cons
     }
     const auto session = HeadlessSession::start(options);
     if (!session) {
-        streams.message(printable(session.error()));
+        streams.message(session.error());
         return CannotWork;
     }
-    for (const QString &trouble : (*session)->settingsTroubles()) {
-        if (!options.quiet) {
-            streams.message(trouble);
-        }
+    if (!options.quiet) {
+        tellTroubles(**session, streams);
     }
     const QList<Source> sources = listSources(*names, (*session)->controller().admittedExtensions(),
                                               [&] { return (*session)->isStopped(); });
@@ -127,15 +135,14 @@ int runArguments(const QByteArrayList &arguments, const Streams &streams)
     const DecodedArguments decoded = decode(arguments);
     const auto options = parseOptions(decoded.texts);
     if (!options) {
-        streams.message(QStringLiteral("quorvantel-cli: ") + options.error());
+        streams.messageLines(QStringLiteral("quorvantel-cli: ") + options.error());
         return WrongUsage;
     }
     for (const QString &file : QStringList{options->output, options->logFile} + options->from) {
         if (isForeign(file, decoded)) {
-            return wrongUsage(streams,
-                              QStringLiteral("an option names '%1', which is not valid UTF-8")
-                                  .arg(printable(file)),
-                              decoded.texts.first());
+            return wrongUsage(
+                streams, QStringLiteral("an option names '%1', which is not valid UTF-8").arg(file),
+                decoded.texts.first());
         }
     }
     switch (options->command) {

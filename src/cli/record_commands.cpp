@@ -45,7 +45,7 @@ protected:
     void skipped(const Source &source, const QString &reason) override
     {
         m_bad = true;
-        say(QStringLiteral("skipped: %1: %2").arg(printable(source.named), printable(reason)));
+        say(QStringLiteral("skipped: %1: %2").arg(source.named, reason));
     }
 
 private:
@@ -81,7 +81,7 @@ int runPlanCommand(HeadlessSession &session, const Options &options, const Strea
             QVariantMap input = record;
             input.insert(QStringLiteral("thNumberInt"), session.face().thumbnailCount(out));
             input.insert(QStringLiteral("dstPathStr"),
-                         appendPath(temporaryFolder(), QStringLiteral("stills-1")));
+                         appendPath(toolFolder(), QStringLiteral("stills-1")));
             const ExtractionPlan plan = planExtraction(out, input);
             return options.json ? jsonLine(planJson(source.named, options.layout, plan)) + '\n'
                                 : planText(source.named, options.layout, plan).toUtf8();

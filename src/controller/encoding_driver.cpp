@@ -322,7 +322,7 @@ QString EncodingDriver::stillsFolder()
 {
     const QString beside = sheetBase(m_row.source);
     if (m_context.placement.stillsInTemporaryFolder || beside.contains(QLatin1Char('%'))) {
-        return appendPath(temporaryFolder(), QStringLiteral("stills-%1").arg(++m_stillsCounter));
+        return appendPath(toolFolder(), QStringLiteral("stills-%1").arg(++m_stillsCounter));
     }
     return beside;
 }

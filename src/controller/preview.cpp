@@ -65,7 +65,7 @@ int previewHeight(float aspect)
 
 QString proResTestPath()
 {
-    return appendPath(temporaryFolder(), QStringLiteral("proresTest.jpg"));
+    return appendPath(toolFolder(), QStringLiteral("proresTest.jpg"));
 }
 
 QString previewPath(const QString &sourcePath)
@@ -74,12 +74,12 @@ QString previewPath(const QString &sourcePath)
     // ffmpeg takes a "%" in a picture's name for a pattern.
     name.replace(QLatin1Char('%'), QLatin1Char('_'));
     const QString stem = fittedName(withoutExtension(name), QString(), stemLimit);
-    const QString plain = appendPath(temporaryFolder(), stem + QStringLiteral(".jpg"));
+    const QString plain = appendPath(toolFolder(), stem + QStringLiteral(".jpg"));
     if (!fileExists(plain) && plain != proResTestPath()) {
         return plain;
     }
     const auto random = static_cast<qlonglong>(QRandomGenerator::global()->generate());
-    return appendPath(temporaryFolder(), QStringLiteral("%1_%2.jpg").arg(stem).arg(random));
+    return appendPath(toolFolder(), QStringLiteral("%1_%2.jpg").arg(stem).arg(random));
 }
 
 QStringList previewArguments(const MediaInfoRecord &record, const QString &sourcePath,

@@ -77,7 +77,6 @@ struct Launch {
     const Confinement *confinement = nullptr;
     pid_t application = -1;
     int error = 0;
-    bool isRefusedConfinement = false;
 };
 
 // Handlers of the application must not run in the tool; what it ignores stays ignored, but for what
@@ -120,13 +119,10 @@ bool dieWithApplication(pid_t application)
     return ::getppid() == application;
 }
 
-bool takeBounds(Launch &launch)
+bool takeBounds(const Launch &launch)
 {
-    if (launch.limits != nullptr && !applyLimits(*launch.limits)) {
-        return false;
-    }
-    launch.isRefusedConfinement = launch.confinement != nullptr && !launch.confinement->enter();
-    return !launch.isRefusedConfinement;
+    return (launch.limits == nullptr || applyLimits(*launch.limits)) &&
+           (launch.confinement == nullptr || launch.confinement->enter());
 }
 
 // Runs in the new process, on a stack of its own, while the application waits. It shares the
@@ -185,25 +181,24 @@ quint64 peakMemory(const rusage &used)
     return static_cast<quint64>(used.ru_maxrss) * 1024;
 }
 
-// Confined as wished, or else, where the system refuses that, without.
+pid_t startConfined(Launch &launch, const ToolAccess &access)
+{
+    const auto confinement = Confinement::make(access);
+    if (!confinement) {
+        launch.error = confinement.error();
+        return -1;
+    }
+    launch.confinement = &*confinement;
+    return startTool(launch);
+}
+
 pid_t startBounded(Launch &launch, const std::optional<ToolBounds> &bounds)
 {
-    if (!bounds) {
-        return startTool(launch);
+    if (bounds) {
+        launch.limits = &bounds->limits;
     }
-    launch.limits = &bounds->limits;
-    if (bounds->writableFolders && isConfinementOn()) {
-        const Confinement confinement = Confinement::forFolders(*bounds->writableFolders);
-        launch.confinement = &confinement;
-        const pid_t pid = startTool(launch);
-        launch.confinement = nullptr;
-        if (!launch.isRefusedConfinement) {
-            return pid;
-        }
-        giveUpConfinement(launch.error);
-        launch.error = 0;
-    }
-    return startTool(launch);
+    return bounds && bounds->access && isConfinementOn() ? startConfined(launch, *bounds->access)
+                                                         : startTool(launch);
 }
 
 QByteArray procFile(pid_t pid, const char *name)

@@ -1,15 +1,19 @@
 #include "process/system_call_filter.h"
 
+#include <cerrno>
+
 #if defined(__linux__) && (defined(__x86_64__) || defined(__aarch64__))
 
 #include <array>
-#include <cerrno>
 #include <cstddef>
 #include <cstdint>
+#include <fcntl.h>
 #include <linux/audit.h>
 #include <linux/filter.h>
 #include <linux/seccomp.h>
+#include <sched.h>
 #include <sys/ioctl.h>
+#include <sys/prctl.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -18,104 +22,260 @@ namespace qv
 namespace
 {
 
+// Calls that the headers of Debian 12 don't know yet.
+constexpr long fchmodat2 = 452;
+constexpr long setxattrat = 463;
+constexpr long removexattrat = 466;
+constexpr long fileSetattr = 469;
+
+// Calls that change files without a right to write them, and io_uring, whose queue in shared memory
+// bypasses the filter.
+constexpr std::array changes
+{
+    long{SYS_truncate}, long{SYS_fchmod}, long{SYS_fchmodat}, fchmodat2, long{SYS_fchown},
+        long{SYS_fchownat}, long{SYS_setxattr}, long{SYS_lsetxattr}, long{SYS_fsetxattr},
+        long{SYS_removexattr}, long{SYS_lremovexattr}, long{SYS_fremovexattr}, setxattrat,
+        removexattrat, fileSetattr, long{SYS_utimensat}, long{SYS_socket}, long{SYS_io_uring_setup},
 #if defined(__x86_64__)
-constexpr std::uint32_t nativeCalls = AUDIT_ARCH_X86_64;
-constexpr std::array refused{SYS_chmod, SYS_chown,  SYS_lchown,
-                             SYS_utime, SYS_utimes, SYS_futimesat};
-#else
-constexpr std::uint32_t nativeCalls = AUDIT_ARCH_AARCH64;
-constexpr std::array<int, 0> refused{};
+        long{SYS_chmod}, long{SYS_chown}, long{SYS_lchown}, long{SYS_utime}, long{SYS_utimes},
+        long{SYS_futimesat},
 #endif
+};
 
-// Calls by a queue in shared memory would pass by the filter.
-constexpr int ioUringSetup = 425;
-constexpr int fchmodat2 = 452;
-constexpr int setxattrat = 463;
-constexpr int removexattrat = 466;
-constexpr int fileSetattr = 469;
-
-constexpr std::array refusedEverywhere{
-    SYS_socket,       ioUringSetup,     SYS_truncate, SYS_fchmod,    SYS_fchmodat,  fchmodat2,
-    SYS_fchown,       SYS_fchownat,     SYS_setxattr, SYS_lsetxattr, SYS_fsetxattr, SYS_removexattr,
-    SYS_lremovexattr, SYS_fremovexattr, setxattrat,   removexattrat, fileSetattr,   SYS_utimensat};
+// Calls that reach for other processes, or that only a tool which root runs could make.
+constexpr std::array reaches{
+    long{SYS_setsid},
+    long{SYS_setpgid},
+    long{SYS_tkill},
+    long{SYS_rt_sigqueueinfo},
+    long{SYS_rt_tgsigqueueinfo},
+    long{SYS_pidfd_send_signal},
+    long{SYS_pidfd_getfd},
+    long{SYS_ptrace},
+    long{SYS_process_vm_readv},
+    long{SYS_process_vm_writev},
+    long{SYS_shmget},
+    long{SYS_shmat},
+    long{SYS_shmctl},
+    long{SYS_semget},
+    long{SYS_semctl},
+    long{SYS_msgget},
+    long{SYS_msgctl},
+    long{SYS_mq_open},
+    long{SYS_add_key},
+    long{SYS_request_key},
+    long{SYS_keyctl},
+    long{SYS_unshare},
+    long{SYS_setns},
+    long{SYS_mount},
+    long{SYS_umount2},
+    long{SYS_pivot_root},
+    long{SYS_chroot},
+    long{SYS_open_tree},
+    long{SYS_move_mount},
+    long{SYS_fsopen},
+    long{SYS_fspick},
+    long{SYS_mount_setattr},
+    long{SYS_open_by_handle_at},
+    long{SYS_bpf},
+    long{SYS_perf_event_open},
+    long{SYS_userfaultfd},
+    long{SYS_init_module},
+    long{SYS_finit_module},
+    long{SYS_delete_module},
+    long{SYS_kexec_load},
+    long{SYS_reboot},
+    long{SYS_swapon},
+    long{SYS_swapoff},
+    long{SYS_settimeofday},
+    long{SYS_clock_settime},
+    long{SYS_adjtimex},
+    long{SYS_clock_adjtime},
+    long{SYS_sethostname},
+    long{SYS_setdomainname},
+    long{SYS_quotactl},
+    long{SYS_acct},
+};
 
 // On x86, calls with this bit are the same ones under other numbers.
 constexpr std::uint32_t otherNumbers = 0x40000000;
 
-constexpr sock_filter load(size_t offset)
+constexpr std::uint32_t allowed = SECCOMP_RET_ALLOW;
+
+constexpr std::uint32_t failing(std::uint32_t error)
 {
-    return {BPF_LD | BPF_W | BPF_ABS, 0, 0, static_cast<std::uint32_t>(offset)};
+    return SECCOMP_RET_ERRNO | error;
 }
 
-// Goes on with the next instruction when it holds, else passes over so many.
-constexpr sock_filter unless(std::uint16_t comparison, std::uint32_t value, std::uint8_t skipped)
+// A filter program (seccomp(2), bpf in its classic form), built while compiling.
+class Program
 {
-    return {static_cast<std::uint16_t>(BPF_JMP | comparison | BPF_K), 0, skipped, value};
-}
+public:
+    constexpr explicit Program(bool mayStartProcesses)
+    {
+#if defined(__x86_64__)
+        startChecks(AUDIT_ARCH_X86_64);
+#else
+        startChecks(AUDIT_ARCH_AARCH64);
+#endif
+        for (const long call : changes) {
+            refuse(call, EACCES);
+        }
+        for (const long call : reaches) {
+            refuse(call, EPERM);
+        }
+        // Its flags lie in memory, where no filter sees them; libraries then use openat().
+        refuse(SYS_openat2, ENOSYS);
+        checkOpening(SYS_openat, 2);
+#if defined(__x86_64__)
+        checkOpening(SYS_open, 1);
+#endif
+        checkSignals(SYS_kill);
+        checkSignals(SYS_tgkill);
+        checkLimits();
+        refuseArgument(SYS_ioctl, 1, TIOCSTI);
+        refuseArgument(SYS_ioctl, 1, TIOCLINUX);
+        // It would outlive the application.
+        refuseArgument(SYS_prctl, 0, PR_SET_PDEATHSIG);
+        if (!mayStartProcesses) {
+            checkStarting();
+        }
+        answer(allowed);
+    }
 
-constexpr sock_filter answer(std::uint32_t what)
-{
-    return {BPF_RET | BPF_K, 0, 0, what};
-}
+    // The same for the process with this number. False: errno says why.
+    bool install(pid_t process) const
+    {
+        Program own = *this;
+        for (size_t i = 0; i < m_processCount; ++i) {
+            own.m_code[m_processSlots[i]].k = static_cast<std::uint32_t>(process);
+        }
+        sock_fprog filter{static_cast<unsigned short>(m_end), own.m_code.data()};
+        // Without the flag old kernels slow the processor down; decoders keep no secrets.
+        return ::syscall(SYS_seccomp, SECCOMP_SET_MODE_FILTER, SECCOMP_FILTER_FLAG_SPEC_ALLOW,
+                         &filter) == 0;
+    }
 
-constexpr sock_filter denial = answer(SECCOMP_RET_ERRNO | EACCES);
-constexpr size_t callCount = refused.size() + refusedEverywhere.size();
-constexpr size_t fixedParts = 11;
-
-using Program = std::array<sock_filter, fixedParts + 2 * callCount>;
-
-constexpr Program makeProgram()
-{
-    Program program{};
-    size_t end = 0;
-    const auto add = [&](sock_filter instruction) { program[end++] = instruction; };
-    const auto refuse = [&](long number) {
-        add(unless(BPF_JEQ, static_cast<std::uint32_t>(number), 1));
-        add(denial);
-    };
+private:
     // Programs of another kind number their calls otherwise.
-    add(load(offsetof(seccomp_data, arch)));
-    add({BPF_JMP | BPF_JEQ | BPF_K, 1, 0, nativeCalls});
-    add(answer(SECCOMP_RET_KILL_PROCESS));
-    add(load(offsetof(seccomp_data, nr)));
-    add(unless(BPF_JGE, otherNumbers, 1));
-    add(answer(SECCOMP_RET_KILL_PROCESS));
-    for (const auto number : refused) {
-        refuse(number);
+    constexpr void startChecks(std::uint32_t architecture)
+    {
+        load(offsetof(seccomp_data, arch));
+        goOnIf(BPF_JEQ, architecture, 1, 0);
+        answer(SECCOMP_RET_KILL_PROCESS);
+        load(offsetof(seccomp_data, nr));
+        goOnIf(BPF_JGE, otherNumbers, 0, 1);
+        answer(SECCOMP_RET_KILL_PROCESS);
     }
-    for (const auto number : refusedEverywhere) {
-        refuse(number);
-    }
-    add(unless(BPF_JEQ, SYS_ioctl, 3));
-    add(load(offsetof(seccomp_data, args[1])));
-    refuse(TIOCSTI);
-    add(answer(SECCOMP_RET_ALLOW));
-    return program;
-}
 
-constexpr Program program = makeProgram();
+    constexpr void refuse(long call, std::uint32_t error)
+    {
+        goOnIf(BPF_JEQ, static_cast<std::uint32_t>(call), 0, 1);
+        answer(failing(error));
+    }
+
+    // To empty a file needs no right to write it where Landlock is older than version 3, unless the
+    // file is opened for writing.
+    constexpr void checkOpening(long call, size_t flags)
+    {
+        goOnIf(BPF_JEQ, static_cast<std::uint32_t>(call), 0, 7);
+        loadArgument(flags);
+        goOnIf(BPF_JSET, O_TRUNC, 0, 4);
+        add({BPF_ALU | BPF_AND | BPF_K, 0, 0, O_ACCMODE});
+        goOnIf(BPF_JEQ, O_WRONLY, 2, 0);
+        goOnIf(BPF_JEQ, O_RDWR, 1, 0);
+        answer(failing(EACCES));
+        answer(allowed);
+    }
+
+    // Only to the process itself, as when it aborts.
+    constexpr void checkSignals(long call)
+    {
+        goOnIf(BPF_JEQ, static_cast<std::uint32_t>(call), 0, 4);
+        loadArgument(0);
+        m_processSlots[m_processCount++] = m_end;
+        goOnIf(BPF_JEQ, 0, 0, 1);
+        answer(allowed);
+        answer(failing(EPERM));
+    }
+
+    constexpr void checkLimits()
+    {
+        goOnIf(BPF_JEQ, static_cast<std::uint32_t>(SYS_prlimit64), 0, 4);
+        loadArgument(0);
+        goOnIf(BPF_JEQ, 0, 0, 1);
+        answer(allowed);
+        answer(failing(EPERM));
+    }
+
+    constexpr void refuseArgument(long call, size_t index, std::uint32_t value)
+    {
+        goOnIf(BPF_JEQ, static_cast<std::uint32_t>(call), 0, 4);
+        loadArgument(index);
+        goOnIf(BPF_JEQ, value, 0, 1);
+        answer(failing(EPERM));
+        load(offsetof(seccomp_data, nr));
+    }
+
+    // Threads are started by clone() with CLONE_THREAD. The flags of clone3() lie in memory;
+    // libraries then use clone().
+    constexpr void checkStarting()
+    {
+        refuse(SYS_clone3, ENOSYS);
+#if defined(__x86_64__)
+        refuse(SYS_fork, EPERM);
+        refuse(SYS_vfork, EPERM);
+#endif
+        goOnIf(BPF_JEQ, static_cast<std::uint32_t>(SYS_clone), 0, 4);
+        loadArgument(0);
+        goOnIf(BPF_JSET, CLONE_THREAD, 0, 1);
+        answer(allowed);
+        answer(failing(EPERM));
+    }
+
+    constexpr void load(size_t offset)
+    {
+        add({BPF_LD | BPF_W | BPF_ABS, 0, 0, static_cast<std::uint32_t>(offset)});
+    }
+
+    // The lower half of the argument, on processors that store it first.
+    constexpr void loadArgument(size_t index)
+    {
+        load(offsetof(seccomp_data, args) + index * sizeof(std::uint64_t));
+    }
+
+    // Passes over so many instructions, depending on how the comparison with `value` ends.
+    constexpr void goOnIf(std::uint16_t comparison, std::uint32_t value, std::uint8_t skippedIfTrue,
+                          std::uint8_t skippedIfFalse)
+    {
+        add({static_cast<std::uint16_t>(BPF_JMP | comparison | BPF_K), skippedIfTrue,
+             skippedIfFalse, value});
+    }
+
+    constexpr void answer(std::uint32_t what)
+    {
+        add({BPF_RET | BPF_K, 0, 0, what});
+    }
+
+    constexpr void add(sock_filter instruction)
+    {
+        m_code[m_end++] = instruction;
+    }
+
+    std::array<sock_filter, 256> m_code{};
+    size_t m_end = 0;
+    std::array<size_t, 2> m_processSlots{}; // instructions that compare with the process's number
+    size_t m_processCount = 0;
+};
+
+constexpr Program threadsOnly(false);
+constexpr Program withProcesses(true);
 
 } // namespace
 
-bool SystemCallFilter::isOffered()
+bool SystemCallFilter::enter(bool mayStartProcesses)
 {
-    static const bool offered = [] {
-        std::uint32_t action = SECCOMP_RET_ERRNO;
-        return ::syscall(SYS_seccomp, SECCOMP_GET_ACTION_AVAIL, 0, &action) == 0;
-    }();
-    return offered;
-}
-
-bool SystemCallFilter::enter()
-{
-    if (!isOffered()) {
-        return true;
-    }
-    // Old kernels would slow the processor down for whoever is filtered; decoders keep no secrets.
-    sock_fprog filter{static_cast<unsigned short>(program.size()),
-                      const_cast<sock_filter *>(program.data())};
-    return ::syscall(SYS_seccomp, SECCOMP_SET_MODE_FILTER, SECCOMP_FILTER_FLAG_SPEC_ALLOW,
-                     &filter) == 0;
+    return (mayStartProcesses ? withProcesses : threadsOnly).install(::getpid());
 }
 
 } // namespace qv
@@ -125,14 +285,10 @@ bool SystemCallFilter::enter()
 namespace qv
 {
 
-bool SystemCallFilter::isOffered()
+bool SystemCallFilter::enter(bool)
 {
+    errno = ENOSYS;
     return false;
-}
-
-bool SystemCallFilter::enter()
-{
-    return true;
 }
 
 } // namespace qv

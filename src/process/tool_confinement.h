@@ -1,15 +1,18 @@
 #pragma once
 
 #include "process/child_process.h"
+#include "process/tool_access.h"
 
 #include <QString>
-#include <QStringList>
+
+#include <tl/expected.hpp>
+
+#include <optional>
 
 // Takes from a tool what it has no use for, so that a source that takes control of a decoder gains
-// nothing: writing outside a few folders, opening sockets, signals to others, reaching for what the
-// permissions and times of files say. Reading and running stay free, as sources, libraries and
-// plug-ins lie anywhere. By Landlock and a system call filter, on Linux; each does its part where
-// the other is not offered.
+// nothing: files other than the source's, sockets, other processes, changes of what permissions and
+// times of files say. By Landlock and a system call filter, on Linux; where the kernel has only one
+// of them, that one does its part.
 namespace qv
 {
 
@@ -17,26 +20,28 @@ namespace qv
 bool isConfinementOn();
 void setConfinementOn(bool on);
 
-// What is done here, for the log: "landlock 7, no network", "off", "not offered by this system".
+// What confines tools here, for the log: "landlock 7, no network", "off", "not offered by this
+// system". The first call tries it out.
 QString confinementText();
 void logConfinement();
+// What the kernel does not offer of it, for people; a null text when all is there, and when
+// confinement is off.
+QString confinementGap();
 
 // One tool's confinement. Made by the application, entered by the tool's process.
 class Confinement
 {
 public:
-    // The ruleset for these folders, missing ones left out.
-    static Confinement forFolders(const QStringList &writableFolders);
-    // For the rest of the calling process's life. Nothing but system calls, so it may run between
-    // clone and exec. False: errno says why.
+    // The system's error number when it can't be made: the tool must not run then.
+    static tl::expected<Confinement, int> make(const ToolAccess &access);
+    // For the rest of the calling process's life. Only system calls, so it may run between clone
+    // and exec. False: errno says why, and the tool must not run.
     bool enter() const;
 
 private:
-    FileDescriptor m_ruleset;
+    std::optional<FileDescriptor> m_ruleset;
+    bool m_isFiltered = false;
+    bool m_mayStartProcesses = false;
 };
-
-// To be told of a failed enter(): some containers offer what they then refuse. No run is confined
-// from then on (logged).
-void giveUpConfinement(int error);
 
 } // namespace qv

@@ -46,6 +46,11 @@ QString temporaryFolder()
     return folder.isEmpty() ? QStringLiteral("/private/tmp/") + Bundle::main().name() : folder;
 }
 
+QString toolFolder()
+{
+    return appendPath(temporaryFolder(), QStringLiteral("tools"));
+}
+
 void setTemporaryFolder(const QString &path)
 {
     temporaryFolderSlot() = path;
@@ -72,10 +77,11 @@ bool prepareTemporaryFolder(const QString &path, const Bundle &bundle)
 
 void adoptTemporaryFolder(const QString &path, const Bundle &bundle)
 {
-    QFile::link(bundle.path(), appendPath(path, QStringLiteral("app.app")));
-    // Read through the link; a newer list takes the link's place.
-    QFile::link(usersPluginList(), appendPath(path, pluginList));
     setTemporaryFolder(path);
+    QFile::link(bundle.path(), appendPath(path, QStringLiteral("app.app")));
+    mkdir(toolFolder());
+    // Read through the link; a newer list takes the link's place.
+    QFile::link(usersPluginList(), appendPath(toolFolder(), pluginList));
     logLine(QStringLiteral("TMPFOLDER           : %1").arg(path));
 }
 
@@ -116,10 +122,10 @@ QList<QByteArray> applicationEnvironment()
 QList<QByteArray> confinedEnvironment()
 {
     QList<QByteArray> environment = toolEnvironment();
-    if (QFileInfo(temporaryFolder()).isDir()) {
-        setVariable(environment, "TMPDIR", QFile::encodeName(temporaryFolder()));
+    if (QFileInfo(toolFolder()).isDir()) {
+        setVariable(environment, "TMPDIR", QFile::encodeName(toolFolder()));
         setVariable(environment, "GST_REGISTRY",
-                    QFile::encodeName(appendPath(temporaryFolder(), pluginList)));
+                    QFile::encodeName(appendPath(toolFolder(), pluginList)));
     }
     return environment;
 }

@@ -13,12 +13,17 @@ namespace qv
 QString temporaryFolder();
 void setTemporaryFolder(const QString &path); // empty: none is set
 
+// The folder below it in which tools write, and from which nothing is taken but what a tool was to
+// write there: whoever takes control of one can change all that is in it. The rest of the temporary
+// folder is out of a tool's reach.
+QString toolFolder();
+
 // The system's folder for temporary files: TMPDIR, else (or when it holds a "%") /tmp.
 QString temporaryRoot();
 
 // Empties and recreates the folder and links "app.app" in it to the bundle, whose fonts folder the
-// tool environment names through that link, and "plugins.bin" to the user's list of plug-ins. False
-// when it can't be made.
+// tool environment names through that link. The tool folder holds the link "plugins.bin" to the
+// user's list of plug-ins. False when the folder can't be made.
 bool prepareTemporaryFolder(const QString &path, const Bundle &bundle);
 // The same with a folder that is there and empty.
 void adoptTemporaryFolder(const QString &path, const Bundle &bundle);
@@ -34,8 +39,8 @@ QString usersPluginList();
 // "NAME=value" of every variable: the application's own with LC_CTYPE and CUSTOMCONFIGDIR set.
 // Built afresh for every process.
 QList<QByteArray> toolEnvironment();
-// The same for a tool that may write in the temporary folder only: it keeps its own temporary files
-// and the movie framework's list of plug-ins there.
+// The same for a tool that may write in the tool folder only: it keeps its own temporary files and
+// the movie framework's list of plug-ins there.
 QList<QByteArray> confinedEnvironment();
 // The application's own environment unchanged.
 QList<QByteArray> applicationEnvironment();

@@ -1,7 +1,8 @@
 #pragma once
 
+#include "process/tool_access.h"
+
 #include <QString>
-#include <QStringList>
 
 #include <limits>
 #include <optional>
@@ -32,8 +33,7 @@ struct ToolLimits {
 // What a tool is held to.
 struct ToolBounds {
     ToolLimits limits;
-    // Missing ones don't count. Nothing: it isn't confined.
-    std::optional<QStringList> writableFolders;
+    std::optional<ToolAccess> access; // nothing: it isn't confined
 };
 
 // Sets the limits, and that no core is dumped, for the calling process; never above what holds

@@ -4,6 +4,7 @@
 #include "process/tool_environment.h"
 #include "support/bundle.h"
 #include "support/files.h"
+#include "support/media_formats.h"
 
 namespace qv
 {
@@ -17,11 +18,30 @@ bool opensMedia(const QString &executable)
            executable == ffmpegPath();
 }
 
-// Asked what it can do, a tool opens nothing from outside, and the movie framework notes its
-// plug-ins for the user as it does for every program. Runs that are confined only read that list.
+// Opens nothing from outside. It also updates the user's list of the movie framework's plug-ins,
+// which confined runs only read.
 bool asksAboutTheTool(const QStringList &command)
 {
     return command.size() == 2 && command.last() == QLatin1String("-decoders");
+}
+
+bool isFfmpeg(const QString &executable)
+{
+    return lastPathComponent(executable) == QLatin1String("ffmpeg");
+}
+
+// Input options stand before the input: ffmpeg ... -i SOURCE ...
+QStringList withoutLists(const QStringList &command)
+{
+    QStringList guarded = command;
+    if (const qsizetype input = command.indexOf(QLatin1String("-i")); input > 0) {
+        for (const QString &option :
+             {QString::fromLatin1(openableFormats), QStringLiteral("-format_whitelist"),
+              QString::fromLatin1(openableProtocols), QStringLiteral("-protocol_whitelist")}) {
+            guarded.insert(input, option);
+        }
+    }
+    return guarded;
 }
 
 } // namespace
@@ -38,13 +58,13 @@ SpawnRequest toolRequest(const QStringList &command, const QString &outputFolder
     if (asksAboutTheTool(command)) {
         return request;
     }
+    if (isFfmpeg(command.first())) {
+        request.command = withoutLists(command);
+    }
     if (isConfinementOn()) {
         request.environment = confinedEnvironment();
     }
-    request.bounds->writableFolders = {temporaryFolder()};
-    if (!outputFolder.isEmpty()) {
-        request.bounds->writableFolders->append(outputFolder);
-    }
+    request.bounds->access = accessFor(command, outputFolder);
     return request;
 }
 

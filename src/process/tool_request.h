@@ -7,8 +7,9 @@ namespace qv
 {
 
 // The request for a command, without its streams. A tool that opens media (one of the bundle's, or
-// the ffmpeg that stands in for it) is held to limits, and to writing in the temporary folder and
-// in `outputFolder` only. One that is only asked what it can do is held to the limits alone.
+// the ffmpeg that stands in for it) runs under resource limits and confined: see accessFor(). One
+// that is only asked what it can do runs under the limits alone. ffmpeg is told to open nothing but
+// plain files of the formats that openableFormats lists.
 SpawnRequest toolRequest(const QStringList &command, const QString &outputFolder = {});
 
 } // namespace qv

@@ -8,7 +8,9 @@
 #include "process/tool_run.h"
 #include "support/bundle.h"
 
+#include <QDir>
 #include <QFile>
+#include <QStandardPaths>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
@@ -30,7 +32,8 @@ protected:
     {
         Bundle::setMain(Bundle(QStringLiteral(QV_TEST_BUNDLE)));
         s_folder = new QTemporaryDir;
-        setTemporaryFolder(s_folder->path()); // or the tool could not write there
+        setTemporaryFolder(s_folder->path());
+        QDir(s_folder->path()).mkdir(q("tools"));
         make("film.m2v", "mpeg2video");
         make("film.avi", "mpeg4");
     }
@@ -40,7 +43,7 @@ protected:
         delete s_folder;
         s_folder = nullptr;
     }
-    static QString path(const char *name) { return s_folder->filePath(q(name)); }
+    static QString path(const char *name) { return toolFolder() + u'/' + q(name); }
     static void write(const char *name, const QByteArray &content)
     {
         writeFile(path(name), content);
@@ -57,7 +60,9 @@ protected:
 private:
     static void make(const char *name, const char *codec)
     {
-        taskArray1PipeMax({ffmpegPath(), q("-loglevel"), q("error"), q("-f"), q("lavfi"), q("-i"),
+        // The system's, which opens anything.
+        taskArray1PipeMax({QStandardPaths::findExecutable(q("ffmpeg")), q("-loglevel"), q("error"),
+                           q("-f"), q("lavfi"), q("-i"),
                            q("testsrc=size=160x120:rate=25:duration=3.5"), q("-c:v"), q(codec),
                            q("-y"), path(name)},
                           ErrorText::Merged);

@@ -34,7 +34,6 @@ QStringList Ran::told(const char *key) const
 
 CommandTest::CommandTest(TestBundle::Ffmpeg ffmpeg) : m_bundle(ffmpeg)
 {
-    qputenv("FAKE_TOOL_PICTURE", samplePicture().toUtf8());
     qputenv("FAKE_TOOL_LOG", path("tool.log"));
     // The notes lie outside of what a confined tool may write.
     qputenv("QUORVANTEL_CONFINEMENT", ffmpeg == TestBundle::Ffmpeg::Fake ? "off" : "");

@@ -56,6 +56,10 @@ TestBundle::TestBundle(Ffmpeg ffmpeg) : m_before(qv::Bundle::main())
                                    : QStandardPaths::findExecutable(QStringLiteral("ffmpeg"));
         QFile::link(target, tool(QStringLiteral("ffmpeg")));
     }
+    // Confined tools read nothing else.
+    const QString picture = path() + QStringLiteral("/sample.jpg");
+    QFile::copy(samplePicture(), picture);
+    qputenv("FAKE_TOOL_PICTURE", picture.toUtf8());
     qv::Bundle::setMain(qv::Bundle(path()));
     qv::setLocalizationBundle(qv::Bundle::main());
     qv::setLocalizationTable(QStringLiteral("Localized"));

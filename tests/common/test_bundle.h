@@ -6,7 +6,8 @@
 #include <QTemporaryDir>
 
 // A bundle of a test's own: the built one's Info.plist and string tables, and a chosen ffmpeg. The
-// process's main bundle while it lives, and its words in English unless a test takes others.
+// process's main bundle while it lives, and its words in English unless a test takes others. The
+// fake tool copies the sample picture.
 class TestBundle
 {
 public:

@@ -104,7 +104,7 @@ TEST_F(AnalysisTest, ASourceWithoutIntraPreviewGetsOneOfAnyFrameAndIsMarked)
 
 TEST_F(AnalysisTest, AFrameLeftFromAnEarlierSourceIsNotTakenForThisOnes)
 {
-    writeFile(path("scratch/frame.yuv"), "YUV4MPEG2 W720 H576 F25:1 It A1:1\nFRAME\n");
+    writeFile(path("scratch/tools/frame.yuv"), "YUV4MPEG2 W720 H576 F25:1 It A1:1\nFRAME\n");
     ASSERT_TRUE(admit({"analysis-missing.mp4"}));
     EXPECT_EQ(rows(), QStringList());
 }
@@ -153,9 +153,9 @@ TEST_F(AnalysisTest, PreviewsAreNamedAfterTheirSourcesWithoutPatternsAndNeverSha
     ASSERT_TRUE(admit({"one/100%d.mp4", "two/100%d.mp4"}));
     const QString first = m_controller->table().row(0).dico.value("imgPathStr").toString();
     const QString second = m_controller->table().row(1).dico.value("imgPathStr").toString();
-    EXPECT_EQ(first, path("scratch/100_d.jpg"));
+    EXPECT_EQ(first, path("scratch/tools/100_d.jpg"));
     EXPECT_NE(first, second);
-    EXPECT_TRUE(second.startsWith(path("scratch/100_d_")));
+    EXPECT_TRUE(second.startsWith(path("scratch/tools/100_d_")));
     const QString longest = QString::fromUtf8("é").repeated(127);
     EXPECT_LE(lastPathComponent(previewPath("/a/" + longest + ".mp4")).toUtf8().size(), 255);
 }

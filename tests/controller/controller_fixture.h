@@ -26,8 +26,7 @@ protected:
         QDir().mkpath(path("logs"));
         QDir().mkpath(path("out"));
         // Where a confined tool can write.
-        qputenv("FAKE_TOOL_LOG", path("scratch/runs").toUtf8());
-        qputenv("FAKE_TOOL_PICTURE", samplePicture().toUtf8());
+        qputenv("FAKE_TOOL_LOG", path("scratch/tools/runs").toUtf8());
         m_preferences.prefsFillMissingDefaults();
         m_face.destinationText = path("out");
         makeController({});
@@ -39,7 +38,6 @@ protected:
         qv::setLogFolder({});
         qv::setTemporaryFolder({});
         qunsetenv("FAKE_TOOL_LOG");
-        qunsetenv("FAKE_TOOL_PICTURE");
         EXPECT_TRUE(hasNoChildren()) << "a child is left behind";
     }
 
@@ -118,13 +116,14 @@ protected:
     // ---- the fake tool's runs: "analysis -1 film.mp4"
     QStringList runs() const
     {
-        return QString::fromUtf8(contentOf(path("scratch/runs"))).split('\n', Qt::SkipEmptyParts);
+        return QString::fromUtf8(contentOf(path("scratch/tools/runs")))
+            .split('\n', Qt::SkipEmptyParts);
     }
     bool waitForRun(const QString &run)
     {
         return waitUntil([&] { return runs().contains(run); });
     }
-    void forgetRuns() { QFile::remove(path("scratch/runs")); }
+    void forgetRuns() { QFile::remove(path("scratch/tools/runs")); }
 
     // What the movie framework knows.
     class Movies : public qv::MovieFramework

@@ -19,7 +19,7 @@ protected:
             EXPECT_FALSE(m_preferences.prefRead(key).isValid()) << key.toStdString();
         }
         EXPECT_EQ(m_controller->window().stepCaption, "");
-        EXPECT_EQ(QDir(path("scratch")).entryList({"stills-*"}, QDir::Dirs), QStringList());
+        EXPECT_EQ(QDir(path("scratch/tools")).entryList({"stills-*"}, QDir::Dirs), QStringList());
     }
 };
 

@@ -103,7 +103,7 @@ TEST_F(PicturesTest, TheMovieFrameworksToolTakesAllAtOnceAndWithoutItTheRowFails
     ASSERT_TRUE(encode());
     EXPECT_EQ(m_face.results.last().picturesDrawn, 3);
     const QStringList arguments =
-        QString::fromUtf8(contentOf(path("scratch/runs.qt"))).split('\n', Qt::SkipEmptyParts);
+        QString::fromUtf8(contentOf(path("scratch/tools/runs.qt"))).split('\n', Qt::SkipEmptyParts);
     ASSERT_EQ(arguments.size(), 11);
     EXPECT_EQ(arguments.mid(0, 2), (QStringList{"-i", film}));
     EXPECT_EQ(arguments.mid(6, 2), (QStringList{"-tc", "0:00:07-0:00:30-0:01:00"}));

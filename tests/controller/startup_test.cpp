@@ -65,7 +65,8 @@ TEST_F(StartupTest, EmptiesTheTemporaryFolderOfTheRunBeforeAndClosesItToOthers)
     writeFile(path("Quorvantel-private-abcdef/00000.jpg"), "left behind");
     EXPECT_EQ(makeTemporaryFolder(Bundle::main()).value_or(""), path("Quorvantel"));
     EXPECT_EQ(QDir(path("Quorvantel")).entryList(QDir::AllEntries | QDir::NoDotAndDotDot),
-              QStringList{"app.app"});
+              (QStringList{"app.app", "tools"}));
+    EXPECT_EQ(QDir(toolFolder()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot), QStringList());
     EXPECT_FALSE(fileExists(path("Quorvantel-private-abcdef")));
     EXPECT_EQ(QFileInfo(path("Quorvantel")).permissions() & 0x0fff,
               QFile::ReadUser | QFile::WriteUser | QFile::ExeUser);

@@ -9,8 +9,12 @@
 //   silent-input=MS     prints "open" when standard input gives neither data nor end for so long
 //   close=out|err       closes the stream
 //   write=PATH append=PATH fill=PATH make-folder=PATH remove=PATH chmod=PATH truncate=PATH
-//   rename=FROM:TO      touches files and prints "done" or why not; fill never stops by itself
+//   empty=PATH read=PATH rename=FROM:TO
+//                       touches files and prints "done" or why not; fill never stops by itself
 //   connect=PORT        the same with a connection to the port on this machine
+//   signal=PID fork=1 leave-group=1 limit=PID stay=1
+//                       the same with a signal to the process, a process of its own, a session
+//                       of its own, another process's limits, outliving its parent
 //   allocate=MB         uses so much memory; ends with status 1 when it is refused
 //   cores               prints how large a core it may leave
 //   holder=MS           leaves a child behind that holds both streams open
@@ -41,9 +45,12 @@
 #include <optional>
 #include <poll.h>
 #include <string>
+#include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
 #include <vector>
@@ -143,6 +150,42 @@ int fillFile(const std::string &path)
     return -1;
 }
 
+int readFile(const std::string &path)
+{
+    const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    char byte = 0;
+    return fd >= 0 && ::read(fd, &byte, 1) >= 0 ? 0 : -1;
+}
+
+// Opened in these ways, no right to write the file is asked for.
+int emptyFile(const std::string &path)
+{
+    struct {
+        std::uint64_t flags = O_RDONLY | O_TRUNC;
+        std::uint64_t mode = 0;
+        std::uint64_t resolve = 0;
+    } how;
+    const bool isEmptied = ::open(path.c_str(), O_RDONLY | O_TRUNC) >= 0 ||
+                           ::open(path.c_str(), O_ACCMODE | O_TRUNC) >= 0 ||
+                           ::syscall(SYS_openat2, AT_FDCWD, path.c_str(), &how, sizeof how) >= 0;
+    return isEmptied ? 0 : -1;
+}
+
+int forkProcess()
+{
+    const pid_t pid = ::fork();
+    if (pid == 0) {
+        std::_Exit(0);
+    }
+    return pid > 0 ? ::waitpid(pid, nullptr, 0) : -1;
+}
+
+int limitOther(pid_t process)
+{
+    const rlimit limit{RLIM_INFINITY, RLIM_INFINITY};
+    return ::prlimit(process, RLIMIT_CORE, &limit, nullptr);
+}
+
 int connectTo(int port)
 {
     const int fd = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
@@ -169,6 +212,13 @@ const std::map<std::string, Touch> touches = {
          return ::rename(paths.substr(0, colon).c_str(), paths.substr(colon + 1).c_str());
      }},
     {"connect", [](const auto &port) { return connectTo(std::atoi(port.c_str())); }},
+    {"read", readFile},
+    {"empty", emptyFile},
+    {"signal", [](const auto &pid) { return ::kill(std::atoi(pid.c_str()), 0); }},
+    {"fork", [](const auto &) { return forkProcess(); }},
+    {"leave-group", [](const auto &) { return ::setsid() >= 0 ? 0 : -1; }},
+    {"limit", [](const auto &pid) { return limitOther(std::atoi(pid.c_str())); }},
+    {"stay", [](const auto &) { return ::prctl(PR_SET_PDEATHSIG, 0); }},
 };
 
 void allocate(int megabytes)

@@ -49,11 +49,13 @@ protected:
     explicit ToolConfinementTest(TestBundle::Ffmpeg ffmpeg = TestBundle::Ffmpeg::Fake)
         : m_bundle(ffmpeg)
     {
-        for (const char *folder : {"scratch", "stills", "home"}) {
-            QDir().mkpath(path(folder));
+        setTemporaryFolder(path("scratch"));
+        for (const QString &folder : {toolFolder(), path("stills"), path("home/.ssh")}) {
+            QDir().mkpath(folder);
         }
         writeFile(path("home/letter"), "dear");
-        setTemporaryFolder(path("scratch"));
+        writeFile(path("home/.ssh/id"), "key");
+        writeFile(path("home/film.mp4"), "film");
     }
     ~ToolConfinementTest() override
     {
@@ -61,11 +63,13 @@ protected:
         setConfinementOn(true);
     }
 
-    // What a tool of the bundle prints when it plays the step; "@" stands for the folder.
+    // What a tool of the bundle prints when it plays the step; "@" stands for the folder, "%" for
+    // this process. The source is an argument of the run.
     QString said(QString step) const
     {
-        step.replace('@', m_folder.path());
-        return taskArray1PipeMax({m_bundle.tool("ffmpeg"), "play", step}, ErrorText::Merged);
+        step.replace('@', m_folder.path()).replace('%', QString::number(::getpid()));
+        return taskArray1PipeMax({m_bundle.tool("ffmpeg"), "play", step, path("home/film.mp4")},
+                                 ErrorText::Merged);
     }
     static bool isOffered() { return confinementText().startsWith("landlock"); }
     static bool hasNoNetwork() { return confinementText().contains("no network"); }
@@ -73,39 +77,60 @@ protected:
     TestBundle m_bundle;
 };
 
-TEST_F(ToolConfinementTest, AToolWritesOnlyWhereItsRunMay)
+TEST_F(ToolConfinementTest, AToolReachesNothingButItsSourceAndItsFolder)
 {
     if (!isOffered() || !hasNoNetwork()) {
         GTEST_SKIP() << "confinement is " << confinementText().toStdString();
     }
     const QString denied = "Permission denied";
+    const QString forbidden = "Operation not permitted";
+    // The sanitizers start a process when a tool ends.
+    const QString started = accessFor({m_bundle.tool("ffmpeg")}, {}).mayStartProcesses
+                                ? QStringLiteral("done")
+                                : forbidden;
     const struct {
         const char *step;
         QString result;
     } steps[] = {
-        {"write=@/scratch/new", "done"},
-        {"append=@/scratch/new", "done"},
-        {"make-folder=@/scratch/sub", "done"},
-        {"write=@/scratch/sub/new", "done"},
-        {"rename=@/scratch/new:@/scratch/sub/other", "done"},
-        {"remove=@/scratch/sub/other", "done"},
+        {"write=@/scratch/tools/new", "done"},
+        {"append=@/scratch/tools/new", "done"},
+        {"make-folder=@/scratch/tools/sub", "done"},
+        {"write=@/scratch/tools/sub/new", "done"},
+        {"rename=@/scratch/tools/new:@/scratch/tools/sub/other", "done"},
+        {"read=@/scratch/tools/sub/other", "done"},
+        {"remove=@/scratch/tools/sub/other", "done"},
         {"write=/dev/null", "done"},
+        {"read=@/home/film.mp4", "done"},
+        {"read=/usr/bin/env", "done"},
+        {"read=@/home/.ssh/id", denied},
+        {"read=@/home/letter", denied},
+        {"read=/etc/passwd", denied},
+        {"read=/proc/%/environ", denied},
+        {"write=@/scratch/new", denied},
         {"write=@/home/new", denied},
         {"write=@/home/letter", denied},
-        {"append=@/home/letter", denied},
+        {"append=@/home/film.mp4", denied},
+        {"empty=@/home/letter", "Function not implemented"},
+        {"empty=@/home/film.mp4", "Function not implemented"},
         {"write=@/stills/new", denied},
         {"make-folder=@/home/sub", denied},
         {"remove=@/home/letter", denied},
-        {"rename=@/scratch/sub/new:@/home/letter", denied},
-        {"rename=@/home/letter:@/scratch/letter", denied},
+        {"rename=@/scratch/tools/sub/new:@/home/letter", denied},
+        {"rename=@/home/letter:@/scratch/tools/letter", denied},
         {"chmod=@/home/letter", denied},
         {"truncate=@/home/letter", denied},
         {"write=/proc/self/oom_score_adj", denied},
+        {"fork=1", started},
+        {"leave-group=1", forbidden},
+        {"stay=1", forbidden},
+        {"signal=%", forbidden},
+        {"limit=%", forbidden},
     };
     for (const auto &[step, result] : steps) {
         EXPECT_EQ(said(step), result) << step;
     }
     EXPECT_EQ(contentOf(path("home/letter")), "dear");
+    EXPECT_EQ(contentOf(path("home/film.mp4")), "film");
 }
 
 TEST_F(ToolConfinementTest, AToolReachesNoServerUnlessConfinementIsOff)
@@ -126,7 +151,7 @@ TEST_F(ToolConfinementTest, OnlyToolsThatOpenMediaAreConfined)
 {
     const auto isConfined = [](const QStringList &command) {
         const auto bounds = toolRequest(command).bounds;
-        return bounds && bounds->writableFolders;
+        return bounds && bounds->access;
     };
     EXPECT_TRUE(isConfined({m_bundle.tool("ffmpeg"), "-version"}));
     EXPECT_TRUE(isConfined({m_bundle.tool("qtThumbs"), "-probe", "film"}));
@@ -170,14 +195,23 @@ protected:
     ConfinedFfmpegTest() : ToolConfinementTest(TestBundle::Ffmpeg::Real) {}
 };
 
-TEST_F(ConfinedFfmpegTest, MakesPictures)
+TEST_F(ConfinedFfmpegTest, MakesPicturesOfPlainFilesOnly)
 {
-    const QString picture = path("scratch/picture.jpg");
-    const QString printed =
-        taskArray1PipeMax({m_bundle.tool("ffmpeg"), "-v", "error", "-f", "lavfi", "-i",
-                           "testsrc=s=320x180", "-frames:v", "1", picture},
-                          ErrorText::Merged);
-    EXPECT_EQ(QImage(picture).size(), QSize(320, 180)) << printed.toStdString();
+    QImage frame(320, 180, QImage::Format_RGB32);
+    frame.fill(Qt::red);
+    ASSERT_TRUE(frame.save(path("home/film.mp4"), "PNG"));
+    writeFile(path("home/list.mp4"), "ffconcat version 1.0\nfile film.mp4\n");
+    const QString picture = path("scratch/tools/picture.jpg");
+    const auto taken = [&](const QString &source, const QString &format) {
+        QFile::remove(picture);
+        taskArray1PipeMax(
+            {m_bundle.tool("ffmpeg"), "-f", format, "-i", source, "-frames:v", "1", picture},
+            ErrorText::Merged);
+        return QImage(picture).size();
+    };
+    EXPECT_EQ(taken(path("home/film.mp4"), "png_pipe"), QSize(320, 180));
+    EXPECT_TRUE(taken(path("home/list.mp4"), "concat").isEmpty());
+    EXPECT_TRUE(taken("testsrc=s=320x180", "lavfi").isEmpty());
 }
 
 // ---- limits
@@ -188,7 +222,7 @@ ToolOutcome outcomeOf(const QStringList &steps, const ToolLimits &limits, int ou
     request.command = played(steps);
     request.environment = toolEnvironment();
     request.standardOutput = output;
-    request.bounds = ToolBounds{limits, QStringList{QDir::tempPath()}};
+    request.bounds = ToolBounds{limits, ToolAccess{{"/"}, {QDir::tempPath()}}};
     auto child = ChildProcess::spawn(request);
     EXPECT_TRUE(child);
     EXPECT_TRUE(waitUntil([&] { return !child->isRunning(); }, 30000));

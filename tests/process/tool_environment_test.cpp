@@ -21,7 +21,7 @@ TEST(TemporaryFolder, IsEmptiedAndLinksToTheBundleWhoseFontsTheToolsUse)
     ASSERT_TRUE(prepareTemporaryFolder(folder, Bundle::main()));
     EXPECT_EQ(temporaryFolder(), folder);
     EXPECT_EQ(QDir(folder).entryList(QDir::AllEntries | QDir::NoDotAndDotDot),
-              QStringList{"app.app"});
+              (QStringList{"app.app", "tools"}));
     const QString fonts = folder + "/app.app/Contents/Resources/fonts";
     EXPECT_TRUE(toolEnvironment().contains("CUSTOMCONFIGDIR=" + QFile::encodeName(fonts)));
     EXPECT_TRUE(QFileInfo(fonts).isDir());

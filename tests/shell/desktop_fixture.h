@@ -45,7 +45,6 @@ protected:
         qputenv("FAKE_TOOL_LOG", path("runs").toUtf8());
         // The notes lie outside of what a confined tool may write.
         qputenv("QUORVANTEL_CONFINEMENT", "off");
-        qputenv("FAKE_TOOL_PICTURE", samplePicture().toUtf8());
         qputenv("HOME", path("home").toUtf8());
         qputenv("TMPDIR", path("tmp").toUtf8());
         qputenv("XDG_CONFIG_HOME", path("home/.config").toUtf8());

@@ -132,7 +132,8 @@ TEST_F(FaultsTest, KilledWhileItEncodesLeavesOnlyWholeSheets)
     EXPECT_EQ(entriesOf(sheets), (QStringList{"mine", "one.jpg"}));
     EXPECT_FALSE(QImage(sheets + "/one.jpg").isNull());
     EXPECT_EQ(contentOf(sheets + "/mine/film.txt"), "kept");
-    EXPECT_EQ(entriesOf(temporaryFolder()), QStringList{"app.app"});
+    EXPECT_EQ(entriesOf(temporaryFolder()), (QStringList{"app.app", "tools"}));
+    EXPECT_EQ(entriesOf(toolFolder()), QStringList());
     EXPECT_EQ(m_presenter->shown.size(), 0) << qPrintable(told());
     const QVariantMap stored = storedSettings();
     EXPECT_EQ(stored.keys(), PreferencesStore::prefsDefaults().keys());
@@ -156,7 +157,8 @@ TEST_F(FaultsTest, KilledWhileItLooksAtAVideoStartsAgainAsBefore)
     }
     ASSERT_TRUE(start());
     EXPECT_EQ(storedSettings().keys(), PreferencesStore::prefsDefaults().keys());
-    EXPECT_EQ(entriesOf(temporaryFolder()), QStringList{"app.app"});
+    EXPECT_EQ(entriesOf(temporaryFolder()), (QStringList{"app.app", "tools"}));
+    EXPECT_EQ(entriesOf(toolFolder()), QStringList());
 }
 
 TEST_F(FaultsTest, KilledWhileItWritesSettingsLosesNone)

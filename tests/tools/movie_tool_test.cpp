@@ -13,8 +13,11 @@ namespace
 class MovieToolTest : public ThumbsTest
 {
 protected:
-    // Tools may write in the temporary folder only.
-    MovieToolTest() : m_bundle(TestBundle::Ffmpeg::None) { setTemporaryFolder(path({})); }
+    MovieToolTest() : m_bundle(TestBundle::Ffmpeg::None)
+    {
+        setTemporaryFolder(path({}));
+        QDir().mkdir(toolFolder());
+    }
     ~MovieToolTest() override { setTemporaryFolder({}); }
     void useBuiltTool() { QFile::link(builtTool("qtThumbs"), m_bundle.tool("qtThumbs")); }
 
@@ -47,8 +50,8 @@ TEST_F(MovieToolTest, DescribesWhatIsLookedAt)
     EXPECT_EQ(turned["w_dar"], "9:16");
     EXPECT_TRUE(m_movies.hasDecoder("apch"));
     EXPECT_FALSE(m_movies.hasDecoder("ABCD"));
-    EXPECT_TRUE(m_movies.thumbnail(path("0.mov"), 160, 90, 1.5, path("0.jpg")));
-    EXPECT_EQ(QImage(path("0.jpg")).size(), QSize(160, 90));
+    EXPECT_TRUE(m_movies.thumbnail(path("0.mov"), 160, 90, 1.5, path("tools/0.jpg")));
+    EXPECT_EQ(QImage(path("tools/0.jpg")).size(), QSize(160, 90));
 }
 
 TEST_F(MovieToolTest, OpensNothingWithoutTheTool)
@@ -64,15 +67,15 @@ TEST_F(MovieToolTest, AsksOnceForEachSourceAsItIs)
     writeScript(m_bundle.tool("qtThumbs"),
                 QString("echo \"$@\" >> '%1'\n"
                         "echo '{\"APCH\": true, \"v0_width\": 8, \"v0_height\": 8}'\n")
-                    .arg(path("runs"))
+                    .arg(path("tools/runs"))
                     .toUtf8());
     write("a.mov", "1");
     EXPECT_TRUE(m_movies.canOpen(path("a.mov")) && m_movies.record(path("a.mov")));
     EXPECT_TRUE(m_movies.hasDecoder("APCH") && !m_movies.hasDecoder("ICOD"));
-    EXPECT_EQ(read("runs").count('\n'), 2);
+    EXPECT_EQ(read("tools/runs").count('\n'), 2);
     write("a.mov", "22");
     EXPECT_TRUE(m_movies.canOpen(path("a.mov")));
-    EXPECT_EQ(read("runs").count('\n'), 3);
+    EXPECT_EQ(read("tools/runs").count('\n'), 3);
 }
 
 TEST(MovieRecord, TakesOnlyValuesThatCanBe)
