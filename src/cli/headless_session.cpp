@@ -80,13 +80,13 @@ tl::expected<void, QString> HeadlessSession::openLog()
 
 tl::expected<void, QString> HeadlessSession::openScratch()
 {
-    m_scratch = ScratchFolder::create();
+    m_scratch = ScratchFolder::create(commandScratchPrefix);
     const QString folder =
         m_scratch ? appendPath(m_scratch->path(), Bundle::main().name()) : QString();
     if (!m_scratch || !prepareTemporaryFolder(folder, Bundle::main())) {
         return tl::make_unexpected(QStringLiteral("no temporary folder can be made in %1. Set "
                                                   "TMPDIR to a folder that can be written.")
-                                       .arg(ScratchFolder::root()));
+                                       .arg(temporaryRoot()));
     }
     setForeignNamesFolder(appendPath(m_scratch->path(), QStringLiteral("names")));
     setLogFolder(appendPath(m_scratch->path(), QStringLiteral("logs")));

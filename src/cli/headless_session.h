@@ -3,10 +3,10 @@
 #include "analysis/movie_tool.h"
 #include "cli/headless_face.h"
 #include "cli/options.h"
-#include "cli/scratch_folder.h"
 #include "controller/app_delegate.h"
 #include "process/child_process.h"
 #include "process/interrupt.h"
+#include "process/scratch_folder.h"
 #include "settings/preferences_store.h"
 
 #include <QFile>
@@ -19,6 +19,9 @@
 // controller. Working state stays in memory, so copies don't meet.
 namespace qv
 {
+
+// The names of its scratch folders begin so.
+inline const QString commandScratchPrefix = QStringLiteral("Quorvantel-cli-");
 
 class HeadlessSession
 {

@@ -33,7 +33,7 @@ tl::expected<std::unique_ptr<WorkerProcess>, int> WorkerProcess::start(const QSt
     request.standardOutput = theirs.get();
     auto process = ChildProcess::spawn(request);
     if (!process) {
-        return tl::make_unexpected(process.error());
+        return tl::make_unexpected(process.error().error);
     }
     return std::unique_ptr<WorkerProcess>(new WorkerProcess(std::move(*process), std::move(own)));
 }

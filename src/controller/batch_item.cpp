@@ -1,5 +1,7 @@
 #include "controller/batch_item.h"
 
+#include "controller/preview.h"
+#include "sheet/still_reader.h"
 #include "support/files.h"
 #include "support/foreign_names.h"
 #include "support/localized_strings.h"
@@ -41,7 +43,7 @@ QString BatchItem::sourcePath() const
 QImage BatchItem::img() const
 {
     const QString path = stringIn(dico, QStringLiteral("imgPathStr"));
-    return path.isEmpty() ? QImage() : QImage(path);
+    return readStill(path, {previewWidth, previewWidth});
 }
 
 StyledText rowCaption(const MediaInfoRecord &record, const QString &sourcePath)

@@ -149,7 +149,9 @@ QString EncodingDriver::sheetBase(const QString &sourcePath)
         return m_names.baseFor(sourcePath, folder);
     }
     // A folder of the name that the user made stays the user's.
-    return m_names.baseFor(sourcePath, folder, mayUseStillsFolder);
+    return m_names.baseFor(sourcePath, folder, [this](const QString &base) {
+        return mayUseStillsFolder(base, m_stillsMark);
+    });
 }
 
 QString EncodingDriver::sheetPath(const QString &sourcePath, int dpi)
@@ -299,6 +301,7 @@ void EncodingDriver::startRow()
     m_row.sheet = sheetPath(m_row.source, m_row.dpi);
     m_row.stills = stillsFolder();
     setChild(QStringLiteral("dstPathStr"), m_row.stills);
+    setChild(QStringLiteral("stillsMark"), m_stillsMark);
     // A run that is killed leaves its stills; the next start finds here where they are.
     m_context.preferences.save();
     if (index >= 0) {

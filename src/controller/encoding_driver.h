@@ -5,6 +5,7 @@
 #include "controller/sheet_names.h"
 #include "sheet/composer.h"
 #include "sheet/picture_attempts.h"
+#include "sheet/stills_folder.h"
 #include "support/alerts.h"
 #include "support/off_thread.h"
 
@@ -175,6 +176,7 @@ private:
     QString m_pendingStep;
     QString m_heldStep;
     int m_stillsCounter = 0;
+    const QString m_stillsMark = newStillsMark();
     OffThread m_composing; // and placing; ends before the rest goes
 };
 

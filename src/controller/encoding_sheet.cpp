@@ -282,7 +282,7 @@ void EncodingDriver::failRow(const QString &reason)
 void EncodingDriver::purgeStills()
 {
     if (!m_row.stills.isEmpty()) {
-        purgeStillsFolder(m_row.stills);
+        purgeStillsFolder(m_row.stills, m_stillsMark);
     }
     m_row.stills.clear();
     m_row.picture.reset();

@@ -9,7 +9,6 @@
 #include "support/localized_strings.h"
 #include "support/log.h"
 
-#include <QDir>
 #include <QFileInfo>
 #include <QGuiApplication>
 #include <QSysInfo>
@@ -20,30 +19,6 @@ namespace
 {
 
 constexpr qsizetype longestVersionLine = 200;
-
-QString privatePrefix(const Bundle &bundle)
-{
-    return bundle.name() + QStringLiteral("-private-");
-}
-
-void clearLeftFolders(const QString &root, const Bundle &bundle)
-{
-    const QStringList pattern{privatePrefix(bundle) + QLatin1Char('*')};
-    for (const QString &name : QDir(root).entryList(pattern, QDir::Dirs | QDir::NoSymLinks)) {
-        const QString folder = appendPath(root, name);
-        if (platform::isOwnFolder(folder)) {
-            QDir(folder).removeRecursively();
-        }
-    }
-}
-
-// Whoever may write in the temporary folder can have taken the name, also a moment ago.
-bool makeUsualFolder(const QString &folder, const Bundle &bundle)
-{
-    const bool taken = fileExists(folder) || QFileInfo(folder).isSymLink();
-    return (!taken || platform::isOwnFolder(folder)) && prepareTemporaryFolder(folder, bundle) &&
-           platform::isOwnFolder(folder) && platform::makePrivate(folder);
-}
 
 QString processorFamily(const QString &architecture)
 {
@@ -91,28 +66,29 @@ std::optional<Refusal> refusePath(const QString &resourcePath)
                    localized(QStringLiteral("D_appAlreadyOpened_3"))};
 }
 
-tl::expected<QString, QString> makeTemporaryFolder(const Bundle &bundle)
+tl::expected<std::unique_ptr<ScratchFolder>, QString> makeTemporaryFolder(const Bundle &bundle)
 {
-    const QString root = temporaryRoot();
-    clearLeftFolders(root, bundle);
-    const QString usual = appendPath(root, bundle.name());
-    if (makeUsualFolder(usual, bundle)) {
-        return usual;
+    const QString usual = appendPath(temporaryRoot(), bundle.name());
+    std::unique_ptr<ScratchFolder> folder = ScratchFolder::take(usual);
+    if (!folder) {
+        logLine(QStringLiteral("TMPFOLDER           :-( %1").arg(usual));
+        folder = ScratchFolder::create(bundle.name() + QStringLiteral("-private-"));
     }
-    logLine(QStringLiteral("TMPFOLDER           :-( %1").arg(usual));
-    const QString own = platform::makePrivateFolder(appendPath(root, privatePrefix(bundle)));
-    if (own.isEmpty()) {
-        return tl::make_unexpected(localized(QStringLiteral("startNoTemporaryFolder")).arg(root));
+    if (!folder) {
+        return tl::make_unexpected(
+            localized(QStringLiteral("startNoTemporaryFolder")).arg(temporaryRoot()));
     }
-    adoptTemporaryFolder(own, bundle);
-    return own;
+    adoptTemporaryFolder(folder->path(), bundle);
+    return folder;
 }
 
 void clearLeftStills(const PreferencesStore &preferences)
 {
     const QString folder =
         preferences.prefReadChildDico(keys::work, QStringLiteral("dstPathStr")).toString();
-    if (purgeStillsFolder(folder)) {
+    const QString mark =
+        preferences.prefReadChildDico(keys::work, QStringLiteral("stillsMark")).toString();
+    if (purgeStillsFolder(folder, mark)) {
         logLine(QStringLiteral("left stills         : %1").arg(folder));
     }
 }

@@ -2,6 +2,7 @@
 
 #include "analysis/movie_tool.h"
 #include "controller/tool_query.h"
+#include "process/scratch_folder.h"
 #include "settings/preferences_store.h"
 #include "support/bundle.h"
 #include "support/platform.h"
@@ -12,6 +13,7 @@
 
 #include <tl/expected.hpp>
 
+#include <memory>
 #include <optional>
 
 // What is done once before the window works, in the order of these declarations. None of it waits
@@ -31,14 +33,14 @@ std::optional<Refusal> refuseInstance(int runningCopies);
 // When there is a backslash in the path, which tools take for an escape.
 std::optional<Refusal> refusePath(const QString &resourcePath);
 
-// Makes the folder for what lives no longer than the process, empty and closed to other users:
-// "<temporary folder>/<CFBundleName>", or one of a name of its own when that one is somebody
-// else's. Gives its path, or the reason for people. Only the one running copy may call it: what an
-// earlier one left behind is deleted.
-tl::expected<QString, QString> makeTemporaryFolder(const Bundle &bundle);
+// Makes the temporary folder, empty and closed to other users: "<temporary root>/<CFBundleName>",
+// or one of a name of its own when that one is somebody else's or in use by another copy. Gives the
+// folder, which goes with the object, or the reason for people. Folders that killed copies left are
+// removed.
+tl::expected<std::unique_ptr<ScratchFolder>, QString> makeTemporaryFolder(const Bundle &bundle);
 
-// Deletes the stills that a run which was killed left beside a sheet: only a folder that carries
-// our mark. To be called before the working state is purged from the preferences.
+// Deletes the stills that a killed run left beside a sheet: only a folder with the mark that the
+// working state tells. To be called before the working state is purged from the preferences.
 void clearLeftStills(const PreferencesStore &preferences);
 
 // Machine, system and application, into the log.

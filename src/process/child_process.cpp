@@ -76,7 +76,7 @@ struct Launch {
     const ToolLimits *limits = nullptr;
     const Confinement *confinement = nullptr;
     pid_t application = -1;
-    int error = 0;
+    SpawnFailure failure;
 };
 
 // Handlers of the application must not run in the tool; what it ignores stays ignored, but for what
@@ -119,10 +119,13 @@ bool dieWithApplication(pid_t application)
     return ::getppid() == application;
 }
 
-bool takeBounds(const Launch &launch)
+bool takeBounds(Launch &launch)
 {
-    return (launch.limits == nullptr || applyLimits(*launch.limits)) &&
-           (launch.confinement == nullptr || launch.confinement->enter());
+    if (launch.limits != nullptr && !applyLimits(*launch.limits)) {
+        return false;
+    }
+    launch.failure.isUnconfinable = launch.confinement != nullptr && !launch.confinement->enter();
+    return !launch.failure.isUnconfinable;
 }
 
 // Runs in the new process, on a stack of its own, while the application waits. It shares the
@@ -138,7 +141,7 @@ int becomeTool(void *data)
     if (ready) {
         ::execve(launch.arguments[0], launch.arguments, launch.environment);
     }
-    launch.error = errno != 0 ? errno : ESRCH;
+    launch.failure.error = errno != 0 ? errno : ESRCH;
     return 127;
 }
 
@@ -156,8 +159,8 @@ pid_t startTool(Launch &launch)
     const int error = errno;
     ::pthread_sigmask(SIG_SETMASK, &before, nullptr);
     if (pid < 0) {
-        launch.error = error;
-    } else if (launch.error != 0) {
+        launch.failure.error = error;
+    } else if (launch.failure.error != 0) {
         ::waitpid(pid, nullptr, 0);
     }
     return pid;
@@ -185,7 +188,7 @@ pid_t startConfined(Launch &launch, const ToolAccess &access)
 {
     const auto confinement = Confinement::make(access);
     if (!confinement) {
-        launch.error = confinement.error();
+        launch.failure = {confinement.error(), true};
         return -1;
     }
     launch.confinement = &*confinement;
@@ -271,8 +274,8 @@ Pipe Pipe::create()
 
 QString outcomeText(const ToolOutcome &outcome)
 {
-    if (!outcome.limit.isEmpty()) {
-        return outcome.limit;
+    if (!outcome.cause.isEmpty()) {
+        return outcome.cause;
     }
     switch (outcome.ending) {
     case ToolOutcome::Ending::NotStarted:
@@ -292,11 +295,18 @@ QString outcomeText(const ToolOutcome &outcome)
     return {};
 }
 
-tl::expected<ChildProcess, int> ChildProcess::spawn(const SpawnRequest &request)
+QString SpawnFailure::text() const
+{
+    return (isUnconfinable ? QStringLiteral("could not be confined and was not started (%1)")
+                           : QStringLiteral("could not be started (%1)"))
+        .arg(qt_error_string(error));
+}
+
+tl::expected<ChildProcess, SpawnFailure> ChildProcess::spawn(const SpawnRequest &request)
 {
     abandoned().reap();
     if (request.command.isEmpty()) {
-        return tl::make_unexpected(ENOENT);
+        return tl::make_unexpected(SpawnFailure{ENOENT});
     }
     QList<QByteArray> arguments;
     for (const QString &argument : request.command) {
@@ -315,8 +325,8 @@ tl::expected<ChildProcess, int> ChildProcess::spawn(const SpawnRequest &request)
     launch.streams[STDERR_FILENO] = request.standardError;
     launch.application = ::getpid();
     const pid_t pid = startBounded(launch, request.bounds);
-    if (launch.error != 0) {
-        return tl::make_unexpected(launch.error);
+    if (launch.failure.error != 0) {
+        return tl::make_unexpected(launch.failure);
     }
     return ChildProcess(pid, request.bounds ? std::optional(request.bounds->limits) : std::nullopt);
 }
@@ -374,7 +384,7 @@ bool ChildProcess::isRunning()
     if (result == m_pid) {
         m_outcome = outcomeOfStatus(status);
         if (m_limits) {
-            m_outcome.limit = limitMet(*m_limits, status, peakMemory(used));
+            m_outcome.cause = limitMet(*m_limits, status, peakMemory(used));
         }
     }
     return false;

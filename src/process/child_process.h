@@ -49,7 +49,8 @@ struct ToolOutcome {
     Ending ending = Ending::NotStarted;
     int exitCode = 0; // of Exited
     int signal = 0;   // of Crashed
-    QString limit;    // the one that ended it, in words; empty: none did
+    // The limit that ended it, or what prevented its start, in words. May be empty.
+    QString cause;
 };
 // In words for people: "died by signal 11", "neither printed nor computed for 60 s and was ended".
 QString outcomeText(const ToolOutcome &outcome);
@@ -64,13 +65,18 @@ struct SpawnRequest {
     std::optional<ToolBounds> bounds{}; // nothing: the application's own
 };
 
+struct SpawnFailure {
+    int error = 0;               // the system's number
+    bool isUnconfinable = false; // it must not run without the confinement that failed
+    QString text() const;        // for people: "could not be started (Exec format error)"
+};
+
 // Leads a process group of its own, so that signals reach what it starts, too. Killed and reaped
 // when destroyed while running.
 class ChildProcess
 {
 public:
-    // The running process, or the system's error number.
-    static tl::expected<ChildProcess, int> spawn(const SpawnRequest &request);
+    static tl::expected<ChildProcess, SpawnFailure> spawn(const SpawnRequest &request);
 
     ChildProcess(ChildProcess &&other) noexcept;
     ChildProcess &operator=(ChildProcess &&other) noexcept;
@@ -95,7 +101,7 @@ private:
     ToolOutcome m_outcome;
 };
 
-// Bytes of output from which on a tool has lost its mind and is ended.
+// Bytes: output limit for a runaway tool.
 inline constexpr qsizetype toolOutputLimit = 64 * 1024 * 1024;
 
 // Seconds without output and without processor use after which a tool counts as hung.

@@ -126,8 +126,9 @@ int taskLauncher::createTasks(const QList<QStringList> &groups)
         request.standardError = last ? error.writeEnd.get() : -1;
         auto child = ChildProcess::spawn(request);
         if (!child) {
+            m_outcome.cause = child.error().text();
             logLine(QStringLiteral("taskLauncher        :-( %1: %2")
-                        .arg(groups.at(i).first(), qt_error_string(child.error())));
+                        .arg(groups.at(i).first(), m_outcome.cause));
             return CannotStart;
         }
         m_tasks->push_back(std::move(*child));
@@ -169,7 +170,7 @@ void taskLauncher::gotData(Stream &stream)
 void taskLauncher::endEndless()
 {
     logLine(QStringLiteral("taskLauncher        :-( endless, killed"));
-    m_outcome.limit =
+    m_outcome.cause =
         QStringLiteral("printed more than %1 MB and was ended").arg(toolOutputLimit >> 20);
     m_hung = true;
     tasklauncherTerminate();

@@ -80,7 +80,7 @@ public:
         auto child = ChildProcess::spawn(request);
         if (!child) {
             logLine(QStringLiteral("task                :-( %1: %2")
-                        .arg(request.command.value(0), qt_error_string(child.error())));
+                        .arg(request.command.value(0), child.error().text()));
             return false;
         }
         m_children.push_back(std::move(*child));

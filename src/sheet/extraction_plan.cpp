@@ -212,7 +212,8 @@ int encodage(int out, const QString &versionText, const QVariantMap &input, Pref
             .arg(out)
             .arg(requestedCount(input));
     });
-    const auto prepared = prepareStillsFolder(stringIn(input, QStringLiteral("dstPathStr")));
+    const auto prepared = prepareStillsFolder(stringIn(input, QStringLiteral("dstPathStr")),
+                                              stringIn(input, QStringLiteral("stillsMark")));
     if (!prepared) {
         logLine(QStringLiteral("encodage            :-( %1").arg(prepared.error()));
         return 0;

@@ -34,9 +34,10 @@ struct ExtractionPlan {
 // nothing.
 ExtractionPlan planExtraction(int out, const QVariantMap &input);
 
-// Plans, empties and recreates the stills folder "dstPathStr", and stores the plan in the child
-// dictionary processEncDico: appkyThFf, appkyThQt, appkyDisplay. `versionText` is only logged.
-// Always 0; nothing is stored when the stills folder is not ours to empty (logged).
+// Plans, empties and recreates the stills folder "dstPathStr", which carries the mark "stillsMark"
+// (prepareStillsFolder()), and stores the plan in the child dictionary processEncDico: appkyThFf,
+// appkyThQt, appkyDisplay. `versionText` is only logged. Always 0; nothing is stored when the
+// stills folder is not ours to empty (logged).
 int encodage(int out, const QString &versionText, const QVariantMap &input,
              PreferencesStore &store);
 

@@ -23,10 +23,13 @@ bool isUsable(const QSize &size)
            static_cast<qint64>(size.width()) * size.height() <= largestArea;
 }
 
-// A pipe under the name of a still would never answer.
+// A pipe under the name of a still would never answer. A still of 50 megapixels at best quality
+// takes less.
 bool isUsableFile(const QString &path)
 {
-    return !path.isEmpty() && QFileInfo(path).isFile();
+    constexpr qint64 largestFile = 128 << 20;
+    const QFileInfo file(path);
+    return !path.isEmpty() && file.isFile() && file.size() <= largestFile;
 }
 
 int scaledSide(int side, int eighths)
@@ -53,15 +56,12 @@ QImage readStill(const QString &path, const QSize &wanted)
     if (wanted.isEmpty() || !isUsableFile(path)) {
         return {};
     }
-    QImageReader reader(path);
-    reader.setDecideFormatFromContent(true);
+    QImageReader reader(path, "jpeg");
     const QSize full = reader.size();
     if (!isUsable(full)) {
         return {};
     }
-    if (reader.format() == "jpeg") {
-        reader.setScaledSize(decodedSize(full, wanted));
-    }
+    reader.setScaledSize(decodedSize(full, wanted));
     return reader.read();
 }
 
@@ -70,9 +70,7 @@ QSize readStillSize(const QString &path)
     if (!isUsableFile(path)) {
         return {};
     }
-    QImageReader reader(path);
-    reader.setDecideFormatFromContent(true);
-    const QSize size = reader.size();
+    const QSize size = QImageReader(path, "jpeg").size();
     return isUsable(size) ? size : QSize();
 }
 

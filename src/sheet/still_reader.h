@@ -11,8 +11,8 @@ namespace qv
 inline constexpr double stillOversampling = 2;
 
 // A still, decoded at no more than what `wanted` needs: twice that size where the file has as much,
-// so that scaling down by area gives a sharp picture. A null image when the file is missing, does
-// not decode or claims an absurd size.
+// so that scaling down by area gives a sharp picture. A null image when the file is missing, is no
+// JPEG, does not decode or claims an absurd size: a tool may have been made to write anything.
 QImage readStill(const QString &path, const QSize &wanted);
 
 // Size in pixels that the file's header claims; empty when it isn't a usable picture.

@@ -5,6 +5,7 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QUuid>
 
 namespace qv
 {
@@ -30,45 +31,54 @@ bool isRealFile(const QString &path)
     return info.isFile() && !info.isSymLink();
 }
 
-bool putMark(const QString &folder)
+bool hasMark(const QString &folder, const QString &mark)
 {
-    QFile mark(appendPath(folder, markName()));
-    return mark.open(QIODevice::WriteOnly);
+    const QString path = appendPath(folder, markName());
+    QFile file(path);
+    return !mark.isEmpty() && isRealFolder(folder) && isRealFile(path) &&
+           file.open(QIODevice::ReadOnly) && file.read(mark.size() + 1) == mark.toUtf8();
+}
+
+bool putMark(const QString &folder, const QString &mark)
+{
+    QFile file(appendPath(folder, markName()));
+    return file.open(QIODevice::WriteOnly | QIODevice::NewOnly) &&
+           file.write(mark.toUtf8()) == mark.toUtf8().size() && file.flush();
 }
 
 } // namespace
 
-bool isOurStillsFolder(const QString &folder)
+QString newStillsMark()
 {
-    const QString path = cleaned(folder);
-    return !path.isEmpty() && isRealFolder(path) && isRealFile(appendPath(path, markName()));
+    return QUuid::createUuid().toString(QUuid::Id128);
 }
 
-bool mayUseStillsFolder(const QString &folder)
+bool mayUseStillsFolder(const QString &folder, const QString &mark)
 {
     const QString path = cleaned(folder);
-    return !path.isEmpty() && (!standsThere(path) || isOurStillsFolder(path));
+    return !path.isEmpty() && (!standsThere(path) || hasMark(path, mark));
 }
 
-tl::expected<void, QString> prepareStillsFolder(const QString &folder)
+tl::expected<void, QString> prepareStillsFolder(const QString &folder, const QString &mark)
 {
     const QString path = cleaned(folder);
-    if (!mayUseStillsFolder(path)) {
+    if (!mayUseStillsFolder(path, mark)) {
         return tl::make_unexpected(
             QStringLiteral("a folder or file of this name exists already: %1").arg(path));
     }
     if (standsThere(path) && !rmCocoa(path)) {
         return tl::make_unexpected(QStringLiteral("the folder can't be emptied: %1").arg(path));
     }
-    if (!mkdir(path) || !putMark(path)) {
+    if (!mkdir(path) || !putMark(path, mark)) {
         return tl::make_unexpected(QStringLiteral("the folder can't be made: %1").arg(path));
     }
     return {};
 }
 
-bool purgeStillsFolder(const QString &folder)
+bool purgeStillsFolder(const QString &folder, const QString &mark)
 {
-    return isOurStillsFolder(folder) && rmCocoa(cleaned(folder));
+    const QString path = cleaned(folder);
+    return !path.isEmpty() && hasMark(path, mark) && rmCocoa(path);
 }
 
 } // namespace qv

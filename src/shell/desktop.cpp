@@ -120,9 +120,10 @@ void Desktop::localizeInterface()
 // Without a temporary folder no source can be looked at; the user is told, and may mend it.
 void Desktop::prepareFolders()
 {
-    const auto folder = makeTemporaryFolder(Bundle::main());
+    auto folder = makeTemporaryFolder(Bundle::main());
     if (folder) {
-        setForeignNamesFolder(appendPath(*folder, QStringLiteral("names")));
+        m_scratch = std::move(*folder);
+        setForeignNamesFolder(appendPath(m_scratch->path(), QStringLiteral("names")));
     } else {
         m_troubles.append(folder.error());
     }

@@ -98,6 +98,7 @@ private:
     std::unique_ptr<FileChooser> m_chooser;
     WindowMemory m_memory;
     WindowAlerts m_alerts;
+    std::unique_ptr<ScratchFolder> m_scratch; // goes last
     PreferencesStore m_preferences;
     MovieTool m_movies;
     std::unique_ptr<MainWindow> m_window;

@@ -134,5 +134,5 @@ QStringList words(const char *line)
 
 QStringList scratchFolders()
 {
-    return QDir(QDir::tempPath()).entryList({"Quorvantel-cli-*"}, QDir::Dirs);
+    return QDir(QDir::tempPath()).entryList({"*Quorvantel-cli-*"}, QDir::Dirs | QDir::Hidden);
 }

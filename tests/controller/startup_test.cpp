@@ -62,26 +62,44 @@ TEST_F(StartupTest, RefusesProcessorsThatTheBuildIsNotForAndAPathWithABackslash)
 TEST_F(StartupTest, EmptiesTheTemporaryFolderOfTheRunBeforeAndClosesItToOthers)
 {
     writeFile(path("Quorvantel/stills-1/00000.jpg"), "left behind");
-    writeFile(path("Quorvantel-private-abcdef/00000.jpg"), "left behind");
-    EXPECT_EQ(makeTemporaryFolder(Bundle::main()).value_or(""), path("Quorvantel"));
-    EXPECT_EQ(QDir(path("Quorvantel")).entryList(QDir::AllEntries | QDir::NoDotAndDotDot),
+    const auto folder = makeTemporaryFolder(Bundle::main());
+    ASSERT_TRUE(folder);
+    EXPECT_EQ(temporaryFolder(), path("Quorvantel"));
+    EXPECT_EQ(QDir(temporaryFolder()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot),
               (QStringList{"app.app", "tools"}));
     EXPECT_EQ(QDir(toolFolder()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot), QStringList());
-    EXPECT_FALSE(fileExists(path("Quorvantel-private-abcdef")));
     EXPECT_EQ(QFileInfo(path("Quorvantel")).permissions() & 0x0fff,
               QFile::ReadUser | QFile::WriteUser | QFile::ExeUser);
-    EXPECT_EQ(temporaryFolder(), path("Quorvantel"));
 }
 
 TEST_F(StartupTest, TakesAPrivateFolderWhenTheUsualNameIsSomebodyElses)
 {
     writeFile(path("elsewhere/precious"), "kept");
     QFile::link(path("elsewhere"), path("Quorvantel"));
-    const QString folder = makeTemporaryFolder(Bundle::main()).value_or("");
-    EXPECT_TRUE(folder.startsWith(path("Quorvantel-private-"))) << folder.toStdString();
-    EXPECT_TRUE(QFileInfo(folder + "/app.app").isSymLink());
-    EXPECT_EQ(temporaryFolder(), folder);
+    writeFile(path("Quorvantel-private-abcdef/00000.jpg"), "left behind");
+    const auto folder = makeTemporaryFolder(Bundle::main());
+    ASSERT_TRUE(folder);
+    EXPECT_TRUE(temporaryFolder().startsWith(path("Quorvantel-private-")));
+    EXPECT_TRUE(QFileInfo(temporaryFolder() + "/app.app").isSymLink());
     EXPECT_TRUE(fileExists(path("elsewhere/precious")));
+    EXPECT_FALSE(fileExists(path("Quorvantel-private-abcdef")));
+}
+
+// As when another user made the file of the instance lock first.
+TEST_F(StartupTest, NeverEmptiesTheFolderOfACopyThatRuns)
+{
+    std::vector<std::unique_ptr<ScratchFolder>> copies;
+    for (int i = 0; i < 3; ++i) {
+        auto folder = makeTemporaryFolder(Bundle::main());
+        ASSERT_TRUE(folder);
+        writeFile(toolFolder() + "/film.jpg", "a preview");
+        copies.push_back(std::move(*folder));
+    }
+    for (const auto &copy : copies) {
+        EXPECT_TRUE(fileExists(copy->path() + "/tools/film.jpg")) << copy->path().toStdString();
+    }
+    copies.clear();
+    EXPECT_TRUE(QDir(path(".")).isEmpty(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot));
 }
 
 TEST_F(StartupTest, AsksForTheDecodersWhileTheApplicationGoesOn)

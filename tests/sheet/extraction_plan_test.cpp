@@ -110,8 +110,11 @@ protected:
     int run()
     {
         const QVariantMap dico = with(source(80, 8), "dstPathStr", folder());
-        return encodage(0, "1.0", dico, m_store);
+        return encodage(0, "1.0", with(dico, "stillsMark", m_mark), m_store);
     }
+    bool isOurs() const { return mayUseStillsFolder(folder(), m_mark); }
+
+    const QString m_mark = newStillsMark();
 
     PreferencesStore m_store;
 };
@@ -125,16 +128,23 @@ TEST_F(Encodage, StoresCommandsCaptionsAndTimecodes)
     const QVariantMap display = stored("appkyDisplay").toMap();
     EXPECT_EQ(display["name"].toString(), "a %1 b");
     EXPECT_EQ(display["timecode"].toMap()["1"].toString(), "0:00:10");
-    EXPECT_TRUE(isOurStillsFolder(folder()));
+    EXPECT_TRUE(isOurs());
 }
 
-TEST_F(Encodage, TouchesNoFolderOfTheUser)
+TEST_F(Encodage, TouchesNoFolderOfTheUserWhateverMarkItHas)
 {
+    const QString other = m_folder.filePath("other");
+    ASSERT_TRUE(prepareStillsFolder(other, newStillsMark()));
+    const QByteArray forged = contentOf(other + "/.quorvantel-stills");
+    ASSERT_EQ(forged.size(), m_mark.size());
     ASSERT_TRUE(QDir().mkpath(folder() + "/photos"));
-    EXPECT_EQ(run(), 0);
-    EXPECT_TRUE(QFileInfo::exists(folder() + "/photos"));
-    EXPECT_FALSE(stored("appkyDisplay").isValid());
-    EXPECT_FALSE(purgeStillsFolder(folder()));
+    for (const QByteArray &mark : {QByteArray(), forged, m_mark.toUtf8() + '0'}) {
+        writeFile(folder() + "/.quorvantel-stills", mark);
+        EXPECT_EQ(run(), 0);
+        EXPECT_TRUE(QFileInfo::exists(folder() + "/photos"));
+        EXPECT_FALSE(stored("appkyDisplay").isValid());
+        EXPECT_FALSE(purgeStillsFolder(folder(), m_mark) || purgeStillsFolder(folder(), {}));
+    }
 }
 
 TEST_F(Encodage, EmptiesItsOwnFolderAgain)
@@ -144,7 +154,7 @@ TEST_F(Encodage, EmptiesItsOwnFolderAgain)
     writeFile(old, "");
     run();
     EXPECT_FALSE(QFileInfo::exists(old));
-    EXPECT_TRUE(purgeStillsFolder(folder()));
+    EXPECT_TRUE(purgeStillsFolder(folder(), m_mark));
     EXPECT_FALSE(QFileInfo::exists(folder()));
 }
 
@@ -156,12 +166,11 @@ TEST_F(Encodage, NeverFollowsALinkToAFolder)
     ASSERT_TRUE(QFile::link(folder(), link));
     ASSERT_TRUE(QFile::link(m_folder.filePath("nowhere"), dangling));
     for (const QString &path : {link, link + '/', dangling, QString()}) {
-        EXPECT_FALSE(isOurStillsFolder(path));
-        EXPECT_FALSE(mayUseStillsFolder(path));
-        EXPECT_FALSE(prepareStillsFolder(path));
-        EXPECT_FALSE(purgeStillsFolder(path));
+        EXPECT_FALSE(mayUseStillsFolder(path, m_mark));
+        EXPECT_FALSE(prepareStillsFolder(path, m_mark));
+        EXPECT_FALSE(purgeStillsFolder(path, m_mark));
     }
-    EXPECT_TRUE(isOurStillsFolder(folder()));
+    EXPECT_TRUE(isOurs());
 }
 
 } // namespace qv

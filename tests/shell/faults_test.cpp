@@ -132,7 +132,7 @@ TEST_F(FaultsTest, KilledWhileItEncodesLeavesOnlyWholeSheets)
     EXPECT_EQ(entriesOf(sheets), (QStringList{"mine", "one.jpg"}));
     EXPECT_FALSE(QImage(sheets + "/one.jpg").isNull());
     EXPECT_EQ(contentOf(sheets + "/mine/film.txt"), "kept");
-    EXPECT_EQ(entriesOf(temporaryFolder()), (QStringList{"app.app", "tools"}));
+    EXPECT_EQ(entriesOf(temporaryFolder()), (QStringList{".lock", "app.app", "tools"}));
     EXPECT_EQ(entriesOf(toolFolder()), QStringList());
     EXPECT_EQ(m_presenter->shown.size(), 0) << qPrintable(told());
     const QVariantMap stored = storedSettings();
@@ -157,7 +157,7 @@ TEST_F(FaultsTest, KilledWhileItLooksAtAVideoStartsAgainAsBefore)
     }
     ASSERT_TRUE(start());
     EXPECT_EQ(storedSettings().keys(), PreferencesStore::prefsDefaults().keys());
-    EXPECT_EQ(entriesOf(temporaryFolder()), (QStringList{"app.app", "tools"}));
+    EXPECT_EQ(entriesOf(temporaryFolder()), (QStringList{".lock", "app.app", "tools"}));
     EXPECT_EQ(entriesOf(toolFolder()), QStringList());
 }
 

@@ -2,7 +2,7 @@
 
 #include "cli/command.h"
 #include "cli/exit_status.h"
-#include "cli/scratch_folder.h"
+#include "cli/headless_session.h"
 #include "support/log.h"
 #include "support/platform.h"
 
@@ -24,7 +24,8 @@ class RuntimeFolder
 public:
     RuntimeFolder()
     {
-        if (!qEnvironmentVariableIsSet(variable) && (m_folder = qv::ScratchFolder::create())) {
+        if (!qEnvironmentVariableIsSet(variable) &&
+            (m_folder = qv::ScratchFolder::create(qv::commandScratchPrefix))) {
             qputenv(variable, QFile::encodeName(m_folder->path()));
         }
     }
