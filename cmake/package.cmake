@@ -53,7 +53,11 @@ qv_gzip(${QV_PACKAGING}/changelog ${QV_STAGED}/changelog.Debian.gz)
 # ---- the headless command
 
 install(TARGETS quorvantel-cli DESTINATION ${QV_APP}/Contents/MacOS COMPONENT cli)
-install(TARGETS gettimestamps qtThumbs quickThumbs quickThumbsFilters
+set(tools gettimestamps quickThumbs quickThumbsFilters)
+if(QV_MOVIES)
+  list(APPEND tools qtThumbs)
+endif()
+install(TARGETS ${tools}
   RUNTIME DESTINATION ${QV_APP_RESOURCES}/tools COMPONENT cli
   LIBRARY DESTINATION ${QV_APP_RESOURCES}/tools COMPONENT cli)
 install(FILES ${QV_CONTENTS}/Info.plist DESTINATION ${QV_APP}/Contents COMPONENT cli)

@@ -1,8 +1,9 @@
-# Shared by the scripts: installs what is missing and builds. Everything is told on standard error.
+# Shared by the scripts: installs what is missing and builds. All messages go to standard error.
 
+# packages_missing <source folder> <list>...: of scripts/packages/<list>.txt
 packages_missing() {
-    local wanted
-    wanted=$(sed -e '/^#/d' -e '/^$/d' "$1/scripts/packages.txt")
+    local wanted list
+    wanted=$(for list in "${@:2}"; do sed -e '/^#/d' -e '/^$/d' "$1/scripts/packages/$list.txt"; done)
     # shellcheck disable=SC2086
     comm -23 <(sort <<<"$wanted") <(
         dpkg-query -W -f='${Package} ${db:Status-Status}\n' $wanted 2>/dev/null |
@@ -22,9 +23,11 @@ has_tools() {
     done
 }
 
+# install_packages <source folder> [list...]: all lists by default
 install_packages() {
-    local missing
-    missing=$(packages_missing "$1")
+    local missing lists=("${@:2}")
+    [ ${#lists[@]} -gt 0 ] || lists=(command window test)
+    missing=$(packages_missing "$1" "${lists[@]}")
     [ -n "$missing" ] || return 0
     echo "Installing: $(echo "$missing" | tr '\n' ' ')" >&2
     {
@@ -42,15 +45,48 @@ build_with_ccache() {
         cmake --build "$1/build/$2" "${@:3}"
 }
 
-# build <source folder> <preset> [options of cmake --build...]
+# build <source folder> <preset> [options of cmake --build...]: shows the build's own progress on a
+# terminal; elsewhere it is silent unless it fails
 build() {
+    configure "$1" "$2" || return
+    if [ -t 2 ]; then
+        is_built "$1/build/$2" || build_with_ccache "$@" >&2
+    else
+        quietly build_with_ccache "$@"
+    fi
+}
+
+# The command and the window share build/release. What only the window needs is left out until it is
+# asked for.
+build_command() {
+    [ -f "$1/build/release/build.ninja" ] || configure "$1" release -DQV_SHELL=OFF -DQV_MOVIES=OFF
+    build "$1" release
+}
+build_window() {
+    configure "$1" release -DQV_SHELL=ON -DQV_MOVIES=ON && build "$1" release
+}
+
+# configure <source folder> <preset> [-DNAME=ON|OFF...]: nothing when it is configured so; from then
+# on the build itself knows when to configure again
+configure() {
+    is_configured "$@" || quietly cmake -S "$1" --preset "$2" "${@:3}"
+}
+
+is_configured() {
+    local option folder=$1/build/$2
+    [ -f "$folder/build.ninja" ] || return 1
+    for option in "${@:3}"; do
+        grep -q "^$(cut -d= -f1 <<<"${option#-D}"):BOOL=${option#*=}\$" "$folder/CMakeCache.txt" ||
+            return 1
+    done
+}
+
+is_built() { ninja -C "$1" -n 2>/dev/null | grep -q 'no work to do'; }
+
+quietly() {
     local log
     log=$(mktemp)
-    # Once configured, the build itself knows when to configure again.
-    if ! {
-        { [ -f "$1/build/$2/build.ninja" ] || cmake -S "$1" --preset "$2"; } &&
-            build_with_ccache "$@"
-    } >"$log" 2>&1; then
+    if ! "$@" >"$log" 2>&1; then
         cat "$log" >&2
         rm -f "$log"
         return 1
