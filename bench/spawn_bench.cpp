@@ -29,7 +29,7 @@ double spawnTime(Bounds bounds)
     request.command = {QStringLiteral("/bin/true")};
     request.environment = qv::applicationEnvironment();
     if (bounds != Bounds::None) {
-        request.bounds = qv::ToolBounds{{}, QStringList{QDir::tempPath(), QDir::homePath()}};
+        request.bounds = qv::ToolBounds{{}, qv::accessFor(request.command, QDir::tempPath())};
     }
     QElapsedTimer timer;
     timer.start();

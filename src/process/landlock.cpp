@@ -7,6 +7,8 @@
 #include <cerrno>
 #include <cstdint>
 #include <fcntl.h>
+#include <map>
+#include <mutex>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -85,21 +87,37 @@ bool isOutOfReach(int error)
     return std::find(errors.begin(), errors.end(), error) != errors.end();
 }
 
-// 0, or the system's error number.
-int allow(const FileDescriptor &ruleset, const QString &path, const Rights &rights)
+struct Item {
+    FileDescriptor handle; // closed: it is out of reach
+    bool isFolder = false;
+};
+
+tl::expected<Item, int> opened(const QString &path)
 {
-    const FileDescriptor item(
+    Item item;
+    item.handle = FileDescriptor(
         ::open(QFile::encodeName(path).constData(), O_PATH | O_CLOEXEC | O_NONBLOCK));
-    if (!item.isOpen()) {
-        return isOutOfReach(errno) ? 0 : errno;
+    if (!item.handle.isOpen()) {
+        return isOutOfReach(errno) ? tl::expected<Item, int>(std::move(item))
+                                   : tl::make_unexpected(errno);
     }
     struct stat status {
     };
-    if (::fstat(item.get(), &status) != 0) {
-        return errno;
+    if (::fstat(item.handle.get(), &status) != 0) {
+        return tl::make_unexpected(errno);
     }
-    const PathAttributes attributes{S_ISDIR(status.st_mode) ? rights.ofFolder : rights.ofFile,
-                                    item.get()};
+    item.isFolder = S_ISDIR(status.st_mode);
+    return item;
+}
+
+// 0, or the system's error number.
+int allow(const FileDescriptor &ruleset, const Item &item, const Rights &rights)
+{
+    if (!item.handle.isOpen()) {
+        return 0;
+    }
+    const PathAttributes attributes{item.isFolder ? rights.ofFolder : rights.ofFile,
+                                    item.handle.get()};
     return ::syscall(addRule, ruleset.get(), pathBeneath, &attributes, 0U) == 0 ? 0 : errno;
 }
 
@@ -107,9 +125,32 @@ int allowAll(const FileDescriptor &ruleset, const QStringList &paths, const Righ
 {
     int error = 0;
     for (auto path = paths.begin(); path != paths.end() && error == 0; ++path) {
-        error = allow(ruleset, *path, rights);
+        const auto item = opened(*path);
+        error = item ? allow(ruleset, *item, rights) : item.error();
     }
     return error;
+}
+
+// Opened once: that is most of what a rule costs.
+int allowLasting(const FileDescriptor &ruleset, const QStringList &paths, const Rights &rights)
+{
+    static std::mutex mutex;
+    static std::map<QString, Item> items;
+    const std::lock_guard lock(mutex);
+    for (const QString &path : paths) {
+        auto known = items.find(path);
+        if (known == items.end()) {
+            auto item = opened(path);
+            if (!item) {
+                return item.error();
+            }
+            known = items.emplace(path, std::move(*item)).first;
+        }
+        if (const int error = allow(ruleset, known->second, rights); error != 0) {
+            return error;
+        }
+    }
+    return 0;
 }
 
 } // namespace
@@ -129,10 +170,14 @@ tl::expected<FileDescriptor, int> makeRuleset(const ToolAccess &access)
     }
     const Rights toRead{reading, readingFolders};
     const Rights toWrite{reading | writing(), readingFolders | writingFolders()};
-    if (const int error = allowAll(ruleset, access.readable, toRead); error != 0) {
-        return tl::make_unexpected(error);
+    int error = allowLasting(ruleset, access.lasting, toRead);
+    if (error == 0) {
+        error = allowAll(ruleset, access.readable, toRead);
     }
-    if (const int error = allowAll(ruleset, access.writable, toWrite); error != 0) {
+    if (error == 0) {
+        error = allowAll(ruleset, access.writable, toWrite);
+    }
+    if (error != 0) {
         return tl::make_unexpected(error);
     }
     return ruleset;

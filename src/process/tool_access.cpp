@@ -5,43 +5,38 @@
 #include "support/files.h"
 
 #include <QFile>
+#include <QFileInfo>
 
 namespace qv
 {
 namespace
 {
 
-// Programs and libraries, on distributions that keep them elsewhere, too.
-QStringList programFolders()
+// Programs, libraries and devices, on distributions that keep them elsewhere, too. A link is a
+// folder below /usr.
+const QStringList &systemFolders()
 {
-    return {QStringLiteral("/usr"),   QStringLiteral("/lib"), QStringLiteral("/lib32"),
-            QStringLiteral("/lib64"), QStringLiteral("/bin"), QStringLiteral("/sbin"),
-            QStringLiteral("/opt"),   QStringLiteral("/nix"), QStringLiteral("/gnu"),
-            QStringLiteral("/snap"),  QStringLiteral("/app")};
+    static const QStringList folders = [] {
+        QStringList found;
+        for (const char *path : {"/usr", "/lib", "/lib64", "/bin", "/sbin", "/opt", "/nix", "/gnu",
+                                 "/snap", "/app", "/proc/cpuinfo", "/proc/meminfo",
+                                 "/sys/devices/system", "/dev/zero", "/dev/urandom"}) {
+            const QFileInfo item{QString::fromLatin1(path)};
+            if (item.exists() && !item.isSymLink()) {
+                found.append(item.filePath());
+            }
+        }
+        return found;
+    }();
+    return folders;
 }
 
-// What libraries read when they start. Not /etc and /proc as a whole: the one holds passwords when
-// root runs this, the other what the user's programs were started with.
-QStringList systemData()
+// What libraries read when they start. Not all of /etc: it holds passwords when root runs this.
+QStringList systemSettings()
 {
-    return {QStringLiteral("/etc/ld.so.cache"),
-            QStringLiteral("/etc/ld.so.preload"),
-            QStringLiteral("/etc/localtime"),
-            QStringLiteral("/etc/fonts"),
-            QStringLiteral("/etc/ssl/openssl.cnf"),
-            QStringLiteral("/etc/gnutls"),
-            QStringLiteral("/etc/crypto-policies"),
-            QStringLiteral("/var/cache/fontconfig"),
-            QStringLiteral("/proc/cpuinfo"),
-            QStringLiteral("/proc/meminfo"),
-            QStringLiteral("/proc/stat"),
-            QStringLiteral("/proc/filesystems"),
-            QStringLiteral("/proc/sys/vm"),
-            QStringLiteral("/sys/devices/system"),
-            QStringLiteral("/dev/zero"),
-            QStringLiteral("/dev/full"),
-            QStringLiteral("/dev/random"),
-            QStringLiteral("/dev/urandom")};
+    return {QStringLiteral("/etc/ld.so.cache"), QStringLiteral("/etc/ld.so.preload"),
+            QStringLiteral("/etc/localtime"),   QStringLiteral("/etc/ssl/openssl.cnf"),
+            QStringLiteral("/etc/gnutls"),      QStringLiteral("/etc/crypto-policies")};
 }
 
 // Where the user's environment says that libraries and plug-ins are.
@@ -94,11 +89,12 @@ constexpr bool isSanitized = false;
 ToolAccess accessFor(const QStringList &command, const QString &outputFolder)
 {
     ToolAccess access;
-    access.readable = programFolders() + systemData() + namedLibraryFolders() + pluginFiles() +
-                      namedPaths(command);
+    access.lasting = systemFolders();
+    access.readable =
+        systemSettings() + namedLibraryFolders() + pluginFiles() + namedPaths(command);
     access.readable.append(Bundle::main().path());
     if (isSanitized) {
-        access.readable.append(QStringLiteral("/proc"));
+        access.lasting.append(QStringLiteral("/proc"));
     }
     access.writable = {QStringLiteral("/dev/null"), toolFolder()};
     if (!outputFolder.isEmpty()) {

@@ -9,6 +9,7 @@ namespace qv
 
 // Files, or folders with all that is below them.
 struct ToolAccess {
+    QStringList lasting; // readable, and not replaced while the application runs
     QStringList readable;
     QStringList writable; // and readable
     // Threads are always allowed. Scripts that wrap a tool need processes.

@@ -222,7 +222,7 @@ ToolOutcome outcomeOf(const QStringList &steps, const ToolLimits &limits, int ou
     request.command = played(steps);
     request.environment = toolEnvironment();
     request.standardOutput = output;
-    request.bounds = ToolBounds{limits, ToolAccess{{"/"}, {QDir::tempPath()}}};
+    request.bounds = ToolBounds{limits, ToolAccess{{}, {"/"}, {QDir::tempPath()}}};
     auto child = ChildProcess::spawn(request);
     EXPECT_TRUE(child);
     EXPECT_TRUE(waitUntil([&] { return !child->isRunning(); }, 30000));
