@@ -29,6 +29,13 @@ QString senderName(Updater::Sender sender)
                                                : QStringLiteral("nil");
 }
 
+// What no signature protects must come from the service itself.
+WebLimits limitsFor(const UpdateService &service, WebLimits limits)
+{
+    limits.isBoundToServer = !service.publicKey();
+    return limits;
+}
+
 // Reasons begin in lower case, because they follow a name elsewhere.
 QString sentence(const QString &reason)
 {
@@ -38,7 +45,8 @@ QString sentence(const QString &reason)
 } // namespace
 
 Updater::Updater(Parts parts, QObject *parent)
-    : QObject(parent), m_parts(std::move(parts)), m_service(m_parts.bundle), m_web(m_parts.limits)
+    : QObject(parent), m_parts(std::move(parts)), m_service(m_parts.bundle),
+      m_web(limitsFor(m_service, m_parts.limits))
 {
     connect(&m_web, &webUtils::downloadProgressed, this, [this](qint64 received, qint64 total) {
         m_parts.face.setUpdateProgress(received, total);

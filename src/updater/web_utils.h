@@ -12,8 +12,8 @@
 
 class QNetworkAccessManager;
 
-// Pages and files from the web, over HTTP and HTTPS only. Redirects are followed to the same or a
-// safer scheme; certificates that can't be verified are failures. Nothing is kept between requests
+// Pages and files from the web, over HTTP and HTTPS only. Redirects never lead from HTTPS to HTTP;
+// certificates that can't be verified are failures. Nothing is kept between requests
 // but a download that did not come to its end. Everything happens on the event loop.
 namespace qv
 {
@@ -24,6 +24,7 @@ struct WebLimits {
     int connecting = 15'000; // milliseconds until the request is on its way
     int silence = 30'000;    // milliseconds without a byte
     int redirects = 5;
+    bool isBoundToServer = true;        // redirects keep scheme, host and port
     qint64 pageBytes = qint64{1} << 20; // of a page
     qint64 fileBytes = qint64{2} << 30; // of a download
     int attempts = 4;                   // of a download that is cut off, each going on
