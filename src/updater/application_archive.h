@@ -34,8 +34,9 @@ QString archiveName(const QString &address);
 // The unpacked add-on: what is named as the archive is without its extension, made executable.
 tl::expected<QString, QString> unpackedAddOn(const QString &archive);
 
-// The first application of the folder, its tools and program made executable, proven to be a newer
-// version of the running one that starts on this system.
-tl::expected<QString, QString> unpackedApplication(const QString &folder, const Bundle &running);
+// The first application of the folder, its tools and program made executable: a version newer than
+// the running and the installed one, and able to start on this system.
+tl::expected<QString, QString> unpackedApplication(const QString &folder, const Bundle &running,
+                                                   const std::atomic<bool> &isCancelled);
 
 } // namespace qv

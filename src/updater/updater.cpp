@@ -36,6 +36,18 @@ WebLimits limitsFor(const UpdateService &service, WebLimits limits)
     return limits;
 }
 
+// Null when the copy belongs to no package.
+QString ownerRefusal(const tl::expected<QString, QString> &owner)
+{
+    if (!owner) {
+        return owner.error();
+    }
+    return owner->isEmpty() ? QString()
+                            : QStringLiteral("this copy belongs to the package %1 of the system: "
+                                             "update it with the system's package manager")
+                                  .arg(*owner);
+}
+
 // Reasons begin in lower case, because they follow a name elsewhere.
 QString sentence(const QString &reason)
 {
@@ -57,6 +69,7 @@ Updater::Updater(Parts parts, QObject *parent)
 Updater::~Updater()
 {
     m_isCancelled = true;
+    m_isEnding = true;
     m_work.abandon();
     m_ownerQuery.abandon();
 }
@@ -154,25 +167,27 @@ void Updater::offer(const QVariantMap &reply)
         m_offer.refusal = QStringLiteral("the address of the download names no file");
     }
     if (!isApplicationAddress(m_offer.address)) {
-        showOffer({});
+        showOffer();
         return;
     }
     m_ownerQuery.run([this, program = m_parts.bundle.programPath(executable()),
-                      ask = m_parts.packageOwner] { m_owner = ask(program); },
-                     [this] { showOffer(m_owner); });
+                      ask = m_parts.packageOwner] { m_owner = ask(program, m_isEnding); },
+                     [this] { ownerCame(); });
 }
 
-void Updater::showOffer(const QString &packageOwner)
+void Updater::ownerCame()
+{
+    if (const QString refusal = ownerRefusal(m_owner); !refusal.isNull()) {
+        m_offer.refusal = refusal;
+    }
+    showOffer();
+}
+
+void Updater::showOffer()
 {
     checkEnded();
     if (m_sender == Sender::Nobody && !m_parts.face.mayOfferUnasked()) {
         return;
-    }
-    if (!packageOwner.isEmpty()) {
-        m_offer.refusal =
-            QStringLiteral("this copy belongs to the package %1 of the system: update "
-                           "it with the system's package manager")
-                .arg(packageOwner);
     }
     UpdateFace &face = m_parts.face;
     face.closeOtherSheets();
@@ -289,8 +304,8 @@ void Updater::openDownload()
             if (const auto opened = openArchive(archive, proof, m_isCancelled); !opened) {
                 m_opened = tl::make_unexpected(opened.error());
             } else {
-                m_opened =
-                    isApplication ? unpackedApplication(folder, running) : unpackedAddOn(archive);
+                m_opened = isApplication ? unpackedApplication(folder, running, m_isCancelled)
+                                         : unpackedAddOn(archive);
             }
         },
         [this] { downloadOpened(); });

@@ -36,7 +36,9 @@ public:
         float systemVersion = qv::systemVersion();
         WebLimits limits = {};
         DiskMoves moves = DiskMoves::real();
-        std::function<QString(const QString &path)> packageOwner = qv::packageOwner;
+        std::function<tl::expected<QString, QString>(const QString &path,
+                                                     const std::atomic<bool> &isCancelled)>
+            packageOwner = qv::packageOwner;
         std::function<bool(const QString &bundle, const QString &executable)> relaunch =
             relaunchLater;
     };
@@ -66,7 +68,8 @@ private:
     void connexionTested(const tl::expected<void, QString> &connected);
     void replyCame(const tl::expected<WebPage, QString> &page);
     void offer(const QVariantMap &reply);
-    void showOffer(const QString &packageOwner);
+    void ownerCame();
+    void showOffer();
     void loadReleaseNotes();
     void tellUpToDate();
     void checkEnded() { m_isChecking = false; }
@@ -104,9 +107,10 @@ private:
     UpdateOffer m_offer;
     QString m_signature;
     std::atomic<bool> m_isCancelled = false;
+    std::atomic<bool> m_isEnding = false;
     tl::expected<QString, QString> m_opened; // the item to install
     Installation m_installation;
-    QString m_owner;
+    tl::expected<QString, QString> m_owner;
 };
 
 } // namespace qv

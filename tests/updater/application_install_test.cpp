@@ -4,6 +4,7 @@
 #include "common/log_capture.h"
 #include "common/ordinary_user.h"
 #include "common/wait_until.h"
+#include "process/child_process.h"
 #include "support/files.h"
 #include "updater/application_archive.h"
 
@@ -284,32 +285,49 @@ TEST_F(InstallTest, OnlyANewerVersionThatStartsHereIsTaken)
     const struct {
         const char *what;
         SmallApplication application;
-        bool taken;
+        const char *reason; // null: it is taken
     } cases[] = {
-        {"newer", {}, true},
-        {"the same", {.version = "1.0"}, false},
-        {"older", {.version = "0.9"}, false},
-        {"another application", {.identifier = "org.other"}, false},
-        {"it does not start", {.program = "exit 1\n"}, false},
-        {"it prints another version", {.program = "echo 1.0\n"}, false},
+        {"newer", {}, nullptr},
+        {"the same", {.version = "1.0"}, "not newer than 1.0"},
+        {"older", {.version = "0.9"}, "not newer than 1.0"},
+        {"not newer than what was installed meanwhile", {.version = "1.4"}, "not newer than 1.5"},
+        {"another application", {.identifier = "org.other"}, "another application"},
+        {"it fails", {.program = "exit 1\n"}, "on this system (ended with exit status 1)"},
+        {"it crashes", {.program = "kill -SEGV $$\n"}, "on this system (died by"},
+        {"it prints another version", {.program = "echo 12.0\n"}, "is not version 2.0"},
+        {"it is killed", {.program = "kill -KILL $$\n"}, "not be tried: its trial start died by"},
+        {"it hangs", {.program = "sleep 100\n"}, "not be tried: its trial start neither printed"},
+    };
+    const Bundle started(running());
+    std::atomic<bool> isCancelled = false;
+    const double usual = toolIdleLimit();
+    setToolIdleLimit(0.5);
+    const auto unpacked = [&] {
+        const auto found = unpackedApplication(path("dl"), started, isCancelled);
+        return found ? std::string() : found.error().toStdString();
     };
     for (const auto &c : cases) {
         removeTreeOf("dl");
         c.application.write(offered());
+        SmallApplication{.version = QString(c.reason).contains("1.5") ? "1.5" : "1.0"}.write(
+            running());
         QFile::setPermissions(offered() + "/Contents/MacOS/Quorvantel",
                               QFile::ReadOwner | QFile::WriteOwner);
-        const auto found = unpackedApplication(path("dl"), Bundle(running()));
-        EXPECT_EQ(found.has_value(), c.taken) << c.what;
+        const std::string reason = unpacked();
+        EXPECT_EQ(reason.empty(), c.reason == nullptr) << c.what << ": " << reason;
+        EXPECT_THAT(reason, HasSubstr(c.reason == nullptr ? "" : c.reason));
     }
-    SmallApplication().write(offered());
-    const auto found = unpackedApplication(path("dl"), Bundle(running()));
-    EXPECT_EQ(found.value_or(""), offered());
+    setToolIdleLimit(usual);
     EXPECT_TRUE(QFileInfo(offered() + "/Contents/Resources/tools/ffmpeg").isExecutable());
+    SmallApplication().write(offered());
+    isCancelled = true;
+    EXPECT_EQ(unpacked(), "the new version could not be tried: its trial start was stopped");
+    isCancelled = false;
     QFile::remove(offered() + "/Contents/MacOS/Quorvantel");
     QFile::link("/bin/true", offered() + "/Contents/MacOS/Quorvantel");
-    EXPECT_FALSE(unpackedApplication(path("dl"), Bundle(running())));
+    EXPECT_THAT(unpacked(), HasSubstr("incomplete"));
     removeTreeOf("dl");
-    EXPECT_FALSE(unpackedApplication(path("dl"), Bundle(running())));
+    EXPECT_THAT(unpacked(), HasSubstr("no application"));
 }
 
 TEST_F(InstallTest, AnAddOnIsNamedAsItsArchive)

@@ -79,7 +79,7 @@ protected:
         parts.systemVersion = 6.01F;
         parts.limits = {.connecting = 2000, .silence = 2000, .pause = 1};
         parts.moves = m_moves;
-        parts.packageOwner = [this](const QString &) { return m_owner; };
+        parts.packageOwner = [this](const auto &...) { return m_owner; };
         parts.relaunch = [this](const QString &bundle, const QString &executable) {
             m_relaunched = bundle + " " + executable;
             return true;
@@ -156,7 +156,7 @@ protected:
     ScriptedPresenter m_alerts;
     LogCapture m_log;
     QByteArray m_signed;
-    QString m_owner;
+    tl::expected<QString, QString> m_owner;
     QString m_relaunched;
     QString m_name;
     Route m_archive;
@@ -276,6 +276,9 @@ TEST_F(UpdaterTest, WhatThePackageManagerOwnsIsLeftToIt)
     EXPECT_THAT(m_face.statuses.last().toStdString(), HasSubstr("package quorvantel"));
     m_updater->iba_dl(Updater::downloadSegment);
     EXPECT_EQ(m_updater->phase(), UpdatePhase::Offered);
+    m_owner = tl::make_unexpected(QString("no answer"));
+    check();
+    EXPECT_EQ(m_face.offer.refusal, "no answer");
     // What goes into the user's own folder may come.
     writeFile(path("new/tool"), "#!/bin/sh\n");
     offer("tool.zip");
