@@ -1,7 +1,6 @@
 #include "updater/application_archive.h"
 
 #include "support/files.h"
-#include "updater/archive_signature.h"
 #include "updater/program_run.h"
 #include "updater/update_reply.h"
 #include "updater/zip_archive.h"
@@ -22,7 +21,6 @@ namespace fs = std::filesystem;
 
 constexpr int longestName = 200; // bytes; leaves room for what is added to it
 const QString ownName = QStringLiteral("quorvantel");
-const QString identifierKey = QStringLiteral("CFBundleIdentifier");
 const QString executableKey = QStringLiteral("CFBundleExecutable");
 
 auto refused(const QString &reason)
@@ -59,10 +57,14 @@ QStringList plainFilesIn(const QString &folder)
     return files;
 }
 
-QString versionRefusal(const Bundle &offered, const Bundle &running)
+QString versionRefusal(const Bundle &offered, const Bundle &running, const SignedManifest &manifest)
 {
-    if (offered.infoValue(identifierKey).toString() != running.identifier()) {
+    if (offered.identifier() != running.identifier()) {
         return QStringLiteral("the archive holds another application");
+    }
+    if (manifest && offered.version() != manifest->version) {
+        return QStringLiteral("the archive holds version %1, but version %2 was signed")
+            .arg(offered.version(), manifest->version);
     }
     // Another version may have been installed since this one was started.
     for (const QString &version : {running.version(), Bundle(running.path()).version()}) {
@@ -118,15 +120,15 @@ QString startRefusal(const QString &program, const Bundle &offered,
 
 } // namespace
 
-tl::expected<void, QString> openArchive(const QString &archive, const ArchiveProof &proof,
-                                        const std::atomic<bool> &isCancelled)
+tl::expected<void, QString> openArchive(int archive, const SignedManifest &manifest,
+                                        const QString &folder, const std::atomic<bool> &isCancelled)
 {
-    if (proof.publicKey) {
-        if (auto right = checkSignature(archive, proof.signature, *proof.publicKey); !right) {
-            return right;
+    if (manifest) {
+        if (auto checked = checkArchive(archive, *manifest, isCancelled); !checked) {
+            return checked;
         }
     }
-    return SSZipArchive::unzipFileAtPath(archive, QFileInfo(archive).path(), {}, &isCancelled);
+    return SSZipArchive::unzipFile(archive, folder, isCancelled);
 }
 
 bool isApplicationAddress(const QString &address)
@@ -143,12 +145,20 @@ QString archiveName(const QString &address)
     return isName ? name : QString();
 }
 
-tl::expected<QString, QString> unpackedAddOn(const QString &archive)
+QString addOnName(const QString &archiveName)
 {
-    const QString item = withoutExtension(archive);
+    const QString name = withoutExtension(archiveName);
+    return name == archiveName ? QString() : name;
+}
+
+tl::expected<QString, QString> unpackedAddOn(const QString &folder, const QString &archiveName)
+{
+    const QString name = addOnName(archiveName);
+    const QString item = appendPath(folder, name);
     const QFileInfo info(item);
-    if (item == archive || !info.exists() || info.isSymLink()) {
-        return refused(QStringLiteral("the archive does not hold %1").arg(lastPathComponent(item)));
+    if (name.isNull() || !info.exists() || info.isSymLink()) {
+        return refused(
+            QStringLiteral("the archive does not hold %1").arg(name.isNull() ? archiveName : name));
     }
     if (const QString reason = makeExecutable({item}); !reason.isNull()) {
         return refused(reason);
@@ -157,6 +167,7 @@ tl::expected<QString, QString> unpackedAddOn(const QString &archive)
 }
 
 tl::expected<QString, QString> unpackedApplication(const QString &folder, const Bundle &running,
+                                                   const SignedManifest &manifest,
                                                    const std::atomic<bool> &isCancelled)
 {
     QString path;
@@ -169,7 +180,7 @@ tl::expected<QString, QString> unpackedApplication(const QString &folder, const 
         return refused(QStringLiteral("the archive holds no application"));
     }
     const Bundle offered(path);
-    if (const QString reason = versionRefusal(offered, running); !reason.isNull()) {
+    if (const QString reason = versionRefusal(offered, running, manifest); !reason.isNull()) {
         return refused(reason);
     }
     const QString program = offered.programPath(running.infoValue(executableKey).toString());

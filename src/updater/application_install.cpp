@@ -1,5 +1,6 @@
 #include "updater/application_install.h"
 
+#include "process/tool_environment.h"
 #include "support/files.h"
 #include "support/log.h"
 #include "support/shell_word.h"
@@ -12,6 +13,8 @@ namespace qv
 {
 namespace
 {
+
+const QString desktopFolder = QStringLiteral("~/Desktop");
 
 void logTrash(bool isTrashed)
 {
@@ -28,13 +31,14 @@ Installation inPlace(const QString &application, const QString &place, const Dis
 // The change of places happens in the folder above, which needs rights of its own.
 bool isReplaceable(const QString &application)
 {
-    return droitsAcces(application) && !StagingFolder(application).path().isEmpty();
+    return droitsAcces(application) &&
+           !StagingFolder(QFileInfo(application).path()).path().isEmpty();
 }
 
 Installation onDesktop(const QString &application, const QString &running,
                        const QString &archiveName, const DiskMoves &moves)
 {
-    const QString place = expandTilde(appendPath(QStringLiteral("~/Desktop"), archiveName));
+    const QString place = expandTilde(appendPath(desktopFolder, archiveName));
     mkdir(QFileInfo(place).path());
     const Replacement done = replaceItem(application, place, moves);
     Installation result{done.error, place, {}, false, true};
@@ -63,6 +67,14 @@ QString installAddOn(const QString &item, const QString &bundleName, const DiskM
     droitsAcces(folder);
     const Replacement done = replaceItem(item, appendPath(folder, lastPathComponent(item)), moves);
     return done.error;
+}
+
+void clearLeftUpdates(const Bundle &bundle)
+{
+    for (const QString &folder :
+         {QFileInfo(bundle.path()).path(), temporaryRoot(), expandTilde(desktopFolder)}) {
+        clearStagingFolders(folder);
+    }
 }
 
 QString relaunchCommand(const QString &bundlePath, const QString &executable)

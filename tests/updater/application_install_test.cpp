@@ -8,13 +8,16 @@
 #include "support/files.h"
 #include "updater/application_archive.h"
 
+#include "signing_key.h"
 #include "small_application.h"
+#include "zip_bytes.h"
 
 #include <QProcess>
 
 #include <gmock/gmock.h>
 
 #include <csignal>
+#include <fcntl.h>
 #include <memory>
 #include <sys/resource.h>
 #include <unistd.h>
@@ -186,7 +189,7 @@ TEST_F(InstallTest, AKilledInstallationLeavesAnApplicationAtItsPlace)
         killed += WIFSIGNALED(status) ? 1 : 0;
         EXPECT_THAT(versionAt(running()).toStdString(), testing::AnyOf("1.0", "2.0")) << last;
         EXPECT_TRUE(QFileInfo(running() + "/Contents/MacOS/Quorvantel").isExecutable()) << last;
-        clearStagingFolders(running());
+        clearLeftUpdates(Bundle(running()));
         EXPECT_EQ(namesIn("place"), QStringList{"Quorvantel.app"}) << last;
     }
     EXPECT_GE(killed, 3) << "staging, exchange, trash";
@@ -206,23 +209,26 @@ TEST_F(InstallTest, WhatTheTrashDoesNotTakeStaysBeside)
 
 TEST_F(InstallTest, AnUnwritablePlaceSendsItToTheDesktop)
 {
+    DiskMoves moves = DiskMoves::real();
+    moves.trash = [](const QString &) { return QString(); };
     for (const QString &closed : {running(), path("place")}) {
-        SmallApplication{.version = "2.0"}.write(offered());
-        QFile::setPermissions(closed, QFile::ReadOwner | QFile::ExeOwner);
-        Installation done;
-        {
-            const OrdinaryUser user;
-            DiskMoves moves = DiskMoves::real();
-            moves.trash = [](const QString &) { return QString(); };
-            done = install(moves);
-        }
-        QFile::setPermissions(closed, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+        const auto installClosed = [&](const QString &version) {
+            SmallApplication{.version = version}.write(offered());
+            QFile::setPermissions(closed, QFile::ReadOwner | QFile::ExeOwner);
+            const Installation done = [&] {
+                const OrdinaryUser user;
+                return install(moves);
+            }();
+            QFile::setPermissions(closed, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+            return done;
+        };
+        const Installation done = installClosed("2.0");
         EXPECT_TRUE(done.error.isNull()) << qPrintable(done.error);
         EXPECT_TRUE(done.isOnDesktop);
         EXPECT_EQ(done.installedAt, path("home/Desktop/Quorvantel 2.zip"));
-        EXPECT_EQ(versionAt(done.installedAt), "2.0");
         EXPECT_EQ(versionAt(running()), "1.0");
         EXPECT_TRUE(m_log.contains("moveToTrash         ? 0"));
+        EXPECT_EQ(versionAt(done.installedAt), "2.0");
         removeTreeOf("home/Desktop");
     }
 }
@@ -233,7 +239,7 @@ TEST_F(InstallTest, ClearsOnlyWhatAKilledInstallationLeft)
     writeFile(path("place/.quorvantel-update-file"), "the user's");
     QDir().mkpath(path("target"));
     QFile::link(path("target"), path("place/.quorvantel-update-link"));
-    clearStagingFolders(running());
+    clearStagingFolders(path("place"));
     EXPECT_THAT(namesIn("place"),
                 testing::UnorderedElementsAre(".quorvantel-update-file", ".quorvantel-update-link",
                                               "Quorvantel.app"));
@@ -303,7 +309,7 @@ TEST_F(InstallTest, OnlyANewerVersionThatStartsHereIsTaken)
     const double usual = toolIdleLimit();
     setToolIdleLimit(0.5);
     const auto unpacked = [&] {
-        const auto found = unpackedApplication(path("dl"), started, isCancelled);
+        const auto found = unpackedApplication(path("dl"), started, {}, isCancelled);
         return found ? std::string() : found.error().toStdString();
     };
     for (const auto &c : cases) {
@@ -330,12 +336,29 @@ TEST_F(InstallTest, OnlyANewerVersionThatStartsHereIsTaken)
     EXPECT_THAT(unpacked(), HasSubstr("no application"));
 }
 
+// The file is exchanged between the check and unpacking.
+TEST_F(InstallTest, UnpacksTheVeryFileThatWasChecked)
+{
+    const QString archive = path("a.zip");
+    const auto opened = [&](const QByteArray &content) {
+        QFile::remove(archive);
+        writeFile(archive, zipBytes({{"tool", content}}));
+        return FileDescriptor(::open(QFile::encodeName(archive).constData(), O_RDONLY));
+    };
+    const FileDescriptor good = opened("good");
+    const SignedManifest manifest = manifestOf(archive, "2.0");
+    const FileDescriptor evil = opened("evil");
+    const std::atomic<bool> no = false;
+    EXPECT_FALSE(openArchive(evil.get(), manifest, path("dl"), no));
+    EXPECT_TRUE(openArchive(good.get(), manifest, path("dl"), no));
+    EXPECT_EQ(contentOf(path("dl/tool")), "good");
+}
+
 TEST_F(InstallTest, AnAddOnIsNamedAsItsArchive)
 {
-    writeFile(path("dl/tool.zip"), "");
-    EXPECT_FALSE(unpackedAddOn(path("dl/tool.zip")));
+    EXPECT_FALSE(unpackedAddOn(path("dl"), "tool.zip"));
     writeFile(path("dl/tool"), "#!/bin/sh\n");
-    EXPECT_EQ(unpackedAddOn(path("dl/tool.zip")).value_or(""), path("dl/tool"));
+    EXPECT_EQ(unpackedAddOn(path("dl"), "tool.zip").value_or(""), path("dl/tool"));
     EXPECT_TRUE(QFileInfo(path("dl/tool")).isExecutable());
-    EXPECT_FALSE(unpackedAddOn(path("dl/tool"))) << "an archive is no add-on itself";
+    EXPECT_FALSE(unpackedAddOn(path("dl"), "tool")) << "an archive is no add-on itself";
 }

@@ -178,8 +178,7 @@ TEST_F(Web, ARedirectLeavesTheServerOnlyWhenItMayAndNeverForALessSafeOne)
     WebServer safe(Certificates::shared().server(Certificates::Server::Good));
     WebServer other;
     const auto reasons = [&](const QUrl &from) {
-        QFile::remove(path());
-        return reasonOf(load(from)) + " | " + download({from, path(), kept()}).toStdString();
+        return reasonOf(load(from)) + " | " + download({from, folder.path()}).toStdString();
     };
     WebLimits limits = shortLimits();
     for (const bool isBound : {true, false}) {
@@ -206,7 +205,7 @@ TEST_F(Web, TrustsNoBadCertificate)
         WebServer bad(Certificates::shared().server(kind));
         EXPECT_THAT(reasonOf(load(bad.address("/page"))),
                     HasSubstr("the certificate of 127.0.0.1 can't be trusted: "));
-        EXPECT_THAT(download({bad.address("/file"), path(), kept()}).toStdString(),
+        EXPECT_THAT(download({bad.address("/file"), folder.path()}).toStdString(),
                     HasSubstr("can't be trusted"));
         EXPECT_TRUE(bad.requests().isEmpty());
     }
