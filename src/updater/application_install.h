@@ -24,9 +24,10 @@ Installation installApplication(const QString &application, const QString &runni
                                 const QString &archiveName,
                                 const DiskMoves &moves = DiskMoves::real());
 
-// Moves the item under its own name into the application's support folder of the user. Null on
-// success, or the reason for people. Blocking; may run on any thread.
-QString installAddOn(const QString &item, const QString &bundleName,
+// Moves the item under its own name into the bundle's support folder of the user, unless this or a
+// newer version of the add-on is installed, and records the version. Null on success, or the reason
+// for people. Blocking; may run on any thread.
+QString installAddOn(const QString &item, const QString &version, const Bundle &bundle,
                      const DiskMoves &moves = DiskMoves::real());
 
 // Deletes what killed updates of this bundle have left on the disk.

@@ -8,6 +8,7 @@
 #include "support/log.h"
 #include "support/numbers.h"
 #include "support/variant_values.h"
+#include "updater/add_on_versions.h"
 #include "updater/update_reply.h"
 
 #include <QPointer>
@@ -204,7 +205,9 @@ QString Updater::offerRefusal(const QVariantMap &reply)
         }
         m_next.manifest = *manifest;
     }
-    return {};
+    return isApplicationAddress(offer.address)
+               ? QString()
+               : addOnRefusal(addOnName(archive), offer.version, m_parts.bundle);
 }
 
 void Updater::showOffer()
@@ -344,9 +347,12 @@ void Updater::downloadOpened()
 void Updater::installAddOnItem()
 {
     setPhase(UpdatePhase::Placing);
-    m_work.run([this, item = *m_opened, name = m_parts.bundle.name(),
-                moves = m_parts.moves] { m_installation.error = installAddOn(item, name, moves); },
-               [this] { addOnInstalled(); });
+    m_work.run(
+        [this, item = *m_opened, version = m_shown.offer.version, bundle = m_parts.bundle,
+         moves = m_parts.moves] {
+            m_installation.error = installAddOn(item, version, bundle, moves);
+        },
+        [this] { addOnInstalled(); });
 }
 
 void Updater::addOnInstalled()

@@ -6,6 +6,7 @@
 #include "common/wait_until.h"
 #include "process/child_process.h"
 #include "support/files.h"
+#include "updater/add_on_versions.h"
 #include "updater/application_archive.h"
 
 #include "signing_key.h"
@@ -228,6 +229,7 @@ TEST_F(InstallTest, AnUnwritablePlaceSendsItToTheDesktop)
         EXPECT_EQ(done.installedAt, path("home/Desktop/Quorvantel 2.zip"));
         EXPECT_EQ(versionAt(running()), "1.0");
         EXPECT_TRUE(m_log.contains("moveToTrash         ? 0"));
+        EXPECT_THAT(installClosed("1.5").error.toStdString(), HasSubstr("2.0 is already at"));
         EXPECT_EQ(versionAt(done.installedAt), "2.0");
         removeTreeOf("home/Desktop");
     }
@@ -245,16 +247,30 @@ TEST_F(InstallTest, ClearsOnlyWhatAKilledInstallationLeft)
                                               "Quorvantel.app"));
 }
 
-TEST_F(InstallTest, AnAddOnReplacesAnEarlierOne)
+TEST_F(InstallTest, AnAddOnReplacesOnlyAnOlderOne)
 {
-    const QString support = "home/Library/Application Support/Quorvantel";
-    for (const QByteArray content : {"one", "two"}) {
-        writeFile(path("dl/ffmpeg"), content);
-        EXPECT_TRUE(installAddOn(path("dl/ffmpeg"), "Quorvantel").isNull());
-        EXPECT_EQ(contentOf(path(support + "/ffmpeg")), content);
+    const QString item = path("dl/ffmpeg");
+    const QString installed = path("home/Library/Application Support/Quorvantel/ffmpeg");
+    const Bundle bundle(running());
+    const struct {
+        const char *version;
+        bool isDeletedBefore, isTaken;
+    } cases[] = {{"1.0", false, true},  {"2.0", false, true}, {"2.0", false, false},
+                 {"1.5", false, false}, {"1.5", true, false}, {"2.0", false, true}};
+    for (const auto &c : cases) {
+        if (c.isDeletedBefore) {
+            QFile::remove(installed);
+        }
+        const QByteArray content = QByteArray::number(&c - cases);
+        writeFile(item, content);
+        EXPECT_EQ(installAddOn(item, c.version, bundle).isNull(), c.isTaken) << c.version;
+        EXPECT_EQ(contentOf(installed) == content, c.isTaken) << c.version;
     }
-    EXPECT_EQ(namesIn(support), QStringList{"ffmpeg"});
-    EXPECT_FALSE(installAddOn(path("dl/none"), "Quorvantel").isNull());
+    EXPECT_FALSE(installAddOn(path("dl/none"), "3.0", bundle).isNull());
+    EXPECT_EQ(AddOnVersions(bundle).of("none"), QString()) << "a failure is not recorded";
+    writeFile(path("home/Library/Preferences/org.quorvantel.Quorvantel.add-ons.plist"), "damaged");
+    EXPECT_THAT(installAddOn(item, "3.0", bundle).toStdString(),
+                HasSubstr("add-ons can't be read"));
 }
 
 TEST_F(InstallTest, TheRelaunchQuotesThePathForTheShell)

@@ -375,6 +375,7 @@ TEST_F(UpdaterTest, AnAddOnGoesIntoTheSupportFolderBesideTheEventLoop)
     EXPECT_TRUE(m_alerts.shown.isEmpty());
     EXPECT_TRUE(waitUntil([this] { return m_face.timesShown == 2; }))
         << "the version is still to come";
+    EXPECT_THAT(m_face.offer.refusal.toStdString(), HasSubstr("not newer than version 2.0"));
 }
 
 // ---- what goes wrong
