@@ -129,7 +129,7 @@ void Desktop::prepareFolders()
     }
     logEnvironment(Bundle::main());
     makeMovieFolder();
-    clearStagingFolders(Bundle::main().path());
+    clearLeftUpdates(Bundle::main());
 }
 
 void Desktop::checkLogs()

@@ -1,25 +1,26 @@
 #include "updater/application_archive.h"
 
-#include "process/tool_environment.h"
-#include "process/tool_run.h"
 #include "support/files.h"
-#include "updater/archive_signature.h"
+#include "updater/program_run.h"
 #include "updater/update_reply.h"
 #include "updater/zip_archive.h"
 
 #include <QFile>
 #include <QFileInfo>
 
-#include <unistd.h>
+#include <cerrno>
+#include <csignal>
+#include <filesystem>
 
 namespace qv
 {
 namespace
 {
 
+namespace fs = std::filesystem;
+
 constexpr int longestName = 200; // bytes; leaves room for what is added to it
 const QString ownName = QStringLiteral("quorvantel");
-const QString identifierKey = QStringLiteral("CFBundleIdentifier");
 const QString executableKey = QStringLiteral("CFBundleExecutable");
 
 auto refused(const QString &reason)
@@ -27,12 +28,20 @@ auto refused(const QString &reason)
     return tl::make_unexpected(reason);
 }
 
-void makeExecutable(const QStringList &files)
+// Null on success.
+QString makeExecutable(const QStringList &files)
 {
-    if (!files.isEmpty()) {
-        taskArray1PipeMax(QStringList{QStringLiteral("/bin/chmod"), QStringLiteral("+x")} + files,
-                          ErrorText::Inherited);
+    for (const QString &file : files) {
+        std::error_code error;
+        fs::permissions(QFile::encodeName(file).toStdString(),
+                        fs::perms::owner_exec | fs::perms::group_exec | fs::perms::others_exec,
+                        fs::perm_options::add, error);
+        if (error) {
+            return QStringLiteral("%1 can't be made executable: %2")
+                .arg(lastPathComponent(file), QString::fromStdString(error.message()));
+        }
     }
+    return {};
 }
 
 // A link would have the rights of something else changed.
@@ -48,47 +57,78 @@ QStringList plainFilesIn(const QString &folder)
     return files;
 }
 
-QString versionRefusal(const Bundle &offered, const Bundle &running)
+QString versionRefusal(const Bundle &offered, const Bundle &running, const SignedManifest &manifest)
 {
-    if (offered.infoValue(identifierKey).toString() != running.identifier()) {
+    if (offered.identifier() != running.identifier()) {
         return QStringLiteral("the archive holds another application");
     }
-    if (!isNewerVersion(offered.version(), running.version())) {
-        return QStringLiteral("the archive holds version %1, which is not newer than %2")
-            .arg(offered.version(), running.version());
+    if (manifest && offered.version() != manifest->version) {
+        return QStringLiteral("the archive holds version %1, but version %2 was signed")
+            .arg(offered.version(), manifest->version);
+    }
+    // Another version may have been installed since this one was started.
+    for (const QString &version : {running.version(), Bundle(running.path()).version()}) {
+        if (!isNewerVersion(offered.version(), version)) {
+            return QStringLiteral("the archive holds version %1, which is not newer than %2")
+                .arg(offered.version(), version);
+        }
     }
     return {};
 }
 
-// What can't be started here must not take the place of what can: built for another machine,
-// missing a library of a newer system. Null when it starts.
-QString startRefusal(const QString &program, const QString &version)
+bool isEndedByOthers(const ToolOutcome &outcome)
 {
-    const QString printed =
-        taskArray1PipeMax({program, QStringLiteral("--version")}, ErrorText::Inherited);
-    if (printed.contains(version)) {
-        return {};
+    switch (outcome.signal) {
+    case SIGKILL:
+    case SIGTERM:
+    case SIGINT:
+    case SIGHUP:
+    case SIGQUIT:
+        return true;
+    default:
+        return outcome.ending == ToolOutcome::Ending::Stopped ||
+               outcome.ending == ToolOutcome::Ending::Hung;
     }
-    // So the system answers for any program on a volume that is mounted without that right.
-    if (::access(QFile::encodeName(program).constData(), X_OK) != 0) {
+}
+
+// A version that can't be started here must not replace one that can: it was built for another
+// machine, or lacks a library of a newer system. Null when it starts.
+QString startRefusal(const QString &program, const Bundle &offered,
+                     const std::atomic<bool> &isCancelled)
+{
+    const ProgramRun trial = runProgram({program, QStringLiteral("--version")}, isCancelled);
+    if (trial.startError == EACCES) {
+        // The volume is mounted without the right to execute.
         return QStringLiteral("the new version can't be tried, because programs in %1 may not be "
                               "executed")
-            .arg(temporaryFolder());
+            .arg(QFileInfo(QFileInfo(offered.path()).path()).path());
     }
-    return QStringLiteral("the new version does not start on this system");
+    if (isEndedByOthers(trial.outcome)) {
+        return QStringLiteral("the new version could not be tried: its trial start %1")
+            .arg(trial.text());
+    }
+    if (!trial.hasAnswered() || trial.outcome.exitCode != 0) {
+        return QStringLiteral("the new version does not start on this system (%1)")
+            .arg(trial.text());
+    }
+    const QStringList words = QString::fromUtf8(trial.printed).simplified().split(QLatin1Char(' '));
+    return words.contains(offered.version())
+               ? QString()
+               : QStringLiteral("the program in the archive is not version %1")
+                     .arg(offered.version());
 }
 
 } // namespace
 
-tl::expected<void, QString> openArchive(const QString &archive, const ArchiveProof &proof,
-                                        const std::atomic<bool> &isCancelled)
+tl::expected<void, QString> openArchive(int archive, const SignedManifest &manifest,
+                                        const QString &folder, const std::atomic<bool> &isCancelled)
 {
-    if (proof.publicKey) {
-        if (auto right = checkSignature(archive, proof.signature, *proof.publicKey); !right) {
-            return right;
+    if (manifest) {
+        if (auto checked = checkArchive(archive, *manifest, isCancelled); !checked) {
+            return checked;
         }
     }
-    return SSZipArchive::unzipFileAtPath(archive, QFileInfo(archive).path(), {}, &isCancelled);
+    return SSZipArchive::unzipFile(archive, folder, isCancelled);
 }
 
 bool isApplicationAddress(const QString &address)
@@ -105,18 +145,30 @@ QString archiveName(const QString &address)
     return isName ? name : QString();
 }
 
-tl::expected<QString, QString> unpackedAddOn(const QString &archive)
+QString addOnName(const QString &archiveName)
 {
-    const QString item = withoutExtension(archive);
+    const QString name = withoutExtension(archiveName);
+    return name == archiveName ? QString() : name;
+}
+
+tl::expected<QString, QString> unpackedAddOn(const QString &folder, const QString &archiveName)
+{
+    const QString name = addOnName(archiveName);
+    const QString item = appendPath(folder, name);
     const QFileInfo info(item);
-    if (item == archive || !info.exists() || info.isSymLink()) {
-        return refused(QStringLiteral("the archive does not hold %1").arg(lastPathComponent(item)));
+    if (name.isNull() || !info.exists() || info.isSymLink()) {
+        return refused(
+            QStringLiteral("the archive does not hold %1").arg(name.isNull() ? archiveName : name));
     }
-    makeExecutable({item});
+    if (const QString reason = makeExecutable({item}); !reason.isNull()) {
+        return refused(reason);
+    }
     return item;
 }
 
-tl::expected<QString, QString> unpackedApplication(const QString &folder, const Bundle &running)
+tl::expected<QString, QString> unpackedApplication(const QString &folder, const Bundle &running,
+                                                   const SignedManifest &manifest,
+                                                   const std::atomic<bool> &isCancelled)
 {
     QString path;
     for (const QString &entry : lsCocoa(folder)) {
@@ -128,15 +180,18 @@ tl::expected<QString, QString> unpackedApplication(const QString &folder, const 
         return refused(QStringLiteral("the archive holds no application"));
     }
     const Bundle offered(path);
-    if (const QString reason = versionRefusal(offered, running); !reason.isNull()) {
+    if (const QString reason = versionRefusal(offered, running, manifest); !reason.isNull()) {
         return refused(reason);
     }
     const QString program = offered.programPath(running.infoValue(executableKey).toString());
     if (!QFileInfo(program).isFile() || QFileInfo(program).isSymLink()) {
         return refused(QStringLiteral("the application in the archive is incomplete"));
     }
-    makeExecutable(plainFilesIn(offered.toolsPath()) + QStringList{program});
-    if (const QString reason = startRefusal(program, offered.version()); !reason.isNull()) {
+    QString reason = makeExecutable(plainFilesIn(offered.toolsPath()) + QStringList{program});
+    if (reason.isNull()) {
+        reason = startRefusal(program, offered, isCancelled);
+    }
+    if (!reason.isNull()) {
         return refused(reason);
     }
     return path;

@@ -1,8 +1,11 @@
 #include "updater/application_install.h"
 
+#include "process/tool_environment.h"
 #include "support/files.h"
 #include "support/log.h"
 #include "support/shell_word.h"
+#include "updater/add_on_versions.h"
+#include "updater/update_reply.h"
 
 #include <QFileInfo>
 #include <QProcess>
@@ -12,6 +15,8 @@ namespace qv
 {
 namespace
 {
+
+const QString desktopFolder = QStringLiteral("~/Desktop");
 
 void logTrash(bool isTrashed)
 {
@@ -28,13 +33,28 @@ Installation inPlace(const QString &application, const QString &place, const Dis
 // The change of places happens in the folder above, which needs rights of its own.
 bool isReplaceable(const QString &application)
 {
-    return droitsAcces(application) && !StagingFolder(application).path().isEmpty();
+    return droitsAcces(application) &&
+           !StagingFolder(QFileInfo(application).path()).path().isEmpty();
+}
+
+// Null unless the bundle there is the same application, and not older.
+QString rollbackRefusal(const Bundle &application, const Bundle &there)
+{
+    const bool isOlder = there.identifier() != application.identifier() ||
+                         isNewerVersion(application.version(), there.version());
+    return isOlder
+               ? QString()
+               : QStringLiteral("version %1 is already at %2").arg(there.version(), there.path());
 }
 
 Installation onDesktop(const QString &application, const QString &running,
                        const QString &archiveName, const DiskMoves &moves)
 {
-    const QString place = expandTilde(appendPath(QStringLiteral("~/Desktop"), archiveName));
+    const QString place = expandTilde(appendPath(desktopFolder, archiveName));
+    if (const QString reason = rollbackRefusal(Bundle(application), Bundle(place));
+        !reason.isNull()) {
+        return {reason, place, {}, false, true};
+    }
     mkdir(QFileInfo(place).path());
     const Replacement done = replaceItem(application, place, moves);
     Installation result{done.error, place, {}, false, true};
@@ -55,14 +75,36 @@ Installation installApplication(const QString &application, const QString &runni
                                       : onDesktop(application, runningPath, archiveName, moves);
 }
 
-QString installAddOn(const QString &item, const QString &bundleName, const DiskMoves &moves)
+QString installAddOn(const QString &item, const QString &version, const Bundle &bundle,
+                     const DiskMoves &moves)
 {
-    const QString folder =
-        expandTilde(QStringLiteral("~/Library/Application Support/%1").arg(bundleName));
+    const QString name = lastPathComponent(item);
+    if (const QString reason = addOnRefusal(name, version, bundle); !reason.isNull()) {
+        return reason;
+    }
+    const QString folder = addOnFolder(bundle);
     mkdir(folder);
     droitsAcces(folder);
-    const Replacement done = replaceItem(item, appendPath(folder, lastPathComponent(item)), moves);
+    // The version is recorded first: a kill in between must not leave the way open for an older
+    // one.
+    const AddOnVersions versions(bundle);
+    const QString before = versions.of(name).value_or(QString());
+    if (const QString reason = versions.set(name, version); !reason.isNull()) {
+        return reason;
+    }
+    const Replacement done = replaceItem(item, appendPath(folder, name), moves);
+    if (!done.error.isNull()) {
+        versions.set(name, before);
+    }
     return done.error;
+}
+
+void clearLeftUpdates(const Bundle &bundle)
+{
+    for (const QString &folder : {QFileInfo(bundle.path()).path(), temporaryRoot(),
+                                  addOnFolder(bundle), expandTilde(desktopFolder)}) {
+        clearStagingFolders(folder);
+    }
 }
 
 QString relaunchCommand(const QString &bundlePath, const QString &executable)

@@ -17,17 +17,21 @@ struct Installation {
     bool isOnDesktop = false;
 };
 
-// Brings the new application to the running one's place, and that one to the trash. Where the
-// running one can't be replaced, because it or the folder that it is in can't be written into, the
-// new one goes to the desktop, named as its archive is. Blocking; may run on any thread.
+// Moves the new application to the running one's place, and that one to the trash. If the running
+// one or its folder can't be written into, the new one goes to the desktop under its archive's
+// name, where it replaces no application that is as new. Blocking; may run on any thread.
 Installation installApplication(const QString &application, const QString &runningPath,
                                 const QString &archiveName,
                                 const DiskMoves &moves = DiskMoves::real());
 
-// Brings the item under its own name into the application's support folder of the user. Null, or
-// why it failed. Blocking; may run on any thread.
-QString installAddOn(const QString &item, const QString &bundleName,
+// Moves the item under its own name into the bundle's support folder of the user, unless this or a
+// newer version of the add-on is installed, and records the version. Null on success, or the reason
+// for people. Blocking; may run on any thread.
+QString installAddOn(const QString &item, const QString &version, const Bundle &bundle,
                      const DiskMoves &moves = DiskMoves::real());
+
+// Deletes what killed updates of this bundle have left on the disk.
+void clearLeftUpdates(const Bundle &bundle);
 
 // The command line by which a shell starts the bundle's program ten seconds later.
 QString relaunchCommand(const QString &bundlePath, const QString &executable);

@@ -146,8 +146,8 @@ DiskMoves DiskMoves::real()
     return {exchangeItems, renameItem, trashItem};
 }
 
-StagingFolder::StagingFolder(const QString &item)
-    : m_path(platform::makePrivateFolder(appendPath(QFileInfo(item).path(), stagingPrefix)))
+StagingFolder::StagingFolder(const QString &parent)
+    : m_path(platform::makePrivateFolder(appendPath(parent, stagingPrefix)))
 {
 }
 
@@ -158,9 +158,9 @@ StagingFolder::~StagingFolder()
     }
 }
 
-void clearStagingFolders(const QString &item)
+void clearStagingFolders(const QString &parent)
 {
-    const QDir folder(QFileInfo(item).path());
+    const QDir folder(parent);
     const QStringList names = folder.entryList({stagingPrefix + QLatin1Char('*')},
                                                QDir::Dirs | QDir::Hidden | QDir::NoDotAndDotDot);
     for (const QString &name : names) {
@@ -175,7 +175,7 @@ void clearStagingFolders(const QString &item)
 Replacement replaceItem(const QString &from, const QString &to, const DiskMoves &moves)
 {
     Replacement failed;
-    StagingFolder folder(to);
+    StagingFolder folder(QFileInfo(to).path());
     if (folder.path().isEmpty()) {
         failed.error = QStringLiteral("%1 can't be written").arg(QFileInfo(to).path());
         return failed;

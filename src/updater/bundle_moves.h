@@ -22,11 +22,12 @@ struct DiskMoves {
     static DiskMoves real();
 };
 
-// A folder beside the item, on its volume, that goes with all it holds when this ends.
+// A new folder for this user only within another one, deleted with its contents at the end.
+// Archives are unpacked in such a folder, and new items wait in one beside their place.
 class StagingFolder
 {
 public:
-    explicit StagingFolder(const QString &item);
+    explicit StagingFolder(const QString &parent);
     ~StagingFolder();
     StagingFolder(const StagingFolder &) = delete;
     StagingFolder &operator=(const StagingFolder &) = delete;
@@ -40,8 +41,8 @@ private:
     QString m_path;
 };
 
-// Deletes staging folders beside the item that a killed process left.
-void clearStagingFolders(const QString &item);
+// Deletes the staging folders that a killed process has left in this folder.
+void clearStagingFolders(const QString &parent);
 
 // Where the old item is after a replacement.
 struct Replacement {

@@ -1,10 +1,13 @@
 #include "updater/package_owner.h"
 
-#include "process/tool_run.h"
+#include "support/files.h"
+#include "updater/program_run.h"
 
 #include <QFileInfo>
 #include <QRegularExpression>
 #include <QStringList>
+
+#include <functional>
 
 namespace qv
 {
@@ -18,13 +21,10 @@ QString dpkgPattern(const QString &path)
     return QString(path).replace(special, QStringLiteral("\\\\1"));
 }
 
-// "dpkg: /usr/bin/dpkg", and "mawk, gawk: /usr/bin/awk" of what several share.
-QString dpkgOwner(const QString &path)
+// Of the lines "dpkg: /usr/bin/dpkg", and "mawk, gawk: /usr/bin/awk" for a shared file.
+QString ownerInLines(const QString &printed, const QString &path)
 {
     const QString end = QStringLiteral(": ") + path;
-    const QString printed = taskArray1PipeMax(
-        {QStringLiteral("/usr/bin/dpkg-query"), QStringLiteral("-S"), dpkgPattern(path)},
-        ErrorText::Merged);
     for (const QString &line : printed.split(QLatin1Char('\n'))) {
         if (line.endsWith(end) && !line.startsWith(QLatin1String("diversion by "))) {
             return line.chopped(end.size());
@@ -33,32 +33,47 @@ QString dpkgOwner(const QString &path)
     return {};
 }
 
-// Of these only the name, or a sentence that says that nobody owns it.
-QString onlyWord(const QStringList &query)
+// The other package managers print only the name, or a sentence that says that nobody owns it.
+QString onlyWord(const QString &printed)
 {
-    const QString printed = taskArray1PipeMax(query, ErrorText::Merged).trimmed();
-    return printed.isEmpty() || printed.contains(QLatin1Char(' ')) ? QString() : printed;
+    const QString word = printed.trimmed();
+    return word.contains(QLatin1Char(' ')) ? QString() : word;
 }
 
-QString askedOwner(const QString &path)
+struct Query {
+    QStringList command;
+    std::function<QString(const QString &printed)> owner;
+};
+
+QList<Query> queries(const QString &path)
 {
-    if (QFileInfo::exists(QStringLiteral("/usr/bin/dpkg-query"))) {
-        if (const QString owner = dpkgOwner(path); !owner.isEmpty()) {
+    return {{{QStringLiteral("/usr/bin/dpkg-query"), QStringLiteral("-S"), dpkgPattern(path)},
+             [path](const QString &printed) { return ownerInLines(printed, path); }},
+            {{QStringLiteral("/usr/bin/rpm"), QStringLiteral("-q"), QStringLiteral("--qf"),
+              QStringLiteral("%{NAME}"), QStringLiteral("-f"), path},
+             onlyWord},
+            {{QStringLiteral("/usr/bin/pacman"), QStringLiteral("-Qqo"), path}, onlyWord}};
+}
+
+tl::expected<QString, QString> askedOwner(const QString &path, const std::atomic<bool> &isCancelled)
+{
+    for (const Query &query : queries(path)) {
+        const QString &program = query.command.first();
+        if (!QFileInfo::exists(program)) {
+            continue;
+        }
+        const ProgramRun run = runProgram(query.command, isCancelled);
+        if (!run.hasAnswered()) {
+            return tl::make_unexpected(
+                QStringLiteral("it is unknown whether this copy belongs to a package of the "
+                               "system: %1 did not answer (%2)")
+                    .arg(lastPathComponent(program), run.text()));
+        }
+        if (const QString owner = query.owner(QString::fromUtf8(run.printed)); !owner.isEmpty()) {
             return owner;
         }
     }
-    const QList<QStringList> queries = {
-        {QStringLiteral("/usr/bin/rpm"), QStringLiteral("-q"), QStringLiteral("--qf"),
-         QStringLiteral("%{NAME}"), QStringLiteral("-f"), path},
-        {QStringLiteral("/usr/bin/pacman"), QStringLiteral("-Qqo"), path}};
-    for (const QStringList &query : queries) {
-        if (QFileInfo::exists(query.first())) {
-            if (const QString owner = onlyWord(query); !owner.isEmpty()) {
-                return owner;
-            }
-        }
-    }
-    return {};
+    return QString();
 }
 
 // Systems that give each program a file system of its own.
@@ -80,14 +95,15 @@ QString boxOwner(const QString &path)
 
 } // namespace
 
-QString packageOwner(const QString &path)
+tl::expected<QString, QString> packageOwner(const QString &path,
+                                            const std::atomic<bool> &isCancelled)
 {
     const QString real = QFileInfo(path).canonicalFilePath();
     if (real.isEmpty()) {
-        return {};
+        return QString();
     }
     const QString owner = boxOwner(real);
-    return owner.isEmpty() ? askedOwner(real) : owner;
+    return owner.isEmpty() ? askedOwner(real, isCancelled) : owner;
 }
 
 } // namespace qv

@@ -1,6 +1,6 @@
 #include "updater/updater.h"
 
-#include "process/tool_environment.h"
+#include "process/child_process.h"
 #include "settings/value_description.h"
 #include "support/alerts.h"
 #include "support/files.h"
@@ -8,6 +8,7 @@
 #include "support/log.h"
 #include "support/numbers.h"
 #include "support/variant_values.h"
+#include "updater/add_on_versions.h"
 #include "updater/update_reply.h"
 
 #include <QPointer>
@@ -29,6 +30,25 @@ QString senderName(Updater::Sender sender)
                                                : QStringLiteral("nil");
 }
 
+// What no signature protects must come from the service itself.
+WebLimits limitsFor(const UpdateService &service, WebLimits limits)
+{
+    limits.isBoundToServer = !service.publicKey();
+    return limits;
+}
+
+// Null when the copy belongs to no package.
+QString ownerRefusal(const tl::expected<QString, QString> &owner)
+{
+    if (!owner) {
+        return owner.error();
+    }
+    return owner->isEmpty() ? QString()
+                            : QStringLiteral("this copy belongs to the package %1 of the system: "
+                                             "update it with the system's package manager")
+                                  .arg(*owner);
+}
+
 // Reasons begin in lower case, because they follow a name elsewhere.
 QString sentence(const QString &reason)
 {
@@ -38,7 +58,8 @@ QString sentence(const QString &reason)
 } // namespace
 
 Updater::Updater(Parts parts, QObject *parent)
-    : QObject(parent), m_parts(std::move(parts)), m_service(m_parts.bundle), m_web(m_parts.limits)
+    : QObject(parent), m_parts(std::move(parts)), m_service(m_parts.bundle),
+      m_web(limitsFor(m_service, m_parts.limits))
 {
     connect(&m_web, &webUtils::downloadProgressed, this, [this](qint64 received, qint64 total) {
         m_parts.face.setUpdateProgress(received, total);
@@ -49,6 +70,7 @@ Updater::Updater(Parts parts, QObject *parent)
 Updater::~Updater()
 {
     m_isCancelled = true;
+    m_isEnding = true;
     m_work.abandon();
     m_ownerQuery.abandon();
 }
@@ -138,42 +160,75 @@ void Updater::tellUpToDate()
 
 void Updater::offer(const QVariantMap &reply)
 {
+    const QString version = stringIn(reply, QStringLiteral("version")).trimmed();
     const QString dlPath = stringIn(reply, QStringLiteral("dlPath"));
-    m_offer = {stringIn(reply, QStringLiteral("version")), m_service.downloadAddress(dlPath),
-               m_service.refusal(dlPath)};
-    m_signature = stringIn(reply, QStringLiteral("signature"));
-    if (m_offer.refusal.isNull() && archiveName(m_offer.address).isNull()) {
-        m_offer.refusal = QStringLiteral("the address of the download names no file");
-    }
-    if (!isApplicationAddress(m_offer.address)) {
-        showOffer({});
+    m_next = {{version, m_service.downloadAddress(dlPath), {}}, {}};
+    m_next.offer.refusal = offerRefusal(reply);
+    if (!isApplicationAddress(m_next.offer.address)) {
+        showOffer();
         return;
     }
     m_ownerQuery.run([this, program = m_parts.bundle.programPath(executable()),
-                      ask = m_parts.packageOwner] { m_owner = ask(program); },
-                     [this] { showOffer(m_owner); });
+                      ask = m_parts.packageOwner] { m_owner = ask(program, m_isEnding); },
+                     [this] { ownerCame(); });
 }
 
-void Updater::showOffer(const QString &packageOwner)
+void Updater::ownerCame()
+{
+    if (const QString refusal = ownerRefusal(m_owner); !refusal.isNull()) {
+        m_next.offer.refusal = refusal;
+    }
+    showOffer();
+}
+
+// Why the archive of the reply may not be installed, null when it may. Notes its manifest.
+QString Updater::offerRefusal(const QVariantMap &reply)
+{
+    const UpdateOffer &offer = m_next.offer;
+    const QString refusal = m_service.refusal(stringIn(reply, QStringLiteral("dlPath")));
+    if (!refusal.isNull()) {
+        return refusal;
+    }
+    const QString archive = archiveName(offer.address);
+    if (archive.isNull()) {
+        return QStringLiteral("the address of the download names no file");
+    }
+    if (const auto key = m_service.publicKey()) {
+        const auto manifest = openManifest(stringIn(reply, QStringLiteral("signature")), *key);
+        if (!manifest) {
+            return manifest.error();
+        }
+        const QString mismatch =
+            manifestRefusal(*manifest, {m_parts.bundle.identifier(), offer.version, archive});
+        if (!mismatch.isNull()) {
+            return mismatch;
+        }
+        m_next.manifest = *manifest;
+    }
+    return isApplicationAddress(offer.address)
+               ? QString()
+               : addOnRefusal(addOnName(archive), offer.version, m_parts.bundle);
+}
+
+void Updater::showOffer()
 {
     checkEnded();
+    if (m_phase != UpdatePhase::Offered) {
+        return; // the download of an earlier offer has begun
+    }
     if (m_sender == Sender::Nobody && !m_parts.face.mayOfferUnasked()) {
         return;
     }
-    if (!packageOwner.isEmpty()) {
-        m_offer.refusal =
-            QStringLiteral("this copy belongs to the package %1 of the system: update "
-                           "it with the system's package manager")
-                .arg(packageOwner);
-    }
+    m_shown = m_next;
     UpdateFace &face = m_parts.face;
     face.closeOtherSheets();
     face.setUpdateStatus({});
     face.bringMainWindowBack();
-    face.showUpdateSheet(m_offer);
-    if (!m_offer.refusal.isNull()) {
-        logLine(QStringLiteral("update              :-( ") + m_offer.refusal);
-        face.setUpdateStatus(face.words(m_offer.refusal));
+    const UpdateOffer &offer = m_shown.offer;
+    face.showUpdateSheet(offer);
+    if (!offer.refusal.isNull()) {
+        logLine(QStringLiteral("update              :-( ") + offer.refusal);
+        face.setUpdateStatus(sentence(face.words(offer.refusal)));
     }
     loadReleaseNotes();
     logLine(QStringLiteral("up                  - post"));
@@ -198,7 +253,8 @@ void Updater::iba_dl(std::optional<int> segment)
         face.closeUpdateSheet();
         return;
     }
-    if (m_phase != UpdatePhase::Offered || m_offer.address.isEmpty() || !m_offer.refusal.isNull()) {
+    const UpdateOffer &offer = m_shown.offer;
+    if (m_phase != UpdatePhase::Offered || offer.address.isEmpty() || !offer.refusal.isNull()) {
         return;
     }
     startDownload();
@@ -209,37 +265,27 @@ QString Updater::executable() const
     return m_parts.bundle.infoValue(QStringLiteral("CFBundleExecutable")).toString();
 }
 
-QString Updater::downloadFolder() const
-{
-    return appendPath(temporaryFolder(), QStringLiteral("dl"));
-}
-
-// Beside the download folder, which goes after every try.
-QString Updater::keptFolder() const
-{
-    return appendPath(temporaryFolder(), QStringLiteral("dl.part"));
-}
-
-QString Updater::archivePath() const
-{
-    return appendPath(downloadFolder(), archiveName(m_offer.address));
-}
-
 void Updater::startDownload()
 {
     m_isCancelled = false;
     setPhase(UpdatePhase::Downloading);
     m_parts.face.setUpdateStatus(localized(QStringLiteral("updateDownloading")));
-    rmCocoa(downloadFolder());
-    mkdir(downloadFolder());
-    m_web.downloadURL({QUrl(m_offer.address), archivePath(), keptFolder()},
-                      [this](const tl::expected<void, QString> &done) { downloadEnded(done); });
+    m_folder = std::make_unique<StagingFolder>(m_parts.scratchRoot);
+    if (m_folder->path().isEmpty()) {
+        failed(localized(QStringLiteral("dlNInstallFailure")),
+               QStringLiteral("%1 can't be written").arg(m_parts.scratchRoot));
+        return;
+    }
+    m_web.downloadURL({QUrl(m_shown.offer.address), m_folder->path()},
+                      [this](const tl::expected<webUtils::DownloadedFile, QString> &done) {
+                          downloadEnded(done);
+                      });
 }
 
-void Updater::downloadEnded(const tl::expected<void, QString> &done)
+void Updater::downloadEnded(const tl::expected<webUtils::DownloadedFile, QString> &done)
 {
     if (done) {
-        openDownload();
+        openDownload(*done);
     } else if (done.error() == webUtils::cancelledReason()) {
         cancelled();
     } else {
@@ -260,30 +306,27 @@ void Updater::cancel()
 void Updater::cancelled()
 {
     logLine(QStringLiteral("dl                  - cancelled"));
-    rmCocoa(downloadFolder());
+    m_folder.reset();
     setPhase(UpdatePhase::Offered);
     m_parts.face.setUpdateStatus(localized(QStringLiteral("updateCancelled")));
 }
 
 // ---- what was downloaded
 
-void Updater::openDownload()
+void Updater::openDownload(const webUtils::DownloadedFile &file)
 {
     setPhase(UpdatePhase::Checking);
     m_parts.face.setUpdateStatus(localized(QStringLiteral("dlNInstallPostStr")));
-    ArchiveProof proof;
-    if (m_service.wantsSignature()) {
-        proof = {m_service.publicKey().value_or(QByteArray()), m_signature};
-    }
     m_work.run(
-        [this, proof, archive = archivePath(), folder = downloadFolder(),
-         isApplication = isApplicationAddress(m_offer.address), running = m_parts.bundle] {
-            if (const auto opened = openArchive(archive, proof, m_isCancelled); !opened) {
-                m_opened = tl::make_unexpected(opened.error());
-            } else {
-                m_opened =
-                    isApplication ? unpackedApplication(folder, running) : unpackedAddOn(archive);
-            }
+        [this, file, candidate = m_shown, folder = m_folder->path(), running = m_parts.bundle] {
+            const QString &address = candidate.offer.address;
+            m_opened =
+                openArchive(file->get(), candidate.manifest, folder, m_isCancelled).and_then([&] {
+                    return isApplicationAddress(address)
+                               ? unpackedApplication(folder, running, candidate.manifest,
+                                                     m_isCancelled)
+                               : unpackedAddOn(folder, archiveName(address));
+                });
         },
         [this] { downloadOpened(); });
 }
@@ -294,7 +337,7 @@ void Updater::downloadOpened()
         cancelled();
     } else if (!m_opened) {
         failed(localized(QStringLiteral("updateNotInstalled")), m_opened.error());
-    } else if (isApplicationAddress(m_offer.address)) {
+    } else if (isApplicationAddress(m_shown.offer.address)) {
         installNewVersion();
     } else {
         installAddOnItem();
@@ -304,9 +347,12 @@ void Updater::downloadOpened()
 void Updater::installAddOnItem()
 {
     setPhase(UpdatePhase::Placing);
-    m_work.run([this, item = *m_opened, name = m_parts.bundle.name(),
-                moves = m_parts.moves] { m_installation.error = installAddOn(item, name, moves); },
-               [this] { addOnInstalled(); });
+    m_work.run(
+        [this, item = *m_opened, version = m_shown.offer.version, bundle = m_parts.bundle,
+         moves = m_parts.moves] {
+            m_installation.error = installAddOn(item, version, bundle, moves);
+        },
+        [this] { addOnInstalled(); });
 }
 
 void Updater::addOnInstalled()
@@ -334,7 +380,7 @@ void Updater::installNewVersion()
     setPhase(UpdatePhase::Installing);
     m_work.run(
         [this, application = *m_opened, place = m_parts.bundle.path(),
-         name = lastPathComponent(m_offer.address), moves = m_parts.moves] {
+         name = archiveName(m_shown.offer.address), moves = m_parts.moves] {
             m_installation = installApplication(application, place, name, moves);
         },
         [this] { newVersionInstalled(); });
@@ -357,7 +403,7 @@ void Updater::newVersionInstalled()
         return;
     }
     m_parts.relaunch(m_parts.bundle.path(), executable());
-    rmCocoa(downloadFolder());
+    m_folder.reset();
     m_parts.face.closeUpdateSheet();
     m_parts.face.endForUpdate();
 }
@@ -380,7 +426,7 @@ void Updater::tellWhereBothAre(const Installation &done)
 
 void Updater::failed(const QString &text, const QString &reason)
 {
-    logLine(QStringLiteral("dl                  :-( %1: %2").arg(m_offer.address, reason));
+    logLine(QStringLiteral("dl                  :-( %1: %2").arg(m_shown.offer.address, reason));
     m_parts.face.setUpdateStatus(text);
     m_parts.face.setUpdatePhase(UpdatePhase::Offered);
     // Answered before the sheet may come up again.
@@ -395,7 +441,7 @@ void Updater::failed(const QString &text, const QString &reason)
 // A version that is still to come shows its sheet again, when the user wishes for checks.
 void Updater::cleanUp()
 {
-    rmCocoa(downloadFolder());
+    m_folder.reset();
     m_parts.face.closeUpdateSheet();
     setPhase(UpdatePhase::Offered);
     iba_checkForUpdates(Sender::Nobody);

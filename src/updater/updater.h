@@ -1,5 +1,6 @@
 #pragma once
 
+#include "process/tool_environment.h"
 #include "settings/preferences_store.h"
 #include "support/bundle.h"
 #include "support/off_thread.h"
@@ -34,9 +35,12 @@ public:
         UpdateFace &face;
         Bundle bundle = Bundle::main();
         float systemVersion = qv::systemVersion();
+        QString scratchRoot = temporaryRoot(); // where archives are downloaded and unpacked
         WebLimits limits = {};
         DiskMoves moves = DiskMoves::real();
-        std::function<QString(const QString &path)> packageOwner = qv::packageOwner;
+        std::function<tl::expected<QString, QString>(const QString &path,
+                                                     const std::atomic<bool> &isCancelled)>
+            packageOwner = qv::packageOwner;
         std::function<bool(const QString &bundle, const QString &executable)> relaunch =
             relaunchLater;
     };
@@ -66,15 +70,17 @@ private:
     void connexionTested(const tl::expected<void, QString> &connected);
     void replyCame(const tl::expected<WebPage, QString> &page);
     void offer(const QVariantMap &reply);
-    void showOffer(const QString &packageOwner);
+    QString offerRefusal(const QVariantMap &reply);
+    void ownerCame();
+    void showOffer();
     void loadReleaseNotes();
     void tellUpToDate();
     void checkEnded() { m_isChecking = false; }
 
     // ---- the download, and what becomes of it
     void startDownload();
-    void downloadEnded(const tl::expected<void, QString> &done);
-    void openDownload();
+    void downloadEnded(const tl::expected<webUtils::DownloadedFile, QString> &done);
+    void openDownload(const webUtils::DownloadedFile &file);
     void downloadOpened();
     void installAddOnItem();
     void addOnInstalled();
@@ -87,9 +93,6 @@ private:
     void setPhase(UpdatePhase phase);
 
     QString executable() const;
-    QString downloadFolder() const;
-    QString keptFolder() const;
-    QString archivePath() const;
     QString runningVersion() const { return m_parts.bundle.version(); }
     void report(const QString &title, const QString &detail);
 
@@ -101,12 +104,21 @@ private:
     Sender m_sender = Sender::Nobody;
     bool m_isChecking = false;
     UpdatePhase m_phase = UpdatePhase::Offered;
-    UpdateOffer m_offer;
-    QString m_signature;
+    // An update as it is offered, and the manifest that was signed for it.
+    struct Candidate {
+        UpdateOffer offer;
+        SignedManifest manifest;
+    };
+    Candidate m_shown; // in the sheet
+    Candidate m_next;  // of the check in progress
+    // Of the download. Not below temporaryFolder(), where confined tools may write: what is in here
+    // is run and installed.
+    std::unique_ptr<StagingFolder> m_folder;
     std::atomic<bool> m_isCancelled = false;
+    std::atomic<bool> m_isEnding = false;
     tl::expected<QString, QString> m_opened; // the item to install
     Installation m_installation;
-    QString m_owner;
+    tl::expected<QString, QString> m_owner;
 };
 
 } // namespace qv

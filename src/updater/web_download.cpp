@@ -1,12 +1,11 @@
 #include "updater/web_download.h"
 
-#include "support/copy_tree.h"
-#include "support/files.h"
 #include "support/log.h"
 #include "support/platform.h"
 
-#include <QFileInfo>
 #include <QPointer>
+
+#include <algorithm>
 
 namespace qv
 {
@@ -14,20 +13,31 @@ namespace
 {
 
 constexpr int progressInterval = 50; // milliseconds
+constexpr qsizetype longestValidator = 1024;
 
-// What the server knows this state of its file by, when it can be relied on byte by byte.
+// A validator goes back to the server as a header's value.
+bool isHeaderValue(const QByteArray &value)
+{
+    return value.size() <= longestValidator &&
+           std::all_of(value.begin(), value.end(), [](char c) { return c >= ' ' && c < 0x7f; });
+}
+
+// The server's name for this state of its file, if it promises identical bytes.
 QByteArray validatorOf(const WebExchange &exchange)
 {
     const QByteArray tag = exchange.header("ETag").trimmed();
     const bool isStrong = tag.size() > 2 && tag.startsWith('"') && tag.endsWith('"');
-    return isStrong ? tag : exchange.header("Last-Modified").trimmed();
+    const QByteArray validator = isStrong ? tag : exchange.header("Last-Modified").trimmed();
+    return isHeaderValue(validator) ? validator : QByteArray();
 }
 
 } // namespace
 
-WebDownload::WebDownload(QNetworkAccessManager &manager, const webUtils::DownloadRequest &request,
-                         const WebLimits &limits, webUtils::DownloadHandler handler)
-    : m_manager(manager), m_request(request), m_limits(limits), m_handler(std::move(handler))
+WebDownload::WebDownload(QNetworkAccessManager &manager, KeptFile &kept,
+                         const webUtils::DownloadRequest &request, const WebLimits &limits,
+                         webUtils::DownloadHandler handler)
+    : m_manager(manager), m_request(request), m_limits(limits), m_handler(std::move(handler)),
+      m_kept(kept)
 {
     m_pause.setSingleShot(true);
     connect(&m_pause, &QTimer::timeout, this, &WebDownload::ask);
@@ -35,39 +45,17 @@ WebDownload::WebDownload(QNetworkAccessManager &manager, const webUtils::Downloa
     start();
 }
 
-WebDownload::~WebDownload()
-{
-    if (m_copying.isRunning()) {
-        m_copying.abandon();
-        removeTree(m_request.path);
-    }
-}
-
 void WebDownload::start()
 {
-    for (const QString &refusal : {addressRefusal(m_request.address), placeRefusal()}) {
-        if (!refusal.isNull()) {
-            return fail(refusal);
-        }
+    QString refusal = addressRefusal(m_request.address);
+    if (refusal.isNull()) {
+        refusal = m_kept.open(m_request.folder);
     }
-    const QString refusal = m_kept.open(m_request.keptFolder);
     if (!refusal.isNull()) {
         return fail(refusal);
     }
     m_ticks.start(progressInterval);
     m_pause.start(0);
-}
-
-QString WebDownload::placeRefusal() const
-{
-    if (standsThere(m_request.path)) {
-        return QStringLiteral("there is something already where the download is to be: %1")
-            .arg(m_request.path);
-    }
-    const QString folder = QFileInfo(m_request.path).path();
-    return QFileInfo(folder).isDir()
-               ? QString()
-               : QStringLiteral("the folder of the download is missing: %1").arg(folder);
 }
 
 void WebDownload::ask()
@@ -166,7 +154,7 @@ void WebDownload::beginAnew()
 QString WebDownload::lengthRefusal(qint64 length) const
 {
     if (length < 0) {
-        return QStringLiteral("the server at %1 gives the file a length that is none")
+        return QStringLiteral("the server at %1 gives the file an invalid length")
             .arg(m_exchange->host());
     }
     return length <= m_limits.fileBytes
@@ -177,7 +165,7 @@ QString WebDownload::lengthRefusal(qint64 length) const
 
 QString WebDownload::spaceRefusal(qint64 length) const
 {
-    const auto free = platform::freeSpace(m_request.keptFolder).bytes;
+    const auto free = platform::freeSpace(m_request.folder).bytes;
     if (!free || length < 0 || *free >= static_cast<quint64>(length)) {
         return {};
     }
@@ -222,8 +210,7 @@ void WebDownload::end(WebExchange::Ending ending, const QString &reason)
                      : reason);
     } else {
         m_exchange.reset();
-        m_kept.close();
-        QMetaObject::invokeMethod(this, &WebDownload::place, Qt::QueuedConnection);
+        deliverLater();
     }
 }
 
@@ -240,57 +227,22 @@ void WebDownload::askAgain(const QString &reason)
     m_pause.start(m_limits.pause << std::min(m_attempts - 1, 10));
 }
 
-void WebDownload::place()
-{
-    const QString refusal = placeRefusal();
-    if (m_isFinished) {
-        return;
-    }
-    if (!refusal.isNull()) {
-        fail(refusal);
-    } else if (m_kept.moveTo(m_request.path)) {
-        deliver();
-    } else {
-        placeCopy();
-    }
-}
-
-// Onto another volume, which takes its time.
-void WebDownload::placeCopy()
-{
-    const auto problem = std::make_shared<QString>();
-    m_copying.run(
-        [problem, from = m_kept.path(), to = m_request.path] { *problem = copyTree(from, to); },
-        [this, problem] { judgeCopy(*problem); });
-}
-
-void WebDownload::judgeCopy(const QString &problem)
-{
-    if (problem.isNull() && !m_isCancelled) {
-        m_kept.remove();
-        return deliver();
-    }
-    removeTree(m_request.path);
-    fail(m_isCancelled ? webUtils::cancelledReason()
-                       : QStringLiteral("the download can't be written to %1: %2")
-                             .arg(m_request.path, problem));
-}
-
 void WebDownload::cancel()
 {
-    m_isCancelled = true;
-    if (!m_copying.isRunning()) {
-        fail(webUtils::cancelledReason());
-    }
+    fail(webUtils::cancelledReason());
 }
 
-// A later one, such as that it was cancelled, counts instead of an earlier one not yet told.
+// The last reason before the delivery counts: a cancelled download does not succeed.
 void WebDownload::fail(const QString &reason)
 {
-    m_result = tl::unexpected(reason);
+    m_failure = reason;
     m_exchange.reset();
     m_pause.stop();
-    m_kept.close();
+    deliverLater();
+}
+
+void WebDownload::deliverLater()
+{
     if (!std::exchange(m_isFinished, true)) {
         QMetaObject::invokeMethod(this, &WebDownload::deliver, Qt::QueuedConnection);
     }
@@ -303,7 +255,7 @@ void WebDownload::tellProgress()
     }
 }
 
-// From the event loop only: whoever hears it may delete everything.
+// From the event loop only: the handler may delete this object.
 void WebDownload::deliver()
 {
     m_ticks.stop();
@@ -311,8 +263,11 @@ void WebDownload::deliver()
     tellProgress();
     if (self) {
         const webUtils::DownloadHandler handler = std::move(m_handler);
-        const tl::expected<void, QString> result = m_result;
-        handler(result);
+        if (m_failure.isNull()) {
+            handler(std::make_shared<FileDescriptor>(m_kept.take()));
+        } else {
+            handler(tl::unexpected(QString(m_failure)));
+        }
     }
 }
 

@@ -3,8 +3,6 @@
 #include "updater/web_exchange.h"
 #include "updater/web_kept_file.h"
 
-#include "support/off_thread.h"
-
 namespace qv
 {
 
@@ -14,9 +12,10 @@ class WebDownload : public QObject
     Q_OBJECT
 
 public:
-    WebDownload(QNetworkAccessManager &manager, const webUtils::DownloadRequest &request,
-                const WebLimits &limits, webUtils::DownloadHandler handler);
-    ~WebDownload() override;
+    // Resumes what is kept if it can; the bytes go there.
+    WebDownload(QNetworkAccessManager &manager, KeptFile &kept,
+                const webUtils::DownloadRequest &request, const WebLimits &limits,
+                webUtils::DownloadHandler handler);
 
     void cancel();
 
@@ -26,7 +25,6 @@ Q_SIGNALS:
 
 private:
     void start();
-    QString placeRefusal() const;
     void ask();
     QList<WebExchange::Header> rangeHeaders() const;
 
@@ -41,11 +39,9 @@ private:
 
     void end(WebExchange::Ending ending, const QString &reason);
     void askAgain(const QString &reason);
-    void place();
-    void placeCopy();
-    void judgeCopy(const QString &problem);
     void fail(const QString &reason);
     void tellProgress();
+    void deliverLater();
     void deliver();
 
     QNetworkAccessManager &m_manager;
@@ -53,11 +49,10 @@ private:
     WebLimits m_limits;
     webUtils::DownloadHandler m_handler;
 
-    KeptFile m_kept;
+    KeptFile &m_kept;
     std::unique_ptr<WebExchange> m_exchange;
     QTimer m_pause;
     QTimer m_ticks;
-    OffThread m_copying;
 
     bool m_isContinuing = false; // asks for the rest of what is kept
     bool m_isAccepted = false;   // the bytes of this exchange are wanted
@@ -67,9 +62,8 @@ private:
     qint64 m_total = -1;
     qint64 m_told = -1;
 
-    bool m_isCancelled = false;
     bool m_isFinished = false;
-    tl::expected<void, QString> m_result;
+    QString m_failure; // null: the file is whole
 };
 
 } // namespace qv

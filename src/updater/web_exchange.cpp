@@ -29,7 +29,7 @@ QByteArray userAgent()
     return headerText(bundle.name()) + '/' + headerText(bundle.version());
 }
 
-QNetworkRequest plainRequest(const QUrl &address, const WebLimits &limits)
+QNetworkRequest plainRequest(const QUrl &address)
 {
     // A name and a password in an address would be given to whoever asks for them.
     QNetworkRequest request(address.adjusted(QUrl::RemoveUserInfo | QUrl::RemoveFragment));
@@ -40,10 +40,9 @@ QNetworkRequest plainRequest(const QUrl &address, const WebLimits &limits)
                          QNetworkRequest::AlwaysNetwork);
     request.setAttribute(QNetworkRequest::CacheSaveControlAttribute, false);
     request.setAttribute(QNetworkRequest::RedirectPolicyAttribute,
-                         QNetworkRequest::NoLessSafeRedirectPolicy);
+                         QNetworkRequest::ManualRedirectPolicy);
     // Only the older protocol makes the server wait for a slow reader.
     request.setAttribute(QNetworkRequest::Http2AllowedAttribute, false);
-    request.setMaximumRedirectsAllowed(limits.redirects);
     request.setRawHeader("Accept-Encoding", "identity");
     request.setRawHeader("User-Agent", userAgent());
     return request;
@@ -51,8 +50,7 @@ QNetworkRequest plainRequest(const QUrl &address, const WebLimits &limits)
 
 bool isRedirectStatus(int status)
 {
-    return status == 301 || status == 302 || status == 303 || status == 305 || status == 307 ||
-           status == 308;
+    return status == 301 || status == 302 || status == 303 || status == 307 || status == 308;
 }
 
 QString seconds(int milliseconds)
@@ -81,17 +79,23 @@ bool isPassing(QNetworkReply::NetworkError error)
 
 WebExchange::WebExchange(QNetworkAccessManager &manager, const QUrl &address,
                          const QList<Header> &headers, const WebLimits &limits)
-    : m_limits(limits)
+    : m_manager(manager), m_headers(headers), m_limits(limits)
 {
-    QNetworkRequest request = plainRequest(address, limits);
-    for (const Header &header : headers) {
-        request.setRawHeader(header.name, header.value);
-    }
-    m_reply = manager.get(request);
-    m_reply->setReadBufferSize(unreadBytes);
     m_patience.setSingleShot(true);
     connect(&m_patience, &QTimer::timeout, this, &WebExchange::fallSilent);
-    m_patience.start(limits.connecting);
+    ask(address);
+}
+
+void WebExchange::ask(const QUrl &address)
+{
+    QNetworkRequest request = plainRequest(address);
+    for (const Header &header : m_headers) {
+        request.setRawHeader(header.name, header.value);
+    }
+    m_reply = m_manager.get(request);
+    m_reply->setReadBufferSize(unreadBytes);
+    m_isSent = false;
+    m_patience.start(m_limits.connecting);
     watchReply();
 }
 
@@ -101,8 +105,12 @@ void WebExchange::watchReply()
         m_isSent = true;
         noteLife();
     });
-    connect(m_reply, &QNetworkReply::metaDataChanged, this, &WebExchange::noteLife);
-    connect(m_reply, &QNetworkReply::redirected, this, &WebExchange::noteLife);
+    connect(m_reply, &QNetworkReply::metaDataChanged, this, [this] {
+        noteLife();
+        if (!m_hasEnded && !isAnswer()) {
+            followRedirect();
+        }
+    });
     connect(m_reply, &QNetworkReply::sslErrors, this, [this] { m_isCertificateBad = true; });
     connect(m_reply, &QNetworkReply::readyRead, this, [this] {
         noteLife();
@@ -112,6 +120,11 @@ void WebExchange::watchReply()
 }
 
 WebExchange::~WebExchange()
+{
+    dropReply();
+}
+
+void WebExchange::dropReply()
 {
     m_reply->disconnect(this);
     m_reply->deleteLater();
@@ -144,7 +157,7 @@ QByteArray WebExchange::read()
     return bytes;
 }
 
-// What comes along with a redirect that is followed is nobody's page.
+// The page of a redirect is not the answer.
 bool WebExchange::isAnswer() const
 {
     return !isRedirectStatus(status()) || header("Location").isEmpty();
@@ -157,11 +170,24 @@ void WebExchange::noteLife()
     }
 }
 
+// Not waiting for the end of its page, which may be endless.
+void WebExchange::followRedirect()
+{
+    const QUrl from = m_reply->url();
+    const QUrl to = from.resolved(QUrl::fromEncoded(header("Location")));
+    const QString refusal = ++m_redirects > m_limits.redirects
+                                ? QStringLiteral("the server at %1 redirects too often").arg(host())
+                                : redirectRefusal(from, to, m_limits.isBoundToServer);
+    if (!refusal.isNull()) {
+        return end(Ending::Refused, refusal);
+    }
+    dropReply();
+    ask(to);
+}
+
 void WebExchange::giveBytes()
 {
-    if (!isAnswer()) {
-        m_reply->readAll();
-    } else if (!m_hasEnded) {
+    if (!m_hasEnded) {
         Q_EMIT bytesCame();
     }
 }
@@ -221,29 +247,12 @@ QString WebExchange::failureReason() const
             .arg(host(), m_reply->errorString());
     case QNetworkReply::RemoteHostClosedError:
         return QStringLiteral("the server at %1 broke off the connection").arg(host());
-    case QNetworkReply::InsecureRedirectError:
-    case QNetworkReply::TooManyRedirectsError:
-    case QNetworkReply::ProtocolUnknownError:
-        return redirectReason();
     case QNetworkReply::ProtocolFailure:
         return QStringLiteral("what the server at %1 answers makes no sense: %2")
             .arg(host(), m_reply->errorString());
     default:
         return QStringLiteral("the server at %1 can't be reached: %2")
             .arg(host(), m_reply->errorString());
-    }
-}
-
-QString WebExchange::redirectReason() const
-{
-    switch (m_reply->error()) {
-    case QNetworkReply::InsecureRedirectError:
-        return QStringLiteral("the server at %1 redirects to an address that is less safe")
-            .arg(host());
-    case QNetworkReply::TooManyRedirectsError:
-        return QStringLiteral("the server at %1 redirects too often").arg(host());
-    default:
-        return QStringLiteral("the server at %1 redirects out of the web").arg(host());
     }
 }
 

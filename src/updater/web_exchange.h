@@ -52,9 +52,12 @@ Q_SIGNALS:
     void ended(qv::WebExchange::Ending ending, const QString &reason);
 
 private:
+    void ask(const QUrl &address);
     void watchReply();
+    void dropReply();
     bool isAnswer() const;
     void noteLife();
+    void followRedirect();
     void fallSilent();
     void finish();
     bool hasHttpStatusError() const;
@@ -62,10 +65,12 @@ private:
     void giveBytes();
     void end(Ending ending, const QString &reason);
     QString failureReason() const;
-    QString redirectReason() const;
 
+    QNetworkAccessManager &m_manager;
+    QList<Header> m_headers;
     WebLimits m_limits;
     QNetworkReply *m_reply = nullptr;
+    int m_redirects = 0;
     QTimer m_patience;
     bool m_isSent = false;
     bool m_hasEnded = false;

@@ -13,6 +13,11 @@ namespace qv
 // Why the address can't be asked for at all, for people; null when it can.
 QString addressRefusal(const QUrl &address);
 
+// Why the redirect may not be followed, for people; null when it may. It never leads from HTTPS to
+// HTTP. Bound to the server, it keeps scheme, host and port. Hosts are compared in lower case and
+// in their ASCII form (RFC 3490); a final dot makes another host.
+QString redirectRefusal(const QUrl &from, const QUrl &to, bool isBoundToServer);
+
 // A decimal number of bytes; nothing for anything else.
 std::optional<qint64> parseByteCount(const QByteArray &text);
 

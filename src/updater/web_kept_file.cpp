@@ -1,75 +1,53 @@
 #include "updater/web_kept_file.h"
 
-#include "support/platform.h"
+#include "support/whole_write.h"
 
-#include <QDir>
-#include <QFileInfo>
-#include <QJsonDocument>
-#include <QJsonObject>
-#include <QSaveFile>
+#include <QFile>
 
 #include <algorithm>
-#include <cstdio>
+#include <cerrno>
+#include <utility>
+
+#include <cstdlib>
+#include <fcntl.h>
+#include <unistd.h>
 
 namespace qv
 {
 namespace
 {
 
-constexpr qint64 mostFactsBytes = 64 << 10;
-constexpr qsizetype mostValidatorBytes = 1024;
-
-// It goes back to the server as a header's value.
-bool isHeaderValue(const QByteArray &value)
+// Not O_TMPFILE, which some file systems lack.
+FileDescriptor makeNamelessFile(const QString &folder)
 {
-    return value.size() <= mostValidatorBytes &&
-           std::all_of(value.begin(), value.end(), [](char c) { return c >= ' ' && c < 0x7f; });
+    QByteArray path = QFile::encodeName(folder) + "/download-XXXXXX";
+    FileDescriptor file(::mkostemp(path.data(), O_CLOEXEC));
+    if (file.isOpen() && ::unlink(path.constData()) != 0) {
+        file.close();
+    }
+    return file;
 }
 
-QString writingReason(const QString &path, const QString &why)
+QString writingReason(const QString &folder, int error)
 {
-    return QStringLiteral("the download can't be written to %1: %2").arg(path, why);
+    return QStringLiteral("the download can't be written to %1: %2")
+        .arg(folder, qt_error_string(error));
 }
 
 } // namespace
 
-QString KeptFile::path() const
-{
-    return m_folder + QStringLiteral("/download");
-}
-
-QString KeptFile::factsPath() const
-{
-    return m_folder + QStringLiteral("/download.json");
-}
-
 QString KeptFile::open(const QString &folder)
 {
-    m_folder = folder;
-    QDir().mkpath(folder);
-    const platform::LockedFile locked = platform::lockFile(path());
-    if (locked.state == platform::LockedFile::State::HeldByAnother) {
-        return QStringLiteral("another copy of the application is downloading already");
+    if (!m_file.isOpen()) {
+        m_folder = folder;
+        m_file = makeNamelessFile(folder);
     }
-    m_bytes = std::make_unique<QFile>();
-    if (locked.descriptor < 0 ||
-        !m_bytes->open(locked.descriptor, QIODevice::ReadWrite | QIODevice::Unbuffered,
-                       QFileDevice::AutoCloseHandle)) {
-        close();
-        return QStringLiteral("the download can't be kept in %1").arg(folder);
-    }
-    return {};
-}
-
-void KeptFile::close()
-{
-    m_bytes.reset();
+    return m_file.isOpen() ? QString() : writingReason(folder, errno);
 }
 
 bool KeptFile::resume(const QUrl &address, qint64 mostBytes)
 {
-    m_facts = readFacts();
-    const qint64 good = std::min(m_bytes->size(), m_facts.length - 1);
+    const qint64 good = std::min(m_size, m_facts.length - 1);
     const bool fits = m_facts.address == address && !m_facts.validator.isEmpty() &&
                       m_facts.length <= mostBytes && good > 0;
     if (!fits || !cutTo(good)) {
@@ -81,15 +59,12 @@ bool KeptFile::resume(const QUrl &address, qint64 mostBytes)
 
 QString KeptFile::beginAnew(const Facts &facts)
 {
-    forget();
     m_facts = facts;
-    return m_bytes->size() == 0 ? writeFacts() : writingReason(path(), m_bytes->errorString());
+    return cutTo(0) ? QString() : writingReason(m_folder, errno);
 }
 
-// The facts go first: bytes without facts are nobody's.
 void KeptFile::forget()
 {
-    QFile::remove(factsPath());
     m_facts = {};
     cutTo(0);
 }
@@ -97,64 +72,25 @@ void KeptFile::forget()
 bool KeptFile::cutTo(qint64 size)
 {
     m_size = size;
-    return m_bytes->resize(size) && m_bytes->seek(size);
+    return ::ftruncate(m_file.get(), size) == 0 && ::lseek(m_file.get(), size, SEEK_SET) == size;
 }
 
 QString KeptFile::append(const QByteArray &bytes)
 {
-    // What could be written only in part tells why at the next try.
-    for (qint64 done = 0; done < bytes.size();) {
-        const qint64 written = m_bytes->write(bytes.constData() + done, bytes.size() - done);
-        if (written <= 0) {
-            return writingReason(path(), m_bytes->errorString());
-        }
-        done += written;
-        m_size += written;
+    const int error = writeAll(m_file.get(), bytes.constData(), static_cast<size_t>(bytes.size()));
+    if (error != 0) {
+        cutTo(m_size);
+        return writingReason(m_folder, error);
     }
+    m_size += bytes.size();
     return {};
 }
 
-bool KeptFile::moveTo(const QString &path) const
+FileDescriptor KeptFile::take()
 {
-    if (std::rename(QFile::encodeName(this->path()).constData(),
-                    QFile::encodeName(path).constData()) != 0) {
-        return false;
-    }
-    QFile::remove(factsPath());
-    return true;
-}
-
-void KeptFile::remove() const
-{
-    QFile::remove(factsPath());
-    QFile::remove(path());
-}
-
-KeptFile::Facts KeptFile::readFacts() const
-{
-    QFile file(factsPath());
-    if (!QFileInfo(file).isFile() || !file.open(QIODevice::ReadOnly)) {
-        return {};
-    }
-    const QJsonObject object = QJsonDocument::fromJson(file.read(mostFactsBytes)).object();
-    const QByteArray validator = object.value(QStringLiteral("validator")).toString().toLatin1();
-    return {QUrl(object.value(QStringLiteral("address")).toString()),
-            isHeaderValue(validator) ? validator : QByteArray(),
-            object.value(QStringLiteral("length")).toInteger(-1)};
-}
-
-QString KeptFile::writeFacts() const
-{
-    QJsonObject object;
-    object.insert(QStringLiteral("address"), m_facts.address.toString(QUrl::FullyEncoded));
-    object.insert(QStringLiteral("validator"), QString::fromLatin1(m_facts.validator));
-    object.insert(QStringLiteral("length"), m_facts.length);
-    QSaveFile file(factsPath());
-    if (!file.open(QIODevice::WriteOnly) || file.write(QJsonDocument(object).toJson()) < 0 ||
-        !file.commit()) {
-        return writingReason(factsPath(), file.errorString());
-    }
-    return {};
+    m_facts = {};
+    m_size = 0;
+    return std::move(m_file);
 }
 
 } // namespace qv

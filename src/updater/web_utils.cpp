@@ -9,7 +9,8 @@ namespace qv
 {
 
 webUtils::webUtils(const WebLimits &limits, QObject *parent)
-    : QObject(parent), m_limits(limits), m_pages(std::make_unique<QObject>())
+    : QObject(parent), m_limits(limits), m_pages(std::make_unique<QObject>()),
+      m_kept(std::make_unique<KeptFile>())
 {
 }
 
@@ -55,11 +56,11 @@ void webUtils::downloadURL(const DownloadRequest &request, DownloadHandler handl
         return;
     }
     const auto tell = [this, handler = std::move(handler)](const auto &done) {
-        // Whoever hears it may begin the next one, or delete this.
+        // The handler may begin the next download or delete this object.
         const std::unique_ptr<WebDownload> download = std::move(m_download);
         handler(done);
     };
-    m_download = std::make_unique<WebDownload>(manager(), request, m_limits, tell);
+    m_download = std::make_unique<WebDownload>(manager(), *m_kept, request, m_limits, tell);
     connect(m_download.get(), &WebDownload::progressed, this, &webUtils::downloadProgressed);
 }
 

@@ -12,18 +12,21 @@
 
 class QNetworkAccessManager;
 
-// Pages and files from the web, over HTTP and HTTPS only. Redirects are followed to the same or a
-// safer scheme; certificates that can't be verified are failures. Nothing is kept between requests
-// but a download that did not come to its end. Everything happens on the event loop.
+// Pages and files from the web, over HTTP and HTTPS only. Redirects never lead from HTTPS to HTTP;
+// certificates that can't be verified are failures. Only an unfinished download is kept between
+// requests. Everything happens on the event loop.
 namespace qv
 {
 
+class FileDescriptor;
+class KeptFile;
 class WebDownload;
 
 struct WebLimits {
     int connecting = 15'000; // milliseconds until the request is on its way
     int silence = 30'000;    // milliseconds without a byte
     int redirects = 5;
+    bool isBoundToServer = true;        // redirects keep scheme, host and port
     qint64 pageBytes = qint64{1} << 20; // of a page
     qint64 fileBytes = qint64{2} << 30; // of a download
     int attempts = 4;                   // of a download that is cut off, each going on
@@ -56,17 +59,18 @@ public:
     using ConnexionHandler = std::function<void(const tl::expected<void, QString> &connected)>;
     void internetConnexionCheck(const QUrl &address, ConnexionHandler handler);
 
-    // Downloads into a new file; the folder must exist. What has come so far stands in `keptFolder`
-    // (made when missing) until all has come: a download of the same address that was cut off,
-    // cancelled or failed goes on there, when the server has still the same file and can. A server
-    // that cuts the connection is asked again by itself.
+    // Downloads into a file that has no name, on the volume of the folder. The bytes of a download
+    // that was cut off, cancelled or failed are kept as long as this object lives: the next one of
+    // the same address resumes there if the server supports it and its file is still the same. A
+    // server that cuts the connection is asked again without the caller's doing.
     struct DownloadRequest {
         QUrl address;
-        QString path;
-        QString keptFolder;
+        QString folder;
     };
-    // One download at a time; a second one while one runs fails at once.
-    using DownloadHandler = std::function<void(const tl::expected<void, QString> &done)>;
+    // The file, open for reading and writing, or the reason for people. One download at a time; a
+    // second one while one runs fails at once.
+    using DownloadedFile = std::shared_ptr<const FileDescriptor>;
+    using DownloadHandler = std::function<void(const tl::expected<DownloadedFile, QString> &done)>;
     void downloadURL(const DownloadRequest &request, DownloadHandler handler);
     bool isDownloading() const;
     // Its handler is called with cancelledReason().
@@ -83,6 +87,7 @@ private:
     WebLimits m_limits;
     std::unique_ptr<QNetworkAccessManager> m_manager;
     std::unique_ptr<QObject> m_pages; // that are on their way, as its children
+    std::unique_ptr<KeptFile> m_kept;
     std::unique_ptr<WebDownload> m_download;
 };
 

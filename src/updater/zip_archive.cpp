@@ -1,19 +1,25 @@
 #include "updater/zip_archive.h"
 
+#include "process/child_process.h"
 #include "support/log.h"
 #include "updater/zip_extraction.h"
 #include "updater/zip_plan.h"
 #include "updater/zip_reader.h"
+
+#include <QFile>
+
+#include <cerrno>
+#include <fcntl.h>
 
 namespace qv
 {
 namespace
 {
 
-tl::expected<void, QString> unpack(const QString &archive, const QString &destination,
+tl::expected<void, QString> unpack(int archive, const QString &destination,
                                    const UnpackLimits &limits, const std::atomic<bool> *isCancelled)
 {
-    auto reader = ZipReader::open(archive);
+    auto reader = ZipReader::over(archive);
     if (!reader) {
         return tl::unexpected(reader.error());
     }
@@ -24,6 +30,15 @@ tl::expected<void, QString> unpack(const QString &archive, const QString &destin
     return ZipExtraction(*reader, *plan, isCancelled).into(destination, limits.keptFree);
 }
 
+tl::expected<void, QString> logged(const tl::expected<void, QString> &unpacked,
+                                   const QString &archive)
+{
+    if (!unpacked) {
+        logLine(QStringLiteral("unzipFileAtPath     :-( %1: %2").arg(archive, unpacked.error()));
+    }
+    return unpacked;
+}
+
 } // namespace
 
 tl::expected<void, QString> SSZipArchive::unzipFileAtPath(const QString &path,
@@ -31,11 +46,22 @@ tl::expected<void, QString> SSZipArchive::unzipFileAtPath(const QString &path,
                                                           const UnpackLimits &limits,
                                                           const std::atomic<bool> *isCancelled)
 {
-    const auto unpacked = unpack(path, toDestination, limits, isCancelled);
-    if (!unpacked) {
-        logLine(QStringLiteral("unzipFileAtPath     :-( %1: %2").arg(path, unpacked.error()));
+    // A pipe must not make us wait for its writer.
+    const FileDescriptor archive(
+        ::open(QFile::encodeName(path).constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
+    if (!archive.isOpen()) {
+        return logged(
+            tl::unexpected(
+                QStringLiteral("the archive can't be opened: %1").arg(qt_error_string(errno))),
+            path);
     }
-    return unpacked;
+    return logged(unpack(archive.get(), toDestination, limits, isCancelled), path);
+}
+
+tl::expected<void, QString> SSZipArchive::unzipFile(int archive, const QString &toDestination,
+                                                    const std::atomic<bool> &isCancelled)
+{
+    return logged(unpack(archive, toDestination, {}, &isCancelled), QStringLiteral("download"));
 }
 
 } // namespace qv

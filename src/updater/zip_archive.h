@@ -36,6 +36,9 @@ public:
     unzipFileAtPath(const QString &path, const QString &toDestination,
                     const UnpackLimits &limits = {},
                     const std::atomic<bool> *isCancelled = nullptr);
+    // The same with an open file: unpacks the very file that the caller checked.
+    static tl::expected<void, QString> unzipFile(int archive, const QString &toDestination,
+                                                 const std::atomic<bool> &isCancelled);
 };
 
 } // namespace qv

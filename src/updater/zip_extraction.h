@@ -1,5 +1,6 @@
 #pragma once
 
+#include "process/child_process.h"
 #include "updater/zip_plan.h"
 
 // Makes what a plan says.

@@ -1,42 +1,26 @@
 #include "updater/zip_input.h"
 
-#include <QFile>
-
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
 
-#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 namespace qv
 {
-namespace
-{
 
-QString cantBeOpened()
+tl::expected<std::unique_ptr<ZipInput>, QString> ZipInput::over(int file)
 {
-    return QStringLiteral("the archive can't be opened: %1")
-        .arg(QString::fromLocal8Bit(std::strerror(errno)));
-}
-
-} // namespace
-
-tl::expected<std::unique_ptr<ZipInput>, QString> ZipInput::open(const QString &path)
-{
-    // A pipe must not keep us waiting for its writer.
-    FileDescriptor file(
-        ::open(QFile::encodeName(path).constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
     struct stat status = {};
-    if (!file.isOpen() || ::fstat(file.get(), &status) != 0) {
-        return tl::unexpected(cantBeOpened());
+    if (::fstat(file, &status) != 0) {
+        return tl::unexpected(
+            QStringLiteral("the archive can't be opened: %1").arg(qt_error_string(errno)));
     }
     if (!S_ISREG(status.st_mode)) {
         return tl::unexpected(QStringLiteral("the archive is no plain file"));
     }
-    return std::unique_ptr<ZipInput>(
-        new ZipInput(std::move(file), static_cast<quint64>(status.st_size)));
+    return std::unique_ptr<ZipInput>(new ZipInput(file, static_cast<quint64>(status.st_size)));
 }
 
 size_t ZipInput::read(char *buffer, size_t size)
@@ -76,7 +60,7 @@ size_t ZipInput::readFile(char *buffer, size_t size)
     }
     ssize_t got = -1;
     do {
-        got = ::pread(m_file.get(), buffer, size, static_cast<off_t>(m_position));
+        got = ::pread(m_file, buffer, size, static_cast<off_t>(m_position));
     } while (got < 0 && errno == EINTR);
     return got < 0 ? 0 : static_cast<size_t>(got);
 }

@@ -1,7 +1,5 @@
 #pragma once
 
-#include "process/child_process.h"
-
 #include <QString>
 
 #include <tl/expected.hpp>
@@ -17,8 +15,8 @@ namespace qv
 class ZipInput
 {
 public:
-    // Only a plain file is opened. The reason is for people.
-    static tl::expected<std::unique_ptr<ZipInput>, QString> open(const QString &path);
+    // Over an open file, which the caller keeps open. The reason is for people.
+    static tl::expected<std::unique_ptr<ZipInput>, QString> over(int file);
 
     quint64 size() const { return m_size; }
     quint64 position() const { return m_position; }
@@ -29,12 +27,12 @@ public:
     bool isWhole() const { return m_isWhole; }
 
 private:
-    ZipInput(FileDescriptor file, quint64 size) : m_file(std::move(file)), m_size(size) {}
+    ZipInput(int file, quint64 size) : m_file(file), m_size(size) {}
     size_t readSome(char *buffer, size_t size);
     size_t readFile(char *buffer, size_t size);
     bool isInWindow() const;
 
-    FileDescriptor m_file;
+    int m_file;
     quint64 m_size = 0;
     quint64 m_position = 0;
     quint64 m_windowStart = 0;

@@ -192,9 +192,9 @@ ZipReader::ZipReader(std::unique_ptr<ZipInput> input)
     }
 }
 
-tl::expected<ZipReader, QString> ZipReader::open(const QString &path)
+tl::expected<ZipReader, QString> ZipReader::over(int file)
 {
-    auto input = ZipInput::open(path);
+    auto input = ZipInput::over(file);
     if (!input) {
         return tl::unexpected(input.error());
     }

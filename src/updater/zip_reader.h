@@ -34,8 +34,8 @@ struct ZipEntry {
 class ZipReader
 {
 public:
-    // The reason is for people.
-    static tl::expected<ZipReader, QString> open(const QString &path);
+    // Over an open file, which the caller keeps open. The reason is for people.
+    static tl::expected<ZipReader, QString> over(int file);
 
     // As the archive says it.
     quint64 count() const { return m_count; }

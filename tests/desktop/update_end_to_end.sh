@@ -34,7 +34,7 @@ set_info "$work/new/Quorvantel.app" CFBundleShortVersionString 2.0
 (cd "$work/new" && zip -qr "$site/dlCenter/Quorvantel-2.0.zip" Quorvantel.app)
 echo connected >"$site/ky/isConnected.htm"
 {
-    echo "<key>version</key><value>2.0</value><key>systemVersionMin</key><value>4.0</value>"
+    echo "<key>systemVersionMin</key><value>4.0</value>"
     echo "<key>dlPath</key><value>Quorvantel-2.0.zip</value>"
     "$sign_update" sign "$work/key" "$site/dlCenter/Quorvantel-2.0.zip" 2>/dev/null
 } >"$site/dlCenter/update.php"
@@ -52,7 +52,9 @@ version_there() {
 }
 sheet() { xdotool search --all --onlyvisible --pid "$app" --name '^Updates$' | tail -n 1 | grep .; }
 no_sheet() { ! sheet; }
-kept() { find "$TMPDIR" -path '*dl.part*' -size +100k | grep .; }
+# The file of the download has no name.
+kept() { find -L "/proc/$app/fd" -maxdepth 1 -type f -links 0 -size +100k | grep .; }
+staged() { find "$work/apps" "$TMPDIR" -maxdepth 1 -name '.quorvantel-update-*' | grep .; }
 running() { pgrep -f "^$place/Contents/MacOS/Quorvantel" | grep .; }
 start() {
     "$place/Contents/MacOS/Quorvantel" 2>"$work/stderr" &
@@ -95,6 +97,7 @@ trash=$XDG_DATA_HOME/Trash
 grep -q "^Path=$place\$" "$trash/info/Quorvantel.app.trashinfo" || fail "the trash knows no origin"
 [ "$(ls -A "$work/apps")" = Quorvantel.app ] || fail "something is left beside the application"
 [ ! -e "$TMPDIR/Quorvantel" ] || fail "the temporary folder is left"
+! staged || fail "a folder of the update is left, of this or of the killed start"
 
 echo "== it starts again by itself, and is up to date"
 wait_for 30 "version 2.0" running

@@ -4,16 +4,21 @@
 #include "common/log_capture.h"
 #include "common/ordinary_user.h"
 #include "common/wait_until.h"
+#include "process/child_process.h"
 #include "support/files.h"
+#include "updater/add_on_versions.h"
 #include "updater/application_archive.h"
 
+#include "signing_key.h"
 #include "small_application.h"
+#include "zip_bytes.h"
 
 #include <QProcess>
 
 #include <gmock/gmock.h>
 
 #include <csignal>
+#include <fcntl.h>
 #include <memory>
 #include <sys/resource.h>
 #include <unistd.h>
@@ -185,7 +190,7 @@ TEST_F(InstallTest, AKilledInstallationLeavesAnApplicationAtItsPlace)
         killed += WIFSIGNALED(status) ? 1 : 0;
         EXPECT_THAT(versionAt(running()).toStdString(), testing::AnyOf("1.0", "2.0")) << last;
         EXPECT_TRUE(QFileInfo(running() + "/Contents/MacOS/Quorvantel").isExecutable()) << last;
-        clearStagingFolders(running());
+        clearLeftUpdates(Bundle(running()));
         EXPECT_EQ(namesIn("place"), QStringList{"Quorvantel.app"}) << last;
     }
     EXPECT_GE(killed, 3) << "staging, exchange, trash";
@@ -205,23 +210,27 @@ TEST_F(InstallTest, WhatTheTrashDoesNotTakeStaysBeside)
 
 TEST_F(InstallTest, AnUnwritablePlaceSendsItToTheDesktop)
 {
+    DiskMoves moves = DiskMoves::real();
+    moves.trash = [](const QString &) { return QString(); };
     for (const QString &closed : {running(), path("place")}) {
-        SmallApplication{.version = "2.0"}.write(offered());
-        QFile::setPermissions(closed, QFile::ReadOwner | QFile::ExeOwner);
-        Installation done;
-        {
-            const OrdinaryUser user;
-            DiskMoves moves = DiskMoves::real();
-            moves.trash = [](const QString &) { return QString(); };
-            done = install(moves);
-        }
-        QFile::setPermissions(closed, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+        const auto installClosed = [&](const QString &version) {
+            SmallApplication{.version = version}.write(offered());
+            QFile::setPermissions(closed, QFile::ReadOwner | QFile::ExeOwner);
+            const Installation done = [&] {
+                const OrdinaryUser user;
+                return install(moves);
+            }();
+            QFile::setPermissions(closed, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+            return done;
+        };
+        const Installation done = installClosed("2.0");
         EXPECT_TRUE(done.error.isNull()) << qPrintable(done.error);
         EXPECT_TRUE(done.isOnDesktop);
         EXPECT_EQ(done.installedAt, path("home/Desktop/Quorvantel 2.zip"));
-        EXPECT_EQ(versionAt(done.installedAt), "2.0");
         EXPECT_EQ(versionAt(running()), "1.0");
         EXPECT_TRUE(m_log.contains("moveToTrash         ? 0"));
+        EXPECT_THAT(installClosed("1.5").error.toStdString(), HasSubstr("2.0 is already at"));
+        EXPECT_EQ(versionAt(done.installedAt), "2.0");
         removeTreeOf("home/Desktop");
     }
 }
@@ -232,22 +241,36 @@ TEST_F(InstallTest, ClearsOnlyWhatAKilledInstallationLeft)
     writeFile(path("place/.quorvantel-update-file"), "the user's");
     QDir().mkpath(path("target"));
     QFile::link(path("target"), path("place/.quorvantel-update-link"));
-    clearStagingFolders(running());
+    clearStagingFolders(path("place"));
     EXPECT_THAT(namesIn("place"),
                 testing::UnorderedElementsAre(".quorvantel-update-file", ".quorvantel-update-link",
                                               "Quorvantel.app"));
 }
 
-TEST_F(InstallTest, AnAddOnReplacesAnEarlierOne)
+TEST_F(InstallTest, AnAddOnReplacesOnlyAnOlderOne)
 {
-    const QString support = "home/Library/Application Support/Quorvantel";
-    for (const QByteArray content : {"one", "two"}) {
-        writeFile(path("dl/ffmpeg"), content);
-        EXPECT_TRUE(installAddOn(path("dl/ffmpeg"), "Quorvantel").isNull());
-        EXPECT_EQ(contentOf(path(support + "/ffmpeg")), content);
+    const QString item = path("dl/ffmpeg");
+    const QString installed = path("home/Library/Application Support/Quorvantel/ffmpeg");
+    const Bundle bundle(running());
+    const struct {
+        const char *version;
+        bool isDeletedBefore, isTaken;
+    } cases[] = {{"1.0", false, true},  {"2.0", false, true}, {"2.0", false, false},
+                 {"1.5", false, false}, {"1.5", true, false}, {"2.0", false, true}};
+    for (const auto &c : cases) {
+        if (c.isDeletedBefore) {
+            QFile::remove(installed);
+        }
+        const QByteArray content = QByteArray::number(&c - cases);
+        writeFile(item, content);
+        EXPECT_EQ(installAddOn(item, c.version, bundle).isNull(), c.isTaken) << c.version;
+        EXPECT_EQ(contentOf(installed) == content, c.isTaken) << c.version;
     }
-    EXPECT_EQ(namesIn(support), QStringList{"ffmpeg"});
-    EXPECT_FALSE(installAddOn(path("dl/none"), "Quorvantel").isNull());
+    EXPECT_FALSE(installAddOn(path("dl/none"), "3.0", bundle).isNull());
+    EXPECT_EQ(AddOnVersions(bundle).of("none"), QString()) << "a failure is not recorded";
+    writeFile(path("home/Library/Preferences/org.quorvantel.Quorvantel.add-ons.plist"), "damaged");
+    EXPECT_THAT(installAddOn(item, "3.0", bundle).toStdString(),
+                HasSubstr("add-ons can't be read"));
 }
 
 TEST_F(InstallTest, TheRelaunchQuotesThePathForTheShell)
@@ -284,40 +307,74 @@ TEST_F(InstallTest, OnlyANewerVersionThatStartsHereIsTaken)
     const struct {
         const char *what;
         SmallApplication application;
-        bool taken;
+        const char *reason; // null: it is taken
     } cases[] = {
-        {"newer", {}, true},
-        {"the same", {.version = "1.0"}, false},
-        {"older", {.version = "0.9"}, false},
-        {"another application", {.identifier = "org.other"}, false},
-        {"it does not start", {.program = "exit 1\n"}, false},
-        {"it prints another version", {.program = "echo 1.0\n"}, false},
+        {"newer", {}, nullptr},
+        {"the same", {.version = "1.0"}, "not newer than 1.0"},
+        {"older", {.version = "0.9"}, "not newer than 1.0"},
+        {"not newer than what was installed meanwhile", {.version = "1.4"}, "not newer than 1.5"},
+        {"another application", {.identifier = "org.other"}, "another application"},
+        {"it fails", {.program = "exit 1\n"}, "on this system (ended with exit status 1)"},
+        {"it crashes", {.program = "kill -SEGV $$\n"}, "on this system (died by"},
+        {"it prints another version", {.program = "echo 12.0\n"}, "is not version 2.0"},
+        {"it is killed", {.program = "kill -KILL $$\n"}, "not be tried: its trial start died by"},
+        {"it hangs", {.program = "sleep 100\n"}, "not be tried: its trial start neither printed"},
+    };
+    const Bundle started(running());
+    std::atomic<bool> isCancelled = false;
+    const double usual = toolIdleLimit();
+    setToolIdleLimit(0.5);
+    const auto unpacked = [&] {
+        const auto found = unpackedApplication(path("dl"), started, {}, isCancelled);
+        return found ? std::string() : found.error().toStdString();
     };
     for (const auto &c : cases) {
         removeTreeOf("dl");
         c.application.write(offered());
+        SmallApplication{.version = QString(c.reason).contains("1.5") ? "1.5" : "1.0"}.write(
+            running());
         QFile::setPermissions(offered() + "/Contents/MacOS/Quorvantel",
                               QFile::ReadOwner | QFile::WriteOwner);
-        const auto found = unpackedApplication(path("dl"), Bundle(running()));
-        EXPECT_EQ(found.has_value(), c.taken) << c.what;
+        const std::string reason = unpacked();
+        EXPECT_EQ(reason.empty(), c.reason == nullptr) << c.what << ": " << reason;
+        EXPECT_THAT(reason, HasSubstr(c.reason == nullptr ? "" : c.reason));
     }
-    SmallApplication().write(offered());
-    const auto found = unpackedApplication(path("dl"), Bundle(running()));
-    EXPECT_EQ(found.value_or(""), offered());
+    setToolIdleLimit(usual);
     EXPECT_TRUE(QFileInfo(offered() + "/Contents/Resources/tools/ffmpeg").isExecutable());
+    SmallApplication().write(offered());
+    isCancelled = true;
+    EXPECT_EQ(unpacked(), "the new version could not be tried: its trial start was stopped");
+    isCancelled = false;
     QFile::remove(offered() + "/Contents/MacOS/Quorvantel");
     QFile::link("/bin/true", offered() + "/Contents/MacOS/Quorvantel");
-    EXPECT_FALSE(unpackedApplication(path("dl"), Bundle(running())));
+    EXPECT_THAT(unpacked(), HasSubstr("incomplete"));
     removeTreeOf("dl");
-    EXPECT_FALSE(unpackedApplication(path("dl"), Bundle(running())));
+    EXPECT_THAT(unpacked(), HasSubstr("no application"));
+}
+
+// The file is exchanged between the check and unpacking.
+TEST_F(InstallTest, UnpacksTheVeryFileThatWasChecked)
+{
+    const QString archive = path("a.zip");
+    const auto opened = [&](const QByteArray &content) {
+        QFile::remove(archive);
+        writeFile(archive, zipBytes({{"tool", content}}));
+        return FileDescriptor(::open(QFile::encodeName(archive).constData(), O_RDONLY));
+    };
+    const FileDescriptor good = opened("good");
+    const SignedManifest manifest = manifestOf(archive, "2.0");
+    const FileDescriptor evil = opened("evil");
+    const std::atomic<bool> no = false;
+    EXPECT_FALSE(openArchive(evil.get(), manifest, path("dl"), no));
+    EXPECT_TRUE(openArchive(good.get(), manifest, path("dl"), no));
+    EXPECT_EQ(contentOf(path("dl/tool")), "good");
 }
 
 TEST_F(InstallTest, AnAddOnIsNamedAsItsArchive)
 {
-    writeFile(path("dl/tool.zip"), "");
-    EXPECT_FALSE(unpackedAddOn(path("dl/tool.zip")));
+    EXPECT_FALSE(unpackedAddOn(path("dl"), "tool.zip"));
     writeFile(path("dl/tool"), "#!/bin/sh\n");
-    EXPECT_EQ(unpackedAddOn(path("dl/tool.zip")).value_or(""), path("dl/tool"));
+    EXPECT_EQ(unpackedAddOn(path("dl"), "tool.zip").value_or(""), path("dl/tool"));
     EXPECT_TRUE(QFileInfo(path("dl/tool")).isExecutable());
-    EXPECT_FALSE(unpackedAddOn(path("dl/tool"))) << "an archive is no add-on itself";
+    EXPECT_FALSE(unpackedAddOn(path("dl"), "tool")) << "an archive is no add-on itself";
 }

@@ -17,7 +17,7 @@ public:
     qv::UpdateOffer offer;
     QStringList statuses;
     qv::UpdatePhase phase = qv::UpdatePhase::Offered;
-    std::function<void(qint64 received)> onProgress;
+    std::function<void(qv::UpdatePhase phase)> onPhase;
     std::optional<tl::expected<qv::WebPage, QString>> notes;
     QString notice;
     bool mayEnd = true;
@@ -34,13 +34,14 @@ public:
     }
     void closeUpdateSheet() override { isVisible = false; }
     void setUpdateStatus(const QString &status) override { statuses << status; }
-    void setUpdatePhase(qv::UpdatePhase shown) override { phase = shown; }
-    void setUpdateProgress(qint64 received, qint64) override
+    void setUpdatePhase(qv::UpdatePhase shown) override
     {
-        if (onProgress) {
-            onProgress(received);
+        phase = shown;
+        if (onPhase) {
+            onPhase(shown);
         }
     }
+    void setUpdateProgress(qint64, qint64) override {}
     void showReleaseNotes(const tl::expected<qv::WebPage, QString> &page) override { notes = page; }
     void updateNotice(const QString &text) override { notice = text; }
     QString words(const QString &reason) const override { return reason; }

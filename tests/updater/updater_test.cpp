@@ -11,7 +11,9 @@
 #include "web_server/web_server.h"
 
 #include "recording_update_face.h"
+#include "signing_key.h"
 #include "small_application.h"
+#include "zip_bytes.h"
 
 #include <QNetworkProxy>
 #include <QProcess>
@@ -40,9 +42,8 @@ protected:
     UpdaterTest() : m_texts(TestBundle::Ffmpeg::None)
     {
         QNetworkProxy::setApplicationProxy(QNetworkProxy::NoProxy);
-        QDir().mkpath(path("tmp"));
-        setTemporaryFolder(path("tmp"));
-        m_signed = makeKey();
+        QDir().mkpath(path("tmp/Quorvantel"));
+        setTemporaryFolder(path("tmp/Quorvantel"));
         open(Tls::No);
     }
     ~UpdaterTest() override
@@ -53,15 +54,6 @@ protected:
 
     QString running() const { return path("place/Quorvantel.app"); }
 
-    QByteArray makeKey() { return sign({"new-key", path("key")}).section('=', 1).toUtf8(); }
-    QString sign(const QStringList &arguments) const
-    {
-        QProcess script;
-        script.start(QStringLiteral(QV_SIGN_UPDATE), arguments);
-        EXPECT_TRUE(script.waitForFinished());
-        return QString::fromUtf8(script.readAllStandardOutput()).trimmed();
-    }
-
     // The application at its place, for a server with or without TLS and a build with that key.
     void open(Tls tls, const QByteArray &key = "ours")
     {
@@ -70,16 +62,18 @@ protected:
                                          Certificates::shared().server(Certificates::Server::Good))
                                    : std::make_unique<WebServer>();
         const QString address = m_server->address("/").toString();
-        SmallApplication{.version = "1.0",
-                         .info = {{"QVUpdateAddress", address},
-                                  {"QVUpdatePublicKey", key == "ours" ? m_signed : key}}}
+        SmallApplication{
+            .version = "1.0",
+            .info = {{"QVUpdateAddress", address},
+                     {"QVUpdatePublicKey", key == "ours" ? m_key.publicKey.toBase64() : key}}}
             .write(running());
         Updater::Parts parts{m_preferences, m_face};
         parts.bundle = Bundle(running());
         parts.systemVersion = 6.01F;
+        parts.scratchRoot = path("tmp");
         parts.limits = {.connecting = 2000, .silence = 2000, .pause = 1};
         parts.moves = m_moves;
-        parts.packageOwner = [this](const QString &) { return m_owner; };
+        parts.packageOwner = [this](const auto &...) { return m_owner; };
         parts.relaunch = [this](const QString &bundle, const QString &executable) {
             m_relaunched = bundle + " " + executable;
             return true;
@@ -88,10 +82,11 @@ protected:
         m_server->setRoute("/ky/isConnected.htm", {.body = "yes"});
     }
 
-    // Packs what stands in the folder and offers it.
+    // Packs what stands in the folder and offers it, signed.
     void offer(const QString &name = "Quorvantel-2.0.zip", const QByteArray &version = "2.0")
     {
         const QString archive = path("site/" + name);
+        QDir().mkpath(path("site"));
         QFile::remove(archive);
         QProcess zip;
         zip.setWorkingDirectory(path("new"));
@@ -100,15 +95,21 @@ protected:
         m_archive = {.file = archive, .etag = "\"1\""};
         m_server->setRoute("/dlCenter/" + name, m_archive);
         m_name = name;
-        answer(record("version", version) + record("systemVersionMin", "4.05") +
-               record("dlPath", name.toUtf8()) + sign({"sign", path("key"), archive}).toUtf8());
+        m_manifest = manifestOf(archive, version);
+        answer(version, m_key.sign(m_manifest.text()));
     }
-    void offerApplication(const SmallApplication &application = {})
+    void offerApplication(const SmallApplication &application = {},
+                          const QString &name = "Quorvantel-2.0.zip")
     {
         QDir(path("new")).removeRecursively();
-        QDir().mkpath(path("site"));
         application.write(path("new/Quorvantel.app"));
-        offer();
+        offer(name, application.version.toUtf8());
+    }
+    // The offered archive with another version or signature.
+    void answer(const QByteArray &version, const QString &signature)
+    {
+        answer(record("version", version) + record("systemVersionMin", "4.05") +
+               record("dlPath", m_name.toUtf8()) + record("signature", signature.toUtf8()));
     }
     // The two pages that the one path gives.
     void answer(const QByteArray &reply)
@@ -128,24 +129,32 @@ protected:
         m_updater->iba_checkForUpdates(sender);
         EXPECT_TRUE(waitUntil([this] { return !m_updater->isChecking(); }));
     }
-    // Checks, downloads and waits for whatever comes of it.
-    void download()
-    {
-        check();
-        ASSERT_TRUE(m_face.isVisible);
-        m_updater->iba_dl(Updater::downloadSegment);
-        waitForEnd();
-    }
     void waitForEnd()
     {
         EXPECT_TRUE(waitUntil(
             [this] { return m_face.hasEnded || m_updater->phase() == UpdatePhase::Offered; }));
+    }
+    // Why the offered update is not installed; null when it is.
+    QString refusal()
+    {
+        m_face.hasEnded = false;
+        m_alerts.shown.clear();
+        check();
+        if (m_face.offer.refusal.isNull()) {
+            m_updater->iba_dl(Updater::downloadSegment);
+            waitForEnd();
+        }
+        return m_face.offer.refusal.isNull() ? shownAlert() : m_face.offer.refusal;
     }
     QString shownAlert() const
     {
         return m_alerts.shown.isEmpty() ? QString()
                                         : Alert::shownText(m_alerts.shown.last().title + " | " +
                                                            m_alerts.shown.last().detail);
+    }
+    QStringList namesInTemporaryRoot() const
+    {
+        return QDir(path("tmp")).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot);
     }
     QString versionThere() const { return Bundle(running()).version(); }
 
@@ -155,8 +164,9 @@ protected:
     DiskMoves m_moves = DiskMoves::real();
     ScriptedPresenter m_alerts;
     LogCapture m_log;
-    QByteArray m_signed;
-    QString m_owner;
+    SigningKey m_key;
+    UpdateManifest m_manifest;
+    tl::expected<QString, QString> m_owner;
     QString m_relaunched;
     QString m_name;
     Route m_archive;
@@ -256,18 +266,6 @@ TEST_F(UpdaterTest, ACheckThatIsAskedForMeanwhileIsAnswered)
 
 // ---- what may be installed
 
-TEST_F(UpdaterTest, WhatCannotBeTrustedIsOfferedWithoutADownload)
-{
-    offerApplication();
-    open(Tls::No, "");
-    offerApplication();
-    check();
-    EXPECT_FALSE(m_face.offer.refusal.isNull());
-    EXPECT_EQ(m_face.statuses.last(), m_face.offer.refusal);
-    m_updater->iba_dl(Updater::downloadSegment);
-    EXPECT_EQ(m_updater->phase(), UpdatePhase::Offered);
-}
-
 TEST_F(UpdaterTest, WhatThePackageManagerOwnsIsLeftToIt)
 {
     offerApplication();
@@ -276,6 +274,9 @@ TEST_F(UpdaterTest, WhatThePackageManagerOwnsIsLeftToIt)
     EXPECT_THAT(m_face.statuses.last().toStdString(), HasSubstr("package quorvantel"));
     m_updater->iba_dl(Updater::downloadSegment);
     EXPECT_EQ(m_updater->phase(), UpdatePhase::Offered);
+    m_owner = tl::make_unexpected(QString("no answer"));
+    check();
+    EXPECT_EQ(m_face.offer.refusal, "no answer");
     // What goes into the user's own folder may come.
     writeFile(path("new/tool"), "#!/bin/sh\n");
     offer("tool.zip");
@@ -288,30 +289,68 @@ TEST_F(UpdaterTest, WhatThePackageManagerOwnsIsLeftToIt)
 TEST_F(UpdaterTest, InstallsTheNewVersionAndStartsIt)
 {
     offerApplication();
-    download();
-    EXPECT_TRUE(m_face.hasEnded) << qPrintable(shownAlert());
+    EXPECT_EQ(refusal(), QString());
+    EXPECT_TRUE(m_face.hasEnded);
     EXPECT_EQ(versionThere(), "2.0");
     EXPECT_EQ(m_relaunched, running() + " Quorvantel");
     EXPECT_FALSE(m_face.isVisible);
     EXPECT_EQ(Bundle(path("home/.local/share/Trash/files/Quorvantel.app")).version(), "1.0");
-    EXPECT_FALSE(QFileInfo::exists(path("tmp/dl")));
-    EXPECT_TRUE(m_alerts.shown.isEmpty());
+    EXPECT_EQ(namesInTemporaryRoot(), QStringList{"Quorvantel"});
     EXPECT_TRUE(m_face.statuses.contains("Download done, installing…"));
 }
 
-TEST_F(UpdaterTest, TrustsHttpsFromItsOwnSiteWithoutAKey)
+// Tools may write in the application's temporary folder.
+TEST_F(UpdaterTest, RunsAndInstallsNothingThatAToolCouldAlter)
+{
+    offerApplication({.program = "echo \"$0\" >" + path("started").toUtf8() +
+                                 "\necho \"Quorvantel $VERSION\"\n"});
+    QString folder;
+    m_face.onPhase = [&](UpdatePhase phase) {
+        if (phase == UpdatePhase::Checking) {
+            ASSERT_EQ(namesInTemporaryRoot().size(), 2);
+            folder = path("tmp/" + namesInTemporaryRoot().first());
+            EXPECT_TRUE(QDir(folder).isEmpty()) << "the archive has no name";
+        }
+    };
+    EXPECT_EQ(refusal(), QString());
+    EXPECT_TRUE(contentOf(path("started")).startsWith(folder.toUtf8() + "/Quorvantel.app/"));
+    EXPECT_FALSE(folder.startsWith(temporaryFolder()));
+}
+
+TEST_F(UpdaterTest, WithoutAKeyOnlyItsOwnServerIsTrusted)
 {
     Certificates::shared().trust();
+    WebServer other(Certificates::shared().server(Certificates::Server::Good));
+    for (const bool hasKey : {false, true}) {
+        open(Tls::Yes, hasKey ? "ours" : "");
+        offerApplication();
+        const QString place = "/dlCenter/" + m_name;
+        other.setRoute(place, m_archive);
+        m_server->setRoute(place, {.status = 302, .location = other.address(place).toEncoded()});
+        EXPECT_EQ(refusal().contains("without a key"), !hasKey) << qPrintable(shownAlert());
+        EXPECT_EQ(versionThere(), hasKey ? "2.0" : "1.0");
+        EXPECT_EQ(other.requests().isEmpty(), !hasKey);
+    }
     open(Tls::Yes, "");
     offerApplication();
-    download();
-    EXPECT_TRUE(m_face.hasEnded) << qPrintable(shownAlert());
+    EXPECT_EQ(refusal(), QString());
     EXPECT_EQ(versionThere(), "2.0");
+}
+
+TEST_F(UpdaterTest, AnOfferThatComesDuringADownloadChangesNothing)
+{
+    offerApplication();
+    check();
+    m_updater->iba_checkForUpdates(Updater::Sender::MenuItem);
+    answer("3.0", "");
+    m_updater->iba_dl(Updater::downloadSegment);
+    waitForEnd();
+    EXPECT_EQ(versionThere(), "2.0") << qPrintable(shownAlert());
+    EXPECT_EQ(m_face.timesShown, 1);
 }
 
 TEST_F(UpdaterTest, AnAddOnGoesIntoTheSupportFolderBesideTheEventLoop)
 {
-    QDir().mkpath(path("site"));
     writeFile(path("new/tool"), "#!/bin/sh\n");
     m_preferences.prefWrite("update", 1);
     std::promise<void> mayMove;
@@ -336,113 +375,87 @@ TEST_F(UpdaterTest, AnAddOnGoesIntoTheSupportFolderBesideTheEventLoop)
     EXPECT_TRUE(m_alerts.shown.isEmpty());
     EXPECT_TRUE(waitUntil([this] { return m_face.timesShown == 2; }))
         << "the version is still to come";
+    EXPECT_THAT(m_face.offer.refusal.toStdString(), HasSubstr("not newer than version 2.0"));
 }
 
 // ---- what goes wrong
 
 TEST_F(UpdaterTest, ABrokenOrForeignArchiveInstallsNothing)
 {
+    using Spoil = std::function<void()>;
+    const auto resign = [&] { answer("2.0", m_key.sign(m_manifest.text())); };
+    const auto signedAs = [&](QString UpdateManifest::*field, const char *value) -> Spoil {
+        return [=, this] {
+            m_manifest.*field = value;
+            resign();
+        };
+    };
+    const auto archived = [&](const QByteArray &bytes) -> Spoil {
+        return [=, this] {
+            writeFile(m_archive.file, bytes);
+            m_manifest = manifestOf(m_archive.file, "2.0");
+            resign();
+        };
+    };
     const struct {
-        const char *what;
-        std::function<void()> spoil; // what was offered
+        Spoil spoil; // what was offered
         const char *reason;
+        bool isDownloaded;
     } cases[] = {
-        {"changed after it was signed",
-         [&] {
-             QByteArray bytes = contentOf(m_archive.file);
-             bytes[bytes.size() / 2] ^= 1;
-             writeFile(m_archive.file, bytes);
+        {[&] { answer("2.0", ""); }, "not signed", false},
+        {[&] { answer("2.0", QByteArray(64, 'x').toBase64()); }, "old signature", false},
+        {signedAs(&UpdateManifest::application, "org.other"), "application: org.other", false},
+        {signedAs(&UpdateManifest::archive, "tool.zip"), "as the archive tool.zip", false},
+        {signedAs(&UpdateManifest::version, "1.5"), "as version 1.5, but offered as", false},
+        // Replayed under its own name, and in a newer version's place.
+        {[&] {
+             offerApplication({.version = "1.5"}, "Quorvantel-1.5.zip");
+             resign();
          },
-         "signature"},
-        {"not signed",
-         [&] { answer(record("version", "2.0") + record("dlPath", m_name.toUtf8())); },
-         "not signed"},
-        {"no archive",
-         [&] {
-             writeFile(m_archive.file, "no zip");
-             answer(record("version", "2.0") + record("dlPath", m_name.toUtf8()) +
-                    sign({"sign", path("key"), m_archive.file}).toUtf8());
+         "as version 1.5, but offered as version 2.0", false},
+        {[&] {
+             const QString newer = m_key.sign(m_manifest.text());
+             offerApplication({.version = "1.5"});
+             answer("2.0", newer);
          },
-         "zip"},
-        {"a link that leads out",
-         [&] {
-             QFile::link("/etc/passwd", path("new/Quorvantel.app/out"));
-             offer();
+         "not the one that was signed", true},
+        {[&] {
+             offerApplication({.version = "1.5"});
+             m_manifest.version = "2.0";
+             resign();
          },
-         "leads out"},
-        {"no application in it",
-         [&] {
-             QDir(path("new")).rename("Quorvantel.app", "Quorvantel");
-             offer();
+         "holds version 1.5, but version 2.0 was signed", true},
+        {[&] { writeFile(m_archive.file, contentOf(m_archive.file).replace('P', 'Q')); },
+         "not the one that was signed", true},
+        {archived("no zip"), "zip", true},
+        {archived(zipBytes({linkItem("Quorvantel.app/out", "/etc")})), "leads out", true},
+        {archived(zipBytes({{"Quorvantel", "x"}})), "no application", true},
+        {[&] { offerApplication({.program = "exit 1\n"}); }, "does not start", true},
+        {[&] {
+             m_archive.promise = 1 << 30;
+             m_server->setRoute("/dlCenter/" + m_name, m_archive);
          },
-         "no application"},
-        {"it does not start", [&] { offerApplication({.program = "exit 1\n"}); }, "does not start"},
+         "The download failed. Nothing was changed.\n\nThe server at", true},
     };
     for (const auto &c : cases) {
         offerApplication();
         c.spoil();
-        download();
-        EXPECT_THAT(shownAlert().toStdString(), HasSubstr(c.reason)) << c.what;
-        EXPECT_TRUE(shownAlert().startsWith(":-( | The update was not installed.")) << c.what;
-        EXPECT_EQ(versionThere(), "1.0") << c.what;
-        EXPECT_FALSE(m_face.hasEnded || m_face.isVisible) << c.what;
-        EXPECT_FALSE(QFileInfo::exists(path("tmp/dl"))) << c.what;
+        const int before = m_server->countOf("/dlCenter/" + m_name);
+        EXPECT_THAT(refusal().toStdString(), HasSubstr(c.reason));
+        EXPECT_EQ(m_server->countOf("/dlCenter/" + m_name) > before, c.isDownloaded) << c.reason;
+        EXPECT_EQ(shownAlert().startsWith(":-( | The "), c.isDownloaded);
+        EXPECT_EQ(versionThere(), "1.0") << c.reason;
+        EXPECT_EQ(m_face.isVisible, !c.isDownloaded) << c.reason;
+        EXPECT_EQ(namesInTemporaryRoot(), QStringList{"Quorvantel"}) << c.reason;
     }
     EXPECT_TRUE(m_relaunched.isNull());
-}
-
-TEST_F(UpdaterTest, AFailedDownloadIsToldAndTheNextOneGoesOn)
-{
-    offerApplication();
-    Route broken = m_archive;
-    broken.cutAfter = 300;
-    broken.cuts = 1000;
-    m_server->setRoute("/dlCenter/" + m_name, broken);
-    download();
-    EXPECT_TRUE(shownAlert().startsWith(":-( | The download failed. Nothing was changed."));
-    EXPECT_TRUE(m_face.statuses.contains("The download failed. Nothing was changed."));
-    EXPECT_FALSE(m_face.isVisible);
-    EXPECT_EQ(versionThere(), "1.0");
-
-    m_server->setRoute("/dlCenter/" + m_name, m_archive);
-    const int before = static_cast<int>(m_server->requests().size());
-    download();
-    EXPECT_TRUE(m_face.hasEnded);
-    const QList<WebRequest> requests = m_server->requests().mid(before);
-    EXPECT_TRUE(std::any_of(requests.begin(), requests.end(), [](const WebRequest &request) {
-        return request.headers.contains("range");
-    }));
-}
-
-TEST_F(UpdaterTest, ACancelledDownloadLeavesTheSheetAndGoesOnLater)
-{
-    offerApplication();
-    Route slow = m_archive;
-    slow.bytesPerSecond = 2000;
-    m_server->setRoute("/dlCenter/" + m_name, slow);
-    m_face.onProgress = [this](qint64 received) {
-        if (received > 0) {
-            m_updater->cancel();
-        }
-    };
-    download();
-    EXPECT_EQ(m_face.statuses.last(), "Cancelled. Nothing was changed.");
-    EXPECT_TRUE(m_face.isVisible);
-    EXPECT_TRUE(m_alerts.shown.isEmpty());
-
-    m_face.onProgress = nullptr;
-    m_server->setRoute("/dlCenter/" + m_name, m_archive);
-    m_updater->iba_dl(Updater::downloadSegment);
-    waitForEnd();
-    EXPECT_EQ(versionThere(), "2.0");
-    EXPECT_TRUE(m_server->requests().last().headers.contains("range"));
 }
 
 TEST_F(UpdaterTest, WorkInProgressMayKeepTheNewVersionWaiting)
 {
     offerApplication();
     m_face.mayEnd = false;
-    download();
+    refusal();
     EXPECT_FALSE(m_face.hasEnded);
     EXPECT_EQ(versionThere(), "1.0");
     EXPECT_TRUE(m_face.isVisible);
@@ -454,7 +467,6 @@ TEST_F(UpdaterTest, WorkInProgressMayKeepTheNewVersionWaiting)
 
 TEST_F(UpdaterTest, MayEndAtAnyMoment)
 {
-    offerApplication();
     for (const int moment : {0, 1, 2, 3}) {
         open(Tls::No);
         offerApplication();
