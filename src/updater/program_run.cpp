@@ -89,7 +89,7 @@ ProgramRun runProgram(const QStringList &command, const std::atomic<bool> &isCan
     auto child = ChildProcess::spawn({command, applicationEnvironment(), -1, out, out, {}});
     output.writeEnd.close();
     if (!child) {
-        run.startError = child.error();
+        run.startError = child.error().error;
         return run;
     }
     const int in = output.readEnd.get();
