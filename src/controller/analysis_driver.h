@@ -72,6 +72,7 @@ private:
         bool mayBeMovie = false; // the movie framework may read what ffmpeg can't
     };
     ReportVerdict verdictOnReport();
+    bool hasDecodedFrame() const;
     DecodedFrame takeDecodedFrame() const;
     Findings gatherFindings() const;
     // What a step asks for next: a tool run, or nothing but the next step.

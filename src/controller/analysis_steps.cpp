@@ -4,6 +4,7 @@
 
 #include "analysis/camcorder_clip.h"
 #include "analysis/ffmpeg_probes.h"
+#include "analysis/other_streams.h"
 #include "analysis/quick_probe.h"
 #include "analysis/refusal.h"
 #include "analysis/report_dialect.h"
@@ -101,7 +102,8 @@ AnalysisDriver::ReportVerdict AnalysisDriver::verdictOnReport()
         (run.outcome.ending != ToolOutcome::Ending::Exited || run.outcome.exitCode != 0)) {
         return {QStringLiteral("it %1").arg(outcomeText(run.outcome))};
     }
-    if (isFfmpegSuccess(m_retained)) {
+    if (isFfmpegSuccess(m_retained) ||
+        (hasDecodedFrame() && isFfmpegSuccess(withoutOtherStreams(m_retained)))) {
         return {};
     }
     const QString said = refusalReason(output, source);
@@ -109,6 +111,16 @@ AnalysisDriver::ReportVerdict AnalysisDriver::verdictOnReport()
                 ? QStringLiteral("ffmpeg does not accept it (%1)").arg(outcomeText(run.outcome))
                 : said,
             isMov(source)};
+}
+
+// The quick tool writes a header only when it has decoded a frame, ffmpeg in any case.
+bool AnalysisDriver::hasDecodedFrame() const
+{
+    constexpr qint64 headerLength = 256;
+    QFile file(analysisFrameFile());
+    const QByteArray begin =
+        file.open(QIODevice::ReadOnly) ? file.read(headerLength) : QByteArray();
+    return m_isProbing ? !begin.isEmpty() : begin.contains("\nFRAME");
 }
 
 // The stream header of the decoded frames; the file is used up.
