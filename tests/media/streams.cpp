@@ -6,9 +6,12 @@
 namespace
 {
 
-const char *const chapterList = ";FFMETADATA1\n"
-                                "[CHAPTER]\nTIMEBASE=1/1\nSTART=0\nEND=5\ntitle=Opening\n"
-                                "[CHAPTER]\nTIMEBASE=1/1\nSTART=5\nEND=12\ntitle=No video\n";
+// ffmpeg cuts long titles in bytes, here through a character.
+const QByteArray chapterList =
+    ";FFMETADATA1\ncreation_time=2024-05-01T12:34:56Z\n"
+    "[CHAPTER]\nTIMEBASE=1/1\nSTART=0\nEND=5\ntitle=" +
+    QByteArray("é").repeated(200) +
+    "\n[CHAPTER]\nTIMEBASE=1/1\nSTART=5\nEND=12\ntitle=No \x1b[1mvideo\n";
 const char *const subtitleLines = "1\n00:00:01,000 --> 00:00:03,000\nFirst\n\n"
                                   "2\n00:00:05,000 --> 00:00:07,000\nSecond\n\n";
 
@@ -22,7 +25,7 @@ Sources streamSources()
         companion(changed("streams/lines.srt", "", text(subtitleLines))),
 
         remade("streams/chapters.mp4", "streams/chapters.txt", "$clock $from -map_metadata 1 $x264",
-               {}, {.keys = "chapters chapterTitles"}),
+               {}, {.keys = "chapters chapterTitles w_created"}),
         remade("streams/chapters.mkv", "streams/chapters.txt",
                "$clock $sound $from -map_metadata 2 $x264 -c:a aac", {}, {.keys = "chapters"}),
         remade("streams/two languages.mkv", "streams/lines.srt",
