@@ -143,7 +143,10 @@ DurationCheck durationCheck(const MediaInfoRecord &record, const DurationClues &
 QStringList durationArguments(DurationCheck check, const QString &sourcePath,
                               const MediaInfoRecord &record)
 {
-    QStringList arguments{ffmpegPath(), QStringLiteral("-loglevel"), QStringLiteral("info")};
+    // A transport stream's clock that jumps by more is taken to have started anew; a frame of a
+    // screen recording may well stay for longer than the usual ten seconds.
+    QStringList arguments{ffmpegPath(), QStringLiteral("-loglevel"), QStringLiteral("info"),
+                          QStringLiteral("-dts_delta_threshold"), QStringLiteral("60")};
     if (check == DurationCheck::Tail) {
         arguments << QStringLiteral("-ss") << fromEndText(record);
     }

@@ -292,7 +292,7 @@ TEST(Duration, IsMeasuredWhereItCanNotBeBelieved)
             << row.record.value("w_duration").toDouble();
     }
     const MediaInfoRecord minute = record("mov", 60);
-    EXPECT_EQ(durationArguments(DurationCheck::Tail, "/s", minute).mid(3, 2),
+    EXPECT_EQ(durationArguments(DurationCheck::Tail, "/s", minute).mid(5, 2),
               (QStringList{"-ss", "58"}));
 }
 
