@@ -4,6 +4,7 @@
 #include "analysis/duration_check.h"
 #include "analysis/media_info_record.h"
 #include "analysis/merge_table.h"
+#include "analysis/report_details.h"
 
 #include <QString>
 
@@ -21,6 +22,7 @@ struct Findings {
     QString interlacingText;
     DecodedFrame frame;
     std::optional<MediaInfoRecord> reported; // the report as a record
+    ReportDetails details;                   // what it tells beyond that
     std::optional<MediaInfoRecord> movie;    // what the movie framework knows, when it was asked
 };
 
@@ -32,7 +34,7 @@ struct Merged {
 // The record that the sheet is planned from: of the stream that ffmpeg decodes, as it is displayed.
 // Reads the source's headers when it is MPEG video. Nothing when no probe could describe the source
 // or when its only pictures are covers.
-std::optional<Merged> analysisMerge(const Findings &findings, Road road);
+std::optional<Merged> analysisMerge(const Findings &findings);
 
 // Whether the report shows a video stream that is more than a cover.
 bool showsMovingPicture(const QString &report);

@@ -45,12 +45,15 @@ bool hasPlaylists(const QString &folder)
     });
 }
 
+bool isPlaylist(const QString &entry)
+{
+    return entry.endsWith(QLatin1String(".MPL"), Qt::CaseInsensitive);
+}
+
 bool holdsCardPlaylist(const QString &folder)
 {
     const QStringList entries = lsCocoa(folder);
-    return std::any_of(entries.begin(), entries.end(), [](const QString &entry) {
-        return entry.endsWith(QLatin1String(".MPL"), Qt::CaseInsensitive);
-    });
+    return std::any_of(entries.begin(), entries.end(), isPlaylist);
 }
 
 // A disc has folders of the same names, but other playlists (".mpls").
@@ -90,22 +93,42 @@ ClipDates clipDates(const QString &listing)
     return dates;
 }
 
-// What the tool tells of a card is the same for each of its clips, which come one after the other.
+// A playlist may be written anew without its folder changing.
+struct PlaylistState {
+    QString name;
+    qint64 size = 0;
+    QDateTime modified;
+    bool operator==(const PlaylistState &) const = default;
+};
+
+QList<PlaylistState> playlistStates(const QString &folder)
+{
+    QList<PlaylistState> states;
+    for (const QString &entry : lsCocoa(folder)) {
+        if (isPlaylist(entry)) {
+            const QFileInfo file(appendPath(folder, lastPathComponent(entry)));
+            states.append({file.fileName(), file.size(), file.lastModified()});
+        }
+    }
+    return states;
+}
+
+// The tool's listing of a card serves all of its clips, which come one after the other.
 class LastCard
 {
 public:
     ClipDates datesIn(const QString &playlists)
     {
         const std::lock_guard lock(m_mutex);
-        const QDateTime changed = QFileInfo(playlists).lastModified();
-        if (playlists != m_playlists || changed != m_changed) {
+        const QList<PlaylistState> states = playlistStates(playlists);
+        if (playlists != m_playlists || states != m_states) {
             const QString tool = Bundle::main().toolPath(QStringLiteral("gettimestamps"));
             const QString listing =
                 taskArray1PipeMax({tool, playlists + QLatin1Char('/')}, ErrorText::Merged);
             m_dates = clipDates(listing);
             // A tool that told nothing may do so the next time.
             m_playlists = listing.isNull() ? QString() : playlists;
-            m_changed = changed;
+            m_states = states;
         }
         return m_dates;
     }
@@ -113,7 +136,7 @@ public:
 private:
     std::mutex m_mutex; // sheets are named on another thread than sources are looked at
     QString m_playlists;
-    QDateTime m_changed;
+    QList<PlaylistState> m_states;
     ClipDates m_dates;
 };
 
@@ -135,8 +158,9 @@ QString nameByFileDate(const QString &clipPath)
     if (created.isNull()) {
         return lastPathComponent(clipPath);
     }
-    QString name = QStringLiteral("clip-%1-%2")
-                       .arg(before(created, QLatin1String(" +")), clipNumber(clipPath));
+    // "2011-03-27 14:23:05 -0500" without the zone.
+    QString name =
+        QStringLiteral("clip-%1-%2").arg(created.section(u' ', 0, 1), clipNumber(clipPath));
     name.replace(u':', u';');
     return findAndReplace(name, QStringLiteral(";;"), QStringLiteral(";"), true);
 }

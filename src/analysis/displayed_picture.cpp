@@ -78,6 +78,15 @@ bool isTurned(const MediaInfoRecord &record, const Turn &turn, const DecodedFram
     return shape == Shape::Unknown ? turn.byMatrix : shape == Shape::Turned;
 }
 
+// Whole degrees, from 0 to below 360. A report counts those of a matrix the other way.
+int clockwise(const Turn &turn)
+{
+    constexpr int circle = 360;
+    const double degrees = std::fmod(turn.byMatrix ? -turn.degrees : turn.degrees, circle);
+    const int whole = static_cast<int>(std::lround(degrees));
+    return (whole + circle) % circle;
+}
+
 void swapSides(MediaInfoRecord &record, const QString &key)
 {
     const QStringList sides = stringIn(record, key).split(u':');
@@ -122,7 +131,15 @@ void turnPicture(MediaInfoRecord &record, const ReportFacts &facts, const Decode
 {
     const int id = intIn(record, QStringLiteral("v0_id")).value_or(-1);
     const auto turn = facts.turns.constFind(id);
-    if (turn == facts.turns.constEnd() || !isTurned(record, *turn, frame)) {
+    if (turn == facts.turns.constEnd()) {
+        return;
+    }
+    const bool isSideways = isTurned(record, *turn, frame);
+    const int degrees = clockwise(*turn);
+    if (degrees > 0 && (turn->byMatrix || isSideways)) {
+        record.insert(QStringLiteral("v0_rotation"), degrees);
+    }
+    if (!isSideways) {
         return;
     }
     if (record.contains(widthKey) && record.contains(heightKey)) {
@@ -140,6 +157,7 @@ MediaInfoRecord frameRecord(const DecodedFrame &frame)
         record.insert(heightKey, frame.height);
         if (const QString aspect = displayAspect(frame); !aspect.isEmpty()) {
             record.insert(QStringLiteral("v0_dar"), aspect);
+            record.insert(QStringLiteral("v0_par"), frame.pixelAspect);
         }
     }
     if (frame.fps > 0) {

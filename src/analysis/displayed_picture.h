@@ -16,11 +16,11 @@ bool hasMovingPicture(const MediaInfoRecord &record, const ReportFacts &facts);
 void settleVideoStreams(MediaInfoRecord &record, const ReportFacts &facts);
 
 // Turns v0_width, v0_height, v0_dar and v0_par by the rotation that ffmpeg applies, which the
-// decoded frame tells when the picture is not square. Angles beside quarter turns keep the size, as
-// ffmpeg does.
+// decoded frame tells when the picture is not square, and adds it as v0_rotation. Angles beside
+// quarter turns keep the size, as ffmpeg does.
 void turnPicture(MediaInfoRecord &record, const ReportFacts &facts, const DecodedFrame &frame);
 
-// The keys that the decoded frame can fill: v0_width, v0_height, v0_fps, v0_dar.
+// The keys that the decoded frame can fill: v0_width, v0_height, v0_fps, v0_dar, v0_par.
 MediaInfoRecord frameRecord(const DecodedFrame &frame);
 
 } // namespace qv

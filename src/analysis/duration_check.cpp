@@ -16,21 +16,37 @@ namespace
 
 const QString durationKey = QStringLiteral("w_duration");
 
-// Seconds before the claimed end at which the tail is looked at, for a source with many frames in
-// them (tools/quick_thumbs/tail reads the same ones), and how much longer than claimed it may be:
-// reports round to whole seconds.
-constexpr double usualTail = 2;
+// Seconds before the claimed end at which the tail is looked at (tools/quick_thumbs/tail reads the
+// same ones), and how far its end may be from the claim.
+constexpr double tailLength = 2;
 constexpr double tailTolerance = 3;
-// The time of the last packet is its decoding time, which reordering puts frames earlier.
-constexpr double framesInTail = 4;
 
 // A skipped frame still takes a few bytes, and one of a transport stream a packet.
 constexpr double leastFrameBytes = 6;
 constexpr double transportPacketBytes = 188;
 
-double claimed(const MediaInfoRecord &record)
+// Frames a second that the container has; its nominal rate may be that of a clock.
+double frameRate(const MediaInfoRecord &record, const DurationClues &clues)
 {
-    return numberIn(record, durationKey).value_or(0);
+    const double nominal = numberIn(record, QStringLiteral("v0_fps")).value_or(0);
+    return clues.averageRate > 0 && nominal > 0 ? std::min(nominal, clues.averageRate) : nominal;
+}
+
+// Streams that can be copied without their parameters being known.
+QStringList mappedSound(const MediaInfoRecord &record)
+{
+    constexpr int mostStreams = 16;
+    QStringList options;
+    for (int i = 0; i < mostStreams && record.contains(streamKey("a", i, "id")); ++i) {
+        const bool isKnown = intIn(record, streamKey("a", i, "rate")).value_or(0) > 0 &&
+                             record.contains(streamKey("a", i, "codec"));
+        if (isKnown) {
+            options << QStringLiteral("-map")
+                    << QStringLiteral("0:%1").arg(
+                           intIn(record, streamKey("a", i, "id")).value_or(0));
+        }
+    }
+    return options;
 }
 
 // Containers whose duration is worked out from their last time stamps or their size.
@@ -42,15 +58,9 @@ bool isFoundAtTheEnd(const MediaInfoRecord &record)
     return wrappers.contains(stringIn(record, QStringLiteral("wrapper")));
 }
 
-double tailLength(const MediaInfoRecord &record)
-{
-    const double fps = numberIn(record, QStringLiteral("v0_fps")).value_or(0);
-    return fps > 0 ? std::max(usualTail, framesInTail / fps) : usualTail;
-}
-
 QString fromEndText(const MediaInfoRecord &record)
 {
-    const double from = std::max(0.0, std::floor(claimed(record) - tailLength(record)));
+    const double from = std::max(0.0, std::floor(exactDuration(record) - tailLength));
     return fixedText(from, 0);
 }
 
@@ -95,12 +105,23 @@ bool hasFrames(const QString &line)
 
 } // namespace
 
-bool canCarry(const MediaInfoRecord &record, double seconds, qint64 bytes)
+double exactDuration(const MediaInfoRecord &record)
+{
+    return numberIn(record, exactDurationKey).value_or(numberIn(record, durationKey).value_or(0));
+}
+
+void setDuration(MediaInfoRecord &record, double seconds)
+{
+    record.insert(durationKey, durationValue(seconds));
+    record.insert(exactDurationKey, seconds);
+}
+
+bool canCarry(const MediaInfoRecord &record, double seconds, const DurationClues &clues)
 {
     const bool isTransport = stringIn(record, QStringLiteral("wrapper")) == QLatin1String("mpegts");
     const double frameBytes = isTransport ? transportPacketBytes : leastFrameBytes;
-    const double fps = numberIn(record, QStringLiteral("v0_fps")).value_or(0);
-    return bytes <= 0 || seconds * std::min(fps, 60.0) * frameBytes <= double(bytes);
+    const double fps = std::min(frameRate(record, clues), 60.0);
+    return clues.bytes <= 0 || seconds * fps * frameBytes <= double(clues.bytes);
 }
 
 bool isTooShort(const MediaInfoRecord &record, double seconds, qint64 bytes)
@@ -111,8 +132,8 @@ bool isTooShort(const MediaInfoRecord &record, double seconds, qint64 bytes)
 
 DurationCheck durationCheck(const MediaInfoRecord &record, const DurationClues &clues)
 {
-    const double seconds = claimed(record);
-    if (seconds <= 0 || clues.isGuessed || !canCarry(record, seconds, clues.bytes) ||
+    const double seconds = exactDuration(record);
+    if (seconds <= 0 || clues.isGuessed || !canCarry(record, seconds, clues) ||
         hasImpossibleClock(record, seconds, clues.bytes)) {
         return DurationCheck::Whole;
     }
@@ -122,15 +143,22 @@ DurationCheck durationCheck(const MediaInfoRecord &record, const DurationClues &
 QStringList durationArguments(DurationCheck check, const QString &sourcePath,
                               const MediaInfoRecord &record)
 {
-    QStringList arguments{ffmpegPath(), QStringLiteral("-loglevel"), QStringLiteral("info")};
+    // A transport stream's clock that jumps by more is taken to have started anew; a frame of a
+    // screen recording may well stay for longer than the usual ten seconds.
+    QStringList arguments{ffmpegPath(), QStringLiteral("-loglevel"), QStringLiteral("info"),
+                          QStringLiteral("-dts_delta_threshold"), QStringLiteral("60")};
     if (check == DurationCheck::Tail) {
         arguments << QStringLiteral("-ss") << fromEndText(record);
     }
-    // Without a cover, which stands at the start alone.
+    // Without a cover, which stands at the start alone. The filter makes the progress that is
+    // printed the latest end of all packets so far: in the order of decoding the last one need not
+    // be the last one shown.
     arguments << QStringLiteral("-i") << sourcePath << QStringLiteral("-map")
-              << QStringLiteral("0:V") << QStringLiteral("-map") << QStringLiteral("0:a?")
-              << QStringLiteral("-c") << QStringLiteral("copy") << QStringLiteral("-f")
-              << QStringLiteral("null") << QStringLiteral("-y") << QStringLiteral("/dev/null");
+              << QStringLiteral("0:V") << mappedSound(record) << QStringLiteral("-c")
+              << QStringLiteral("copy") << QStringLiteral("-bsf:v")
+              << QStringLiteral("setts=ts=max(max(PTS\\,DTS)+DURATION\\,PREV_OUTPTS)")
+              << QStringLiteral("-f") << QStringLiteral("null") << QStringLiteral("-y")
+              << QStringLiteral("/dev/null");
     return arguments;
 }
 
@@ -142,24 +170,23 @@ std::optional<double> copiedSeconds(const QString &report)
 
 bool endsAsClaimed(const MediaInfoRecord &record, std::optional<double> copied)
 {
-    const double looked = std::min(claimed(record), tailLength(record));
+    const double looked = std::min(exactDuration(record), tailLength);
     return copied && *copied > -tailTolerance && *copied <= looked + tailTolerance;
 }
 
 bool endsWhereClaimed(const MediaInfoRecord &record, double end)
 {
-    return endsAsClaimed(record, end - std::max(0.0, claimed(record) - tailLength(record)));
+    return endsAsClaimed(record, end - std::max(0.0, exactDuration(record) - tailLength));
 }
 
-double settledDuration(const MediaInfoRecord &record, double measured)
+double settledDuration(const MediaInfoRecord &record, double measured, const DurationClues &clues)
 {
-    constexpr double longestFrame = 120;
-    const double before = claimed(record);
-    const double fps = numberIn(record, QStringLiteral("v0_fps")).value_or(0);
-    const double lastFrame = fps > 0 ? std::min(1 / fps, longestFrame) : 0;
-    const bool isTheSame =
-        before > 0 && before >= measured && before - measured <= tailLength(record);
-    return isTheSame ? before : measured + lastFrame;
+    const double before = exactDuration(record);
+    if (before >= measured && before - measured <= tailLength) {
+        return before;
+    }
+    const double offset = numberIn(record, QStringLiteral("w_offset")).value_or(0);
+    return clues.isWhole ? std::max(measured, before - std::max(0.0, offset)) : measured;
 }
 
 QVariant durationValue(double seconds)

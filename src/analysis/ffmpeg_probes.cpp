@@ -42,17 +42,6 @@ QString runCopyToNowhere(const QString &sourcePath)
                              ErrorText::Merged);
 }
 
-// "Chapter #0:1: start 300.000000, end 642.400000"
-bool isChapterLine(const QString &line)
-{
-    return has(line, "Chapter #") && has(line, ": start ") && has(line, ", end ");
-}
-
-float chapterStart(const QString &line)
-{
-    return floatValue(before(after(line, QLatin1String(": start ")), QLatin1String(", end ")));
-}
-
 QString joined(const QList<float> &numbers)
 {
     QStringList texts;
@@ -146,14 +135,24 @@ bool isFfmpegVsync(const QString &sourcePath, const QString &report, const QStri
     return stutters;
 }
 
+std::optional<float> chapterStart(const QString &line)
+{
+    // Chapter #0:1: start 300.000000, end 642.400000
+    if (!has(line, "Chapter #") || !has(line, ": start ") || !has(line, ", end ")) {
+        return std::nullopt;
+    }
+    return floatValue(before(after(line, QLatin1String(": start ")), QLatin1String(", end ")));
+}
+
 std::optional<QList<float>> ffChapters(const QString &report)
 {
     QList<float> starts;
     QSet<float> known;
     for (const QString &line : linesOf(report)) {
-        if (isChapterLine(line) && !known.contains(chapterStart(line))) {
-            starts.append(chapterStart(line));
-            known.insert(starts.last());
+        const auto start = chapterStart(line);
+        if (start && !known.contains(*start)) {
+            starts.append(*start);
+            known.insert(*start);
         }
     }
     logLine(QStringLiteral("ffChapters          - fin : %1")

@@ -22,6 +22,9 @@ QString fieldOrderWord(const QString &code);
 // Whether the first 35 frames stutter. A missing report makes ffmpeg decode them.
 bool isFfmpegVsync(const QString &sourcePath, const QString &report, const QString &forcedFormat);
 
+// Seconds at which the chapter of this line begins; nothing for any other line.
+std::optional<float> chapterStart(const QString &line);
+
 // Start times of the chapters in seconds, in report order; nothing when there are none.
 std::optional<QList<float>> ffChapters(const QString &report);
 

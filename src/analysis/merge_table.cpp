@@ -17,8 +17,7 @@ using Order = std::vector<Probe>;
 
 struct Trust {
     const char *key; // "v_width" stands for v0_width, v1_width, ...
-    Order ffmpegRoad;
-    Order movieRoad;
+    Order order;
 };
 
 constexpr Probe report = Probe::Report;
@@ -28,47 +27,42 @@ constexpr Probe recorder = Probe::Recorder;
 constexpr Probe movie = Probe::Movie;
 constexpr Probe offsets = Probe::Offsets;
 
-// A report knows the container and all streams. The decoded frame is what the pictures will be, but
-// of it only the header is known. The MPEG reader knows sequence headers, and time codes of
-// elementary streams, of which a report only guesses. The movie framework is believed where it
-// makes the pictures.
+// The movie framework, which is asked only when it makes the pictures, is believed first for what
+// it decodes. A report knows the container and all streams, but states the pixel aspect of the
+// stream where the container overrides it; the decoded frame has the one that counts. The MPEG
+// reader knows sequence headers, whose "4:3" means only "not 16:9", and time codes of elementary
+// streams, of which a report only guesses.
 const std::vector<Trust> &trustTable()
 {
     static const std::vector<Trust> table{
-        {"wrapper", {report, mpeg, movie}, {report, movie, mpeg}},
-        {"w_duration", {report, mpeg, recorder, movie}, {movie, report, mpeg, recorder}},
-        {"w_offset", {report, mpeg, movie}, {report, movie, mpeg}},
-        {"w_bitrate", {report, movie}, {report, movie}},
-        {"w_width", {movie}, {movie}},
-        {"w_height", {movie}, {movie}},
-        {"w_dar", {movie}, {movie}},
-        {"v_codec", {report, mpeg, movie}, {movie, report}},
-        {"v_chroma", {report, mpeg, movie}, {report, movie, mpeg}},
-        {"v_width", {report, frame, mpeg, movie}, {movie, report, mpeg}},
-        {"v_height", {report, frame, mpeg, movie}, {movie, report, mpeg}},
-        {"v_par", {report, movie}, {movie, report}},
-        {"v_dar", {report, frame, mpeg, movie}, {movie, report, mpeg}},
-        {"v_bitrate", {report, mpeg, movie}, {report, movie, mpeg}},
-        {"v_fps", {report, frame, mpeg, movie}, {movie, report, mpeg}},
-        // ffmpeg's decoder sees the flags of real frames; a header only whether all are
-        // progressive.
-        {"v_fields", {frame, movie, mpeg}, {movie, frame, mpeg}},
-        {"a_codec", {report, movie}, {report, movie}},
-        {"a_rate", {report, movie}, {report, movie}},
-        {"a_channels", {report, movie}, {report, movie}},
+        {"wrapper", {report, movie, mpeg}},
+        {"w_duration", {movie, report, mpeg, recorder}},
+        {"exactDuration", {movie, report, mpeg, recorder}},
+        {"w_offset", {report, mpeg}},
+        {"v_codec", {movie, report}},
+        {"v_chroma", {report, mpeg}},
+        {"v_width", {movie, report, frame, mpeg}},
+        {"v_height", {movie, report, frame, mpeg}},
+        {"v_par", {movie, frame, report}},
+        {"v_dar", {movie, frame, report, mpeg}},
+        {"v_bitrate", {report, mpeg}},
+        {"v_fps", {movie, report, frame, mpeg}},
+        // The decoder sees the flags of real frames; a header only whether all are progressive.
+        {"v_fields", {movie, frame, mpeg}},
+        {"a_codec", {report, movie}},
+        {"a_rate", {report, movie}},
+        {"a_channels", {report, movie}},
     };
     return table;
 }
 
-// Keys that are in no line of the table come from whichever probe has them.
-const Trust &trustOf(const QString &generalKey)
+// Keys outside the table come from the one probe that has them.
+const Order &orderOf(const QString &generalKey)
 {
-    static const Trust anyOther{"",
-                                {report, frame, mpeg, recorder, movie, offsets},
-                                {report, movie, frame, mpeg, recorder, offsets}};
+    static const Order anyOther{report, frame, mpeg, recorder, movie, offsets};
     for (const Trust &trust : trustTable()) {
         if (generalKey == QLatin1String(trust.key)) {
-            return trust;
+            return trust.order;
         }
     }
     return anyOther;
@@ -95,13 +89,17 @@ bool isPositive(const QVariant &value)
 
 bool isGiven(const QString &generalKey, const QVariant &value)
 {
-    static const QSet<QString> positive{QStringLiteral("w_duration"), QStringLiteral("w_width"),
-                                        QStringLiteral("w_height"),   QStringLiteral("v_width"),
-                                        QStringLiteral("v_height"),   QStringLiteral("v_fps")};
+    static const QSet<QString> positive{
+        QStringLiteral("w_duration"), QStringLiteral("exactDuration"), QStringLiteral("w_width"),
+        QStringLiteral("w_height"),   QStringLiteral("v_width"),       QStringLiteral("v_height"),
+        QStringLiteral("v_fps")};
     static const QSet<QString> aspects{QStringLiteral("w_dar"), QStringLiteral("v_dar"),
                                        QStringLiteral("v_par")};
     if (positive.contains(generalKey)) {
         return isPositive(value);
+    }
+    if (generalKey.endsWith(QLatin1String("_codec"))) {
+        return value.isValid() && value != QLatin1String("none");
     }
     return aspects.contains(generalKey) ? isAspect(value.toString()) : value.isValid();
 }
@@ -117,11 +115,10 @@ QSet<QString> allKeys(const QMap<Probe, MediaInfoRecord> &probes)
     return keys;
 }
 
-QVariant trustedValue(const QString &key, const QMap<Probe, MediaInfoRecord> &probes, Road road)
+QVariant trustedValue(const QString &key, const QMap<Probe, MediaInfoRecord> &probes)
 {
     const QString general = generalKey(key);
-    const Trust &trust = trustOf(general);
-    for (const Probe probe : road == Road::Ffmpeg ? trust.ffmpegRoad : trust.movieRoad) {
+    for (const Probe probe : orderOf(general)) {
         const QVariant value = probes.value(probe).value(key);
         if (isGiven(general, value)) {
             return value;
@@ -132,11 +129,11 @@ QVariant trustedValue(const QString &key, const QMap<Probe, MediaInfoRecord> &pr
 
 } // namespace
 
-MediaInfoRecord mergeByTrust(const QMap<Probe, MediaInfoRecord> &probes, Road road)
+MediaInfoRecord mergeByTrust(const QMap<Probe, MediaInfoRecord> &probes)
 {
     MediaInfoRecord merged;
     for (const QString &key : allKeys(probes)) {
-        const QVariant value = trustedValue(key, probes, road);
+        const QVariant value = trustedValue(key, probes);
         if (value.isValid()) {
             merged.insert(key, value);
         }

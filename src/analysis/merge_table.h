@@ -17,11 +17,8 @@ enum class Probe {
     Offsets,  // the first time stamps of the streams
 };
 
-// On which road the pictures of the source are made; the probe that makes them is believed first.
-enum class Road { Ffmpeg, MovieFramework };
-
 // One record out of what the probes know. Values that can't be (a size or rate of 0, an aspect of
 // 0:1) count as not given.
-MediaInfoRecord mergeByTrust(const QMap<Probe, MediaInfoRecord> &probes, Road road);
+MediaInfoRecord mergeByTrust(const QMap<Probe, MediaInfoRecord> &probes);
 
 } // namespace qv

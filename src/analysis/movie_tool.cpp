@@ -1,5 +1,6 @@
 #include "analysis/movie_tool.h"
 
+#include "analysis/duration_check.h"
 #include "analysis/ffmpeg_probes.h"
 #include "process/tool_environment.h"
 #include "process/tool_run.h"
@@ -27,7 +28,9 @@ struct Field {
     const char *name; // without the stream's prefix
     double largest;
 };
-constexpr Field containerNumbers[] = {{"duration", 1e7}, {"width", 1e5}, {"height", 1e5}};
+constexpr double longestDuration = 1e7; // seconds
+constexpr Field containerNumbers[] = {
+    {"duration", longestDuration}, {"width", 1e5}, {"height", 1e5}};
 constexpr Field videoNumbers[] = {{"width", 1e5},      {"height", 1e5},   {"croptop", 1e5},
                                   {"cropbottom", 1e5}, {"cropleft", 1e5}, {"cropright", 1e5}};
 constexpr Field audioNumbers[] = {{"rate", 1e7}, {"channels", 1024}, {"bits", 64}};
@@ -91,6 +94,9 @@ QVariant checkedValue(QChar kind, const QString &name, const QJsonValue &value)
         const bool known = number > 0 && number <= largestRate;
         return known ? QVariant(narrowedToFloat(number)) : QVariant();
     }
+    if (kind == u'w' && name == QLatin1String("seconds")) {
+        return number > 0 && number <= longestDuration ? QVariant(number) : QVariant();
+    }
     const bool known = (kind == u'w' && isWithin(containerNumbers, name, number)) ||
                        (kind == u'v' && isWithin(videoNumbers, name, number)) ||
                        (kind == u'a' && isWithin(audioNumbers, name, number));
@@ -123,6 +129,9 @@ std::optional<MediaInfoRecord> parseMovieRecord(const QByteArray &printed)
     if (!record.contains(streamKey("v", 0, "width")) ||
         !record.contains(streamKey("v", 0, "height"))) {
         return std::nullopt;
+    }
+    if (const QVariant seconds = record.take(QStringLiteral("w_seconds")); seconds.isValid()) {
+        record.insert(exactDurationKey, seconds);
     }
     const QString wrapper = object.value(QStringLiteral("wrapper")).toString();
     if (isWord(wrapper)) {

@@ -22,31 +22,14 @@ bool isRotateTag(const QString &line)
     return tag.match(line).hasMatch();
 }
 
-qsizetype indentOf(const QString &line)
-{
-    const auto end = std::find_if(line.begin(), line.end(), [](QChar c) { return c != u' '; });
-    return end - line.begin();
-}
-
-// Tags stand below their heading, further in, up to the first line that is not:
-//   Metadata:
-//     title           : Trial and Error
-//                     : and what follows
-//   Duration: 00:01:05.96, start: 0.500000, bitrate: 7000 kb/s
 QStringList withoutTags(const QStringList &lines)
 {
     QStringList kept;
-    qsizetype headingIndent = -1;
+    TagBlocks tags;
     for (const QString &line : lines) {
-        const qsizetype indent = indentOf(line);
-        if (headingIndent >= 0 && indent > headingIndent) {
-            if (isRotateTag(line)) {
-                kept.append(line);
-            }
-            continue;
+        if (!tags.isTag(line) || isRotateTag(line)) {
+            kept.append(line);
         }
-        headingIndent = line.trimmed() == QLatin1String("Metadata:") ? indent : -1;
-        kept.append(line);
     }
     return kept;
 }
@@ -214,10 +197,16 @@ QString containerRefusal(const QString &report)
                      .arg(QLatin1String(playlist->name));
 }
 
-QString reportWithoutNames(const QString &report, const QString &sourcePath)
+QString reportWithoutPath(const QString &report, const QString &sourcePath)
 {
     QString text = report;
     removeName(text, sourcePath);
+    return text;
+}
+
+QString reportWithoutNames(const QString &report, const QString &sourcePath)
+{
+    QString text = reportWithoutPath(report, sourcePath);
     if (!pathExtension(sourcePath).isEmpty()) {
         removeName(text, lastPathComponent(sourcePath));
     }

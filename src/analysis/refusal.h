@@ -6,6 +6,9 @@
 namespace qv
 {
 
+// The report without the source's path, in which a line break could forge a line.
+QString reportWithoutPath(const QString &report, const QString &sourcePath);
+
 // The report without the source's name and the values of its tags, which are not ffmpeg's words: a
 // film called "Trial and Error" is no failure, and one called "Stream #0:0: Video: h264" no stream.
 QString reportWithoutNames(const QString &report, const QString &sourcePath);

@@ -29,22 +29,6 @@ QString showinfoLine(QString line)
     return line.replace(filter, QStringLiteral("[showinfo @"));
 }
 
-// The pieces between commas that stand in no bracket.
-QStringList outerParts(const QString &line)
-{
-    QStringList parts(QString{});
-    int depth = 0;
-    for (const QChar c : line) {
-        depth += c == u'(' ? 1 : c == u')' ? -1 : 0;
-        if (c == u',' && depth <= 0) {
-            parts.append(QString());
-        } else {
-            parts.last().append(c);
-        }
-    }
-    return parts;
-}
-
 bool isNewPart(const QString &part)
 {
     static constexpr std::array words{" Closed Captions", " Film Grain", " lossless"};

@@ -2,8 +2,6 @@
 
 #include "support/files.h"
 
-#include <QStringList>
-
 #include <algorithm>
 
 namespace qv
@@ -29,6 +27,32 @@ QString after(const QString &text, QLatin1String marker)
     const qsizetype start = found + marker.size();
     const qsizetype end = text.indexOf(marker, start);
     return end < 0 ? text.mid(start) : text.mid(start, end - start);
+}
+
+QStringList outerParts(const QString &text)
+{
+    QStringList parts(QString{});
+    int depth = 0;
+    for (const QChar c : text) {
+        depth += c == u'(' ? 1 : c == u')' ? -1 : 0;
+        if (c == u',' && depth <= 0) {
+            parts.append(QString());
+        } else {
+            parts.last().append(c);
+        }
+    }
+    return parts;
+}
+
+bool TagBlocks::isTag(const QString &line)
+{
+    const auto end = std::find_if(line.begin(), line.end(), [](QChar c) { return c != u' '; });
+    const qsizetype indent = end - line.begin();
+    if (m_headingIndent >= 0 && indent > m_headingIndent) {
+        return true;
+    }
+    m_headingIndent = line.trimmed() == QLatin1String("Metadata:") ? indent : -1;
+    return false;
 }
 
 QString lastProgressLine(const QString &report)

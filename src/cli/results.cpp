@@ -1,5 +1,6 @@
 #include "cli/results.h"
 
+#include "analysis/duration_check.h"
 #include "cli/options.h"
 #include "support/numbers.h"
 #include "support/shell_word.h"
@@ -31,6 +32,19 @@ QJsonValue jsonValue(const QVariant &value)
     return QJsonValue::fromVariant(value);
 }
 
+// To whole milliseconds.
+double roundedSeconds(double seconds)
+{
+    return std::round(seconds * 1000) / 1000;
+}
+
+// Null when it is unknown.
+QJsonValue durationJson(const MediaInfoRecord &record)
+{
+    const double seconds = exactDuration(record);
+    return seconds > 0 ? QJsonValue(roundedSeconds(seconds)) : QJsonValue(QJsonValue::Null);
+}
+
 QString textValue(const QVariant &value)
 {
     if (value.typeId() == QMetaType::Float) {
@@ -53,12 +67,6 @@ QJsonValue roadOf(const SheetOutcome &outcome)
         return QJsonValue::Null;
     }
     return roadName(outcome.quick);
-}
-
-// To whole milliseconds.
-double roundedSeconds(double seconds)
-{
-    return std::round(seconds * 1000) / 1000;
 }
 
 QJsonArray instantsJson(const QList<double> &instants)
@@ -165,6 +173,7 @@ MediaInfoRecord publicRecord(const MediaInfoRecord &record)
     MediaInfoRecord shown = record;
     shown.remove(QStringLiteral("srcPathStr"));
     shown.remove(QStringLiteral("imgPathStr"));
+    shown.remove(exactDurationKey);
     return shown;
 }
 
@@ -175,7 +184,9 @@ QJsonObject infoJson(const QString &source, const MediaInfoRecord &record)
     for (auto it = shown.begin(); it != shown.end(); ++it) {
         keys.insert(it.key(), jsonValue(it.value()));
     }
-    return {{QStringLiteral("source"), source}, {QStringLiteral("record"), keys}};
+    return {{QStringLiteral("source"), source},
+            {QStringLiteral("duration"), durationJson(record)},
+            {QStringLiteral("record"), keys}};
 }
 
 QString infoText(const QString &source, const MediaInfoRecord &record)

@@ -36,7 +36,7 @@ QList<Source> sourcesOfFolder(const QString &name, const QString &folder,
 {
     QList<Source> sources;
     QStringList closed;
-    for (const QString &path : withAdmittedExtension(subpaths(folder, &closed), extensions)) {
+    for (const QString &path : withAdmittedExtension(listedBelow(folder, &closed), extensions)) {
         if (!QFileInfo(path).isDir()) {
             sources.append({path, namedBelow(name, folder, path), QString()});
         }

@@ -54,6 +54,23 @@ LeftOut wrongType(const QString &path)
     return {path, problem.isNull() ? QStringLiteral("no video by its name") : problem};
 }
 
+// AppleDouble (RFC 1740 appendix B): what other systems leave beside a file on cards and network
+// shares to keep its attributes. "._clip.mp4" belongs to "clip.mp4".
+bool isCompanion(const QString &path)
+{
+    const QLatin1String mark("._");
+    const qsizetype name = path.lastIndexOf(QLatin1Char('/')) + 1;
+    if (!QStringView(path).mid(name).startsWith(mark)) {
+        return false;
+    }
+    static const QByteArray magic = QByteArray::fromHex("00051607");
+    QFile file(path);
+    const bool isRegular = QFileInfo(path).isFile();
+    const bool hasMagic =
+        isRegular && file.open(QIODevice::ReadOnly) && file.read(magic.size()) == magic;
+    return hasMagic || (isRegular && QFileInfo::exists(QString(path).remove(name, mark.size())));
+}
+
 QString statProblem(int error)
 {
     switch (error) {
@@ -98,7 +115,14 @@ QStringList expandedDrop(const QStringList &paths, QStringList *closed)
             expanded.first() = target;
         }
     }
-    return QFileInfo(expanded.first()).isDir() ? subpaths(expanded.first(), closed) : expanded;
+    return QFileInfo(expanded.first()).isDir() ? listedBelow(expanded.first(), closed) : expanded;
+}
+
+QStringList listedBelow(const QString &folder, QStringList *closed)
+{
+    QStringList paths = subpaths(folder, closed);
+    paths.removeIf(isCompanion);
+    return paths;
 }
 
 QStringList withAdmittedExtension(const QStringList &paths, const QSet<QString> &extensions)
@@ -157,7 +181,12 @@ QString sourceProblem(const QString &path)
     if (::access(name.constData(), R_OK) != 0) {
         return QStringLiteral("it may not be read (no permission)");
     }
-    return status.st_size == 0 ? QStringLiteral("the file is empty (0 bytes)") : QString();
+    if (status.st_size == 0) {
+        return QStringLiteral("the file is empty (0 bytes)");
+    }
+    return isCompanion(path) ? QStringLiteral("it is no video but another system's notes about a "
+                                              "file (AppleDouble)")
+                             : QString();
 }
 
 } // namespace qv

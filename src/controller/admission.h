@@ -20,6 +20,10 @@ QSet<QString> admittedExtensions(const QStringList &declared);
 // their end.
 QStringList expandedDrop(const QStringList &paths, QStringList *closed);
 
+// Every path below a folder but the companion files ("._clip.mp4") that other systems leave there.
+// `closed` as above.
+QStringList listedBelow(const QString &folder, QStringList *closed);
+
 // The paths whose extension, in exactly this spelling, is admitted.
 QStringList withAdmittedExtension(const QStringList &paths, const QSet<QString> &extensions);
 
@@ -29,8 +33,8 @@ QStringList withAdmittedExtension(const QStringList &paths, const QSet<QString> 
 QList<LeftOut> leftOutOf(const QStringList &dropped, const QStringList &expanded,
                          const QStringList &closed, const QSet<QString> &extensions);
 
-// Why a file can't be a source at all (missing, no regular file, unreadable, empty), in words for
-// people; a null text when nothing speaks against it.
+// Why a file can't be a source at all (missing, no regular file, unreadable, empty, a companion
+// file), in words for people; a null text when nothing speaks against it.
 QString sourceProblem(const QString &path);
 
 } // namespace qv

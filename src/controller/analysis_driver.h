@@ -72,6 +72,7 @@ private:
         bool mayBeMovie = false; // the movie framework may read what ffmpeg can't
     };
     ReportVerdict verdictOnReport();
+    bool hasDecodedFrame() const;
     DecodedFrame takeDecodedFrame() const;
     Findings gatherFindings() const;
     // What a step asks for next: a tool run, or nothing but the next step.
@@ -111,12 +112,14 @@ private:
     ControllerContext &m_context;
     bool m_isStopping = false; // the run ends with the step in progress
     bool m_posted = false;
-    QString m_retained; // the report of the analysis run, in old words and without names
+    QString m_retained;      // the report of the analysis run, in old words and without names
+    ReportDetails m_details; // what that run told beyond the record
     QString m_interlacing;
     bool m_isProbing = false; // by the quick tool instead of ffmpeg
     bool m_isUnsure = false;  // the quick tool's word did not do for the current source
     QString m_probePreview;   // the preview that it may have made
     DurationCheck m_durationCheck = DurationCheck::None;
+    DurationClues m_durationClues;
     QTimer m_measuringLimit;
     QString m_reason;                             // why the current source makes no row
     SourceState m_sourceState;                    // before it was looked into

@@ -4,6 +4,7 @@
 
 #include "analysis/camcorder_clip.h"
 #include "analysis/ffmpeg_probes.h"
+#include "analysis/other_streams.h"
 #include "analysis/quick_probe.h"
 #include "analysis/refusal.h"
 #include "analysis/report_dialect.h"
@@ -94,6 +95,7 @@ AnalysisDriver::ReportVerdict AnalysisDriver::verdictOnReport()
         return {QStringLiteral("ffmpeg %1 and printed nothing").arg(outcomeText(run.outcome))};
     }
     m_retained = reportWithoutNames(inOldWords(output), source);
+    m_details = reportDetails(reportWithoutPath(output, source));
     if (const QString refusal = containerRefusal(m_retained); !refusal.isNull()) {
         return {refusal};
     }
@@ -104,7 +106,8 @@ AnalysisDriver::ReportVerdict AnalysisDriver::verdictOnReport()
         (run.outcome.ending != ToolOutcome::Ending::Exited || run.outcome.exitCode != 0)) {
         return {QStringLiteral("it %1").arg(outcomeText(run.outcome))};
     }
-    if (isFfmpegSuccess(m_retained)) {
+    if (isFfmpegSuccess(m_retained) ||
+        (hasDecodedFrame() && isFfmpegSuccess(withoutOtherStreams(m_retained)))) {
         return {};
     }
     const QString said = refusalReason(output, source);
@@ -112,6 +115,16 @@ AnalysisDriver::ReportVerdict AnalysisDriver::verdictOnReport()
                 ? QStringLiteral("ffmpeg does not accept it (%1)").arg(outcomeText(run.outcome))
                 : said,
             isMov(source)};
+}
+
+// The quick tool writes a header only when it has decoded a frame, ffmpeg in any case.
+bool AnalysisDriver::hasDecodedFrame() const
+{
+    constexpr qint64 headerLength = 256;
+    QFile file(analysisFrameFile());
+    const QByteArray begin =
+        file.open(QIODevice::ReadOnly) ? file.read(headerLength) : QByteArray();
+    return m_isProbing ? !begin.isEmpty() : begin.contains("\nFRAME");
 }
 
 // The stream header of the decoded frames; the file is used up.
@@ -132,6 +145,7 @@ Findings AnalysisDriver::gatherFindings() const
     Findings findings;
     findings.sourcePath = m_context.preferences.prefReadString(keys::analysisSource);
     findings.report = m_retained;
+    findings.details = m_details;
     findings.frame = takeDecodedFrame();
     if (!findings.frame.mark.isNull()) {
         findings.interlacingText = fieldOrderWord(findings.frame.mark);
@@ -199,7 +213,7 @@ bool AnalysisDriver::askMovieFramework(Findings &findings) const
 AnalysisDriver::NextRun AnalysisDriver::runAfter(const Findings &findings, bool byMovieFramework)
 {
     const QString source = findings.sourcePath;
-    auto merged = analysisMerge(findings, byMovieFramework ? Road::MovieFramework : Road::Ffmpeg);
+    auto merged = analysisMerge(findings);
     if (!merged) {
         if (hasRepeatedExactly(QStringLiteral("nothing to be shown"))) {
             return {{}, false, nullptr, true};
@@ -214,7 +228,8 @@ AnalysisDriver::NextRun AnalysisDriver::runAfter(const Findings &findings, bool 
         logLine(QStringLiteral("appky > decSkip #2  :-)"));
         return previewOf(merged->record);
     }
-    m_durationCheck = durationCheck(merged->record, merged->clues);
+    m_durationClues = merged->clues;
+    m_durationCheck = durationCheck(merged->record, m_durationClues);
     if (m_durationCheck == DurationCheck::Tail && hasProbedTail(merged->record)) {
         m_durationCheck = DurationCheck::None;
     }
@@ -253,16 +268,23 @@ AnalysisDriver::NextRun AnalysisDriver::measure(const MediaInfoRecord &record)
     return {durationArguments(m_durationCheck, source, record), true};
 }
 
-// The copying run has ended, or was ended because it took too long; then the end lies no earlier
-// than it came.
+// A copying run that did not end well, or was ended because it took too long, shows only that the
+// end lies no earlier than it came.
 AnalysisDriver::NextRun AnalysisDriver::stepDuration()
 {
-    const bool hasEnded = m_measuringLimit.isActive();
+    const ToolOutcome &outcome = m_context.taskSlots.lastAnalysisRun().outcome;
+    const bool isInTime = m_measuringLimit.isActive();
+    const bool hasEnded =
+        isInTime && outcome.ending == ToolOutcome::Ending::Exited && outcome.exitCode == 0;
     m_measuringLimit.stop();
+    if (!hasEnded) {
+        logLine(QStringLiteral("w_duration          : the measuring run %1")
+                    .arg(isInTime ? outcomeText(outcome) : QStringLiteral("took too long")));
+    }
     MediaInfoRecord record = m_context.preferences.prefReadDico(keys::analysisRecord).toMap();
     const auto copied = copiedSeconds(m_context.taskSlots.analysisTaskVerboseMStr());
     if (m_durationCheck == DurationCheck::Tail) {
-        if (endsAsClaimed(record, copied)) {
+        if (!hasEnded || endsAsClaimed(record, copied)) {
             return previewOf(record);
         }
         m_durationCheck = DurationCheck::Whole;
@@ -275,17 +297,17 @@ AnalysisDriver::NextRun AnalysisDriver::stepDuration()
 void AnalysisDriver::settleDuration(MediaInfoRecord &record, std::optional<double> copied,
                                     bool hasEnded) const
 {
-    const double before = numberIn(record, QStringLiteral("w_duration")).value_or(0);
-    if (!copied || *copied < 0 || (!hasEnded && *copied < before)) {
+    const double before = exactDuration(record);
+    if (!copied || *copied <= 0 || (!hasEnded && *copied < before)) {
         return;
     }
-    const double settled = settledDuration(record, *copied);
+    const double settled = settledDuration(record, *copied, m_durationClues);
     if (settled == before) {
         return;
     }
-    record.insert(QStringLiteral("w_duration"), durationValue(settled));
+    setDuration(record, settled);
     logLine(QStringLiteral("w_duration          : %1 instead of %2 s%3")
-                .arg(fixedText(settled, 2), QString::number(before),
+                .arg(fixedText(settled, 2), fixedText(before, 2),
                      hasEnded ? QString() : QStringLiteral(", at least")));
 }
 

@@ -84,12 +84,13 @@ QSize EncodingDriver::oneRunSize() const
                                  intIn(display, QStringLiteral("hTh")).value_or(0));
 }
 
-// "0:00:10-0:01:15"; to the millisecond for key pictures, which are told apart by it.
+// "0:00:10.000-0:01:15.500". Rounded up: a frame is not shown yet before it begins.
 QString EncodingDriver::instantsText() const
 {
     QStringList instants;
     for (const double instant : m_row.instants) {
-        instants.append(float2TimecodeStr(instant, m_row.isQuick ? 3 : 0));
+        constexpr double milli = 1000;
+        instants.append(float2TimecodeStr(std::ceil(instant * milli - 0.001) / milli, 3));
     }
     return instants.join(u'-');
 }
@@ -129,7 +130,7 @@ void EncodingDriver::noteQuickInstants()
     QVariantMap timecodes = mapIn(display, QStringLiteral("timecode"));
     const QMap<int, double> &told = m_context.taskSlots.lastEncodingRun().instants;
     for (auto it = told.begin(); it != told.end(); ++it) {
-        const QString stamp = float2TimecodeStr(it.value(), 0);
+        const QString stamp = stampText(it.value(), m_row.duration);
         if (it.key() < m_row.instants.size() && !stamp.isEmpty()) {
             m_row.instants[it.key()] = it.value();
             timecodes.insert(QString::number(it.key()), stamp);
@@ -141,13 +142,10 @@ void EncodingDriver::noteQuickInstants()
 
 void EncodingDriver::noteMovieInstants()
 {
-    const QVariantMap timecodes =
-        mapIn(child(QStringLiteral("appkyDisplay")).toMap(), QStringLiteral("timecode"));
     const QMap<int, double> &told = m_context.taskSlots.lastEncodingRun().instants;
     for (auto it = told.begin(); it != told.end(); ++it) {
-        const QString stamp = stringIn(timecodes, QString::number(it.key()));
-        if (!stamp.isNull()) {
-            noteShown(it.key(), it.value(), double(timecodeStr2Float(stamp)));
+        if (it.key() < m_row.instants.size()) {
+            noteShown(it.key(), it.value(), m_row.instants.at(it.key()));
         }
     }
 }

@@ -15,6 +15,25 @@ constexpr qsizetype tailLength = 65536;
 // An analysis report is some hundred kilobytes; a tool that prints without end is cut here.
 constexpr qsizetype reportLimit = 64 * 1024 * 1024;
 
+// Takes the text off the bytes, up to a character that is not all there yet. Qt's own decoder of
+// chunks loses the line end behind a character that a chunk and a tool have cut at the same place.
+QString decodedPart(QByteArray &bytes)
+{
+    constexpr qsizetype longest = 4; // bytes of a character
+    qsizetype end = bytes.size();
+    for (qsizetype back = 1; back < longest && back <= bytes.size(); ++back) {
+        const auto byte = static_cast<quint8>(bytes[bytes.size() - back]);
+        if (byte >= 0xC0) {
+            const qsizetype length = byte >= 0xF0 ? 4 : byte >= 0xE0 ? 3 : 2;
+            end = length > back ? bytes.size() - back : end;
+            break;
+        }
+    }
+    const QString text = QString::fromUtf8(bytes.left(end));
+    bytes.remove(0, end);
+    return text;
+}
+
 } // namespace
 
 TaskSlots::TaskSlots(WindowState &window, std::function<void()> changed)
@@ -51,7 +70,7 @@ int TaskSlots::tasklauncherStart(const QStringList &argsArray, float progressMax
     slot.taskProgressMaxValue = progressMaxValueFloat;
     slot.taskParseInt = parseInt;
     slot.taskPreviousTime.reset();
-    slot.decoder = QStringDecoder(QStringDecoder::Utf8);
+    slot.undecoded.clear();
     slot.pendingLine.clear();
     slot.report = {};
     if (isTaskOther && parseInt == CollectOutput) {
@@ -100,7 +119,7 @@ TaskSlots::Slot &TaskSlots::slotOf(const taskLauncher *launcher)
 void TaskSlots::didReceiveNewData(taskLauncher &launcher, const QByteArray &data)
 {
     Slot &slot = slotOf(&launcher);
-    const QString text = slot.decoder.decode(data);
+    const QString text = decodedPart(slot.undecoded += data);
     slot.report.tail = (slot.report.tail + text).right(tailLength);
     if (slot.taskParseInt == CollectOutput) {
         if (&slot == &m_analysis && m_analysisOutput.size() < reportLimit) {

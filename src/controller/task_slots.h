@@ -5,7 +5,6 @@
 #include "process/task_launcher.h"
 
 #include <QMap>
-#include <QStringDecoder>
 
 #include <functional>
 #include <memory>
@@ -82,7 +81,7 @@ private:
         float taskProgressMaxValue = 0;
         int taskParseInt = CollectOutput;
         std::optional<double> taskPreviousTime; // of the run's progress; nothing before the first
-        QStringDecoder decoder{QStringDecoder::Utf8};
+        QByteArray undecoded;                   // the begin of a character whose rest is to come
         QString pendingLine;
         RunReport report;
     };

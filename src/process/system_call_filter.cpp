@@ -23,78 +23,76 @@ namespace
 {
 
 // Calls that the headers of Debian 12 don't know yet.
-constexpr long fchmodat2 = 452;
-constexpr long setxattrat = 463;
-constexpr long removexattrat = 466;
-constexpr long fileSetattr = 469;
+constexpr std::uint32_t fchmodat2 = 452;
+constexpr std::uint32_t setxattrat = 463;
+constexpr std::uint32_t removexattrat = 466;
+constexpr std::uint32_t fileSetattr = 469;
 
 // Calls that change files without a right to write them, and io_uring, whose queue in shared memory
 // bypasses the filter.
 constexpr std::array changes
 {
-    long{SYS_truncate}, long{SYS_fchmod}, long{SYS_fchmodat}, fchmodat2, long{SYS_fchown},
-        long{SYS_fchownat}, long{SYS_setxattr}, long{SYS_lsetxattr}, long{SYS_fsetxattr},
-        long{SYS_removexattr}, long{SYS_lremovexattr}, long{SYS_fremovexattr}, setxattrat,
-        removexattrat, fileSetattr, long{SYS_utimensat}, long{SYS_socket}, long{SYS_io_uring_setup},
+    SYS_truncate, SYS_fchmod, SYS_fchmodat, fchmodat2, SYS_fchown, SYS_fchownat, SYS_setxattr,
+        SYS_lsetxattr, SYS_fsetxattr, SYS_removexattr, SYS_lremovexattr, SYS_fremovexattr,
+        setxattrat, removexattrat, fileSetattr, SYS_utimensat, SYS_socket, SYS_io_uring_setup,
 #if defined(__x86_64__)
-        long{SYS_chmod}, long{SYS_chown}, long{SYS_lchown}, long{SYS_utime}, long{SYS_utimes},
-        long{SYS_futimesat},
+        SYS_chmod, SYS_chown, SYS_lchown, SYS_utime, SYS_utimes, SYS_futimesat,
 #endif
 };
 
 // Calls that reach for other processes, or that only a tool which root runs could make.
-constexpr std::array reaches{
-    long{SYS_setsid},
-    long{SYS_setpgid},
-    long{SYS_tkill},
-    long{SYS_rt_sigqueueinfo},
-    long{SYS_rt_tgsigqueueinfo},
-    long{SYS_pidfd_send_signal},
-    long{SYS_pidfd_getfd},
-    long{SYS_ptrace},
-    long{SYS_process_vm_readv},
-    long{SYS_process_vm_writev},
-    long{SYS_shmget},
-    long{SYS_shmat},
-    long{SYS_shmctl},
-    long{SYS_semget},
-    long{SYS_semctl},
-    long{SYS_msgget},
-    long{SYS_msgctl},
-    long{SYS_mq_open},
-    long{SYS_add_key},
-    long{SYS_request_key},
-    long{SYS_keyctl},
-    long{SYS_unshare},
-    long{SYS_setns},
-    long{SYS_mount},
-    long{SYS_umount2},
-    long{SYS_pivot_root},
-    long{SYS_chroot},
-    long{SYS_open_tree},
-    long{SYS_move_mount},
-    long{SYS_fsopen},
-    long{SYS_fspick},
-    long{SYS_mount_setattr},
-    long{SYS_open_by_handle_at},
-    long{SYS_bpf},
-    long{SYS_perf_event_open},
-    long{SYS_userfaultfd},
-    long{SYS_init_module},
-    long{SYS_finit_module},
-    long{SYS_delete_module},
-    long{SYS_kexec_load},
-    long{SYS_reboot},
-    long{SYS_swapon},
-    long{SYS_swapoff},
-    long{SYS_settimeofday},
-    long{SYS_clock_settime},
-    long{SYS_adjtimex},
-    long{SYS_clock_adjtime},
-    long{SYS_sethostname},
-    long{SYS_setdomainname},
-    long{SYS_quotactl},
-    long{SYS_acct},
+constexpr std::uint32_t reaches[] = {
+    SYS_setsid,
+    SYS_setpgid,
+    SYS_tkill,
+    SYS_rt_sigqueueinfo,
+    SYS_rt_tgsigqueueinfo,
+    SYS_pidfd_send_signal,
+    SYS_pidfd_getfd,
+    SYS_ptrace,
+    SYS_process_vm_readv,
+    SYS_process_vm_writev,
+    SYS_shmget,
+    SYS_shmat,
+    SYS_shmctl,
+    SYS_semget,
+    SYS_semctl,
+    SYS_msgget,
+    SYS_msgctl,
+    SYS_mq_open,
+    SYS_add_key,
+    SYS_request_key,
+    SYS_keyctl,
+    SYS_unshare,
+    SYS_setns,
+    SYS_mount,
+    SYS_umount2,
+    SYS_pivot_root,
+    SYS_chroot,
+    SYS_open_tree,
+    SYS_move_mount,
+    SYS_fsopen,
+    SYS_fspick,
+    SYS_mount_setattr,
+    SYS_open_by_handle_at,
+    SYS_bpf,
+    SYS_perf_event_open,
+    SYS_userfaultfd,
+    SYS_init_module,
+    SYS_finit_module,
+    SYS_delete_module,
+    SYS_kexec_load,
+    SYS_reboot,
+    SYS_swapon,
+    SYS_swapoff,
+    SYS_settimeofday,
+    SYS_clock_settime,
+    SYS_adjtimex,
+    SYS_clock_adjtime,
+    SYS_sethostname,
+    SYS_setdomainname,
+    SYS_quotactl,
+    SYS_acct,
 };
 
 // On x86, calls with this bit are the same ones under other numbers.
@@ -118,10 +116,10 @@ public:
 #else
         startChecks(AUDIT_ARCH_AARCH64);
 #endif
-        for (const long call : changes) {
+        for (const std::uint32_t call : changes) {
             refuse(call, EACCES);
         }
-        for (const long call : reaches) {
+        for (const std::uint32_t call : reaches) {
             refuse(call, EPERM);
         }
         // Its flags lie in memory, where no filter sees them; libraries then use openat().
@@ -168,17 +166,17 @@ private:
         answer(SECCOMP_RET_KILL_PROCESS);
     }
 
-    constexpr void refuse(long call, std::uint32_t error)
+    constexpr void refuse(std::uint32_t call, std::uint32_t error)
     {
-        goOnIf(BPF_JEQ, static_cast<std::uint32_t>(call), 0, 1);
+        goOnIf(BPF_JEQ, call, 0, 1);
         answer(failing(error));
     }
 
     // To empty a file needs no right to write it where Landlock is older than version 3, unless the
     // file is opened for writing.
-    constexpr void checkOpening(long call, size_t flags)
+    constexpr void checkOpening(std::uint32_t call, size_t flags)
     {
-        goOnIf(BPF_JEQ, static_cast<std::uint32_t>(call), 0, 7);
+        goOnIf(BPF_JEQ, call, 0, 7);
         loadArgument(flags);
         goOnIf(BPF_JSET, O_TRUNC, 0, 4);
         add({BPF_ALU | BPF_AND | BPF_K, 0, 0, O_ACCMODE});
@@ -189,9 +187,9 @@ private:
     }
 
     // Only to the process itself, as when it aborts.
-    constexpr void checkSignals(long call)
+    constexpr void checkSignals(std::uint32_t call)
     {
-        goOnIf(BPF_JEQ, static_cast<std::uint32_t>(call), 0, 4);
+        goOnIf(BPF_JEQ, call, 0, 4);
         loadArgument(0);
         m_processSlots[m_processCount++] = m_end;
         goOnIf(BPF_JEQ, 0, 0, 1);
@@ -201,16 +199,16 @@ private:
 
     constexpr void checkLimits()
     {
-        goOnIf(BPF_JEQ, static_cast<std::uint32_t>(SYS_prlimit64), 0, 4);
+        goOnIf(BPF_JEQ, SYS_prlimit64, 0, 4);
         loadArgument(0);
         goOnIf(BPF_JEQ, 0, 0, 1);
         answer(allowed);
         answer(failing(EPERM));
     }
 
-    constexpr void refuseArgument(long call, size_t index, std::uint32_t value)
+    constexpr void refuseArgument(std::uint32_t call, size_t index, std::uint32_t value)
     {
-        goOnIf(BPF_JEQ, static_cast<std::uint32_t>(call), 0, 4);
+        goOnIf(BPF_JEQ, call, 0, 4);
         loadArgument(index);
         goOnIf(BPF_JEQ, value, 0, 1);
         answer(failing(EPERM));
@@ -226,7 +224,7 @@ private:
         refuse(SYS_fork, EPERM);
         refuse(SYS_vfork, EPERM);
 #endif
-        goOnIf(BPF_JEQ, static_cast<std::uint32_t>(SYS_clone), 0, 4);
+        goOnIf(BPF_JEQ, SYS_clone, 0, 4);
         loadArgument(0);
         goOnIf(BPF_JSET, CLONE_THREAD, 0, 1);
         answer(allowed);

@@ -13,6 +13,7 @@
 #include <QJsonDocument>
 
 #include <algorithm>
+#include <cmath>
 
 namespace qv
 {
@@ -36,6 +37,8 @@ struct Source {
     QString stillsFolder;
     QString filter;
     QString tool;
+    double seconds = 0; // its duration
+    double fps = 0;     // 0: unknown
 };
 
 int requestedCount(const QVariantMap &input)
@@ -66,6 +69,13 @@ QString videoFilter(const QVariantMap &input, const StillSize &size)
              QString::number(size.width), QString::number(size.height));
 }
 
+// Whole seconds, but for a source that has none.
+double plannedSeconds(const QVariantMap &input)
+{
+    const double exact = numberIn(input, QStringLiteral("w_duration")).value_or(0);
+    return isShort(exact) ? exact : sourceDuration(input);
+}
+
 double instantOf(int index, double interval)
 {
     if (index > 0) {
@@ -74,11 +84,28 @@ double instantOf(int index, double interval)
     return interval > longInterval ? firstInstantOfLong : interval * firstInstantShare;
 }
 
+// Where a source is too short for whole seconds, the instants are those at which a frame begins: a
+// seek into the last frame would find none behind it.
+double frameBegin(double instant, double fps)
+{
+    constexpr double rounding = 0.001; // of a frame
+    return fps > 0 ? std::floor(instant * fps + rounding) / fps : instant;
+}
+
+// To the hundredth. For a short source in milliseconds and not rounded up, because a seek takes no
+// earlier frame.
+QString seekText(const Source &source, double instant)
+{
+    constexpr double milli = 1000;
+    return isShort(source.seconds) ? fixedText(std::floor(instant * milli + 0.001) / milli, 3)
+                                   : fixedText(instant, 2);
+}
+
 QStringList toolArguments(const Source &source, double instant, int index)
 {
     return {source.tool,
             QStringLiteral("-ss"),
-            fixedText(instant, 2),
+            seekText(source, instant),
             QStringLiteral("-t"),
             QStringLiteral("12"),
             QStringLiteral("-loglevel"),
@@ -105,7 +132,10 @@ PlannedPicture plannedPicture(const ExtractionPlan &plan, const Source &source, 
     PlannedPicture picture;
     picture.index = index;
     picture.time = instantOf(index, plan.interval);
-    picture.timecode = float2TimecodeStr(picture.time, 0);
+    if (isShort(source.seconds)) {
+        picture.time = frameBegin(picture.time, source.fps);
+    }
+    picture.timecode = stampText(picture.time, source.seconds);
     if (!plan.inOneRun) {
         picture.arguments = toolArguments(source, picture.time, index);
     }
@@ -187,14 +217,17 @@ ExtractionPlan planExtraction(int out, const QVariantMap &input)
     plan.columns = columnsOf(layout);
     plan.count = wholeRowsCount(layout, requestedCount(input));
     plan.size = sizeOf(input);
-    plan.interval = plan.count > 0 ? static_cast<double>(sourceDuration(input)) / plan.count : 0;
+    const double seconds = plannedSeconds(input);
+    plan.interval = plan.count > 0 ? seconds / plan.count : 0;
     plan.inOneRun =
         flagIn(input, QStringLiteral("decSkip")) || flagIn(input, QStringLiteral("quick"));
 
     const Source source{stringIn(input, QStringLiteral("srcPathStr")),
                         stringIn(input, QStringLiteral("dstPathStr")),
                         videoFilter(input, plan.size),
-                        Bundle::main().toolPath(QStringLiteral("ffmpeg"))};
+                        Bundle::main().toolPath(QStringLiteral("ffmpeg")),
+                        seconds,
+                        numberIn(input, QStringLiteral("v0_fps")).value_or(0)};
     plan.pictures.reserve(static_cast<std::size_t>(plan.count));
     for (int i = 0; i < plan.count; ++i) {
         plan.pictures.push_back(plannedPicture(plan, source, i));
@@ -222,6 +255,11 @@ int encodage(int out, const QString &versionText, const QVariantMap &input, Pref
     tracePlan(plan);
     storePlan(plan, input, store);
     return 0;
+}
+
+QString stampText(double instant, double sourceSeconds)
+{
+    return float2TimecodeStr(instant, isShort(sourceSeconds) ? 2 : 0);
 }
 
 QString pictureFile(const QString &stillsFolder, int index)

@@ -16,7 +16,7 @@ namespace qv
 struct PlannedPicture {
     int index = 0;
     double time = 0;       // seconds from the start of the source
-    QString timecode;      // "0:01:15"
+    QString timecode;      // "0:01:15", of a source shorter than a second "0:00:00.48"
     QStringList arguments; // tool first; empty when one run takes all
 };
 
@@ -40,6 +40,10 @@ ExtractionPlan planExtraction(int out, const QVariantMap &input);
 // stills folder is not ours to empty (logged).
 int encodage(int out, const QString &versionText, const QVariantMap &input,
              PreferencesStore &store);
+
+// The time code on a picture of a source of that duration, both in seconds; null for an invalid
+// instant.
+QString stampText(double instant, double sourceSeconds);
 
 // Where a planned run writes its picture: the last argument.
 QString pictureFile(const QString &stillsFolder, int index);

@@ -22,6 +22,12 @@ inline int sourceHeight(const QVariantMap &record)
     return intIn(record, QStringLiteral("v0_height")).value_or(unknownHeight);
 }
 
+// Whether whole seconds are too coarse for a source's duration.
+inline bool isShort(double seconds)
+{
+    return seconds > 0 && seconds < 1;
+}
+
 // Whole seconds, never negative.
 inline int sourceDuration(const QVariantMap &record)
 {

@@ -33,8 +33,16 @@ protected:
 TEST_F(CardTest, NamesAClipByItsRecordingDateElseByItsFileDate)
 {
     EXPECT_EQ(cardClipName(make("BDMV/STREAM/00003.MTS")), "clip-2009-05-17 14;23;05-00003");
-    EXPECT_THAT(cardClipName(make("BDMV/STREAM/::4.MTS")).toStdString(),
-                testing::MatchesRegex("clip-20..-..-.. ..;..;..( -....)?-;4"));
+    // West and east of Greenwich.
+    for (const char *zone : {"EST5", "CET-1"}) {
+        const QByteArray before = qgetenv("TZ");
+        qputenv("TZ", zone);
+        ::tzset();
+        EXPECT_THAT(cardClipName(make("BDMV/STREAM/::4.MTS")).toStdString(),
+                    testing::MatchesRegex("clip-20..-..-.. ..;..;..-;4"));
+        before.isNull() ? qunsetenv("TZ") : qputenv("TZ", before);
+        ::tzset();
+    }
     EXPECT_EQ(clipDateName("/missing/00003.MTS"), "00003.MTS");
 }
 
@@ -45,7 +53,9 @@ TEST_F(CardTest, AsksTheToolOnceForAllClipsUntilThePlaylistsChange)
     EXPECT_EQ(cardClipName(make("BDMV/STREAM/00003.MTS")), "day-00003");
     writeScript(tool, "echo '00004 : dawn'\n");
     EXPECT_EQ(cardClipName(make("BDMV/STREAM/00004.MTS")), "eve-00004");
-    std::filesystem::last_write_time(path("BDMV/PLAYLIST").toStdString(), {});
+    const auto asBefore = std::filesystem::last_write_time(path("BDMV/PLAYLIST").toStdString());
+    make("BDMV/PLAYLIST/0.MPL", "longer than before");
+    std::filesystem::last_write_time(path("BDMV/PLAYLIST").toStdString(), asBefore);
     EXPECT_EQ(cardClipName(path("BDMV/STREAM/00004.MTS")), "dawn-00004");
 }
 

@@ -64,7 +64,7 @@ TEST(RefusalReason, IsSaidInWordsForPeople)
         {"info_audio_only", "audioonly.mp4", "no video"},
         {"analysis_damaged_avi", "dam_mpeg4.avi",
          "it is damaged: ffmpeg can't decode all of its pictures"},
-        {"analysis_h264_mp4", "h264.mp4", nullptr},
+        {"analysis_rotated_mp4", "rotated.mp4", nullptr},
     };
     for (const auto &[file, source, expected] : cases) {
         EXPECT_EQ(refusalReason(reportFile(file), q(source)), q(expected)) << file;

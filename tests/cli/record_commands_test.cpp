@@ -18,6 +18,7 @@ TEST_F(RealCommandTest, InfoTellsTheRecordAsTextAndAsJson)
                       HasSubstr("\nv0_width: 320\n"), HasSubstr("\nv0_codec: h264\n"),
                       HasSubstr("\na0_codec: aac\n"), Not(HasSubstr("PathStr"))));
     const QJsonObject json = run({"info", "--json", source}).objects().value(0);
+    EXPECT_NEAR(json.value("duration").toDouble(), 2, 0.1);
     const QJsonObject record = json.value("record").toObject();
     EXPECT_EQ(record.value("v0_width"), 320);
     EXPECT_EQ(record.value("v0_fps"), 10);

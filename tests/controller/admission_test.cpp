@@ -68,6 +68,19 @@ TEST_F(AdmissionTest, AFolderThatMayNotBeReadIsLeftOutByNameAndNotCounted)
     EXPECT_EQ(left[1].reason, reasons::folderWithoutVideo);
 }
 
+TEST_F(AdmissionTest, CompanionFilesOfOtherSystemsAreNotListedAndNamedTheyAreRefused)
+{
+    const QString film = source("folder/a.mp4");
+    const QString companion = source("folder/._a.mp4");
+    const QString lonely = path("folder/._b.mp4");
+    writeFile(lonely, QByteArray::fromHex("0005160700020000"));
+    const QString hidden = source("folder/._c.mp4"); // only named like one
+    EXPECT_EQ(listedBelow(path("folder"), nullptr), (QStringList{hidden, film}));
+    EXPECT_TRUE(sourceProblem(companion).contains("AppleDouble"));
+    EXPECT_TRUE(sourceProblem(lonely).contains("AppleDouble"));
+    EXPECT_TRUE(sourceProblem(hidden).isNull());
+}
+
 TEST_F(AdmissionTest, AnAliasInTheFirstPlaceIsAdmittedAsWhatItLeadsTo)
 {
     ASSERT_TRUE(QFile::link(source("real.mp4"), path("alias.txt")));

@@ -187,7 +187,8 @@ TEST_F(AnalysisTest, ThePreviewIsTakenFromInsideTheFilmAtItsAspect)
 
 TEST_F(AnalysisTest, ADurationThatThePacketsContradictIsMeasured)
 {
-    const QStringList drop{path("ends-30.mp4"), path("ends-60.mp4")};
+    const QStringList drop{path("ends-30.mp4"), path("ends-60.mp4"),
+                           path("ends-30.measure-cut.mp4")};
     for (const QString &film : drop) {
         writeFile(film, QByteArray(100000, 'x')); // enough for a minute
     }
@@ -199,5 +200,6 @@ TEST_F(AnalysisTest, ADurationThatThePacketsContradictIsMeasured)
     EXPECT_EQ(m_controller->table().row(0).dico.value("w_duration"), 30);
     EXPECT_EQ(m_controller->table().row(1).dico.value("w_duration"), 60);
     EXPECT_EQ(runs().count("measure -1 ends-60.mp4"), 1);
+    EXPECT_EQ(m_controller->table().row(2).dico.value("w_duration"), 60) << "the run crashed";
     expectIdle();
 }

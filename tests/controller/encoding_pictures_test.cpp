@@ -106,6 +106,6 @@ TEST_F(PicturesTest, TheMovieFrameworksToolTakesAllAtOnceAndWithoutItTheRowFails
         QString::fromUtf8(contentOf(path("scratch/tools/runs.qt"))).split('\n', Qt::SkipEmptyParts);
     ASSERT_EQ(arguments.size(), 11);
     EXPECT_EQ(arguments.mid(0, 2), (QStringList{"-i", film}));
-    EXPECT_EQ(arguments.mid(6, 2), (QStringList{"-tc", "0:00:07-0:00:30-0:01:00"}));
+    EXPECT_EQ(arguments.mid(6, 2), (QStringList{"-tc", "0:00:07.500-0:00:30.000-0:01:00.000"}));
     EXPECT_EQ(arguments.mid(8), (QStringList{"-y", "-o", path("out/Quorvantel/analysis-refuse")}));
 }

@@ -25,7 +25,8 @@
 //   <phase>-<behaviour>[-<index>], phase analysis, preview, picture or all, of quickThumbs probe or
 //   quick; index of the picture.
 //   Behaviours: hang, crash, silent (prints nothing), garbage, missing (no output file),
-//   intra (no file while intra frames are selected), slow, flood, refuse
+//   intra (no file while intra frames are selected), slow, flood, refuse, cut (measure: crashes
+//   when it has printed)
 //   "duration-N" sets the seconds that the report states.
 // FAKE_TOOL_LOG names a file that gets a line "phase index source" per run; FAKE_TOOL_PICTURE one
 // that is copied as the picture; FAKE_TOOL_TIMES one that gets a line "phase begin end" per run
@@ -479,7 +480,11 @@ int actAsFfmpeg(const Texts &arguments)
     }
     printReport(run);
     if (run.phase == "measure") {
-        return measure(run, arguments);
+        const int status = measure(run, arguments);
+        if (behaviour == "cut") {
+            crash(SIGSEGV);
+        }
+        return status;
     }
     if (behaviour == "slow") {
         waitFor(300);

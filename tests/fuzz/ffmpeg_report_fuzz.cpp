@@ -2,7 +2,9 @@
 
 #include "analysis/ffmpeg_probes.h"
 #include "analysis/ffmpeg_report.h"
+#include "analysis/other_streams.h"
 #include "analysis/refusal.h"
+#include "analysis/report_details.h"
 
 using namespace qv;
 
@@ -16,7 +18,9 @@ int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
         analysisFf(report, {});
         analysisFf(report, fieldOrderWord(QStringLiteral("t")));
     }
-    isFfmpegSuccess(report);
+    isFfmpegSuccess(withoutOtherStreams(report));
+    MediaInfoRecord record = parseFfmpegReport(report).value_or(MediaInfoRecord());
+    addDetails(record, reportDetails(report));
     refusalReason(report, QStringLiteral("/films/film.avi"));
     keyFrameStartTime(report);
     ffRevisionFromText(report);

@@ -78,6 +78,14 @@ Change hole(double from, double to)
             }};
 }
 
+Change replaced(const QByteArray &before, const QByteArray &after)
+{
+    return {before + " by " + after, [before, after](QByteArray bytes) {
+                const qsizetype at = bytes.indexOf(before);
+                return at < 0 ? QByteArray() : bytes.replace(at, before.size(), after);
+            }};
+}
+
 Change coverFirst()
 {
     return {"cover first", [](QByteArray bytes) {

@@ -21,7 +21,8 @@ Sources codecSources()
              "$clock -c:v libx265 -preset ultrafast -pix_fmt yuv420p10 -color_primaries "
              "bt2020 -color_trc smpte2084 -colorspace bt2020nc "
              "-x265-params log-level=error:keyint=25:hdr10=1:colorprim=bt2020:"
-             "transfer=smpte2084:colormatrix=bt2020nc"),
+             "transfer=smpte2084:colormatrix=bt2020nc",
+             {}, {.keys = "v0_hdr v0_matrix v0_primaries v0_range"}),
         made("codecs/hevc 10 bit HLG.mp4",
              "$clock -c:v libx265 -preset ultrafast -pix_fmt yuv420p10 -color_primaries "
              "bt2020 -color_trc arib-std-b67 -colorspace bt2020nc "

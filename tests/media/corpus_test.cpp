@@ -2,6 +2,9 @@
 
 #include "media/results_table.h"
 
+#include <QFile>
+#include <QRegularExpression>
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -28,6 +31,21 @@ Sources walkedSources()
         }
     }
     return walked;
+}
+
+// "v1_width" as `v*_width` or `v0_width`.
+bool isDocumented(const QString &key)
+{
+    static const QByteArray document = [] {
+        QFile file(QStringLiteral(QV_RECORD_DOCUMENT));
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    }();
+    static const QRegularExpression number(QStringLiteral("^([vas])\\d+_"));
+    const QString any = QString(key).replace(number, "\\1*_");
+    const QString first = QString(key).replace(number, "\\1"
+                                                       "0_");
+    return document.contains('`' + any.toLatin1() + '`') ||
+           document.contains('`' + first.toLatin1() + '`');
 }
 
 // Letters and digits of the title, all else as "_".
@@ -95,6 +113,10 @@ protected:
         EXPECT_EQ(size, m_expect.size != nullptr ? m_expect.size : m_source.picture.size);
         const double seconds = m_expect.seconds < 0 ? m_source.picture.seconds : m_expect.seconds;
         EXPECT_NEAR(m_seen.record.value("w_duration").toDouble(), seconds, 1.01);
+        EXPECT_NEAR(m_seen.duration, m_seen.record.value("w_duration").toDouble(), 1);
+        for (auto it = m_seen.record.begin(); it != m_seen.record.end(); ++it) {
+            EXPECT_TRUE(isDocumented(it.key())) << it.key().toStdString();
+        }
         if (m_expect.dar != nullptr) {
             const double dar = ratioOf(m_seen.record.value("v0_dar").toString());
             EXPECT_NEAR(dar / ratioOf(QLatin1String(m_expect.dar)), 1, 0.01)
@@ -164,6 +186,7 @@ TEST_P(MediaCorpus, IsTheSameToTheQuickToolAndItsPicturesAreOfTheirStamps)
     EXPECT_EQ(quick.status.toStdString(), m_seen.status.toStdString())
         << quick.reason.toStdString();
     EXPECT_EQ(quick.record, m_seen.record);
+    EXPECT_EQ(quick.duration, m_seen.duration);
     if (quick.isRow()) {
         EXPECT_GE(quick.drawn, m_seen.drawn);
         if (m_source.picture.clock) {

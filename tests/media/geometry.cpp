@@ -44,6 +44,13 @@ Sources geometrySources()
         made("geometry/narrow pixels.mov", "$clock $x264 -vf setsar=3/4", {.size = "1440x480"},
              {.dar = "9:4"}),
 
+        // The container's aspect counts more than the stream's.
+        companion(made("geometry/4 by 3.mp4", "$clock $x264", {.size = "640x480"})),
+        remade("geometry/other aspect.mp4", "geometry/4 by 3.mp4", "$from -c copy -aspect 16:9",
+               {.size = "640x480"}, {.dar = "16:9"}),
+        remade("geometry/other aspect.mkv", "geometry/4 by 3.mp4", "$from -c copy -aspect 16:9",
+               {.size = "640x480"}, {.dar = "16:9"}),
+
         // ffmpeg 5.1 writes its rotate=90 as a display matrix that turns to the left.
         companion(made("geometry/lying left.mp4", "$clock -vf transpose=clock $x264", portrait)),
         companion(made("geometry/lying right.mp4", "$clock -vf transpose=cclock $x264", portrait)),
@@ -51,7 +58,7 @@ Sources geometrySources()
         companion(made("geometry/anamorphic lying.mp4",
                        "$clock -vf transpose=clock,setsar=64/45 $x264", {.size = "576x720"})),
         remade("geometry/rotated 90.mp4", "geometry/lying left.mp4",
-               "$from -c copy -metadata:s:v rotate=90", portrait),
+               "$from -c copy -metadata:s:v rotate=90", portrait, {.keys = "v0_rotation"}),
         remade("geometry/rotated 90.mov", "geometry/lying left.mp4",
                "$from -c copy -metadata:s:v rotate=90", portrait),
         remade("geometry/rotated 180.mp4", "geometry/upside down.mp4",
@@ -81,6 +88,9 @@ Sources geometrySources()
              "$clock -vf tinterlace=interleave_bottom $x264 -flags +ildct+ilme "
              "-x264-params bff=1",
              palFields, {.fields = "bottom field first"}),
+        made("geometry/order of the container.mkv",
+             "$clock -c:v mpeg2video -b:v 3M -g 12 -flags +ildct+ilme -field_order tt", pal,
+             {.fields = "top field first"}),
         made("geometry/top first prores.mov",
              "$clock -vf tinterlace=interleave_top -c:v prores_ks -profile:v 0 "
              "-flags +ildct+ilme -field_order tt",

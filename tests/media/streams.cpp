@@ -6,9 +6,12 @@
 namespace
 {
 
-const char *const chapterList = ";FFMETADATA1\n"
-                                "[CHAPTER]\nTIMEBASE=1/1\nSTART=0\nEND=5\ntitle=Opening\n"
-                                "[CHAPTER]\nTIMEBASE=1/1\nSTART=5\nEND=12\ntitle=No video\n";
+// ffmpeg cuts long titles in bytes, here through a character.
+const QByteArray chapterList =
+    ";FFMETADATA1\ncreation_time=2024-05-01T12:34:56Z\n"
+    "[CHAPTER]\nTIMEBASE=1/1\nSTART=0\nEND=5\ntitle=" +
+    QByteArray("é").repeated(200) +
+    "\n[CHAPTER]\nTIMEBASE=1/1\nSTART=5\nEND=12\ntitle=No \x1b[1mvideo\n";
 const char *const subtitleLines = "1\n00:00:01,000 --> 00:00:03,000\nFirst\n\n"
                                   "2\n00:00:05,000 --> 00:00:07,000\nSecond\n\n";
 
@@ -22,17 +25,23 @@ Sources streamSources()
         companion(changed("streams/lines.srt", "", text(subtitleLines))),
 
         remade("streams/chapters.mp4", "streams/chapters.txt", "$clock $from -map_metadata 1 $x264",
-               {}, {.keys = "chapters"}),
+               {}, {.keys = "chapters chapterTitles w_created"}),
         remade("streams/chapters.mkv", "streams/chapters.txt",
                "$clock $sound $from -map_metadata 2 $x264 -c:a aac", {}, {.keys = "chapters"}),
         remade("streams/two languages.mkv", "streams/lines.srt",
                "$clock $sound $sound $from $from -map 0 -map 1 -map 2 -map 3 -map 4 $x264 "
                "-c:a ac3 -c:s srt -metadata:s:a:0 language=fre -metadata:s:a:1 language=eng",
-               {}, {.keys = "a1_codec s0_codec s1_codec"}),
+               {}, {.keys = "a0_lang a1_lang a1_channels s0_codec s1_codec"}),
         remade("streams/subtitles.mp4", "streams/lines.srt",
                "$clock $sound $from $x264 -c:a aac -c:s mov_text -metadata:s:a "
                "language=fre",
                {}, {.keys = "a0_codec a0_lang s0_codec"}),
+        companion(made("streams/sound.mkv", "$clock $sound $x264 -c:a aac")),
+        companion(made("streams/sound.avi", "$clock $sound -c:v mpeg4 -g 25 -c:a libmp3lame")),
+        changed("streams/unknown sound.mkv", "streams/sound.mkv", replaced("A_AAC", "A_XYZ")),
+        changed("streams/unknown sound.avi", "streams/sound.avi",
+                replaced(QByteArray::fromHex("73747266 1E000000 5500"),
+                         QByteArray::fromHex("73747266 1E000000 7777"))),
         made("streams/audio before video.ts", "$clock $sound -map 1 -map 0 $x264 -c:a mp2"),
         made("streams/dvb subtitles.ts",
              "$clock $sound $x264 -c:a mp2 -metadata service_name=Canal", {}, {.keys = "a0_codec"}),

@@ -36,6 +36,12 @@ Sources timeSources()
              "$clock -vf select=lt(mod(t\\,4)\\,1)+not(mod(n\\,25)) -vsync vfr $x264 "
              "-force_key_frames expr:gte(t,n_forced)",
              {}, {.within = 2.1}),
+        made("time/screen.mkv", "$clock -vf select=not(mod(n\\,500)) -vsync vfr $x264",
+             {.seconds = 60}, {.seconds = 40, .within = 21}),
+        companion(made("time/moving.webm", "$clock -c:v libvpx -g 25 -deadline realtime")),
+        remade("time/still at the end.webm", "time/moving.webm",
+               "$from -c copy -bsf:v setts=duration=if(eq(N\\,299)\\,48/TB\\,DURATION)", {},
+               {.seconds = 60, .strays = 5}),
         made("time/120 a second.mp4", "$clock $x264 -g 120", {.rate = "120", .seconds = 6}),
         made("time/film rate.mkv", "$clock $x264", {.rate = "24000/1001"}),
 

@@ -140,7 +140,9 @@ Seen Walk::seenIn(const Told &told, const Source &source)
     for (const QJsonValue &instant : instants) {
         seen.instants.push_back(instant.toDouble());
     }
-    seen.record = told.records.value(name).value("record").toObject().toVariantMap();
+    const QJsonObject info = told.records.value(name);
+    seen.record = info.value("record").toObject().toVariantMap();
+    seen.duration = info.value("duration").toDouble();
     return seen;
 }
 

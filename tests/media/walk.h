@@ -15,6 +15,7 @@ struct Seen {
     QString sheet; // its path
     int drawn = 0;
     QVariantMap record;
+    double duration = 0;          // as told beside the record, seconds
     QString road;                 // "exact", "quick"
     std::vector<double> instants; // of its pictures, seconds
 

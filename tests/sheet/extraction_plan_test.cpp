@@ -17,7 +17,7 @@ namespace qv
 namespace
 {
 
-QVariantMap source(int seconds, int requested)
+QVariantMap source(double seconds, int requested)
 {
     return {{"srcPathStr", "/movies/a %1 b.mov"},
             {"dstPathStr", "/stills/a %2"},
@@ -34,7 +34,7 @@ QVariantMap with(QVariantMap map, const char *key, const QVariant &value)
     return map;
 }
 
-QString seeks(int seconds, int requested)
+QString seeks(double seconds, int requested)
 {
     QStringList texts;
     for (const PlannedPicture &picture : planExtraction(0, source(seconds, requested)).pictures) {
@@ -69,7 +69,17 @@ TEST(PlanExtraction, SpreadsTheInstantsOverTheDuration)
     EXPECT_EQ(seeks(80, 8), "2.50 10.00 20.00 30.00 40.00 50.00 60.00 70.00");
     EXPECT_EQ(seeks(600, 3), "10.00 300.00");
     EXPECT_EQ(seeks(10, 6), "0.42 1.67 3.33 5.00 6.67 8.33");
+    EXPECT_EQ(seeks(10.9, 6), seeks(10, 6));
     EXPECT_EQ(seeks(0, 2), "0.00 0.00");
+}
+
+TEST(PlanExtraction, TakesTheFramesOfASourceThatIsShorterThanASecond)
+{
+    EXPECT_EQ(seeks(0.48, 4), "0.030 0.120 0.240 0.360");
+    const ExtractionPlan plan = planExtraction(0, with(source(0.48, 6), "v0_fps", 25));
+    EXPECT_EQ(plan.pictures[1].arguments.at(2), "0.080");
+    EXPECT_EQ(plan.pictures[5].arguments.at(2), "0.400");
+    EXPECT_EQ(plan.pictures[5].timecode, "0:00:00.40");
 }
 
 TEST(PlanExtraction, SelectsAndDeinterlacesOnlyWhereNeeded)

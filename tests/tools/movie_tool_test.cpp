@@ -35,12 +35,12 @@ TEST_F(MovieToolTest, DescribesWhatIsLookedAt)
     run("ffmpeg", {"-v", "error", "-i", path("0.mov"), "-c", "copy", "-metadata:s:v", "rotate=90",
                    path("90.mov")});
     const MediaInfoRecord flat{
-        {"wrapper", "mov"},        {"w_duration", 2},  {"w_width", 1024},
-        {"w_height", 576},         {"w_dar", "16:9"},  {"v0_codec", "apcs"},
-        {"v0_width", 720},         {"v0_height", 576}, {"v0_par", "64:45"},
-        {"v0_dar", "16:9"},        {"v0_fps", 5.0F},   {"v0_fields", fieldOrderWord("p")},
-        {"a0_rate", 44100},        {"a0_channels", 1}, {"a0_bits", 24},
-        {"a0_codec", "pcm_s24le"},
+        {"wrapper", "mov"},        {"w_duration", 2},      {"w_width", 1024},
+        {"w_height", 576},         {"w_dar", "16:9"},      {"v0_codec", "apcs"},
+        {"v0_width", 720},         {"v0_height", 576},     {"v0_par", "64:45"},
+        {"v0_dar", "16:9"},        {"v0_fps", 5.0F},       {"v0_fields", fieldOrderWord("p")},
+        {"a0_rate", 44100},        {"a0_channels", 1},     {"a0_bits", 24},
+        {"a0_codec", "pcm_s24le"}, {"exactDuration", 2.0},
     };
     EXPECT_EQ(m_movies.record(path("0.mov")), flat);
     const MediaInfoRecord turned = m_movies.record(path("90.mov")).value_or(MediaInfoRecord());
@@ -86,6 +86,7 @@ TEST(MovieRecord, TakesOnlyValuesThatCanBe)
         QVariantMap added;
     } rows[] = {
         {"\"v0_fps\": 29.97, \"w_duration\": 3.9", {{"v0_fps", 29.97F}, {"w_duration", 3}}},
+        {"\"w_seconds\": 3.9, \"a0_seconds\": 1", {{"exactDuration", 3.9}}},
         {"\"v0_fieldcode\": \"t\", \"other\": 1", {{"v0_fields", fieldOrderWord("t")}}},
         {"\"v0_fps\": 1e300, \"w_duration\": -5, \"a0_rate\": 1e12", {}},
         {"\"v0_fps\": 0, \"v0_dar\": \"0:0\", \"v0_par\": \"a:b\"", {}},

@@ -130,6 +130,9 @@ void addContainer(JsonLine &line, const Movie &movie)
 {
     line.add("wrapper", containerWord(movie.container()));
     const double duration = movie.duration().value_or(0);
+    if (duration > 0 && duration < INT_MAX) {
+        line.add("w_seconds", duration);
+    }
     if (duration >= 1 && duration < INT_MAX) {
         line.add("w_duration", static_cast<int>(duration));
     }

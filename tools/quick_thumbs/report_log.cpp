@@ -31,6 +31,17 @@ bool isNeeded(const char *line)
     return true;
 }
 
+// As ffmpeg prints it: most control characters become "?".
+void sanitize(char *text)
+{
+    for (; *text != '\0'; ++text) {
+        const auto byte = static_cast<unsigned char>(*text);
+        if (byte < 0x08 || (byte > 0x0D && byte < 0x20)) {
+            *text = '?';
+        }
+    }
+}
+
 void gather(void *source, int level, const char *format, va_list values)
 {
     if (level > AV_LOG_DEBUG) {
@@ -39,6 +50,7 @@ void gather(void *source, int level, const char *format, va_list values)
     const std::lock_guard lock(g_mutex);
     static char said[2048];
     av_log_format_line(source, level, format, values, said, sizeof said, &g_printPrefix);
+    sanitize(said);
     if (g_text.size() < longest && isNeeded(said)) {
         g_text.append(said);
     }

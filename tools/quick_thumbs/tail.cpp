@@ -9,15 +9,14 @@ namespace
 {
 
 // As analysis/duration_check judges what is read here.
-constexpr double usualTail = 2;
-constexpr double framesInTail = 4;
+constexpr double tailLength = 2;
 
 // A source whose end can't be sought is not read through.
 constexpr int mostPackets = 20'000;
 
 double endOf(const AVPacket &packet, const AVStream &stream, double start)
 {
-    const std::int64_t stamp = packet.dts == AV_NOPTS_VALUE ? packet.pts : packet.dts;
+    const std::int64_t stamp = std::max(packet.pts, packet.dts);
     return stamp == AV_NOPTS_VALUE
                ? 0
                : seconds(stamp + std::max<std::int64_t>(0, packet.duration), stream.time_base) -
@@ -31,8 +30,7 @@ std::optional<Tail> tailOf(Film &film)
     const double claimed = film.duration();
     const bool wasFoundThere = film.format().duration_estimation_method == AVFMT_DURATION_FROM_PTS;
     if (claimed <= 0 || wasFoundThere ||
-        !film.seekToAny(std::floor(
-            std::max(0.0, claimed - std::max(usualTail, framesInTail * film.frameDuration()))))) {
+        !film.seekToAny(std::floor(std::max(0.0, claimed - tailLength)))) {
         return std::nullopt;
     }
     Tail tail;
