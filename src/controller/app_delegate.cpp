@@ -148,14 +148,14 @@ void appDelegate::pauseForAdmission()
     if (!m_window.goPressed) {
         return;
     }
-    m_pausedByAdmission = !m_encoding.isPaused();
+    const bool isRunning = !m_encoding.isPaused();
     if (m_window.stop.hasTwoSegments() && m_window.stop.offersPause()) {
-        m_window.stop.enabled = false;
-        m_window.stop.selected = StopControl::pauseSegment;
         iba_taskStopBt(StopControl::pauseSegment);
     } else {
         tasklauncherSuspend();
     }
+    m_pausedByAdmission = isRunning && m_encoding.isPaused();
+    showStopControl();
     logLine(QStringLiteral("was in progress     : to suspend"));
     m_window.goEnabled = false;
 }
@@ -163,7 +163,6 @@ void appDelegate::pauseForAdmission()
 // Only what the admission itself paused: a batch that the user paused stays paused.
 void appDelegate::resumeAfterAdmission()
 {
-    m_window.stop.enabled = true;
     if (!std::exchange(m_pausedByAdmission, false)) {
         return;
     }
@@ -177,14 +176,16 @@ void appDelegate::resumeAfterAdmission()
 
 void appDelegate::tasklauncherSuspend()
 {
-    m_encoding.setPaused(true);
-    m_taskSlots.tasklauncherSuspend();
+    if (m_encoding.pause()) {
+        m_taskSlots.tasklauncherSuspend();
+    }
 }
 
 void appDelegate::tasklauncherResume()
 {
-    m_taskSlots.tasklauncherResume();
-    m_encoding.setPaused(false);
+    if (m_encoding.resume()) {
+        m_taskSlots.tasklauncherResume();
+    }
 }
 
 void appDelegate::iba_taskStopBt(int segment)
@@ -192,20 +193,25 @@ void appDelegate::iba_taskStopBt(int segment)
     if (!m_window.goPressed) {
         return;
     }
-    StopControl &stop = m_window.stop;
-    stop.selected = segment;
+    m_window.stop.selected = segment;
     if (segment == StopControl::stopSegment) {
-        stop.images[StopControl::pauseSegment] = QStringLiteral("btPause");
-        stop.enabled = true;
-        m_pausedByAdmission = false;
         m_encoding.stop();
-    } else if (stop.offersPause()) {
-        stop.images[StopControl::pauseSegment] = QStringLiteral("btResume");
-        tasklauncherSuspend();
-    } else {
-        stop.images[StopControl::pauseSegment] = QStringLiteral("btPause");
+    } else if (m_encoding.isPaused()) {
         tasklauncherResume();
+    } else {
+        tasklauncherSuspend();
     }
+    m_pausedByAdmission = m_pausedByAdmission && m_encoding.isPaused();
+    showStopControl();
+}
+
+void appDelegate::showStopControl()
+{
+    StopControl &stop = m_window.stop;
+    stop.images[StopControl::pauseSegment] =
+        m_encoding.isPaused() ? QStringLiteral("btResume") : QStringLiteral("btPause");
+    stop.enabled = !m_pausedByAdmission && !m_encoding.isStopping();
+    stop.waitsForAnalysis = m_pausedByAdmission;
     m_context.windowChanged();
 }
 
@@ -347,7 +353,7 @@ void appDelegate::iba_batchGoBt()
     }
     face.rowsChanged();
     m_context.windowChanged();
-    encSend(keys::stepBatch);
+    m_encoding.begin();
 }
 
 } // namespace qv

@@ -189,6 +189,7 @@ TEST_F(EncodingTest, AStopBetweenTwoRowsTellsNoRowTwice)
         m_face.onRowFinished = stopping;
         ASSERT_TRUE(encode());
         EXPECT_EQ(results(), QStringList{"made a.mp4"});
+        EXPECT_EQ(m_face.ends.last(), "stopped");
         EXPECT_EQ(filesInOut(), QStringList{"a.jpg"});
         expectIdle();
         QFile::remove(sheet("a"));
@@ -197,6 +198,34 @@ TEST_F(EncodingTest, AStopBetweenTwoRowsTellsNoRowTwice)
     m_face.results.clear();
     ASSERT_TRUE(encode());
     EXPECT_EQ(results(), (QStringList{"made a.mp4", "made b.mp4"})) << "the next batch is whole";
+}
+
+TEST_F(EncodingTest, WhatComesAfterAStopDoesNotReachTheNextBatch)
+{
+    ASSERT_TRUE(admit({"a.mp4", "b.mp4"}));
+    const std::function<void()> late[] = {
+        [this] { m_controller->iba_taskStopBt(StopControl::pauseSegment); },
+        [this] { m_controller->draggedFiles(sources({"late.mp4"})); },
+    };
+    for (const auto &comesLate : late) {
+        QFile::remove(sheet("a"));
+        m_face.results.clear();
+        m_face.onWindow = [&] {
+            if (QFileInfo::exists(path("out/Quorvantel/a/sheet"))) { // it is being drawn
+                m_face.onWindow = nullptr;
+                m_controller->iba_taskStopBt(StopControl::stopSegment);
+                comesLate();
+            }
+        };
+        ASSERT_TRUE(encode());
+        EXPECT_EQ(results(), QStringList{"made a.mp4"});
+        ASSERT_TRUE(waitForGate());
+        EXPECT_TRUE(m_controller->window().stop.offersPause());
+    }
+    QFile::remove(sheet("a"));
+    m_face.results.clear();
+    ASSERT_TRUE(encode());
+    EXPECT_EQ(results(), (QStringList{"made a.mp4", "made b.mp4", "made late.mp4"}));
 }
 
 TEST_F(EncodingTest, APauseBetweenTwoRowsHoldsTheNextOneBack)
