@@ -474,7 +474,7 @@ void EncodingDriver::setChild(const QString &key, const QVariant &value)
 
 void EncodingDriver::setMark(RowMark mark)
 {
-    const int index = encBatchInprogressRowIdentification();
+    const int index = m_context.table.indexOfSource(m_row.source);
     if (index >= 0) {
         m_context.table.row(index).resultat = mark;
         m_context.face.rowChanged(index);

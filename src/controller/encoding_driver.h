@@ -114,6 +114,8 @@ private:
     void notePlaced(const Delivery &placed);
     void finishRow();
     void markRow();
+    RowMark markWithoutSheet() const;
+    void markStoppedRow();
     void finishStopped();
     void writeSummary();
     void report(RowResult::Status status);

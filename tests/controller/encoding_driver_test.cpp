@@ -133,7 +133,7 @@ TEST_F(EncodingTest, AnExistingSheetIsKeptOrReplacedAsAnswered)
             for (int i = 0; i < 2; ++i) {
                 const bool kept = row.expected[i].startsWith("kept");
                 EXPECT_EQ(contentOf(sheet(i == 0 ? "a" : "b")) == "old", kept);
-                EXPECT_EQ(markOf(i), kept ? RowMark::PuceFailure : RowMark::PuceSuccess);
+                EXPECT_EQ(markOf(i), kept ? RowMark::PuceKept : RowMark::PuceSuccess);
             }
             EXPECT_EQ(filesInOut(), (QStringList{"a.jpg", "b.jpg"}));
             expectIdle();
@@ -171,7 +171,7 @@ TEST_F(EncodingTest, StopEndsTheBatchInWhateverStepItComes)
         if (!run.isEmpty()) {
             EXPECT_EQ(runs().count(run), 1) << "no other attempt at it";
             EXPECT_EQ(results(), QStringList{"stopped " + name});
-            EXPECT_EQ(markOf(0), RowMark::PuceCurrent) << "as it was";
+            EXPECT_EQ(markOf(0), RowMark::PuceStopped);
         }
         expectIdle();
     }

@@ -116,6 +116,13 @@ TEST_F(DesktopTest, MakesSheetsOfWhatIsDropped)
     EXPECT_TRUE(fileExists(folder + "/two.jpg"));
     EXPECT_TRUE(m_workspace->opened.contains(folder));
     EXPECT_TRUE(waitUntil([this] { return m_presenter->countOf(localized("D_fin_GUI")) == 1; }));
+    QFile::remove(folder + "/two.jpg");
+    controller().iba_batchGoBt();
+    ASSERT_TRUE(waitForEnd());
+    EXPECT_TRUE(waitUntil([this] {
+        return find<QLabel>("batchCaption")->text() == "Sheets made: 1 · kept: 1";
+    }));
+    EXPECT_EQ(m_desktop->drawer().summary(), "2 videos, 1 done, 1 kept");
     rmCocoa(folder);
 }
 
