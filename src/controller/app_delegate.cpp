@@ -286,10 +286,11 @@ void appDelegate::encBatchRemoveAll(Sender sender)
     }
     if (sender == Sender::Button) {
         const QString cancel = localized(QStringLiteral("D_Annuler"));
+        // A removal can't be undone, so the time-out, which is the default button's, cancels.
         const utilsAlert::Answer answer = utilsAlert::timedQuestion(
             localized(QStringLiteral("D_batch_4")), localized(QStringLiteral("D_batch_5")), 0,
-            localized(QStringLiteral("D_oui")), cancel, QString(), removeAllQuestionSeconds,
-            QString());
+            cancel, localized(QStringLiteral("D_oui")), QString(), removeAllQuestionSeconds,
+            QString(), AlertButton::Default);
         if (answer.text == cancel) {
             return;
         }

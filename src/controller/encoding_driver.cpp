@@ -373,10 +373,10 @@ bool EncodingDriver::mayReplace(const QString &sheet)
     }
     const QString replaceText = localized(QStringLiteral("D_replace"));
     const utilsAlert::Answer answer = ask([&] {
-        return utilsAlert::timedQuestion(localized(QStringLiteral("D_go_dossier_destination4Bis")),
-                                         sheet, 0, localized(QStringLiteral("D_keep")), replaceText,
-                                         QString(), overwriteQuestionSeconds,
-                                         localized(QStringLiteral("D_applyToAll")));
+        return utilsAlert::timedQuestion(
+            localized(QStringLiteral("D_go_dossier_destination4Bis")), sheet, 0,
+            localized(QStringLiteral("D_keep")), replaceText, QString(), overwriteQuestionSeconds,
+            localized(QStringLiteral("D_applyToAll")), AlertButton::Default);
     });
     const bool replace = answer.text == replaceText;
     if (answer.suppressed == 1 && !m_gate.isOver()) {
@@ -400,7 +400,7 @@ bool EncodingDriver::hasFreeSpace()
             return utilsAlert::timedQuestion(localized(QStringLiteral("D_go_echec_disque1")),
                                              localized(QStringLiteral("D_go_echec_disque2")), 0,
                                              QString(), QString(), QString(), diskAlertSeconds,
-                                             QString());
+                                             QString(), AlertButton::Default);
         });
     }
     if (m_gate.isOver()) {
