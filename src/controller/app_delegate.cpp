@@ -1,6 +1,7 @@
 #include "controller/app_delegate.h"
 
 #include "controller/admission.h"
+#include "controller/destination.h"
 #include "controller/store_keys.h"
 #include "support/alerts.h"
 #include "support/bundle.h"
@@ -9,7 +10,6 @@
 #include "support/log.h"
 #include "support/variant_values.h"
 
-#include <QFileInfo>
 #include <QTimer>
 
 namespace qv
@@ -315,32 +315,29 @@ void appDelegate::encBatchRemoveAll(Sender sender)
 
 // ---- Go
 
-// False when there is nowhere to write; the user has then been asked for a folder.
-bool appDelegate::prepareDestination()
+// False when there is nowhere to write. The user is told once, and may choose another folder; the
+// batch waits for the next Go.
+bool appDelegate::hasDestination()
 {
     Face &face = m_context.face;
-    const QString destination = expandTilde(face.destination());
-    if (destination.isEmpty() || !QFileInfo(destination).isDir()) {
-        const QString movies = expandTilde(QStringLiteral("~/Movies/"));
-        const bool isUsual = destination == movies || destination + QLatin1Char('/') == movies;
-        if (!isUsual || !mkdir(destination)) {
-            face.setDestination(QString());
-            alertReport(localized(QStringLiteral("D_go_dossier_destination1")),
-                        localized(QStringLiteral("D_go_dossier_destination3")), 2,
-                        AlertPlace::ApplicationModal);
-            face.chooseDestination();
-        }
-    }
     if (face.destination().isEmpty() && fileExists(face.defaultDestination())) {
         face.setDestination(face.defaultDestination());
     }
-    return !face.destination().isEmpty();
+    // The command tells of each sheet why it could not be written.
+    const bool tries = !m_context.placement.stillsInTemporaryFolder;
+    const auto problem =
+        prepareDestination(face.destination(), tries ? m_encoding.destinationFolder() : QString());
+    if (problem) {
+        alertReport(problem->title, problem->detail, 2, AlertPlace::ApplicationModal);
+        face.chooseDestination();
+    }
+    return !problem;
 }
 
 void appDelegate::iba_batchGoBt()
 {
     logLine(QStringLiteral("-------------------- iba_batchGoBt"));
-    if (m_table.isEmpty() || m_window.goPressed || !prepareDestination()) {
+    if (m_table.isEmpty() || m_window.goPressed || !hasDestination()) {
         return;
     }
     Face &face = m_context.face;

@@ -98,7 +98,7 @@ private:
     void admitNothing(bool wrongTypes);
     void removeRows(const QList<int> &indexes);
     void removePreviews();
-    bool prepareDestination();
+    bool hasDestination();
     bool userEndsBatch();
     void closeDown();
 

@@ -1,6 +1,7 @@
 #include "controller/encoding_driver.h"
 
 #include "analysis/quick_probe.h"
+#include "controller/destination.h"
 #include "controller/reasons.h"
 #include "controller/sheet_delivery.h"
 #include "controller/store_keys.h"
@@ -144,12 +145,7 @@ int EncodingDriver::encBatchInprogressRowIdentification() const
 QString EncodingDriver::destinationFolder() const
 {
     const QString field = expandTilde(m_context.face.destination());
-    const QString own = QStringLiteral("Quorvantel");
-    if (!m_context.placement.ownSubfolder || field.isEmpty() || field.endsWith(own) ||
-        field.endsWith(own + QLatin1Char('/'))) {
-        return field;
-    }
-    return appendPath(field, own);
+    return m_context.placement.ownSubfolder ? sheetFolder(field) : field;
 }
 
 QString EncodingDriver::sheetBase(const QString &sourcePath)

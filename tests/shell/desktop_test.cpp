@@ -23,12 +23,13 @@ TEST_F(DesktopTest, StartsWithStoredSettingsAndWithoutTheStateOfARunBefore)
     before.prefWrite("NSNavLastRootDirectory", "kept");
     before.prefWrite("prefLimitMed", 21);
     before.synchronize();
+    before.prefWrite("prefDefautDstPathStr", path("unmounted disk"));
 
     ASSERT_TRUE(start());
     EXPECT_FALSE(m_desktop->preferences().prefRead("processEncDico").isValid());
     EXPECT_TRUE(m_desktop->preferences().prefRead("NSNavLastRootDirectory").isValid());
     EXPECT_EQ(m_desktop->window().controls().thumbnailCount(1), 21);
-    EXPECT_EQ(m_desktop->window().controls().destination(), QDir::homePath() + "/Movies/");
+    EXPECT_EQ(m_desktop->window().controls().destination(), path("unmounted disk"));
     EXPECT_EQ(find<QLabel>("versionField")->text(), Bundle::main().version());
     EXPECT_FALSE(find<QPushButton>("goBt")->isEnabled());
     EXPECT_TRUE(fileExists(temporaryFolder() + "/app.app"));
