@@ -284,8 +284,20 @@ QWidget *BatchControls::makeProgress()
 
 void BatchControls::show(const WindowState &window)
 {
-    m_go->setEnabled(window.goEnabled && !window.goPressed);
+    const QWidget *focus = this->window()->focusWidget();
+    const bool goHasFocus = focus == m_go;
+    const bool stopHasFocus = focus != nullptr && m_stop->isAncestorOf(focus);
+    const bool mayGo = window.goEnabled && !window.goPressed;
+    // A widget that goes away or is disabled would pass its focus to any other one.
+    m_stop->setVisible(m_stop->isVisibleTo(this) || window.goPressed);
+    if (goHasFocus && window.goPressed) {
+        m_stop->segments().at(StopControl::pauseSegment)->setFocus();
+    }
+    m_go->setEnabled(mayGo);
     m_go->setDown(window.goPressed);
+    if (stopHasFocus && mayGo) {
+        m_go->setFocus();
+    }
     colorGo();
     showStopControl(window);
     showBars(window);
@@ -337,6 +349,15 @@ void BatchControls::setDestination(const QString &path)
     elideDestination();
 }
 
+    checkDestination();
+}
+
+void BatchControls::checkDestination()
+{
+    const QString problem = destinationProblem(destinationState(m_destination));
+    m_warningText->setText(problem);
+    m_warning->setVisible(!problem.isEmpty() && !m_destination.isEmpty());
+    m_folder->setAccessibleDescription(m_destination + QLatin1Char(' ') + problem);
 void BatchControls::elideDestination()
 {
     const int room = m_folder->width() - 2 * m_folder->fontMetrics().averageCharWidth() - 8;
@@ -348,15 +369,6 @@ void BatchControls::elideDestination()
 void BatchControls::resizeEvent(QResizeEvent *event)
 {
     QWidget::resizeEvent(event);
-    checkDestination();
-}
-
-void BatchControls::checkDestination()
-{
-    const QString problem = destinationProblem(destinationState(m_destination));
-    m_warningText->setText(problem);
-    m_warning->setVisible(!problem.isEmpty() && !m_destination.isEmpty());
-    m_folder->setAccessibleDescription(m_destination + QLatin1Char(' ') + problem);
     elideDestination();
 }
 
@@ -366,6 +378,8 @@ void BatchControls::changeEvent(QEvent *event)
         colorGo();
     }
     QWidget::changeEvent(event);
+    } else if (event->type() == QEvent::ActivationChange && !m_warning->isHidden()) {
+        checkDestination(); // its disk may have been mounted meanwhile
 }
 
 // The one button that everything leads to is in the accent colour while it can be pressed.
@@ -378,8 +392,6 @@ void BatchControls::colorGo()
                         palette().color(QPalette::Highlight).darker(deeper));
         colors.setColor(state, QPalette::ButtonText, palette().color(QPalette::HighlightedText));
     }
-    } else if (event->type() == QEvent::ActivationChange && !m_warning->isHidden()) {
-        checkDestination(); // its disk may have been mounted meanwhile
     m_go->setPalette(colors);
     const bool inked = m_go->isEnabled();
     m_go->setIcon(inked ? interfacePicture(QStringLiteral("btGo"))

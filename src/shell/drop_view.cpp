@@ -189,8 +189,10 @@ void dragNDropView::mouseReleaseEvent(QMouseEvent *event)
 
 void dragNDropView::keyPressEvent(QKeyEvent *event)
 {
-    if (event->key() == Qt::Key_Space || event->key() == Qt::Key_Return ||
-        event->key() == Qt::Key_Enter) {
+    const bool isPlain = (event->modifiers() & ~Qt::KeypadModifier) == Qt::NoModifier;
+    const bool opens = event->key() == Qt::Key_Space || event->key() == Qt::Key_Return ||
+                       event->key() == Qt::Key_Enter;
+    if (isPlain && opens) {
         Q_EMIT openRequested();
         return;
     }

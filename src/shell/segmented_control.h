@@ -35,6 +35,9 @@ public:
     int selectedSegment() const;
     void selectSegment(int segment);
 
+    // Tab enters a selection at its selected segment, commands one by one.
+    void placeTabStop();
+
 Q_SIGNALS:
     // By the user.
     void clicked(int segment);

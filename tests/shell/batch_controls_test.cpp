@@ -2,6 +2,7 @@
 
 #include "common/test_bundle.h"
 #include "common/test_files.h"
+#include "shell/focus_ring.h"
 #include "shell/readable.h"
 #include "shell/segmented_control.h"
 #include "shell/time_left.h"
@@ -74,6 +75,8 @@ TEST_F(BatchControlsTest, ShowsABatchAndItsPause)
     EXPECT_TRUE(go->isEnabled());
     EXPECT_FALSE(stop->isVisible());
 
+    m_controls->activateWindow();
+    go->setFocus();
     state.goPressed = true;
     state.stepCaption = "Picture 3/15";
     state.stepValue = 3;
@@ -81,6 +84,7 @@ TEST_F(BatchControlsTest, ShowsABatchAndItsPause)
     state.encoding.actionCaption = QString(300, 'x');
     m_controls->show(state);
     EXPECT_FALSE(go->isEnabled());
+    EXPECT_EQ(m_controls->focusWidget(), segment(stop, 0)) << "and no other part of the window";
     EXPECT_EQ(find<QLabel>("stepCaption")->text(), "Picture 3/15");
     EXPECT_EQ(find<QProgressBar>("stepBar")->value(), 200);
     EXPECT_FALSE(find<QProgressBar>("taskProgress")->isVisible());
@@ -113,6 +117,7 @@ TEST_F(BatchControlsTest, IsWalkedByTabFromTopToBottom)
         QTest::keyClick(m_controls->focusWidget(), Qt::Key_Tab);
         const QPoint place = m_controls->focusWidget()->mapTo(m_controls.get(), QPoint(0, 8));
         EXPECT_TRUE(place.y() > last.y() + 12 || place.x() > last.x())
+    const FocusRing ring;
             << m_controls->focusWidget()->metaObject()->className();
         last = place;
     }
@@ -121,6 +126,24 @@ TEST_F(BatchControlsTest, IsWalkedByTabFromTopToBottom)
 TEST_F(BatchControlsTest, ElidesALongDestinationButKeepsIt)
 {
     const QString path = "/" + QString("a <b>long</b> name/").repeated(40);
+        EXPECT_EQ(ring.framed(), m_controls->focusWidget()) << "the focus is seen";
+        const auto *button = qobject_cast<QAbstractButton *>(m_controls->focusWidget());
+        const bool isSegment =
+            button != nullptr && qobject_cast<SegmentedControl *>(button->parent()) != nullptr;
+        EXPECT_TRUE(!isSegment || button->isChecked()) << "a choice is entered where it stands";
+    }
+    QTest::mouseClick(find<QPushButton>("selectFolderBt"), Qt::LeftButton);
+    EXPECT_EQ(ring.framed(), nullptr);
+}
+
+TEST_F(BatchControlsTest, SaysWhatIsWrongWithTheDestination)
+{
+    const QTemporaryDir folder;
+    auto *warning = find<QLabel>("destinationWarning");
+    for (const bool isThere : {false, true}) {
+        m_controls->setDestination(folder.filePath(isThere ? "" : "disk"));
+        EXPECT_EQ(warning->isVisible(), !isThere);
+        EXPECT_EQ(warning->text(), isThere ? QString() : localized("destinationMissing"));
     m_controls->setDestination(path);
     EXPECT_EQ(m_controls->destination(), path);
     EXPECT_LT(find<QLineEdit>("destinationField")->text().size(), 200);
