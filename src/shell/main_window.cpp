@@ -8,6 +8,7 @@
 #include <QScreen>
 #include <QSplitter>
 #include <QStatusBar>
+#include <QStyle>
 #include <QVBoxLayout>
 
 #include <algorithm>
@@ -17,15 +18,16 @@ namespace qv
 namespace
 {
 
+constexpr QSize usualSize(560, 640);
 constexpr int usualDrawerWidth = 560;
-constexpr int smallestDrawerWidth = 320;
 constexpr int noticeMilliseconds = 12'000;
 
 } // namespace
 
 MainWindow::MainWindow(QWidget *parent)
     : QMainWindow(parent), m_dropView(new dragNDropView), m_controls(new BatchControls),
-      m_splitter(new QSplitter(Qt::Horizontal, this)), m_version(new QLabel(this))
+      m_splitter(new QSplitter(Qt::Horizontal, this)), m_version(new QLabel(this)),
+      m_leftWidth(usualSize.width())
 {
     setWindowTitle(QStringLiteral("@@mainWindow"));
     setWindowIcon(interfacePicture(QStringLiteral("quorvantel")));
@@ -45,7 +47,7 @@ MainWindow::MainWindow(QWidget *parent)
     m_version->setContentsMargins(0, 0, 8, 0);
     statusBar()->addPermanentWidget(m_version);
     statusBar()->setSizeGripEnabled(false);
-    resize(sizeHint().expandedTo({560, 640}));
+    resize(sizeHint().expandedTo(usualSize).boundedTo(largestSize()));
 }
 
 void MainWindow::setDrawer(QWidget *drawer)
@@ -54,7 +56,6 @@ void MainWindow::setDrawer(QWidget *drawer)
     m_splitter->addWidget(drawer);
     m_splitter->setStretchFactor(0, 0);
     m_splitter->setStretchFactor(1, 1);
-    drawer->setMinimumWidth(smallestDrawerWidth);
     drawer->hide();
 }
 
@@ -68,37 +69,63 @@ void MainWindow::setDrawerOpen(bool open)
     if (m_drawer == nullptr || open == isDrawerOpen()) {
         return;
     }
-    const bool isFree = !isMaximized() && !isFullScreen();
-    const int left = m_splitter->widget(0)->width();
     if (open) {
-        const int wanted = m_drawerWidth > 0 ? m_drawerWidth : usualDrawerWidth;
-        m_drawer->show();
-        if (isFree) {
-            resize(width() + wanted, height());
-            keepOnScreen();
-        }
-        m_splitter->setSizes({left, std::max(smallestDrawerWidth, width() - left)});
+        showDrawer();
     } else {
-        m_drawerWidth = m_drawer->width();
-        m_drawer->hide();
-        if (isFree) {
-            resize(std::max(minimumSizeHint().width(), width() - m_drawerWidth), height());
-        }
+        hideDrawer();
     }
 }
 
-// The window that grew must not reach beyond the screen.
+void MainWindow::showDrawer()
+{
+    m_drawer->show();
+    int wanted = std::max(0, width() - m_leftWidth);
+    if (hasOwnSize()) {
+        wanted = m_drawerWidth > 0 ? m_drawerWidth : usualDrawerWidth;
+        resize(width() + wanted, height());
+        keepOnScreen();
+    }
+    // Where there is not enough room, what stands beside the drawer gives way.
+    const int most = width() - m_splitter->widget(0)->minimumSizeHint().width();
+    const int drawer =
+        std::clamp(wanted, std::min(m_drawer->minimumSizeHint().width(), most), most);
+    m_splitter->setSizes({width() - drawer, drawer});
+}
+
+void MainWindow::hideDrawer()
+{
+    m_leftWidth = m_splitter->widget(0)->width();
+    const int drawer = m_drawer->width();
+    m_drawer->hide();
+    if (hasOwnSize()) {
+        m_drawerWidth = drawer;
+        resize(std::max(minimumSizeHint().width(), width() - drawer), height());
+    }
+}
+
+// Neither maximised nor on the full screen.
+bool MainWindow::hasOwnSize() const
+{
+    return !isMaximized() && !isFullScreen();
+}
+
+// Of the content, so that the window with its frame fits onto the screen.
+QSize MainWindow::largestSize() const
+{
+    const QSize frame = frameGeometry().size() - size();
+    const int title = style()->pixelMetric(QStyle::PM_TitleBarHeight, nullptr, this);
+    return screen()->availableGeometry().size() -
+           QSize(frame.width(), frame.height() > 0 ? frame.height() : title);
+}
+
+// A window that grew must not reach beyond the screen.
 void MainWindow::keepOnScreen()
 {
-    const QScreen *where = screen();
-    if (where == nullptr) {
-        return;
+    const QSize fitting = size().boundedTo(largestSize().expandedTo(minimumSizeHint()));
+    if (fitting != size()) {
+        resize(fitting);
     }
-    const QRect available = where->availableGeometry();
-    const int widest = std::max(minimumSizeHint().width(), available.width());
-    if (width() > widest) {
-        resize(widest, height());
-    }
+    const QRect available = screen()->availableGeometry();
     const int beyond = frameGeometry().right() - available.right();
     if (isVisible() && beyond > 0) {
         move(std::max(available.left(), x() - beyond), y());
@@ -132,6 +159,9 @@ void MainWindow::restore(const WindowMemory &memory)
         m_drawer->show();
     }
     restoreGeometry(memory.geometry());
+    if (hasOwnSize()) {
+        keepOnScreen();
+    }
     if (isDrawerOpen()) {
         const int drawer = m_drawerWidth > 0 ? m_drawerWidth : usualDrawerWidth;
         m_splitter->setSizes({std::max(1, width() - drawer), drawer});

@@ -51,6 +51,10 @@ protected:
     void dropEvent(QDropEvent *event) override;
 
 private:
+    void showDrawer();
+    void hideDrawer();
+    bool hasOwnSize() const;
+    QSize largestSize() const;
     void keepOnScreen();
 
     dragNDropView *m_dropView;
@@ -58,7 +62,8 @@ private:
     QSplitter *m_splitter;
     QWidget *m_drawer = nullptr;
     QLabel *m_version;
-    int m_drawerWidth = 0;
+    int m_drawerWidth = 0; // of the window at its own size
+    int m_leftWidth;       // of what stands beside the open drawer
 };
 
 } // namespace qv

@@ -8,6 +8,8 @@
 #include <QFormLayout>
 #include <QGridLayout>
 #include <QGroupBox>
+#include <QScrollArea>
+#include <QScrollBar>
 #include <QVBoxLayout>
 
 #include <array>
@@ -19,6 +21,7 @@ namespace
 
 constexpr int largestCount = 9999;
 constexpr int columnGap = 6;
+constexpr int lowestColumn = 200;
 
 QString waiting(const char *key)
 {
@@ -254,6 +257,44 @@ QLayout *bottomRow(PreferencesControls &controls)
     return row;
 }
 
+// Scrolls only up and down, and only where the window is too low for its content.
+class ScrolledColumn : public QScrollArea
+{
+public:
+    explicit ScrolledColumn(QWidget *content)
+    {
+        setWidget(content);
+        setWidgetResizable(true);
+        setFrameShape(NoFrame);
+        setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+        setSizePolicy(QSizePolicy::Minimum, QSizePolicy::Expanding);
+        setFocusPolicy(Qt::NoFocus);
+        viewport()->setAutoFillBackground(false);
+        content->setAutoFillBackground(false);
+    }
+    QSize sizeHint() const override { return withBar(widget()->sizeHint()); }
+    QSize minimumSizeHint() const override
+    {
+        const QSize whole = widget()->minimumSizeHint();
+        return withBar({whole.width(), std::min(whole.height(), lowestColumn)});
+    }
+
+protected:
+    bool eventFilter(QObject *watched, QEvent *event) override
+    {
+        if (watched == widget() && event->type() == QEvent::LayoutRequest) {
+            updateGeometry();
+        }
+        return QScrollArea::eventFilter(watched, event);
+    }
+
+private:
+    QSize withBar(const QSize &size) const
+    {
+        return size + QSize(verticalScrollBar()->sizeHint().width(), 0);
+    }
+};
+
 int countTitle(const QComboBox *menu, int item)
 {
     return intValue(menu->itemText(item));
@@ -281,14 +322,16 @@ bool isTickedByPreset(const QString &caption, int preset)
 PreferencesControls buildPreferencesControls(QWidget *window)
 {
     PreferencesControls controls;
-    auto *settings = new QVBoxLayout;
+    auto *column = new QWidget;
+    auto *settings = new QVBoxLayout(column);
+    settings->setContentsMargins(0, 0, 0, 0);
     buildDestination(controls, settings);
     buildSheet(controls, settings);
     buildPictures(controls, settings);
     buildCaptions(controls, settings);
     settings->addStretch();
     auto *grid = new QGridLayout(window);
-    grid->addLayout(settings, 0, 0);
+    grid->addWidget(new ScrolledColumn(column), 0, 0);
     grid->addLayout(previewColumn(controls), 0, 1);
     grid->addLayout(bottomRow(controls), 1, 0, 1, 2);
     grid->setColumnStretch(1, 1);

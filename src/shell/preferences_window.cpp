@@ -9,6 +9,7 @@
 #include <QPushButton>
 #include <QScopedValueRollback>
 #include <QScreen>
+#include <QStyle>
 
 #include <algorithm>
 #include <cmath>
@@ -283,7 +284,8 @@ void PreferencesWindow::iba_menuPref()
     m_before = prefs2GuiAppky(*this, std::nullopt);
     m_controls.destination->edit()->setFocus();
     if (!testAttribute(Qt::WA_Resized)) {
-        resize(sizeHint().boundedTo(screen()->availableSize()));
+        const int title = style()->pixelMetric(QStyle::PM_TitleBarHeight, nullptr, this);
+        resize(sizeHint().boundedTo(screen()->availableSize() - QSize(0, title)));
     }
     open();
 }

@@ -6,6 +6,7 @@
 #include <QClipboard>
 #include <QLabel>
 #include <QPushButton>
+#include <QScrollBar>
 #include <QTest>
 
 using namespace qv;
@@ -22,8 +23,8 @@ TEST_F(DesktopTest, StartsWithStoredSettingsAndWithoutTheStateOfARunBefore)
     before.prefWrite("processEncDico", 1);
     before.prefWrite("NSNavLastRootDirectory", "kept");
     before.prefWrite("prefLimitMed", 21);
-    before.synchronize();
     before.prefWrite("prefDefautDstPathStr", path("unmounted disk"));
+    before.synchronize();
 
     ASSERT_TRUE(start());
     EXPECT_FALSE(m_desktop->preferences().prefRead("processEncDico").isValid());
@@ -72,6 +73,12 @@ TEST_F(DesktopTest, LeavesNoTextUntranslatedAndCutsNoneOff)
         m_desktop->window().setDrawerOpen(true);
         m_desktop->preferencesWindow().iba_menuPref();
         QCoreApplication::processEvents();
+        for (QWidget *window : {static_cast<QWidget *>(&m_desktop->window()),
+                                static_cast<QWidget *>(&m_desktop->preferencesWindow())}) {
+            const QSize least = window->minimumSizeHint();
+            EXPECT_LE(least.width(), 800) << "half of 1600 x 1000 pixels, with a frame";
+            EXPECT_LE(least.height(), 470);
+        }
         for (QWidget *widget : QApplication::allWidgets()) {
             QString text = widget->toolTip() + widget->accessibleName() + widget->windowTitle();
             for (const char *property : {"text", "title", "placeholderText"}) {
@@ -120,9 +127,8 @@ TEST_F(DesktopTest, MakesSheetsOfWhatIsDropped)
     QFile::remove(folder + "/two.jpg");
     controller().iba_batchGoBt();
     ASSERT_TRUE(waitForEnd());
-    EXPECT_TRUE(waitUntil([this] {
-        return find<QLabel>("batchCaption")->text() == "Sheets made: 1 · kept: 1";
-    }));
+    EXPECT_TRUE(waitUntil(
+        [this] { return find<QLabel>("batchCaption")->text() == "Sheets made: 1 · kept: 1"; }));
     EXPECT_EQ(m_desktop->drawer().summary(), "2 videos, 1 done, 1 kept");
     rmCocoa(folder);
 }
@@ -139,6 +145,21 @@ TEST_F(DesktopTest, KeepsRefusedSourcesInSightWhenTheRowsGo)
         ASSERT_TRUE(waitUntil([&] { return !go->isEnabled(); }));
         EXPECT_EQ(m_desktop->window().isDrawerOpen(), refuses);
     }
+}
+
+TEST_F(DesktopTest, TheListComesBackWholeInAMaximisedWindow)
+{
+    ASSERT_TRUE(start());
+    MainWindow &window = m_desktop->window();
+    window.setDrawerOpen(true);
+    window.showMaximized();
+    for (const bool isOpen : {false, true}) {
+        QCoreApplication::processEvents();
+        window.setDrawerOpen(isOpen);
+    }
+    QCoreApplication::processEvents();
+    EXPECT_EQ(m_desktop->drawer().view()->horizontalScrollBar()->maximum(), 0);
+    EXPECT_GE(m_desktop->drawer().width(), m_desktop->drawer().minimumSizeHint().width());
 }
 
 TEST_F(DesktopTest, RemembersWhetherPicturesAreTakenQuickly)
