@@ -15,6 +15,9 @@
 namespace qv
 {
 
+// Of the setting prefBorderSize, in points: the limit for the window, the command and the sheet.
+inline constexpr double largestBorderSize = 10;
+
 class PreferencesStore : public QObject
 {
     Q_OBJECT

@@ -121,7 +121,7 @@ void buildBorderSlider(PreferencesControls &controls)
     controls.borderSlider = new QSlider(Qt::Horizontal);
     controls.borderSlider->setObjectName(QStringLiteral("prefBorderSize"));
     controls.borderSlider->setAccessibleName(waiting("prefBorderSizeName"));
-    controls.borderSlider->setRange(0, static_cast<int>(largestBorder / borderStep));
+    controls.borderSlider->setRange(0, static_cast<int>(largestBorderSize / borderStep));
     controls.borderSlider->setPageStep(static_cast<int>(1 / borderStep));
     controls.borderText = new QLabel;
     controls.borderText->setTextFormat(Qt::PlainText);

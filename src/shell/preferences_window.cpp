@@ -159,8 +159,8 @@ double PreferencesWindow::borderSize() const
 void PreferencesWindow::setBorderSize(double points)
 {
     m_controls.borderSlider->setValue(
-        static_cast<int>(std::lround(std::clamp(points, 0.0, largestBorder) / borderStep)));
-    m_borderSize = std::clamp(points, 0.0, largestBorder);
+        static_cast<int>(std::lround(std::clamp(points, 0.0, largestBorderSize) / borderStep)));
+    m_borderSize = std::clamp(points, 0.0, largestBorderSize);
     showBorderSize();
 }
 
