@@ -329,10 +329,12 @@ void BatchControls::showBars(const WindowState &window)
     m_taskWheel->setVisible(window.goPressed);
     m_taskWheel->setSpinning(task.wheelSpinning && window.stop.offersPause());
     m_percent->setText(task.percent);
-    // A pause may fall between two tools; it is told all the same.
-    const bool paused = window.goPressed && !window.stop.offersPause();
-    setElided(*m_actionCaption,
-              paused ? localizedCapitalized(QStringLiteral("D_action_pause")) : task.actionCaption);
+    // A pause may fall between two tools; it is shown all the same.
+    const bool isPaused = window.goPressed && !window.stop.offersPause();
+    const QString pause = window.stop.waitsForAnalysis
+                              ? localized(QStringLiteral("pausedForVideos"))
+                              : localizedCapitalized(QStringLiteral("D_action_pause"));
+    setElided(*m_actionCaption, isPaused ? pause : task.actionCaption);
 }
 
 void BatchControls::showBatch(const QString &caption, const QString &timeLeft)
@@ -347,8 +349,6 @@ void BatchControls::setDestination(const QString &path)
 {
     m_destination = path;
     elideDestination();
-}
-
     checkDestination();
 }
 
@@ -358,6 +358,8 @@ void BatchControls::checkDestination()
     m_warningText->setText(problem);
     m_warning->setVisible(!problem.isEmpty() && !m_destination.isEmpty());
     m_folder->setAccessibleDescription(m_destination + QLatin1Char(' ') + problem);
+}
+
 void BatchControls::elideDestination()
 {
     const int room = m_folder->width() - 2 * m_folder->fontMetrics().averageCharWidth() - 8;
@@ -376,10 +378,10 @@ void BatchControls::changeEvent(QEvent *event)
 {
     if (event->type() == QEvent::PaletteChange) {
         colorGo();
-    }
-    QWidget::changeEvent(event);
     } else if (event->type() == QEvent::ActivationChange && !m_warning->isHidden()) {
         checkDestination(); // its disk may have been mounted meanwhile
+    }
+    QWidget::changeEvent(event);
 }
 
 // The one button that everything leads to is in the accent colour while it can be pressed.

@@ -327,6 +327,10 @@ QString BatchModel::spokenText(int row, int column) const
 QString BatchModel::description(int row, int column) const
 {
     const QString path = shownPath(item(row)->sourcePath());
+    if (item(row)->resultat == RowMark::PuceKept) {
+        return path + QLatin1Char('\n') + statusWords(row) + QStringLiteral(": ") +
+               reasonText(item(row)->reason);
+    }
     return column == Mark || !reason(row).isEmpty() ? path + QLatin1Char('\n') + statusWords(row)
                                                     : path;
 }

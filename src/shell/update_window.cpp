@@ -26,8 +26,6 @@ constexpr int iconSize = 56;
 constexpr int progressSteps = 1000;
 constexpr qsizetype longestPlainPage = 200'000; // characters
 
-const QString widestAmount = QStringLiteral("000.0 MB of 000.0 MB");
-
 QLabel *plainLabel()
 {
     auto *label = new QLabel;
@@ -140,7 +138,9 @@ QWidget *UpdateWindow::makeProgress()
     m_amount->setWordWrap(false);
     m_amount->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
     // The bar keeps its length while the numbers change.
-    m_amount->setMinimumWidth(m_amount->fontMetrics().horizontalAdvance(widestAmount));
+    const QString wide = shownSize(888'800'000);
+    const QString widest = localized(QStringLiteral("updateProgress")).arg(wide, wide);
+    m_amount->setMinimumWidth(m_amount->fontMetrics().horizontalAdvance(widest));
     m_cancel->setObjectName(QStringLiteral("updateCancel"));
     m_cancel->setAutoDefault(false);
     row->addWidget(m_bar, 1);

@@ -123,6 +123,7 @@ TEST_F(BatchTest, ADropPausesTheBatchUntilItIsAnalysed)
     m_controller->draggedFiles(sources({"late.mp4"}));
     EXPECT_TRUE(m_log.contains("process             : suspend"));
     EXPECT_FALSE(m_controller->window().stop.enabled);
+    EXPECT_TRUE(m_controller->window().stop.waitsForAnalysis);
     ASSERT_TRUE(waitForGate());
     EXPECT_EQ(rows(), (QStringList{"1 picture-slow.mp4", "2 late.mp4"}));
     EXPECT_TRUE(m_controller->window().stop.enabled && m_controller->window().stop.offersPause());

@@ -101,6 +101,12 @@ TEST_F(BatchControlsTest, ShowsABatchAndItsPause)
     m_controls->show(state);
     EXPECT_EQ(stop->name(0), "Resume");
     EXPECT_EQ(find<QLabel>("taskProgressActionStr")->text(), "Paused");
+    state.stop.waitsForAnalysis = true;
+    m_controls->show(state);
+    EXPECT_EQ(find<QLabel>("taskProgressActionStr")->text(), localized("pausedForVideos"));
+    state.goPressed = false;
+    m_controls->show(state);
+    EXPECT_EQ(m_controls->focusWidget(), go);
 }
 
 TEST_F(BatchControlsTest, IsWalkedByTabFromTopToBottom)
@@ -111,21 +117,15 @@ TEST_F(BatchControlsTest, IsWalkedByTabFromTopToBottom)
     m_controls->activateWindow();
     ASSERT_TRUE(QTest::qWaitForWindowActive(m_controls.get()));
     find<QLineEdit>("destinationField")->setFocus();
+    const FocusRing ring;
     QPoint last;
     for (int steps = 0; m_controls->focusWidget() != find<QPushButton>("goBt"); ++steps) {
         ASSERT_LT(steps, 12);
         QTest::keyClick(m_controls->focusWidget(), Qt::Key_Tab);
         const QPoint place = m_controls->focusWidget()->mapTo(m_controls.get(), QPoint(0, 8));
         EXPECT_TRUE(place.y() > last.y() + 12 || place.x() > last.x())
-    const FocusRing ring;
             << m_controls->focusWidget()->metaObject()->className();
         last = place;
-    }
-}
-
-TEST_F(BatchControlsTest, ElidesALongDestinationButKeepsIt)
-{
-    const QString path = "/" + QString("a <b>long</b> name/").repeated(40);
         EXPECT_EQ(ring.framed(), m_controls->focusWidget()) << "the focus is seen";
         const auto *button = qobject_cast<QAbstractButton *>(m_controls->focusWidget());
         const bool isSegment =
@@ -144,6 +144,12 @@ TEST_F(BatchControlsTest, SaysWhatIsWrongWithTheDestination)
         m_controls->setDestination(folder.filePath(isThere ? "" : "disk"));
         EXPECT_EQ(warning->isVisible(), !isThere);
         EXPECT_EQ(warning->text(), isThere ? QString() : localized("destinationMissing"));
+    }
+}
+
+TEST_F(BatchControlsTest, ElidesALongDestinationButKeepsIt)
+{
+    const QString path = "/" + QString("a <b>long</b> name/").repeated(40);
     m_controls->setDestination(path);
     EXPECT_EQ(m_controls->destination(), path);
     EXPECT_LT(find<QLineEdit>("destinationField")->text().size(), 200);
