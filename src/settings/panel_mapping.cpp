@@ -151,8 +151,8 @@ QString shownDestination(const QVariantMap &values)
 QString missingDestination(const QVariantMap &values)
 {
     const QString folder = storedFolder(values);
-    const bool isMissing = !folder.isEmpty() && folder != standardFolder() &&
-                           !QFileInfo::exists(expandTilde(folder));
+    const bool isMissing =
+        !folder.isEmpty() && folder != standardFolder() && !QFileInfo::exists(expandTilde(folder));
     return isMissing ? folder : QString();
 }
 

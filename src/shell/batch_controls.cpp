@@ -301,6 +301,9 @@ void BatchControls::show(const WindowState &window)
     colorGo();
     showStopControl(window);
     showBars(window);
+    if (window.goPressed && !m_warning->isHidden()) {
+        checkDestination(); // Go has made it usable, or found it so
+    }
 }
 
 void BatchControls::showStopControl(const WindowState &window)

@@ -99,7 +99,10 @@ void MainWindow::hideDrawer()
     m_drawer->hide();
     if (hasOwnSize()) {
         m_drawerWidth = drawer;
-        resize(std::max(minimumSizeHint().width(), width() - drawer), height());
+        // The layouts must know at once that the drawer needs no room any more.
+        m_splitter->refresh();
+        layout()->activate();
+        resize(m_leftWidth, height());
     }
 }
 
