@@ -86,6 +86,7 @@ private:
     QVariantMap m_values;
     QString m_damagedFile;
     bool m_unsaved = false;
+    bool m_savesAgain = false; // as soon as the write in progress has ended
     QTimer m_saveSoon;
     OffThread m_writing;
 };
