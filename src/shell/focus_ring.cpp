@@ -57,8 +57,7 @@ protected:
 // Popups show by themselves which of their items is the current one.
 bool isFramed(const QWidget *widget)
 {
-    return (widget->focusPolicy() & Qt::TabFocus) != 0 && !widget->isWindow() &&
-           widget->window()->windowType() != Qt::Popup;
+    return !widget->isWindow() && widget->window()->windowType() != Qt::Popup;
 }
 
 } // namespace

@@ -28,12 +28,11 @@ QString waiting(const char *key)
     return QStringLiteral("@@") + QLatin1String(key);
 }
 
-// Alt and the label's letter lead to the control: to its first segment where it has some.
+// Alt and the label's letter lead to the control.
 QLabel *labelFor(QWidget *control, const char *key)
 {
     auto *label = new QLabel(waiting(key));
-    auto *segments = qobject_cast<SegmentedControl *>(control);
-    label->setBuddy(segments == nullptr ? control : segments->findChild<QAbstractButton *>());
+    label->setBuddy(control);
     return label;
 }
 

@@ -166,6 +166,7 @@ SegmentedControl::SegmentedControl(Mode mode, QWidget *parent)
 {
     m_row->setContentsMargins(0, 0, 0, 0);
     m_row->setSpacing(0);
+    setFocusPolicy(Qt::ClickFocus); // by a label's shortcut
     setSizePolicy(QSizePolicy::Maximum, QSizePolicy::Fixed);
     m_group.setExclusive(mode == Mode::SelectOne);
     connect(&m_group, &QButtonGroup::idClicked, this, &SegmentedControl::clicked);
@@ -266,14 +267,27 @@ void SegmentedControl::placeTabStop()
     if (m_mode == Mode::Momentary || isAncestorOf(QApplication::focusWidget())) {
         return;
     }
+    const QAbstractButton *stop = tabStop();
+    for (QAbstractButton *segment : m_group.buttons()) {
+        segment->setFocusPolicy(segment == stop ? Qt::StrongFocus : Qt::ClickFocus);
+    }
+}
+
+// The selected segment, or the first one that is enabled; null when there is none.
+QAbstractButton *SegmentedControl::tabStop() const
+{
     const QList<QAbstractButton *> all = m_group.buttons();
-    const QAbstractButton *checked = m_group.checkedButton();
+    QAbstractButton *checked = m_group.checkedButton();
     const auto stop = std::find_if(all.begin(), all.end(), [&](const QAbstractButton *segment) {
         return segment->isEnabled() && (checked == nullptr || segment == checked);
     });
-    for (QAbstractButton *segment : all) {
-        const bool isStop = stop != all.end() && segment == *stop;
-        segment->setFocusPolicy(isStop ? Qt::StrongFocus : Qt::ClickFocus);
+    return stop == all.end() ? nullptr : *stop;
+}
+
+void SegmentedControl::focusInEvent(QFocusEvent *event)
+{
+    if (QAbstractButton *stop = tabStop()) {
+        stop->setFocus(event->reason());
     }
 }
 

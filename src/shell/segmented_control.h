@@ -42,7 +42,11 @@ Q_SIGNALS:
     // By the user.
     void clicked(int segment);
 
+protected:
+    void focusInEvent(QFocusEvent *event) override;
+
 private:
+    QAbstractButton *tabStop() const;
     void updateEnds();
 
     Mode m_mode;

@@ -378,6 +378,9 @@ TEST_F(PreferencesWindowTest, LeadsTheKeyboardFromTopToBottom)
     }
     visited.removeIf([&](const QString &name) { return !order.contains(name); });
     EXPECT_EQ(visited, order);
+    SegmentedControl *presets = controls().segments.value("prefCheckMatrix");
+    presets->setFocus(Qt::ShortcutFocusReason);
+    EXPECT_EQ(m_window.focusWidget(), presets->segments().at(2)) << "its label's letter";
 }
 
 // ---- the preview
