@@ -1,6 +1,7 @@
 #include "shell/main_window.h"
 
 #include "shell/interface_pictures.h"
+#include "shell/screen_fit.h"
 
 #include <QCloseEvent>
 #include <QLabel>
@@ -8,10 +9,10 @@
 #include <QScreen>
 #include <QSplitter>
 #include <QStatusBar>
-#include <QStyle>
 #include <QVBoxLayout>
 
 #include <algorithm>
+#include <cstdlib>
 
 namespace qv
 {
@@ -27,7 +28,7 @@ constexpr int noticeMilliseconds = 12'000;
 MainWindow::MainWindow(QWidget *parent)
     : QMainWindow(parent), m_dropView(new dragNDropView), m_controls(new BatchControls),
       m_splitter(new QSplitter(Qt::Horizontal, this)), m_version(new QLabel(this)),
-      m_leftWidth(usualSize.width())
+      m_widthAlone(usualSize.width())
 {
     setWindowTitle(QStringLiteral("@@mainWindow"));
     setWindowIcon(interfacePicture(QStringLiteral("quorvantel")));
@@ -47,15 +48,14 @@ MainWindow::MainWindow(QWidget *parent)
     m_version->setContentsMargins(0, 0, 8, 0);
     statusBar()->addPermanentWidget(m_version);
     statusBar()->setSizeGripEnabled(false);
-    resize(sizeHint().expandedTo(usualSize).boundedTo(largestSize()));
+    resize(sizeHint().expandedTo(usualSize).boundedTo(largestOnScreen(*this)));
 }
 
 void MainWindow::setDrawer(QWidget *drawer)
 {
     m_drawer = drawer;
     m_splitter->addWidget(drawer);
-    m_splitter->setStretchFactor(0, 0);
-    m_splitter->setStretchFactor(1, 1);
+    connect(m_splitter, &QSplitter::splitterMoved, this, [this](int left) { m_leftWidth = left; });
     drawer->hide();
 }
 
@@ -78,23 +78,18 @@ void MainWindow::setDrawerOpen(bool open)
 
 void MainWindow::showDrawer()
 {
+    const int alone = width();
     m_drawer->show();
-    int wanted = std::max(0, width() - m_leftWidth);
     if (hasOwnSize()) {
-        wanted = m_drawerWidth > 0 ? m_drawerWidth : usualDrawerWidth;
-        resize(width() + wanted, height());
+        m_widthAlone = alone;
+        resize(alone + (m_drawerWidth > 0 ? m_drawerWidth : usualDrawerWidth), height());
         keepOnScreen();
     }
-    // Where there is not enough room, what stands beside the drawer gives way.
-    const int most = width() - m_splitter->widget(0)->minimumSizeHint().width();
-    const int drawer =
-        std::clamp(wanted, std::min(m_drawer->minimumSizeHint().width(), most), most);
-    m_splitter->setSizes({width() - drawer, drawer});
+    shareWidth();
 }
 
 void MainWindow::hideDrawer()
 {
-    m_leftWidth = m_splitter->widget(0)->width();
     const int drawer = m_drawer->width();
     m_drawer->hide();
     if (hasOwnSize()) {
@@ -102,7 +97,29 @@ void MainWindow::hideDrawer()
         // The layouts must know at once that the drawer needs no room any more.
         m_splitter->refresh();
         layout()->activate();
-        resize(m_leftWidth, height());
+        resize(m_leftWidth.value_or(m_widthAlone), height());
+    }
+}
+
+// What stands beside the drawer is as wide as without it, or as the user dragged it. It gives way
+// to what the drawer would like, down to a comfortable width, and to what it needs.
+void MainWindow::shareWidth()
+{
+    const QWidget *beside = m_splitter->widget(0);
+    const int comfortable = beside->sizeHint().width();
+    const int least = beside->minimumSizeHint().width();
+    const int most = std::max(least, width() - m_drawer->minimumSizeHint().width());
+    const int wanted = m_leftWidth.value_or(std::clamp(
+        width() - m_drawer->sizeHint().width(), comfortable, std::max(comfortable, m_widthAlone)));
+    const int left = std::clamp(wanted, least, most);
+    m_splitter->setSizes({left, width() - left});
+}
+
+void MainWindow::resizeEvent(QResizeEvent *event)
+{
+    QMainWindow::resizeEvent(event);
+    if (isDrawerOpen()) {
+        shareWidth();
     }
 }
 
@@ -112,19 +129,10 @@ bool MainWindow::hasOwnSize() const
     return !isMaximized() && !isFullScreen();
 }
 
-// Of the content, so that the window with its frame fits onto the screen.
-QSize MainWindow::largestSize() const
-{
-    const QSize frame = frameGeometry().size() - size();
-    const int title = style()->pixelMetric(QStyle::PM_TitleBarHeight, nullptr, this);
-    return screen()->availableGeometry().size() -
-           QSize(frame.width(), frame.height() > 0 ? frame.height() : title);
-}
-
 // A window that grew must not reach beyond the screen.
 void MainWindow::keepOnScreen()
 {
-    const QSize fitting = size().boundedTo(largestSize().expandedTo(minimumSizeHint()));
+    const QSize fitting = size().boundedTo(largestOnScreen(*this).expandedTo(minimumSizeHint()));
     if (fitting != size()) {
         resize(fitting);
     }
@@ -165,9 +173,13 @@ void MainWindow::restore(const WindowMemory &memory)
     if (hasOwnSize()) {
         keepOnScreen();
     }
-    if (isDrawerOpen()) {
-        const int drawer = m_drawerWidth > 0 ? m_drawerWidth : usualDrawerWidth;
-        m_splitter->setSizes({std::max(1, width() - drawer), drawer});
+    if (isDrawerOpen() && m_drawerWidth > 0) {
+        shareWidth();
+        const int left = width() - m_drawerWidth;
+        if (std::abs(left - m_splitter->sizes().first()) > m_splitter->handleWidth()) {
+            m_leftWidth = left; // the user dragged it
+            shareWidth();
+        }
     }
     m_controls->setLayoutIndex(memory.layout());
     m_controls->setQuickPictures(memory.wantsQuickPictures());

@@ -1,5 +1,6 @@
 #include "shell/preferences_window.h"
 
+#include "shell/screen_fit.h"
 #include "support/localized_strings.h"
 #include "support/log.h"
 
@@ -8,8 +9,6 @@
 #include <QLocale>
 #include <QPushButton>
 #include <QScopedValueRollback>
-#include <QScreen>
-#include <QStyle>
 
 #include <algorithm>
 #include <cmath>
@@ -284,8 +283,7 @@ void PreferencesWindow::iba_menuPref()
     m_before = prefs2GuiAppky(*this, std::nullopt);
     m_controls.destination->edit()->setFocus();
     if (!testAttribute(Qt::WA_Resized)) {
-        const int title = style()->pixelMetric(QStyle::PM_TitleBarHeight, nullptr, this);
-        resize(sizeHint().boundedTo(screen()->availableSize() - QSize(0, title)));
+        resize(sizeHint().boundedTo(largestOnScreen(*this)));
     }
     open();
 }

@@ -3,6 +3,7 @@
 #include "shell/interface_pictures.h"
 #include "shell/readable.h"
 #include "shell/reason_text.h"
+#include "shell/screen_fit.h"
 #include "support/bundle.h"
 #include "support/localized_strings.h"
 #include "updater/release_notes.h"
@@ -102,7 +103,7 @@ UpdateWindow::UpdateWindow(QWidget *parent)
     column->addWidget(m_status);
     column->addWidget(m_progress);
     column->addWidget(makeFoot());
-    resize(620, 540);
+    resize(QSize(620, 540).boundedTo(largestOnScreen(*this)));
     connect(m_notes, &NotesBrowser::linkClicked, this, &UpdateWindow::linkClicked);
     connect(m_cancel, &QPushButton::clicked, this, &UpdateWindow::cancelClicked);
     connect(m_buttons, &SegmentedControl::clicked, this, &UpdateWindow::segmentClicked);

@@ -93,6 +93,8 @@ struct Photographer {
                 if (auto *field = qobject_cast<QLineEdit *>(widget)) {
                     const QSignalBlocker quiet(field);
                     field->setText(field->text().replace(from, to));
+                } else if (auto *elided = qobject_cast<ElidedLabel *>(widget)) {
+                    elided->setWholeText(elided->wholeText().replace(from, to));
                 } else if (auto *label = qobject_cast<QLabel *>(widget)) {
                     label->setText(label->text().replace(from, to));
                 } else if (auto *text = qobject_cast<QTextEdit *>(widget);
