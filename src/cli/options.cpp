@@ -2,6 +2,7 @@
 
 #include "cli/option_values.h"
 #include "cli/streams.h"
+#include "settings/preferences_store.h"
 
 #include <QCommandLineParser>
 #include <QHash>
@@ -13,8 +14,6 @@ namespace qv
 {
 namespace
 {
-
-constexpr double borderLimit = 100;
 
 tl::unexpected<QString> wrong(const QString &text)
 {
@@ -179,7 +178,8 @@ private:
         add({QStringLiteral("background")}, "Colour of the sheet: a name, #rrggbb, or r,g,b,a.",
             "COLOR");
         add({QStringLiteral("border-color")}, "Colour of the pictures' borders.", "COLOR");
-        add({QStringLiteral("border-size")}, "Thickness of the borders in points.", "SIZE");
+        add({QStringLiteral("border-size")}, "Thickness of the borders in points, at most 10.",
+            "SIZE");
     }
 
     bool isSet(const char *name) const { return m_parser.isSet(QLatin1String(name)); }
@@ -292,7 +292,7 @@ private:
                take("background", options.background, parseColor) &&
                take("border-color", options.borderColor, parseColor) &&
                take("border-size", options.borderSize, [](const QString &text) {
-                   return parseNumber(text, "border size", 0, borderLimit);
+                   return parseNumber(text, "border size", 0, largestBorderSize);
                });
     }
 

@@ -59,6 +59,7 @@ void AnalysisDriver::handOver(const QStringList &paths)
     store.prefDelete(keys::analysisQueueHead);
     store.prefWriteDico(keys::analysisQueue, queue);
     setFlag(keys::flagBegin);
+    m_gate.begin();
     m_context.analysing = true;
 }
 
@@ -92,14 +93,13 @@ void AnalysisDriver::analysisLater()
 
 void AnalysisDriver::stop()
 {
-    if (m_context.gateOpen) {
+    if (!m_gate.stop()) {
         return;
     }
-    m_isStopping = true;
     if (m_context.taskSlots.isAnalysisRunning()) {
         m_context.taskSlots.terminateAnalysis();
     } else if (m_asking.isRunning()) {
-        m_endedRuns.emplace();
+        m_cancellation.cancel();
     } else {
         analysisLater();
     }
@@ -107,28 +107,35 @@ void AnalysisDriver::stop()
 
 void AnalysisDriver::askThen(std::function<void()> question, std::function<void()> next)
 {
-    m_asking.run(std::move(question), [this, next = std::move(next)] {
-        m_endedRuns.reset();
-        if (m_isStopping) {
-            analysisLater();
-        } else {
-            next();
-        }
-    });
+    m_cancellation = {};
+    m_asking.run(
+        [cancellation = m_cancellation, question = std::move(question)] {
+            const CancellableRuns runs(cancellation);
+            question();
+        },
+        [this, next = std::move(next)] {
+            if (m_gate.isStopping()) {
+                analysisLater();
+            } else {
+                next();
+            }
+        });
 }
 
 // Nobody waits for a tool's answer any more.
 void AnalysisDriver::endAsking()
 {
-    m_endedRuns.emplace();
+    m_cancellation.cancel();
     m_asking.abandon();
-    m_endedRuns.reset();
 }
 
 void AnalysisDriver::abandon()
 {
     endAsking();
-    dropEverything();
+    if (!m_gate.isIdle()) {
+        dropEverything();
+    }
+    m_gate.close();
     PreferencesStore &store = m_context.preferences;
     for (const QString &key : {keys::flagFinish, keys::analysisSource, keys::previewPath}) {
         store.prefDelete(key);
@@ -137,10 +144,11 @@ void AnalysisDriver::abandon()
 
 void AnalysisDriver::analysis()
 {
-    if (m_context.closing || m_context.taskSlots.isAnalysisRunning() || m_asking.isRunning()) {
+    const bool isBusy = m_context.taskSlots.isAnalysisRunning() || m_asking.isRunning();
+    if (m_gate.verdict(isBusy) != StepGate::Verdict::Run) {
         return;
     }
-    if (m_isStopping) {
+    if (m_gate.isStopping()) {
         dropEverything();
     }
     chooseSource();
@@ -352,7 +360,7 @@ void AnalysisDriver::finishSource()
     PreferencesStore &store = m_context.preferences;
     const bool wasCancelled = store.prefReadString(keys::analysisSource) == keys::cancelled;
     store.prefDelete(keys::analysisSource);
-    if (queuedCount() > 0 && !wasCancelled && !m_isStopping) {
+    if (queuedCount() > 0 && !wasCancelled && !m_gate.isStopping()) {
         logLine(QStringLiteral("analysis            - fin (src current)"));
         setFlag(keys::flagBegin);
         analysisLater();
@@ -367,7 +375,7 @@ void AnalysisDriver::finishRun()
     PreferencesStore &store = m_context.preferences;
     store.prefDelete(keys::analysisQueue);
     store.prefDelete(keys::analysisQueueHead);
-    m_isStopping = false;
+    m_gate.end();
     WindowState &window = m_context.window;
     window.analysisCaption.clear();
     window.analysisStopShown = false;

@@ -2,6 +2,7 @@
 
 #include "analysis/analysis_merge.h"
 #include "controller/context.h"
+#include "controller/step_gate.h"
 #include "process/tool_run.h"
 #include "support/off_thread.h"
 
@@ -110,7 +111,7 @@ private:
     void refuse(const QString &reason);
 
     ControllerContext &m_context;
-    bool m_isStopping = false; // the run ends with the step in progress
+    StepGate m_gate;
     bool m_posted = false;
     QString m_retained;      // the report of the analysis run, in old words and without names
     ReportDetails m_details; // what that run told beyond the record
@@ -121,10 +122,10 @@ private:
     DurationCheck m_durationCheck = DurationCheck::None;
     DurationClues m_durationClues;
     QTimer m_measuringLimit;
-    QString m_reason;                             // why the current source makes no row
-    SourceState m_sourceState;                    // before it was looked into
-    std::optional<BlockingRunsEnded> m_endedRuns; // from the stop until the tool has gone
-    OffThread m_asking;                           // ends before the rest goes
+    QString m_reason;            // why the current source makes no row
+    SourceState m_sourceState;   // before it was looked into
+    Cancellation m_cancellation; // of the question that is being asked
+    OffThread m_asking;          // ends before the rest goes
 };
 
 } // namespace qv

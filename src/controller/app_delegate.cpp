@@ -1,6 +1,7 @@
 #include "controller/app_delegate.h"
 
 #include "controller/admission.h"
+#include "controller/destination.h"
 #include "controller/store_keys.h"
 #include "support/alerts.h"
 #include "support/bundle.h"
@@ -9,7 +10,6 @@
 #include "support/log.h"
 #include "support/variant_values.h"
 
-#include <QFileInfo>
 #include <QTimer>
 
 namespace qv
@@ -148,14 +148,14 @@ void appDelegate::pauseForAdmission()
     if (!m_window.goPressed) {
         return;
     }
-    m_pausedByAdmission = !m_encoding.isPaused();
+    const bool isRunning = !m_encoding.isPaused();
     if (m_window.stop.hasTwoSegments() && m_window.stop.offersPause()) {
-        m_window.stop.enabled = false;
-        m_window.stop.selected = StopControl::pauseSegment;
         iba_taskStopBt(StopControl::pauseSegment);
     } else {
         tasklauncherSuspend();
     }
+    m_pausedByAdmission = isRunning && m_encoding.isPaused();
+    showStopControl();
     logLine(QStringLiteral("was in progress     : to suspend"));
     m_window.goEnabled = false;
 }
@@ -163,7 +163,6 @@ void appDelegate::pauseForAdmission()
 // Only what the admission itself paused: a batch that the user paused stays paused.
 void appDelegate::resumeAfterAdmission()
 {
-    m_window.stop.enabled = true;
     if (!std::exchange(m_pausedByAdmission, false)) {
         return;
     }
@@ -177,14 +176,16 @@ void appDelegate::resumeAfterAdmission()
 
 void appDelegate::tasklauncherSuspend()
 {
-    m_encoding.setPaused(true);
-    m_taskSlots.tasklauncherSuspend();
+    if (m_encoding.pause()) {
+        m_taskSlots.tasklauncherSuspend();
+    }
 }
 
 void appDelegate::tasklauncherResume()
 {
-    m_taskSlots.tasklauncherResume();
-    m_encoding.setPaused(false);
+    if (m_encoding.resume()) {
+        m_taskSlots.tasklauncherResume();
+    }
 }
 
 void appDelegate::iba_taskStopBt(int segment)
@@ -192,20 +193,25 @@ void appDelegate::iba_taskStopBt(int segment)
     if (!m_window.goPressed) {
         return;
     }
-    StopControl &stop = m_window.stop;
-    stop.selected = segment;
+    m_window.stop.selected = segment;
     if (segment == StopControl::stopSegment) {
-        stop.images[StopControl::pauseSegment] = QStringLiteral("btPause");
-        stop.enabled = true;
-        m_pausedByAdmission = false;
         m_encoding.stop();
-    } else if (stop.offersPause()) {
-        stop.images[StopControl::pauseSegment] = QStringLiteral("btResume");
-        tasklauncherSuspend();
-    } else {
-        stop.images[StopControl::pauseSegment] = QStringLiteral("btPause");
+    } else if (m_encoding.isPaused()) {
         tasklauncherResume();
+    } else {
+        tasklauncherSuspend();
     }
+    m_pausedByAdmission = m_pausedByAdmission && m_encoding.isPaused();
+    showStopControl();
+}
+
+void appDelegate::showStopControl()
+{
+    StopControl &stop = m_window.stop;
+    stop.images[StopControl::pauseSegment] =
+        m_encoding.isPaused() ? QStringLiteral("btResume") : QStringLiteral("btPause");
+    stop.enabled = !m_pausedByAdmission && !m_encoding.isStopping();
+    stop.waitsForAnalysis = m_pausedByAdmission;
     m_context.windowChanged();
 }
 
@@ -280,10 +286,11 @@ void appDelegate::encBatchRemoveAll(Sender sender)
     }
     if (sender == Sender::Button) {
         const QString cancel = localized(QStringLiteral("D_Annuler"));
+        // A removal can't be undone, so the time-out, which is the default button's, cancels.
         const utilsAlert::Answer answer = utilsAlert::timedQuestion(
             localized(QStringLiteral("D_batch_4")), localized(QStringLiteral("D_batch_5")), 0,
-            localized(QStringLiteral("D_oui")), cancel, QString(), removeAllQuestionSeconds,
-            QString());
+            cancel, localized(QStringLiteral("D_oui")), QString(), removeAllQuestionSeconds,
+            QString(), AlertButton::Default);
         if (answer.text == cancel) {
             return;
         }
@@ -308,32 +315,29 @@ void appDelegate::encBatchRemoveAll(Sender sender)
 
 // ---- Go
 
-// False when there is nowhere to write; the user has then been asked for a folder.
-bool appDelegate::prepareDestination()
+// False when there is nowhere to write. The user is told once, and may choose another folder; the
+// batch waits for the next Go.
+bool appDelegate::hasDestination()
 {
     Face &face = m_context.face;
-    const QString destination = expandTilde(face.destination());
-    if (destination.isEmpty() || !QFileInfo(destination).isDir()) {
-        const QString movies = expandTilde(QStringLiteral("~/Movies/"));
-        const bool isUsual = destination == movies || destination + QLatin1Char('/') == movies;
-        if (!isUsual || !mkdir(destination)) {
-            face.setDestination(QString());
-            alertReport(localized(QStringLiteral("D_go_dossier_destination1")),
-                        localized(QStringLiteral("D_go_dossier_destination3")), 2,
-                        AlertPlace::ApplicationModal);
-            face.chooseDestination();
-        }
-    }
     if (face.destination().isEmpty() && fileExists(face.defaultDestination())) {
         face.setDestination(face.defaultDestination());
     }
-    return !face.destination().isEmpty();
+    // The command tells of each sheet why it could not be written.
+    const bool tries = !m_context.placement.stillsInTemporaryFolder;
+    const auto problem =
+        prepareDestination(face.destination(), tries ? m_encoding.destinationFolder() : QString());
+    if (problem) {
+        alertReport(problem->title, problem->detail, 2, AlertPlace::ApplicationModal);
+        face.chooseDestination();
+    }
+    return !problem;
 }
 
 void appDelegate::iba_batchGoBt()
 {
     logLine(QStringLiteral("-------------------- iba_batchGoBt"));
-    if (m_table.isEmpty() || m_window.goPressed || !prepareDestination()) {
+    if (m_table.isEmpty() || m_window.goPressed || !hasDestination()) {
         return;
     }
     Face &face = m_context.face;
@@ -347,7 +351,7 @@ void appDelegate::iba_batchGoBt()
     }
     face.rowsChanged();
     m_context.windowChanged();
-    encSend(keys::stepBatch);
+    m_encoding.begin();
 }
 
 } // namespace qv

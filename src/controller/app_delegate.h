@@ -94,10 +94,11 @@ private:
     QStringList withoutDuplicates(const QStringList &paths) const;
     void pauseForAdmission();
     void resumeAfterAdmission();
+    void showStopControl();
     void admitNothing(bool wrongTypes);
     void removeRows(const QList<int> &indexes);
     void removePreviews();
-    bool prepareDestination();
+    bool hasDestination();
     bool userEndsBatch();
     void closeDown();
 
@@ -109,6 +110,7 @@ private:
     EncodingDriver m_encoding;
     QSet<QString> m_admitted;
     bool m_pausedByAdmission = false;
+    bool m_isClosing = false; // the application quits
     bool m_asksToQuit = false;
     QStringList m_leftPreviews; // of rows that are gone
 };

@@ -20,6 +20,10 @@ QString markPictureName(RowMark mark)
         return QStringLiteral("puceCurrent");
     case RowMark::PuceSuccess:
         return QStringLiteral("puceSuccess");
+    case RowMark::PuceKept:
+        return QStringLiteral("puceKept");
+    case RowMark::PuceStopped:
+        return QStringLiteral("puceStopped");
     case RowMark::PuceFailure:
         return QStringLiteral("puceFailure");
     }

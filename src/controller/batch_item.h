@@ -12,7 +12,8 @@ namespace qv
 {
 
 // The status mark that a row shows, named after its picture.
-enum class RowMark { Puce, PuceCurrent, PuceSuccess, PuceFailure };
+enum class RowMark { Puce, PuceCurrent, PuceSuccess, PuceKept, PuceStopped, PuceFailure };
+inline constexpr int rowMarkCount = 6;
 QString markPictureName(RowMark mark);
 
 // Styled text: runs of one colour each, font size 11.
@@ -24,13 +25,13 @@ using StyledText = QVector<StyledRun>;
 QString plainText(const StyledText &text);
 
 struct BatchItem {
-    int order = 0;                    // 1-based position
-    RowMark resultat = RowMark::Puce; // waiting, being encoded, sheet written, failed
-    int out = 1;                      // layout index
-    int dpi = 0;                      // picture choice
+    int order = 0; // 1-based position
+    RowMark resultat = RowMark::Puce;
+    int out = 1;          // layout index
+    int dpi = 0;          // picture choice
     MediaInfoRecord dico; // the record with srcPathStr, imgPathStr, intraFailure, dstPathStr
     StyledText src;       // caption
-    QString reason;       // why the row failed; null otherwise
+    QString reason;       // why the row made no sheet; null otherwise
     bool isQuick = false; // its sheet shows key pictures
     SourceState state;    // of the file before anybody looked into it
 

@@ -39,8 +39,6 @@ struct ControllerContext {
     bool gateOpen = true;
     // Admitted sources are being analysed; a batch that ends meanwhile leaves the gate closed.
     bool analysing = false;
-    // The application quits: no step of either machine follows.
-    bool closing = false;
 
     void windowChanged() { face.windowChanged(window); }
     void setGate(bool open)

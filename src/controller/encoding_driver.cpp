@@ -1,6 +1,7 @@
 #include "controller/encoding_driver.h"
 
 #include "analysis/quick_probe.h"
+#include "controller/destination.h"
 #include "controller/reasons.h"
 #include "controller/sheet_delivery.h"
 #include "controller/store_keys.h"
@@ -44,6 +45,13 @@ QStringList EncodingDriver::encArray()
             QStringLiteral("appkyDisplay"), keys::finish};
 }
 
+void EncodingDriver::begin()
+{
+    m_gate.begin();
+    m_row = {};
+    encSend(keys::stepBatch);
+}
+
 void EncodingDriver::encSend(const QString &stepNameStr)
 {
     logLine(QStringLiteral("stepNameStr         ? %1").arg(stepNameStr));
@@ -58,20 +66,20 @@ void EncodingDriver::encSend(const QString &stepNameStr)
 
 void EncodingDriver::enc(const QString &stepNameStr)
 {
-    if (m_context.closing || m_context.taskSlots.isEncodingRunning() || m_composing.isRunning()) {
+    const bool isBusy = m_context.taskSlots.isEncodingRunning() || m_composing.isRunning();
+    switch (m_gate.verdict(isBusy)) {
+    case StepGate::Verdict::Vanish:
         return;
-    }
-    if (m_isAsking) {
+    case StepGate::Verdict::Wait:
         m_heldStep = stepNameStr;
         return;
+    case StepGate::Verdict::Run:
+        break;
     }
     if (isStopping()) {
         noteStop();
-    } else if (m_paused) {
-        m_heldStep = stepNameStr;
-        return;
-    }
-    if (stepNameStr == keys::stepBatch) {
+        finishRow();
+    } else if (stepNameStr == keys::stepBatch) {
         encBatch();
     } else if (stepNameStr == keys::stepProcesses) {
         encProcesses();
@@ -81,11 +89,9 @@ void EncodingDriver::enc(const QString &stepNameStr)
 
 void EncodingDriver::stop()
 {
-    if (!m_context.window.goPressed) {
+    if (!m_gate.stop()) {
         return;
     }
-    m_isStopping = true;
-    m_paused = false;
     m_heldStep.clear();
     if (m_context.taskSlots.isEncodingRunning()) {
         m_context.taskSlots.terminateEncoding();
@@ -94,11 +100,16 @@ void EncodingDriver::stop()
     }
 }
 
-// A pause may fall between two runs; the step that was due waits.
-void EncodingDriver::setPaused(bool paused)
+bool EncodingDriver::resume()
 {
-    m_paused = paused;
-    if (!paused && !m_heldStep.isEmpty()) {
+    const bool resumed = m_gate.resume();
+    sendHeldStep();
+    return resumed;
+}
+
+void EncodingDriver::sendHeldStep()
+{
+    if (!m_heldStep.isEmpty() && m_gate.verdict(false) == StepGate::Verdict::Run) {
         encSend(std::exchange(m_heldStep, {}));
     }
 }
@@ -115,6 +126,7 @@ void EncodingDriver::noteStop()
 
 void EncodingDriver::abandon()
 {
+    m_gate.close();
     m_heldStep.clear();
     m_composing.abandon();
     purgeStills();
@@ -134,12 +146,7 @@ int EncodingDriver::encBatchInprogressRowIdentification() const
 QString EncodingDriver::destinationFolder() const
 {
     const QString field = expandTilde(m_context.face.destination());
-    const QString own = QStringLiteral("Quorvantel");
-    if (!m_context.placement.ownSubfolder || field.isEmpty() || field.endsWith(own) ||
-        field.endsWith(own + QLatin1Char('/'))) {
-        return field;
-    }
-    return appendPath(field, own);
+    return m_context.placement.ownSubfolder ? sheetFolder(field) : field;
 }
 
 QString EncodingDriver::sheetBase(const QString &sourcePath)
@@ -170,7 +177,7 @@ void EncodingDriver::encBatch()
         removeForgottenDeliveries(destinationFolder());
     }
     const int next = current < 0 ? 0 : current + 1;
-    if (next >= m_context.table.count() || isStopping()) {
+    if (next >= m_context.table.count()) {
         endBatch();
         return;
     }
@@ -227,11 +234,12 @@ void EncodingDriver::openGate()
 // However the batch ends, the next one begins with nothing of it.
 void EncodingDriver::releaseBatch()
 {
-    m_isStopping = false;
+    m_gate.end();
     m_diskFullTold = false;
     m_context.preferences.prefDelete(keys::replaceFiles);
     WindowState &window = m_context.window;
     window.goPressed = false;
+    window.stop = {};
     window.stepValue = window.stepMaximum = 0;
     openGate();
 }
@@ -333,12 +341,10 @@ QString EncodingDriver::stillsFolder()
 // The event loop runs while a question is open. A step that comes due then, as by a stop, waits.
 utilsAlert::Answer EncodingDriver::ask(const std::function<utilsAlert::Answer()> &question)
 {
-    m_isAsking = true;
+    m_gate.setAsking(true);
     const utilsAlert::Answer answer = question();
-    m_isAsking = false;
-    if (!m_paused && !m_heldStep.isEmpty()) {
-        encSend(std::exchange(m_heldStep, {}));
-    }
+    m_gate.setAsking(false);
+    sendHeldStep();
     return answer;
 }
 
@@ -348,7 +354,7 @@ bool EncodingDriver::mayWriteSheet(const QString &sheet)
         return true;
     }
     m_row.replace = mayReplace(sheet);
-    if (isOver()) {
+    if (m_gate.isOver()) {
         return false;
     }
     if (!m_row.replace) {
@@ -367,13 +373,13 @@ bool EncodingDriver::mayReplace(const QString &sheet)
     }
     const QString replaceText = localized(QStringLiteral("D_replace"));
     const utilsAlert::Answer answer = ask([&] {
-        return utilsAlert::timedQuestion(localized(QStringLiteral("D_go_dossier_destination4Bis")),
-                                         sheet, 0, localized(QStringLiteral("D_keep")), replaceText,
-                                         QString(), overwriteQuestionSeconds,
-                                         localized(QStringLiteral("D_applyToAll")));
+        return utilsAlert::timedQuestion(
+            localized(QStringLiteral("D_go_dossier_destination4Bis")), sheet, 0,
+            localized(QStringLiteral("D_keep")), replaceText, QString(), overwriteQuestionSeconds,
+            localized(QStringLiteral("D_applyToAll")), AlertButton::Default);
     });
     const bool replace = answer.text == replaceText;
-    if (answer.suppressed == 1 && !isOver()) {
+    if (answer.suppressed == 1 && !m_gate.isOver()) {
         store.prefWrite(keys::replaceFiles, replace ? 1 : 0);
     }
     return replace;
@@ -394,10 +400,10 @@ bool EncodingDriver::hasFreeSpace()
             return utilsAlert::timedQuestion(localized(QStringLiteral("D_go_echec_disque1")),
                                              localized(QStringLiteral("D_go_echec_disque2")), 0,
                                              QString(), QString(), QString(), diskAlertSeconds,
-                                             QString());
+                                             QString(), AlertButton::Default);
         });
     }
-    if (isOver()) {
+    if (m_gate.isOver()) {
         return false;
     }
     failRow(reasons::destinationFull(freeMegabytes));
@@ -468,7 +474,7 @@ void EncodingDriver::setChild(const QString &key, const QVariant &value)
 
 void EncodingDriver::setMark(RowMark mark)
 {
-    const int index = encBatchInprogressRowIdentification();
+    const int index = m_context.table.indexOfSource(m_row.source);
     if (index >= 0) {
         m_context.table.row(index).resultat = mark;
         m_context.face.rowChanged(index);

@@ -3,6 +3,7 @@
 #include "controller/context.h"
 #include "controller/sheet_delivery.h"
 #include "controller/sheet_names.h"
+#include "controller/step_gate.h"
 #include "sheet/composer.h"
 #include "sheet/picture_attempts.h"
 #include "sheet/stills_folder.h"
@@ -31,6 +32,8 @@ class EncodingDriver : public QObject
 public:
     explicit EncodingDriver(ControllerContext &context);
 
+    // Begins a batch of all rows.
+    void begin();
     // Asks for a step, "encBatch" (choose the next row) or "encProcesses" (advance the current
     // one). It runs from the event loop, so that the stack never grows.
     void encSend(const QString &stepNameStr);
@@ -43,13 +46,15 @@ public:
 
     // The stop control: the running tool ends and the batch with it.
     void stop();
-    bool isStopping() const { return m_isStopping; }
+    bool isStopping() const { return m_gate.isStopping(); }
     // The application quits: what was made of the current row so far goes, nothing is reported.
     void abandon();
 
-    // While paused no step begins.
-    void setPaused(bool paused);
-    bool isPaused() const { return m_paused; }
+    // While paused no step begins. Each returns whether it changed anything: a batch that is being
+    // stopped can't be paused any more.
+    bool pause() { return m_gate.pause(); }
+    bool resume();
+    bool isPaused() const { return m_gate.isPaused(); }
 
     // The folder that the sheets go into, and a source's sheet in it (without and with extension).
     QString destinationFolder() const;
@@ -64,6 +69,7 @@ private:
     static constexpr double neededMegabytes = 1.0; // for a row
 
     void enc(const QString &stepNameStr);
+    void sendHeldStep();
     void noteStop();
 
     void encBatch();
@@ -78,7 +84,6 @@ private:
     void startRow();
     QString stillsFolder();
     utilsAlert::Answer ask(const std::function<utilsAlert::Answer()> &question);
-    bool isOver() const { return m_context.closing || isStopping(); }
     bool mayWriteSheet(const QString &sheet);
     bool mayReplace(const QString &sheet);
     bool hasFreeSpace();
@@ -110,6 +115,8 @@ private:
     void notePlaced(const Delivery &placed);
     void finishRow();
     void markRow();
+    RowMark markWithoutSheet() const;
+    void markStoppedRow();
     void finishStopped();
     void writeSummary();
     void report(RowResult::Status status);
@@ -169,9 +176,7 @@ private:
     ControllerContext &m_context;
     SheetNames m_names;
     Row m_row;
-    bool m_isStopping = false;
-    bool m_paused = false;
-    bool m_isAsking = false;
+    StepGate m_gate;
     bool m_diskFullTold = false; // and no row had space since
     QString m_pendingStep;
     QString m_heldStep;

@@ -201,8 +201,8 @@ void EncodingDriver::finishRow()
 
 void EncodingDriver::markRow()
 {
-    const int index = encBatchInprogressRowIdentification();
-    if (index < 0 || m_context.table.row(index).sourcePath() != m_row.source) {
+    const int index = m_context.table.indexOfSource(m_row.source);
+    if (index < 0) {
         return;
     }
     BatchItem &row = m_context.table.row(index);
@@ -211,7 +211,7 @@ void EncodingDriver::markRow()
         if (!made && m_row.reason.isEmpty()) {
             m_row.reason = QStringLiteral("the sheet could not be written");
         }
-        setMark(made ? RowMark::PuceSuccess : RowMark::PuceFailure);
+        setMark(made ? RowMark::PuceSuccess : markWithoutSheet());
     }
     row.reason = m_row.reason;
     if (row.resultat == RowMark::PuceSuccess) {
@@ -225,16 +225,30 @@ void EncodingDriver::markRow()
 
 void EncodingDriver::finishStopped()
 {
+    if (!m_row.reported && !m_row.source.isEmpty()) {
+        markStoppedRow();
+    }
     m_context.preferences.prefDelete(keys::work);
     releaseBatch();
     m_context.window.goEnabled = !m_context.table.isEmpty();
-    if (!m_row.reported && !m_row.source.isEmpty()) {
-        // The stop may have come when the sheet was in its place already.
-        m_row.reason = QStringLiteral("stopped");
-        report(m_row.written ? RowResult::Status::Made : RowResult::Status::Stopped);
-    }
     m_context.windowChanged();
     m_context.face.batchStopped();
+}
+
+// The stop may come when the row's outcome is settled already.
+void EncodingDriver::markStoppedRow()
+{
+    const int index = m_context.table.indexOfSource(m_row.source);
+    const bool isSettled =
+        m_row.written || m_row.kept ||
+        (index >= 0 && m_context.table.row(index).resultat == RowMark::PuceFailure);
+    if (isSettled) {
+        markRow();
+        return;
+    }
+    m_row.reason = QStringLiteral("stopped");
+    setMark(RowMark::PuceStopped);
+    report(RowResult::Status::Stopped);
 }
 
 void EncodingDriver::writeSummary()
@@ -265,13 +279,18 @@ void EncodingDriver::report(RowResult::Status status)
     m_context.face.rowFinished(result);
 }
 
+RowMark EncodingDriver::markWithoutSheet() const
+{
+    return m_row.kept ? RowMark::PuceKept : RowMark::PuceFailure;
+}
+
 // The row's remaining steps are dropped but the last.
 void EncodingDriver::failRow(const QString &reason)
 {
     logLine(QStringLiteral("enc                 :-( %1: %2").arg(m_row.source, reason));
     m_row.reason = reason;
     m_row.picture.reset();
-    setMark(RowMark::PuceFailure);
+    setMark(markWithoutSheet());
     for (const QString &flag : encArray()) {
         takeChild(flag);
     }

@@ -36,12 +36,12 @@ bool appDelegate::userEndsBatch()
         localized(QStringLiteral("D_quit_1")), localized(QStringLiteral("D_quit_2")),
         localized(QStringLiteral("menuQuit")), localized(QStringLiteral("D_Annuler")));
     m_asksToQuit = false;
-    return ends || m_context.closing;
+    return ends || m_isClosing;
 }
 
 void appDelegate::closeDown()
 {
-    if (std::exchange(m_context.closing, true)) {
+    if (std::exchange(m_isClosing, true)) {
         return;
     }
     m_context.gateOpen = false;

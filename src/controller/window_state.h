@@ -29,6 +29,7 @@ struct StopControl {
     QStringList images = {QStringLiteral("btPause"), QStringLiteral("btStop")};
     int selected = -1;
     bool enabled = true;
+    bool waitsForAnalysis = false; // paused until the videos of a drop have been looked at
 
     bool hasTwoSegments() const { return images.size() >= 2; }
     bool offersPause() const

@@ -30,13 +30,14 @@ constexpr std::uint32_t fileSetattr = 469;
 
 // Calls that change files without a right to write them, and io_uring, whose queue in shared memory
 // bypasses the filter.
-constexpr std::array changes
-{
-    SYS_truncate, SYS_fchmod, SYS_fchmodat, fchmodat2, SYS_fchown, SYS_fchownat, SYS_setxattr,
-        SYS_lsetxattr, SYS_fsetxattr, SYS_removexattr, SYS_lremovexattr, SYS_fremovexattr,
-        setxattrat, removexattrat, fileSetattr, SYS_utimensat, SYS_socket, SYS_io_uring_setup,
+constexpr std::uint32_t changes[] = {
+    SYS_truncate,     SYS_fchmod,       SYS_fchmodat,       fchmodat2,     SYS_fchown,
+    SYS_fchownat,     SYS_setxattr,     SYS_lsetxattr,      SYS_fsetxattr, SYS_removexattr,
+    SYS_lremovexattr, SYS_fremovexattr, setxattrat,         removexattrat, fileSetattr,
+    SYS_utimensat,    SYS_socket,       SYS_io_uring_setup,
 #if defined(__x86_64__)
-        SYS_chmod, SYS_chown, SYS_lchown, SYS_utime, SYS_utimes, SYS_futimesat,
+    SYS_chmod,        SYS_chown,        SYS_lchown,         SYS_utime,     SYS_utimes,
+    SYS_futimesat,
 #endif
 };
 

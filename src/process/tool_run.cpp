@@ -32,14 +32,14 @@ namespace
 constexpr size_t readSize = 65536;
 
 std::atomic<bool> g_interrupted = false;
-std::atomic<int> g_ended = 0;
+thread_local std::optional<Cancellation> t_cancellation;
 
 // Milliseconds, at most, until a run on another thread sees that it is to end.
 constexpr int endingInterval = 100;
 
 bool isToEnd()
 {
-    return g_interrupted || g_ended > 0;
+    return g_interrupted || (t_cancellation && t_cancellation->isCancelled());
 }
 
 // One read; nothing at the end of the stream.
@@ -267,6 +267,7 @@ QString shortAnswer(int fd)
 struct BlockingRunnerSlots {
     QStringList arguments;
     QString text;
+    std::optional<Cancellation> cancellation; // of the thread that waits
 };
 BlockingRunnerSlots &runnerSlots()
 {
@@ -284,6 +285,7 @@ QString eightBitText(const QByteArray &chunk)
 void *runShellOnThread(void *inputReadEnd)
 {
     BlockingRunnerSlots &shared = runnerSlots();
+    t_cancellation = shared.cancellation;
     Pipe output = Pipe::create();
     BlockingRun run;
     const QStringList command =
@@ -410,7 +412,7 @@ QString taskBloquante::verbose(const QStringList &arguments)
 {
     logLine(QStringLiteral("verboseStr argsArray : %1").arg(arguments.join(QLatin1Char(' '))));
     BlockingRunnerSlots &shared = runnerSlots();
-    shared = {arguments, {}};
+    shared = {arguments, {}, t_cancellation};
     Pipe input = Pipe::create();
     int inputEnd = input.readEnd.get();
     pthread_t thread{};
@@ -435,14 +437,14 @@ void setBlockingRunsInterrupted(bool interrupted)
     g_interrupted = interrupted;
 }
 
-BlockingRunsEnded::BlockingRunsEnded()
+CancellableRuns::CancellableRuns(Cancellation cancellation)
+    : m_before(std::exchange(t_cancellation, std::move(cancellation)))
 {
-    ++g_ended;
 }
 
-BlockingRunsEnded::~BlockingRunsEnded()
+CancellableRuns::~CancellableRuns()
 {
-    --g_ended;
+    t_cancellation = std::move(m_before);
 }
 
 } // namespace qv

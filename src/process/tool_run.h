@@ -3,6 +3,10 @@
 #include <QString>
 #include <QStringList>
 
+#include <atomic>
+#include <memory>
+#include <optional>
+
 // Tools run to their end on the calling thread. The result is everything that was printed, as one
 // text, or a null text when there was nothing or it was not UTF-8; never an empty one. Exit
 // statuses are not looked at. A tool that neither prints nor computes for the idle limit is
@@ -37,14 +41,29 @@ public:
 // process is asked to stop. May be called from a signal handler.
 void setBlockingRunsInterrupted(bool interrupted);
 
-// While one lives, the blocking runs end in the same way: nobody waits for their answers any more.
-class BlockingRunsEnded
+// Ends the blocking runs of one piece of work from another thread. Copies share their state.
+class Cancellation
 {
 public:
-    BlockingRunsEnded();
-    ~BlockingRunsEnded();
-    BlockingRunsEnded(const BlockingRunsEnded &) = delete;
-    BlockingRunsEnded &operator=(const BlockingRunsEnded &) = delete;
+    void cancel() { *m_isCancelled = true; }
+    bool isCancelled() const { return *m_isCancelled; }
+
+private:
+    std::shared_ptr<std::atomic<bool>> m_isCancelled = std::make_shared<std::atomic<bool>>(false);
+};
+
+// While it exists, the blocking runs of this thread end when the cancellation is requested, and
+// later ones as soon as they start.
+class CancellableRuns
+{
+public:
+    explicit CancellableRuns(Cancellation cancellation);
+    ~CancellableRuns();
+    CancellableRuns(const CancellableRuns &) = delete;
+    CancellableRuns &operator=(const CancellableRuns &) = delete;
+
+private:
+    std::optional<Cancellation> m_before;
 };
 
 } // namespace qv

@@ -148,11 +148,12 @@ QString shownDestination(const QVariantMap &values)
     return !folder.isEmpty() && QFileInfo(expandTilde(folder)).isDir() ? folder : standardFolder();
 }
 
-bool isDestinationMissing(const QVariantMap &values)
+QString missingDestination(const QVariantMap &values)
 {
     const QString folder = storedFolder(values);
-    return !folder.isEmpty() && folder != standardFolder() &&
-           !QFileInfo::exists(expandTilde(folder));
+    const bool isMissing =
+        !folder.isEmpty() && folder != standardFolder() && !QFileInfo::exists(expandTilde(folder));
+    return isMissing ? folder : QString();
 }
 
 QVariantMap prefs2GuiAppky(PreferencesPanel &panel, const std::optional<QVariantMap> &values)

@@ -52,8 +52,8 @@ QVariantMap prefs2GuiAppky(PreferencesPanel &panel, const std::optional<QVariant
 // The folder that a stored destination shows: the one that holds our own "Quorvantel" folder, the
 // default when it no longer exists.
 QString shownDestination(const QVariantMap &values);
-// Whether the default is shown for a stored destination that isn't there, as on a disk that isn't
-// plugged in.
-bool isDestinationMissing(const QVariantMap &values);
+// The stored destination for which the default is shown because it is missing, as on a disk that is
+// not mounted; null when there is none.
+QString missingDestination(const QVariantMap &values);
 
 } // namespace qv

@@ -51,7 +51,6 @@ QList<Preference> preferences()
 
 constexpr qsizetype longestShown = 100;
 constexpr qsizetype longestText = 4096;
-constexpr double widestBorder = 100;
 constexpr int mostStills = 1000;
 constexpr int mostSegments = 32;
 
@@ -77,7 +76,7 @@ bool isPossible(const QString &key, const QVariant &value)
         return isNumberUpTo(value, 1, mostStills);
     }
     if (key == QLatin1String("prefBorderSize")) {
-        return isNumberUpTo(value, 0, widestBorder);
+        return isNumberUpTo(value, 0, largestBorderSize);
     }
     // A swatch that is not there is the panel's to replace.
     const double largest =

@@ -268,7 +268,7 @@ void PreferencesStore::save()
         return;
     }
     if (m_writing.isRunning()) {
-        m_saveSoon.start();
+        m_savesAgain = true;
         return;
     }
     m_unsaved = false;
@@ -279,6 +279,9 @@ void PreferencesStore::save()
             m_unsaved = m_unsaved || !*written;
             if (!*written) {
                 Q_EMIT notSaved();
+            }
+            if (std::exchange(m_savesAgain, false)) {
+                save();
             }
         });
 }

@@ -15,6 +15,9 @@
 namespace qv
 {
 
+// Of the setting prefBorderSize, in points: the limit for the window, the command and the sheet.
+inline constexpr double largestBorderSize = 10;
+
 class PreferencesStore : public QObject
 {
     Q_OBJECT
@@ -83,6 +86,7 @@ private:
     QVariantMap m_values;
     QString m_damagedFile;
     bool m_unsaved = false;
+    bool m_savesAgain = false; // as soon as the write in progress has ended
     QTimer m_saveSoon;
     OffThread m_writing;
 };

@@ -1,6 +1,7 @@
 #include "sheet/composer.h"
 
 #include "settings/color_text.h"
+#include "settings/preferences_store.h"
 #include "sheet/caption_texts.h"
 #include "sheet/image_export.h"
 #include "sheet/layout.h"
@@ -128,6 +129,10 @@ SheetGeometry geometryOf(const QVariantMap &display, double scale)
         sheetLayout(intIn(display, QStringLiteral("bigMedMinMix")).value_or(unknownLayout));
     measures.scale = scale;
     measures.borderSize = numberIn(display, QStringLiteral("borderSize")).value_or(0);
+    if (measures.borderSize > largestBorderSize) {
+        logLine(QStringLiteral("borderSize          :-( %1, drawn as %2")
+                    .arg(fixedText(measures.borderSize, 2), fixedText(largestBorderSize, 0)));
+    }
     measures.pictures = static_cast<int>(display.value(QStringLiteral("th")).toStringList().size());
     measures.captionLines = static_cast<int>(captionsIn(display).size());
     measures.stillWidth = numberIn(display, QStringLiteral("wTh")).value_or(0);

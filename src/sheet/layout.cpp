@@ -1,5 +1,6 @@
 #include "sheet/layout.h"
 
+#include "settings/preferences_store.h"
 #include "support/log.h"
 #include "support/numbers.h"
 
@@ -26,7 +27,6 @@ constexpr double captionFontSize = 16;
 constexpr double bandFontSize = 14;
 constexpr double lineSpacing = 1.5;
 // Beyond it six columns would have no room left for the pictures.
-constexpr double widestBorder = 64;
 constexpr int heroRows = 4;
 
 // Ratios outside are reports gone wrong, not pictures.
@@ -81,7 +81,7 @@ double timecodeFontSize(SheetLayout layout)
 
 double saneBorder(double size)
 {
-    return size > 0 ? std::min(size, widestBorder) : 0;
+    return size > 0 ? std::min(size, largestBorderSize) : 0;
 }
 
 double stillHeightPerWidth(const SheetMeasures &measures)

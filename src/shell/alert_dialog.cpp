@@ -87,7 +87,7 @@ void WrappedText::fit(int width, int tallest)
 
 AlertDialog::AlertDialog(const Alert &alert, QWidget *parent)
     : QDialog(parent), m_title(Alert::shownText(alert.title)),
-      m_detail(Alert::shownText(alert.detail))
+      m_detail(Alert::shownText(alert.detail)), m_harmless(alert.buttons.harmless())
 {
     setWindowTitle(Bundle::main().name());
     setAccessibleName(m_title);
@@ -101,7 +101,7 @@ AlertDialog::AlertDialog(const Alert &alert, QWidget *parent)
     all->setContentsMargins(margin, margin, margin, margin);
     all->setSpacing(margin);
     all->addLayout(upper);
-    all->addWidget(makeButtons(alert.buttons));
+    all->addWidget(makeButtons(alert.buttons.texts()));
     all->setSizeConstraint(QLayout::SetFixedSize);
     if (alert.timeout > 0) {
         reserveCountdown(static_cast<int>(std::ceil(alert.timeout)));
@@ -210,7 +210,7 @@ void AlertDialog::closeEvent(QCloseEvent *event)
 
 void AlertDialog::reject()
 {
-    click(escapeButton());
+    click(m_harmless);
 }
 
 void AlertDialog::keyPressEvent(QKeyEvent *event)

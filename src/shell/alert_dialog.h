@@ -36,8 +36,6 @@ public:
     int clickedButton() const { return m_clicked; }
     // Clicked or gone unanswered.
     bool isOver() const { return m_isOver; }
-    // The button that closing without a choice stands for.
-    int escapeButton() const { return m_buttons.size() > 1 ? 1 : 0; }
     QPushButton *button(int index) const { return m_buttons.value(index); }
     bool isSuppressionTicked() const;
     // Shown on the default button; none when negative.
@@ -60,6 +58,7 @@ private:
     QString m_title;
     QString m_detail;
     QString m_defaultText;
+    int m_harmless;
     QList<QPushButton *> m_buttons;
     QCheckBox *m_suppression = nullptr;
     int m_clicked = -1;

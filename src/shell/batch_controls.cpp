@@ -1,5 +1,6 @@
 #include "shell/batch_controls.h"
 
+#include "controller/destination.h"
 #include "shell/busy_wheel.h"
 #include "shell/choice_labels.h"
 #include "shell/interface_pictures.h"
@@ -16,6 +17,7 @@
 #include <QLineEdit>
 #include <QProgressBar>
 #include <QPushButton>
+#include <QStyle>
 #include <QVBoxLayout>
 
 #include <algorithm>
@@ -71,6 +73,23 @@ void setElided(QLabel &label, const QString &text)
     label.setToolTip(label.text() == text ? QString() : plainToolTip(text));
 }
 
+// Empty when sheets can go there.
+QString destinationProblem(DestinationState state)
+{
+    switch (state) {
+    case DestinationState::Missing:
+        return localized(QStringLiteral("destinationMissing"));
+    case DestinationState::NoFolder:
+        return localized(QStringLiteral("destinationIsFile"));
+    case DestinationState::Locked:
+        return localized(QStringLiteral("destinationLocked"));
+    case DestinationState::Usable:
+    case DestinationState::WillBeMade:
+        break;
+    }
+    return {};
+}
+
 QHBoxLayout *makeRow(std::initializer_list<QWidget *> widgets)
 {
     auto *row = new QHBoxLayout;
@@ -85,6 +104,7 @@ QHBoxLayout *makeRow(std::initializer_list<QWidget *> widgets)
 
 BatchControls::BatchControls(QWidget *parent)
     : QWidget(parent), m_folder(new QLineEdit(this)), m_choose(new QPushButton(this)),
+      m_warning(new QWidget(this)), m_warningText(makeCaption(m_warning, QPalette::WindowText)),
       m_layouts(new SegmentedControl(SegmentedControl::Mode::SelectOne, this)),
       m_choices(new SegmentedControl(SegmentedControl::Mode::SelectOne, this)),
       m_count(new QComboBox(this)), m_quick(new QCheckBox(this)), m_go(new QPushButton(this)),
@@ -138,6 +158,17 @@ void BatchControls::addDestination(QGridLayout &grid)
     connect(m_choose, &QPushButton::clicked, this, &BatchControls::folderRequested);
     grid.addWidget(makeFieldName(QStringLiteral("@@destinationLabel"), m_folder, this), 0, 0);
     grid.addLayout(makeRow({m_folder, m_choose}), 0, 1);
+
+    m_warningText->setObjectName(QStringLiteral("destinationWarning"));
+    m_warningText->setWordWrap(true);
+    auto *mark = new QLabel(m_warning);
+    const int side = style()->pixelMetric(QStyle::PM_SmallIconSize);
+    mark->setPixmap(style()->standardIcon(QStyle::SP_MessageBoxWarning).pixmap(side));
+    auto *row = makeRow({mark, m_warningText});
+    row->setStretch(1, 1);
+    m_warning->setLayout(row);
+    m_warning->hide();
+    grid.addWidget(m_warning, 1, 1);
 }
 
 void BatchControls::addSheetChoices(QGridLayout &grid)
@@ -161,15 +192,15 @@ void BatchControls::addSheetChoices(QGridLayout &grid)
     connect(m_count, &QComboBox::activated, this, [this] {
         m_counts.at(static_cast<size_t>(layoutIndex())) = m_count->currentText().toInt();
     });
-    grid.addWidget(makeFieldName(QStringLiteral("@@layoutLabel"), m_layouts, this), 1, 0);
-    grid.addWidget(m_layouts, 1, 1, Qt::AlignLeft);
+    grid.addWidget(makeFieldName(QStringLiteral("@@layoutLabel"), m_layouts, this), 2, 0);
+    grid.addWidget(m_layouts, 2, 1, Qt::AlignLeft);
     auto *row = makeRow({m_count});
     row->addSpacing(14);
     row->addWidget(makeFieldName(QStringLiteral("@@pictureFileLabel"), m_choices, this));
     row->addWidget(m_choices);
     row->addStretch();
-    grid.addWidget(makeFieldName(QStringLiteral("@@stillsCountLabel"), m_count, this), 2, 0);
-    grid.addLayout(row, 2, 1);
+    grid.addWidget(makeFieldName(QStringLiteral("@@stillsCountLabel"), m_count, this), 3, 0);
+    grid.addLayout(row, 3, 1);
 }
 
 void BatchControls::addQuickSwitch(QGridLayout &grid)
@@ -253,11 +284,26 @@ QWidget *BatchControls::makeProgress()
 
 void BatchControls::show(const WindowState &window)
 {
-    m_go->setEnabled(window.goEnabled && !window.goPressed);
+    const QWidget *focus = this->window()->focusWidget();
+    const bool goHasFocus = focus == m_go;
+    const bool stopHasFocus = focus != nullptr && m_stop->isAncestorOf(focus);
+    const bool mayGo = window.goEnabled && !window.goPressed;
+    // A widget that goes away or is disabled would pass its focus to any other one.
+    m_stop->setVisible(m_stop->isVisibleTo(this) || window.goPressed);
+    if (goHasFocus && window.goPressed) {
+        m_stop->segments().at(StopControl::pauseSegment)->setFocus();
+    }
+    m_go->setEnabled(mayGo);
     m_go->setDown(window.goPressed);
+    if (stopHasFocus && mayGo) {
+        m_go->setFocus();
+    }
     colorGo();
     showStopControl(window);
     showBars(window);
+    if (window.goPressed && !m_warning->isHidden()) {
+        checkDestination(); // Go has made it usable, or found it so
+    }
 }
 
 void BatchControls::showStopControl(const WindowState &window)
@@ -286,10 +332,12 @@ void BatchControls::showBars(const WindowState &window)
     m_taskWheel->setVisible(window.goPressed);
     m_taskWheel->setSpinning(task.wheelSpinning && window.stop.offersPause());
     m_percent->setText(task.percent);
-    // A pause may fall between two tools; it is told all the same.
-    const bool paused = window.goPressed && !window.stop.offersPause();
-    setElided(*m_actionCaption,
-              paused ? localizedCapitalized(QStringLiteral("D_action_pause")) : task.actionCaption);
+    // A pause may fall between two tools; it is shown all the same.
+    const bool isPaused = window.goPressed && !window.stop.offersPause();
+    const QString pause = window.stop.waitsForAnalysis
+                              ? localized(QStringLiteral("pausedForVideos"))
+                              : localizedCapitalized(QStringLiteral("D_action_pause"));
+    setElided(*m_actionCaption, isPaused ? pause : task.actionCaption);
 }
 
 void BatchControls::showBatch(const QString &caption, const QString &timeLeft)
@@ -304,6 +352,15 @@ void BatchControls::setDestination(const QString &path)
 {
     m_destination = path;
     elideDestination();
+    checkDestination();
+}
+
+void BatchControls::checkDestination()
+{
+    const QString problem = destinationProblem(destinationState(m_destination));
+    m_warningText->setText(problem);
+    m_warning->setVisible(!problem.isEmpty() && !m_destination.isEmpty());
+    m_folder->setAccessibleDescription(m_destination + QLatin1Char(' ') + problem);
 }
 
 void BatchControls::elideDestination()
@@ -312,7 +369,6 @@ void BatchControls::elideDestination()
     m_folder->setText(
         m_folder->fontMetrics().elidedText(m_destination, Qt::ElideMiddle, std::max(room, 60)));
     m_folder->setToolTip(plainToolTip(m_destination));
-    m_folder->setAccessibleDescription(m_destination);
 }
 
 void BatchControls::resizeEvent(QResizeEvent *event)
@@ -325,6 +381,8 @@ void BatchControls::changeEvent(QEvent *event)
 {
     if (event->type() == QEvent::PaletteChange) {
         colorGo();
+    } else if (event->type() == QEvent::ActivationChange && !m_warning->isHidden()) {
+        checkDestination(); // its disk may have been mounted meanwhile
     }
     QWidget::changeEvent(event);
 }

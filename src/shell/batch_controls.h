@@ -36,6 +36,7 @@ public:
     void showBatch(const QString &caption, const QString &timeLeft);
 
     QString destination() const { return m_destination; }
+    // Shows the folder, and what is wrong with it.
     void setDestination(const QString &path);
     int layoutIndex() const;
     void setLayoutIndex(int out);
@@ -71,6 +72,7 @@ private:
     QWidget *makeProgress();
     void offerCounts();
     void elideDestination();
+    void checkDestination();
     void colorGo();
     void orderTabs();
     void showStopControl(const WindowState &window);
@@ -82,6 +84,8 @@ private:
 
     QLineEdit *m_folder;
     QPushButton *m_choose;
+    QWidget *m_warning;
+    QLabel *m_warningText;
     SegmentedControl *m_layouts;
     SegmentedControl *m_choices;
     QComboBox *m_count;

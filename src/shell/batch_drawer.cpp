@@ -7,6 +7,8 @@
 #include <QPushButton>
 #include <QVBoxLayout>
 
+#include <array>
+
 namespace qv
 {
 namespace
@@ -98,22 +100,20 @@ void BatchDrawer::countSoon()
 QString BatchDrawer::summary() const
 {
     const BatchTable &table = m_controller.table();
-    int done = 0;
-    int failed = 0;
+    std::array<int, rowMarkCount> counts{};
     for (int i = 0; i < table.count(); ++i) {
-        done += table.row(i).resultat == RowMark::PuceSuccess ? 1 : 0;
-        failed += table.row(i).resultat == RowMark::PuceFailure ? 1 : 0;
+        ++counts.at(static_cast<size_t>(table.row(i).resultat));
     }
     QStringList parts;
-    if (!table.isEmpty()) {
-        parts << countText(QStringLiteral("btVideo"), table.count());
-    }
-    if (done > 0) {
-        parts << countText(QStringLiteral("btVideoDone"), done);
-    }
-    if (failed > 0) {
-        parts << countText(QStringLiteral("btVideoFailed"), failed);
-    }
+    const auto tell = [&](const QString &key, int count) {
+        if (count > 0) {
+            parts << countText(key, count);
+        }
+    };
+    tell(QStringLiteral("btVideo"), table.count());
+    tell(QStringLiteral("btVideoDone"), counts[static_cast<size_t>(RowMark::PuceSuccess)]);
+    tell(QStringLiteral("btVideoKept"), counts[static_cast<size_t>(RowMark::PuceKept)]);
+    tell(QStringLiteral("btVideoFailed"), counts[static_cast<size_t>(RowMark::PuceFailure)]);
     return parts.join(QStringLiteral(", "));
 }
 

@@ -30,7 +30,7 @@ public:
     RefusedList *refused() { return m_refused; }
     QPushButton *removeButton() { return m_remove; }
     QPushButton *removeAllButton() { return m_removeAll; }
-    // "12 videos, 3 done, 1 failed"
+    // "12 videos, 3 done, 2 kept, 1 failed"
     QString summary() const;
 
 private:

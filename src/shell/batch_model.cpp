@@ -176,7 +176,9 @@ bool BatchModel::isInProgress(int row) const
 QString BatchModel::sheet(int row) const
 {
     const BatchItem *item = this->item(row);
-    if (item == nullptr || item->resultat != RowMark::PuceSuccess) {
+    const bool hasSheet = item != nullptr && (item->resultat == RowMark::PuceSuccess ||
+                                              item->resultat == RowMark::PuceKept);
+    if (!hasSheet) {
         return {};
     }
     const QString path = stringIn(item->dico, QStringLiteral("dstPathStr"));
@@ -200,6 +202,10 @@ QString BatchModel::statusWords(int row) const
         return localized(QStringLiteral("btCurrent"));
     case RowMark::PuceSuccess:
         return localized(item->isQuick ? QStringLiteral("btDoneQuick") : QStringLiteral("btDone"));
+    case RowMark::PuceKept:
+        return localized(QStringLiteral("btKept"));
+    case RowMark::PuceStopped:
+        return localized(QStringLiteral("btStopped"));
     case RowMark::PuceFailure:
         return localized(QStringLiteral("btFailedWhy")).arg(reasonText(item->reason));
     }
@@ -321,6 +327,10 @@ QString BatchModel::spokenText(int row, int column) const
 QString BatchModel::description(int row, int column) const
 {
     const QString path = shownPath(item(row)->sourcePath());
+    if (item(row)->resultat == RowMark::PuceKept) {
+        return path + QLatin1Char('\n') + statusWords(row) + QStringLiteral(": ") +
+               reasonText(item(row)->reason);
+    }
     return column == Mark || !reason(row).isEmpty() ? path + QLatin1Char('\n') + statusWords(row)
                                                     : path;
 }

@@ -30,11 +30,11 @@ public:
     // Null for a row that the controller's table doesn't have.
     const BatchItem *item(int row) const;
     bool isInProgress(int row) const;
-    // The sheet that the row's last encoding wrote, when it still is there; else empty.
+    // The sheet that the row's last encoding wrote or kept, if it still exists; else empty.
     QString sheet(int row) const;
     // Why a row failed; empty for all others.
     QString reason(int row) const;
-    // "Waiting", "In progress", "Done" or "Failed: why".
+    // "Waiting", "In progress", "Done", "Kept", "Stopped" or "Failed: why".
     QString statusWords(int row) const;
     // The preview fitted into the box of device-independent pixels; null when there is none.
     QPixmap preview(int row, const QSize &box, qreal devicePixelRatio) const;

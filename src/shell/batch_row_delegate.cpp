@@ -14,7 +14,7 @@ namespace
 {
 
 constexpr double captionPoints = 11;
-constexpr int captionLineCount = 4; // a failed row's reason is the fourth
+constexpr int captionLineCount = 4; // why there is no new sheet is the fourth
 constexpr int padding = 6;
 constexpr double previewAspectShown = 16.0 / 9.0;
 constexpr int frameOpacity = 60; // of 255
@@ -247,7 +247,10 @@ void BatchRowDelegate::paintPreview(const Cell &cell) const
 void BatchRowDelegate::paintCaption(const Cell &cell, const BatchItem &item) const
 {
     StyledText lines = captionLines(item.src);
-    if (item.resultat == RowMark::PuceFailure) {
+    const bool madeNoSheet = item.resultat == RowMark::PuceFailure ||
+                             item.resultat == RowMark::PuceKept ||
+                             item.resultat == RowMark::PuceStopped;
+    if (madeNoSheet) {
         lines.append({m_model.statusWords(cell.index.row()), QStringLiteral("silver")});
     }
     const QFont font = captionFont(cell.option.font);

@@ -47,7 +47,7 @@ private:
     void paintChoice(const Cell &cell) const;
 
     const BatchModel &m_model;
-    std::array<QIcon, 4> m_marks; // by RowMark
+    std::array<QIcon, rowMarkCount> m_marks; // by RowMark
 };
 
 } // namespace qv

@@ -23,7 +23,8 @@ namespace
 // So long after the user's last move the table stays as they left it.
 constexpr qint64 patienceMilliseconds = 5000;
 constexpr int rowsShownByWish = 5;
-constexpr int previewStep = 16; // each width has pictures of its own in memory
+constexpr int spareCaptionCharacters = 6; // that a caption can do without
+constexpr int previewStep = 16;           // each width has pictures of its own in memory
 
 std::function<qint64()> steadyClock()
 {
@@ -126,11 +127,12 @@ QSize BatchView::sizeHint() const
 QSize BatchView::minimumSizeHint() const
 {
     const QSize whole = sizeHint();
-    return {whole.width() - m_delegate.columnWidth(BatchModel::Preview, font()) / 2,
-            whole.height() / 2};
+    return {whole.width() - m_delegate.columnWidth(BatchModel::Preview, font()) -
+                fontMetrics().averageCharWidth() * spareCaptionCharacters,
+            horizontalHeader()->sizeHint().height() + BatchRowDelegate::rowHeight(font())};
 }
 
-// Where the window is narrow the previews give way, down to half, before captions are cut off.
+// Where the window is narrow the previews give way before captions are cut off.
 void BatchView::fitPreviews()
 {
     int others = 0;
@@ -139,6 +141,7 @@ void BatchView::fitPreviews()
     }
     const int whole = m_delegate.columnWidth(BatchModel::Preview, font());
     const int free = (viewport()->width() - others) / previewStep * previewStep;
+    setColumnHidden(BatchModel::Preview, free < whole / 2);
     setColumnWidth(BatchModel::Preview, std::clamp(free, whole / 2, whole));
 }
 

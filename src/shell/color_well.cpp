@@ -1,6 +1,7 @@
 #include "shell/color_well.h"
 
 #include "shell/painted_icon_engine.h"
+#include "support/localized_strings.h"
 
 #include <QColorDialog>
 #include <QGuiApplication>
@@ -103,8 +104,9 @@ QSize ColorWell::sizeHint() const
 
 void ColorWell::describe()
 {
-    setToolTip(QStringLiteral("%1, %2 %")
-                   .arg(m_color.name().toUpper(), QString::number(qRound(m_color.alphaF() * 100))));
+    const QString opacity =
+        localized(QStringLiteral("percent")).arg(qRound(m_color.alphaF() * 100));
+    setToolTip(m_color.name().toUpper() + QStringLiteral(", ") + opacity);
     setAccessibleDescription(toolTip());
 }
 

@@ -196,14 +196,12 @@ void Desktop::loadPreferences()
     logLine(QStringLiteral("PREFERENCES         - fin"));
 }
 
-// A folder that is gone is not shown, but for the usual one, which Go makes.
+// Also a folder that is missing: the window says so.
 void Desktop::showDestination()
 {
-    const QString key = QStringLiteral("prefDefautDstPathStr");
-    m_storedDestination = expandTilde(m_preferences.prefReadString(key));
-    const QString usual = expandTilde(PreferencesStore::prefsDefaults().value(key).toString());
-    if (!m_storedDestination.isEmpty() &&
-        (QFileInfo(m_storedDestination).isDir() || m_storedDestination == usual)) {
+    m_storedDestination =
+        expandTilde(m_preferences.prefReadString(QStringLiteral("prefDefautDstPathStr")));
+    if (!m_storedDestination.isEmpty()) {
         m_face->setDestination(m_storedDestination);
     }
 }

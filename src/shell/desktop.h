@@ -5,6 +5,7 @@
 #include "controller/startup.h"
 #include "settings/preferences_store.h"
 #include "shell/desktop_face.h"
+#include "shell/focus_ring.h"
 #include "shell/help_window.h"
 #include "shell/launch_action.h"
 #include "shell/update_window.h"
@@ -98,6 +99,7 @@ private:
     std::unique_ptr<FileChooser> m_chooser;
     WindowMemory m_memory;
     WindowAlerts m_alerts;
+    FocusRing m_focusRing;
     std::unique_ptr<ScratchFolder> m_scratch; // goes last
     PreferencesStore m_preferences;
     MovieTool m_movies;

@@ -13,6 +13,7 @@
 
 #include <QApplication>
 #include <QFileInfo>
+#include <QLocale>
 
 namespace qv
 {
@@ -91,7 +92,7 @@ void DesktopFace::followBatch()
     if (m_state.goPressed != m_batchSeen) {
         m_batchSeen = m_state.goPressed;
         if (m_batchSeen) {
-            m_made = m_failed = 0;
+            m_counts = {};
             m_timeLeft.start();
         } else {
             m_timeLeft.stop();
@@ -159,7 +160,7 @@ void DesktopFace::rowsChanged()
         m_drawer->rowsChanged();
     }
     if (m_controller != nullptr && m_controller->table().isEmpty()) {
-        m_made = m_failed = 0;
+        m_counts = {};
     }
 }
 
@@ -216,10 +217,18 @@ void DesktopFace::leftOut(const QList<LeftOut> &paths, int duplicates)
 
 void DesktopFace::rowFinished(const RowResult &result)
 {
-    if (result.status == RowResult::Status::Made) {
-        ++m_made;
-    } else if (result.status != RowResult::Status::Stopped) {
-        ++m_failed;
+    switch (result.status) {
+    case RowResult::Status::Made:
+        ++m_counts.made;
+        break;
+    case RowResult::Status::Kept:
+        ++m_counts.kept;
+        break;
+    case RowResult::Status::Failed:
+        ++m_counts.failed;
+        break;
+    case RowResult::Status::Stopped:
+        break;
     }
     const int row =
         m_controller == nullptr ? -1 : m_controller->table().indexOfSource(result.source);
@@ -233,19 +242,24 @@ void DesktopFace::rowFinished(const RowResult &result)
 
 QString DesktopFace::batchSummary() const
 {
-    if (m_made + m_failed == 0) {
+    if (m_counts.made + m_counts.kept + m_counts.failed == 0) {
         return {};
     }
-    const QString made = localized(QStringLiteral("sheetsMade")).arg(m_made);
-    return m_failed == 0 ? made
-                         : made + QStringLiteral(" · ") +
-                               localized(QStringLiteral("sheetsFailed")).arg(m_failed);
+    const QLocale numbers(language());
+    QStringList parts{localized(QStringLiteral("sheetsMade")).arg(numbers.toString(m_counts.made))};
+    if (m_counts.kept > 0) {
+        parts << localized(QStringLiteral("sheetsKept")).arg(numbers.toString(m_counts.kept));
+    }
+    if (m_counts.failed > 0) {
+        parts << localized(QStringLiteral("sheetsFailed")).arg(numbers.toString(m_counts.failed));
+    }
+    return parts.join(QStringLiteral(" · "));
 }
 
 void DesktopFace::batchEnded(const QString &message, const QString &folder)
 {
     const QString summary = batchSummary();
-    if (m_made > 0) {
+    if (m_counts.made > 0) {
         m_widgets.workspace.open(folder);
     }
     if (QApplication::activeWindow() == nullptr) {

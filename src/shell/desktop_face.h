@@ -90,8 +90,12 @@ private:
     TimeLeft m_timeLeft;
     bool m_batchSeen = false;
     bool m_drawerSeen = false;
-    int m_made = 0;
-    int m_failed = 0;
+    struct Counts {
+        int made = 0;
+        int kept = 0;
+        int failed = 0;
+    };
+    Counts m_counts; // of the rows that the present or last batch finished
     QList<QStringList> m_waiting;
     QHash<QString, int> m_taken; // by preference
 };

@@ -1,6 +1,6 @@
 #include "shell/destination_field.h"
 
-#include "settings/preferences_store.h"
+#include "controller/destination.h"
 #include "shell/readable.h"
 #include "support/files.h"
 #include "support/localized_strings.h"
@@ -9,6 +9,7 @@
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QGridLayout>
+#include <QHBoxLayout>
 #include <QPushButton>
 #include <QStyle>
 #include <QUrl>
@@ -20,50 +21,29 @@ namespace
 
 constexpr int longestPath = 4096;
 
-QString stateText(FolderState state)
+QString stateText(DestinationState state)
 {
     switch (state) {
-    case FolderState::Usable:
+    case DestinationState::Usable:
         return localized(QStringLiteral("prefFolderUsable"));
-    case FolderState::WillBeMade:
+    case DestinationState::WillBeMade:
         return localized(QStringLiteral("prefFolderWillBeMade"));
-    case FolderState::Missing:
+    case DestinationState::Missing:
         return localized(QStringLiteral("prefFolderMissing"));
-    case FolderState::NoFolder:
+    case DestinationState::NoFolder:
         return localized(QStringLiteral("prefFolderIsNone"));
-    case FolderState::Locked:
+    case DestinationState::Locked:
         break;
     }
     return localized(QStringLiteral("prefFolderLocked"));
 }
 
-bool isGood(FolderState state)
+bool isGood(DestinationState state)
 {
-    return state == FolderState::Usable || state == FolderState::WillBeMade;
-}
-
-// The standard folder is made when the first sheet needs it.
-bool isStandardFolder(const QString &path)
-{
-    const QString standard =
-        PreferencesStore::prefsDefaults().value(QStringLiteral("prefDefautDstPathStr")).toString();
-    return path == standard || path + QLatin1Char('/') == standard;
+    return state == DestinationState::Usable || state == DestinationState::WillBeMade;
 }
 
 } // namespace
-
-FolderState folderState(const QString &path)
-{
-    const QString full = expandTilde(path);
-    const QFileInfo info(full);
-    if (full.isEmpty() || !info.exists()) {
-        return isStandardFolder(full) ? FolderState::WillBeMade : FolderState::Missing;
-    }
-    if (!info.isDir()) {
-        return FolderState::NoFolder;
-    }
-    return info.isWritable() ? FolderState::Usable : FolderState::Locked;
-}
 
 ElidedLabel::ElidedLabel(QWidget *parent) : QLabel(parent)
 {
@@ -107,12 +87,14 @@ DestinationField::DestinationField(QWidget *parent)
     m_mark->setPixmap(style()->standardIcon(QStyle::SP_MessageBoxWarning).pixmap(side));
     auto *grid = new QGridLayout(this);
     grid->setContentsMargins(0, 0, 0, 0);
-    grid->addWidget(m_edit, 0, 0, 1, 3);
-    grid->addWidget(m_choose, 0, 3);
-    grid->addWidget(m_mark, 1, 0);
-    grid->addWidget(m_state, 1, 1);
-    grid->addWidget(m_repeated, 1, 2, 1, 2);
-    grid->setColumnStretch(2, 1);
+    grid->addWidget(m_edit, 0, 0);
+    grid->addWidget(m_choose, 0, 1);
+    auto *state = new QHBoxLayout;
+    state->addWidget(m_mark);
+    state->addWidget(m_state);
+    state->addWidget(m_repeated, 1);
+    grid->addLayout(state, 1, 0, 1, 2);
+    grid->setColumnStretch(0, 1);
     connect(m_edit, &QLineEdit::textChanged, this, &DestinationField::textChanged);
     connect(m_choose, &QPushButton::clicked, this, &DestinationField::chooseFolder);
     check();
@@ -135,14 +117,30 @@ QString DestinationField::warning() const
     return m_mark->isVisibleTo(this) ? m_state->text() : QString();
 }
 
+void DestinationField::showMissing(const QString &savedFolder)
+{
+    m_missing = savedFolder;
+    check();
+}
+
 void DestinationField::check()
 {
-    const FolderState state = folderState(text());
-    m_mark->setVisible(!isGood(state));
-    m_state->setText(stateText(state));
-    m_repeated->setWholeText(text());
-    m_edit->setToolTip(m_repeated->toolTip());
-    m_edit->setAccessibleDescription(m_state->text());
+    if (!m_missing.isNull()) {
+        show(localized(QStringLiteral("prefFolderSavedMissing")), m_missing, true);
+        return;
+    }
+    const DestinationState state = destinationState(text());
+    const bool isUsable = isGood(state);
+    show(stateText(state), isUsable ? sheetFolder(text()) : text(), !isUsable);
+}
+
+void DestinationField::show(const QString &state, const QString &folder, bool isWarning)
+{
+    m_mark->setVisible(isWarning);
+    m_state->setText(state);
+    m_repeated->setWholeText(folder);
+    m_edit->setToolTip(plainToolTip(text()));
+    m_edit->setAccessibleDescription(state + QLatin1Char(' ') + folder);
 }
 
 // A folder dropped onto the field comes as an address.
@@ -152,6 +150,7 @@ void DestinationField::textChanged(const QString &text)
         m_edit->setText(QUrl(text.trimmed()).toLocalFile());
         return;
     }
+    m_missing = QString();
     check();
     Q_EMIT changed();
 }

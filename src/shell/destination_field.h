@@ -29,11 +29,8 @@ private:
     QString m_text;
 };
 
-// What a destination is worth at this moment.
-enum class FolderState { Usable, WillBeMade, Missing, NoFolder, Locked };
-FolderState folderState(const QString &path);
-
-// A folder's path that can be typed, dropped and chosen, and below it whether sheets can go there.
+// A folder's path that can be typed, dropped and chosen, and below it the folder that the sheets go
+// to, or what is wrong with it.
 class DestinationField : public QWidget
 {
     Q_OBJECT
@@ -43,6 +40,10 @@ public:
 
     QString text() const;
     void setText(const QString &text);
+    // Says that the text stands in for a saved folder that is missing, until it is changed; null:
+    // it stands for itself.
+    void showMissing(const QString &savedFolder);
+    QString missing() const { return m_missing; }
     // Looks again whether the folder is there.
     void check();
     QLineEdit *edit() { return m_edit; }
@@ -56,6 +57,9 @@ Q_SIGNALS:
 private:
     void textChanged(const QString &text);
     void chooseFolder();
+    void show(const QString &state, const QString &folder, bool isWarning);
+
+    QString m_missing;
 
     QLineEdit *m_edit;
     QPushButton *m_choose;

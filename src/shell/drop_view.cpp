@@ -19,7 +19,8 @@ namespace qv
 namespace
 {
 
-constexpr int imageSide = 132;
+constexpr int largestImage = 132;
+constexpr int smallestImage = 40; // a smaller one is left out
 constexpr int cornerRadius = 14;
 
 QLabel *makeLabel(const QString &text, QWidget *parent)
@@ -46,6 +47,9 @@ dragNDropView::dragNDropView(QWidget *parent)
     setAccessibleName(QStringLiteral("@@dropCaption"));
     setAccessibleDescription(QStringLiteral("@@dropHint"));
     m_image->setAlignment(Qt::AlignCenter);
+    m_image->setMinimumHeight(0);
+    m_image->setMaximumHeight(largestImage);
+    m_image->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Ignored);
     m_dropHint->setForegroundRole(QPalette::PlaceholderText);
     m_analysisCaption->setForegroundRole(QPalette::PlaceholderText);
     m_actionCaption->setWordWrap(false);
@@ -67,15 +71,15 @@ dragNDropView::dragNDropView(QWidget *parent)
     activity->addStretch();
 
     auto *column = new QVBoxLayout(this);
-    column->setContentsMargins(24, 24, 24, 24);
+    column->setContentsMargins(24, 10, 24, 10);
     column->setSpacing(6);
     column->addStretch();
-    column->addWidget(m_image);
-    column->addSpacing(6);
+    column->addWidget(m_image, largestImage);
     column->addWidget(m_dropCaption);
     column->addWidget(m_dropHint);
     column->addWidget(m_activity);
     column->addStretch();
+    m_image->installEventFilter(this);
     fitFonts();
     show(WindowState());
 }
@@ -91,8 +95,25 @@ void dragNDropView::setImage(const QString &name)
         return;
     }
     m_imageName = name;
+    fitImage();
+}
+
+// Where the window is low the picture gives way to the words.
+void dragNDropView::fitImage()
+{
+    const int side = m_image->height();
     m_image->setPixmap(
-        interfacePicture(name).pixmap(QSize(imageSide, imageSide), devicePixelRatioF()));
+        side < smallestImage
+            ? QPixmap()
+            : interfacePicture(m_imageName).pixmap(QSize(side, side), devicePixelRatioF()));
+}
+
+bool dragNDropView::eventFilter(QObject *watched, QEvent *event)
+{
+    if (watched == m_image && event->type() == QEvent::Resize) {
+        fitImage();
+    }
+    return QWidget::eventFilter(watched, event);
 }
 
 void dragNDropView::show(const WindowState &window)
@@ -189,8 +210,10 @@ void dragNDropView::mouseReleaseEvent(QMouseEvent *event)
 
 void dragNDropView::keyPressEvent(QKeyEvent *event)
 {
-    if (event->key() == Qt::Key_Space || event->key() == Qt::Key_Return ||
-        event->key() == Qt::Key_Enter) {
+    const bool isPlain = (event->modifiers() & ~Qt::KeypadModifier) == Qt::NoModifier;
+    const bool opens = event->key() == Qt::Key_Space || event->key() == Qt::Key_Return ||
+                       event->key() == Qt::Key_Enter;
+    if (isPlain && opens) {
         Q_EMIT openRequested();
         return;
     }

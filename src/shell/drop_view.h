@@ -46,9 +46,11 @@ protected:
     void mouseReleaseEvent(QMouseEvent *event) override;
     void keyPressEvent(QKeyEvent *event) override;
     void changeEvent(QEvent *event) override;
+    bool eventFilter(QObject *watched, QEvent *event) override;
 
 private:
     void setImage(const QString &name);
+    void fitImage();
     void setHovered(bool hovered);
     void fitFonts();
 

@@ -1,5 +1,6 @@
 #include "shell/help_window.h"
 
+#include "shell/screen_fit.h"
 #include "support/bundle.h"
 #include "support/localized_strings.h"
 
@@ -55,7 +56,7 @@ HelpWindow::HelpWindow(QWidget *parent)
     auto *column = new QVBoxLayout(this);
     column->setContentsMargins(0, 0, 0, 0);
     column->addWidget(m_browser);
-    resize(760, 720);
+    resize(QSize(760, 720).boundedTo(largestOnScreen(*this)));
     auto *close = new QShortcut(QKeySequence(Qt::Key_Escape), this);
     connect(close, &QShortcut::activated, this, &QWidget::close);
 }

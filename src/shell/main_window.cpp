@@ -1,6 +1,7 @@
 #include "shell/main_window.h"
 
 #include "shell/interface_pictures.h"
+#include "shell/screen_fit.h"
 
 #include <QCloseEvent>
 #include <QLabel>
@@ -11,21 +12,23 @@
 #include <QVBoxLayout>
 
 #include <algorithm>
+#include <cstdlib>
 
 namespace qv
 {
 namespace
 {
 
+constexpr QSize usualSize(560, 640);
 constexpr int usualDrawerWidth = 560;
-constexpr int smallestDrawerWidth = 320;
 constexpr int noticeMilliseconds = 12'000;
 
 } // namespace
 
 MainWindow::MainWindow(QWidget *parent)
     : QMainWindow(parent), m_dropView(new dragNDropView), m_controls(new BatchControls),
-      m_splitter(new QSplitter(Qt::Horizontal, this)), m_version(new QLabel(this))
+      m_splitter(new QSplitter(Qt::Horizontal, this)), m_version(new QLabel(this)),
+      m_widthAlone(usualSize.width())
 {
     setWindowTitle(QStringLiteral("@@mainWindow"));
     setWindowIcon(interfacePicture(QStringLiteral("quorvantel")));
@@ -45,16 +48,14 @@ MainWindow::MainWindow(QWidget *parent)
     m_version->setContentsMargins(0, 0, 8, 0);
     statusBar()->addPermanentWidget(m_version);
     statusBar()->setSizeGripEnabled(false);
-    resize(sizeHint().expandedTo({560, 640}));
+    resize(sizeHint().expandedTo(usualSize).boundedTo(largestOnScreen(*this)));
 }
 
 void MainWindow::setDrawer(QWidget *drawer)
 {
     m_drawer = drawer;
     m_splitter->addWidget(drawer);
-    m_splitter->setStretchFactor(0, 0);
-    m_splitter->setStretchFactor(1, 1);
-    drawer->setMinimumWidth(smallestDrawerWidth);
+    connect(m_splitter, &QSplitter::splitterMoved, this, [this](int left) { m_leftWidth = left; });
     drawer->hide();
 }
 
@@ -68,37 +69,74 @@ void MainWindow::setDrawerOpen(bool open)
     if (m_drawer == nullptr || open == isDrawerOpen()) {
         return;
     }
-    const bool isFree = !isMaximized() && !isFullScreen();
-    const int left = m_splitter->widget(0)->width();
     if (open) {
-        const int wanted = m_drawerWidth > 0 ? m_drawerWidth : usualDrawerWidth;
-        m_drawer->show();
-        if (isFree) {
-            resize(width() + wanted, height());
-            keepOnScreen();
-        }
-        m_splitter->setSizes({left, std::max(smallestDrawerWidth, width() - left)});
+        showDrawer();
     } else {
-        m_drawerWidth = m_drawer->width();
-        m_drawer->hide();
-        if (isFree) {
-            resize(std::max(minimumSizeHint().width(), width() - m_drawerWidth), height());
-        }
+        hideDrawer();
     }
 }
 
-// The window that grew must not reach beyond the screen.
+void MainWindow::showDrawer()
+{
+    const int alone = width();
+    m_drawer->show();
+    if (hasOwnSize()) {
+        m_widthAlone = alone;
+        resize(alone + (m_drawerWidth > 0 ? m_drawerWidth : usualDrawerWidth), height());
+        keepOnScreen();
+    }
+    shareWidth();
+}
+
+void MainWindow::hideDrawer()
+{
+    const int drawer = m_drawer->width();
+    m_drawer->hide();
+    if (hasOwnSize()) {
+        m_drawerWidth = drawer;
+        // The layouts must know at once that the drawer needs no room any more.
+        m_splitter->refresh();
+        layout()->activate();
+        resize(m_leftWidth.value_or(m_widthAlone), height());
+    }
+}
+
+// What stands beside the drawer is as wide as without it, or as the user dragged it. It gives way
+// to what the drawer would like, down to a comfortable width, and to what it needs.
+void MainWindow::shareWidth()
+{
+    const QWidget *beside = m_splitter->widget(0);
+    const int comfortable = beside->sizeHint().width();
+    const int least = beside->minimumSizeHint().width();
+    const int most = std::max(least, width() - m_drawer->minimumSizeHint().width());
+    const int wanted = m_leftWidth.value_or(std::clamp(
+        width() - m_drawer->sizeHint().width(), comfortable, std::max(comfortable, m_widthAlone)));
+    const int left = std::clamp(wanted, least, most);
+    m_splitter->setSizes({left, width() - left});
+}
+
+void MainWindow::resizeEvent(QResizeEvent *event)
+{
+    QMainWindow::resizeEvent(event);
+    if (isDrawerOpen()) {
+        shareWidth();
+    }
+}
+
+// Neither maximised nor on the full screen.
+bool MainWindow::hasOwnSize() const
+{
+    return !isMaximized() && !isFullScreen();
+}
+
+// A window that grew must not reach beyond the screen.
 void MainWindow::keepOnScreen()
 {
-    const QScreen *where = screen();
-    if (where == nullptr) {
-        return;
+    const QSize fitting = size().boundedTo(largestOnScreen(*this).expandedTo(minimumSizeHint()));
+    if (fitting != size()) {
+        resize(fitting);
     }
-    const QRect available = where->availableGeometry();
-    const int widest = std::max(minimumSizeHint().width(), available.width());
-    if (width() > widest) {
-        resize(widest, height());
-    }
+    const QRect available = screen()->availableGeometry();
     const int beyond = frameGeometry().right() - available.right();
     if (isVisible() && beyond > 0) {
         move(std::max(available.left(), x() - beyond), y());
@@ -132,9 +170,16 @@ void MainWindow::restore(const WindowMemory &memory)
         m_drawer->show();
     }
     restoreGeometry(memory.geometry());
-    if (isDrawerOpen()) {
-        const int drawer = m_drawerWidth > 0 ? m_drawerWidth : usualDrawerWidth;
-        m_splitter->setSizes({std::max(1, width() - drawer), drawer});
+    if (hasOwnSize()) {
+        keepOnScreen();
+    }
+    if (isDrawerOpen() && m_drawerWidth > 0) {
+        shareWidth();
+        const int left = width() - m_drawerWidth;
+        if (std::abs(left - m_splitter->sizes().first()) > m_splitter->handleWidth()) {
+            m_leftWidth = left; // the user dragged it
+            shareWidth();
+        }
     }
     m_controls->setLayoutIndex(memory.layout());
     m_controls->setQuickPictures(memory.wantsQuickPictures());

@@ -7,6 +7,8 @@
 
 #include <QMainWindow>
 
+#include <optional>
+
 class QLabel;
 class QSplitter;
 
@@ -46,11 +48,16 @@ Q_SIGNALS:
 
 protected:
     void closeEvent(QCloseEvent *event) override;
+    void resizeEvent(QResizeEvent *event) override;
     void dragEnterEvent(QDragEnterEvent *event) override;
     void dragLeaveEvent(QDragLeaveEvent *event) override;
     void dropEvent(QDropEvent *event) override;
 
 private:
+    void showDrawer();
+    void hideDrawer();
+    void shareWidth();
+    bool hasOwnSize() const;
     void keepOnScreen();
 
     dragNDropView *m_dropView;
@@ -58,7 +65,10 @@ private:
     QSplitter *m_splitter;
     QWidget *m_drawer = nullptr;
     QLabel *m_version;
-    int m_drawerWidth = 0;
+    // Pixels. 0 and nothing: not known yet.
+    int m_drawerWidth = 0;          // of the window at its own size
+    std::optional<int> m_leftWidth; // of what stands beside the drawer, as the user dragged it
+    int m_widthAlone;               // of the window at its own size without the drawer
 };
 
 } // namespace qv

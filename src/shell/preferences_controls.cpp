@@ -8,6 +8,8 @@
 #include <QFormLayout>
 #include <QGridLayout>
 #include <QGroupBox>
+#include <QScrollArea>
+#include <QScrollBar>
 #include <QVBoxLayout>
 
 #include <array>
@@ -19,18 +21,18 @@ namespace
 
 constexpr int largestCount = 9999;
 constexpr int columnGap = 6;
+constexpr int lowestColumn = 200;
 
 QString waiting(const char *key)
 {
     return QStringLiteral("@@") + QLatin1String(key);
 }
 
-// Alt and the label's letter lead to the control: to its first segment where it has some.
+// Alt and the label's letter lead to the control.
 QLabel *labelFor(QWidget *control, const char *key)
 {
     auto *label = new QLabel(waiting(key));
-    auto *segments = qobject_cast<SegmentedControl *>(control);
-    label->setBuddy(segments == nullptr ? control : segments->findChild<QAbstractButton *>());
+    label->setBuddy(control);
     return label;
 }
 
@@ -118,7 +120,7 @@ void buildBorderSlider(PreferencesControls &controls)
     controls.borderSlider = new QSlider(Qt::Horizontal);
     controls.borderSlider->setObjectName(QStringLiteral("prefBorderSize"));
     controls.borderSlider->setAccessibleName(waiting("prefBorderSizeName"));
-    controls.borderSlider->setRange(0, static_cast<int>(largestBorder / borderStep));
+    controls.borderSlider->setRange(0, static_cast<int>(largestBorderSize / borderStep));
     controls.borderSlider->setPageStep(static_cast<int>(1 / borderStep));
     controls.borderText = new QLabel;
     controls.borderText->setTextFormat(Qt::PlainText);
@@ -254,6 +256,44 @@ QLayout *bottomRow(PreferencesControls &controls)
     return row;
 }
 
+// Scrolls only up and down, and only where the window is too low for its content.
+class ScrolledColumn : public QScrollArea
+{
+public:
+    explicit ScrolledColumn(QWidget *content)
+    {
+        setWidget(content);
+        setWidgetResizable(true);
+        setFrameShape(NoFrame);
+        setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+        setSizePolicy(QSizePolicy::Minimum, QSizePolicy::Expanding);
+        setFocusPolicy(Qt::NoFocus);
+        viewport()->setAutoFillBackground(false);
+        content->setAutoFillBackground(false);
+    }
+    QSize sizeHint() const override { return withBar(widget()->sizeHint()); }
+    QSize minimumSizeHint() const override
+    {
+        const QSize whole = widget()->minimumSizeHint();
+        return withBar({whole.width(), std::min(whole.height(), lowestColumn)});
+    }
+
+protected:
+    bool eventFilter(QObject *watched, QEvent *event) override
+    {
+        if (watched == widget() && event->type() == QEvent::LayoutRequest) {
+            updateGeometry();
+        }
+        return QScrollArea::eventFilter(watched, event);
+    }
+
+private:
+    QSize withBar(const QSize &size) const
+    {
+        return size + QSize(verticalScrollBar()->sizeHint().width(), 0);
+    }
+};
+
 int countTitle(const QComboBox *menu, int item)
 {
     return intValue(menu->itemText(item));
@@ -281,14 +321,16 @@ bool isTickedByPreset(const QString &caption, int preset)
 PreferencesControls buildPreferencesControls(QWidget *window)
 {
     PreferencesControls controls;
-    auto *settings = new QVBoxLayout;
+    auto *column = new QWidget;
+    auto *settings = new QVBoxLayout(column);
+    settings->setContentsMargins(0, 0, 0, 0);
     buildDestination(controls, settings);
     buildSheet(controls, settings);
     buildPictures(controls, settings);
     buildCaptions(controls, settings);
     settings->addStretch();
     auto *grid = new QGridLayout(window);
-    grid->addLayout(settings, 0, 0);
+    grid->addWidget(new ScrolledColumn(column), 0, 0);
     grid->addLayout(previewColumn(controls), 0, 1);
     grid->addLayout(bottomRow(controls), 1, 0, 1, 2);
     grid->setColumnStretch(1, 1);

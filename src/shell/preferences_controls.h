@@ -22,7 +22,6 @@ bool isTickedByPreset(const QString &caption, int preset);
 
 // Points a step of the border's slider.
 inline constexpr double borderStep = 0.5;
-inline constexpr double largestBorder = 10;
 
 // Every control of the preferences, by the key of its setting; the key is its object name, too.
 struct PreferencesControls {

@@ -1,5 +1,6 @@
 #include "shell/preferences_window.h"
 
+#include "shell/screen_fit.h"
 #include "support/localized_strings.h"
 #include "support/log.h"
 
@@ -8,7 +9,6 @@
 #include <QLocale>
 #include <QPushButton>
 #include <QScopedValueRollback>
-#include <QScreen>
 
 #include <algorithm>
 #include <cmath>
@@ -98,8 +98,8 @@ void PreferencesWindow::showStored(const std::optional<QVariantMap> &snapshot)
         prefs2GuiAppky(*this, snapshot.value_or(QVariantMap()));
     }
     m_before = prefs2GuiAppky(*this, std::nullopt);
-    m_standIn =
-        isDestinationMissing(snapshot.value_or(QVariantMap())) ? destinationText() : QString();
+    m_missing = missingDestination(snapshot.value_or(QVariantMap()));
+    m_controls.destination->showMissing(m_missing);
     m_swatch = selectedSegment(colorKey);
     describeCaptions();
     iba_setColor();
@@ -158,8 +158,8 @@ double PreferencesWindow::borderSize() const
 void PreferencesWindow::setBorderSize(double points)
 {
     m_controls.borderSlider->setValue(
-        static_cast<int>(std::lround(std::clamp(points, 0.0, largestBorder) / borderStep)));
-    m_borderSize = std::clamp(points, 0.0, largestBorder);
+        static_cast<int>(std::lround(std::clamp(points, 0.0, largestBorderSize) / borderStep)));
+    m_borderSize = std::clamp(points, 0.0, largestBorderSize);
     showBorderSize();
 }
 
@@ -283,7 +283,7 @@ void PreferencesWindow::iba_menuPref()
     m_before = prefs2GuiAppky(*this, std::nullopt);
     m_controls.destination->edit()->setFocus();
     if (!testAttribute(Qt::WA_Resized)) {
-        resize(sizeHint().boundedTo(screen()->availableSize()));
+        resize(sizeHint().boundedTo(largestOnScreen(*this)));
     }
     open();
 }
@@ -292,8 +292,7 @@ void PreferencesWindow::iba_menuPrefSegmentClose(int segment)
 {
     switch (segment) {
     case resetSegment:
-        showStored(PreferencesStore::prefsDefaults());
-        save();
+        reset();
         break;
     case saveSegment:
         m_store.prefWrite(colorKey, selectedSegment(colorKey));
@@ -320,7 +319,7 @@ void PreferencesWindow::iba_menuPrefClose()
 {
     if (!showsStandIn()) {
         m_store.prefWrite(destinationKey, destinationText());
-        m_standIn.clear();
+        m_missing = QString();
     }
     m_store.prefWrite(presetKey, selectedSegment(presetKey));
     m_store.prefWrite(colorKey, selectedSegment(colorKey));
@@ -336,17 +335,28 @@ void PreferencesWindow::iba_menuPrefClose()
 
 bool PreferencesWindow::showsStandIn() const
 {
-    return !m_standIn.isNull() && destinationText() == m_standIn;
+    return !m_controls.destination->missing().isNull();
+}
+
+// Shown, not saved: the user sees what it would do, and may still cancel.
+void PreferencesWindow::reset()
+{
+    const QVariantMap before = m_before;
+    const QString missing = m_missing;
+    showStored(PreferencesStore::prefsDefaults());
+    m_before = before;
+    m_missing = missing;
 }
 
 void PreferencesWindow::putBack()
 {
     const QVariantMap before = m_before;
-    const QString standIn = m_standIn;
+    const QString missing = m_missing;
     showStored(before);
-    m_standIn = standIn;
     // Also a folder that is gone: it was there before, and it is the user's to change.
     setDestinationText(before.value(destinationKey).toString());
+    m_missing = missing;
+    m_controls.destination->showMissing(m_missing);
     m_before = before;
 }
 

@@ -42,7 +42,8 @@ public:
 
     // Opens the sheet on the main window, unless that has another one open.
     void iba_menuPref();
-    // The button row: cancelSegment, resetSegment (to the defaults, saved at once), saveSegment.
+    // The button row: cancelSegment, resetSegment (shows the defaults; the sheet stays open),
+    // saveSegment.
     void iba_menuPrefSegmentClose(int segment);
     // Writes what must not wait for a whole save (destination, preset, swatch, update box), closes
     // the sheet and looks for a newer version. A stored destination that is missing stays stored
@@ -78,6 +79,7 @@ private:
     void showSheetSize();
     void updatePreview();
     bool showsStandIn() const;
+    void reset();
     void putBack();
     void save();
 
@@ -86,7 +88,7 @@ private:
     int m_swatch = 0;        // the last that was chosen or stored
     double m_borderSize = 0; // the slider has only whole steps
     QVariantMap m_before;    // what cancelling brings back
-    QString m_standIn;       // shown for a stored destination that was missing; else null
+    QString m_missing;       // the stored destination, if it is missing; else null
     bool m_setting = false;  // controls are being set, not used
 };
 

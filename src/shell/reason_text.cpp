@@ -5,7 +5,9 @@
 #include "support/property_list.h"
 
 #include <QHash>
+#include <QLocale>
 #include <QRegularExpression>
+#include <QSet>
 #include <QVector>
 
 #include <algorithm>
@@ -19,6 +21,7 @@ struct Template {
     qsizetype length;
     QRegularExpression english;
     QString translated;
+    QSet<int> amounts; // numbers of the places that hold one, with a unit
 };
 
 struct Table {
@@ -35,6 +38,16 @@ QRegularExpression patternOf(const QString &english)
                               QRegularExpression::DotMatchesEverythingOption);
 }
 
+QSet<int> amountsIn(const QString &english)
+{
+    static const QRegularExpression amount(QStringLiteral("%([1-9]) (s|MB|bytes)\\b"));
+    QSet<int> places;
+    for (auto match = amount.globalMatch(english); match.hasNext();) {
+        places.insert(match.next().captured(1).toInt());
+    }
+    return places;
+}
+
 Table readTable(const QString &path)
 {
     Table table;
@@ -42,8 +55,8 @@ Table readTable(const QString &path)
     const QVariantMap entries = content ? content->toMap() : QVariantMap();
     for (auto entry = entries.begin(); entry != entries.end(); ++entry) {
         if (entry.key().contains(QLatin1Char('%'))) {
-            table.templates.append(
-                {entry.key().size(), patternOf(entry.key()), entry.value().toString()});
+            table.templates.append({entry.key().size(), patternOf(entry.key()),
+                                    entry.value().toString(), amountsIn(entry.key())});
         } else {
             table.whole.insert(entry.key(), entry.value().toString());
         }
@@ -66,9 +79,18 @@ const Table &tableOf(const QString &language)
     return *found;
 }
 
-// Names may hold "%1" themselves, so each place is filled once, from the end.
-QString filled(QString text, const QRegularExpressionMatch &match)
+QString shownAmount(const QString &text)
 {
+    bool isNumber = false;
+    const double number = text.toDouble(&isNumber);
+    return isNumber ? QLocale(language()).toString(number, 'f', QLocale::FloatingPointShortest)
+                    : text;
+}
+
+// Names may hold "%1" themselves, so each place is filled once, from the end.
+QString filled(const Template &known, const QRegularExpressionMatch &match)
+{
+    QString text = known.translated;
     static const QRegularExpression place(QStringLiteral("%([1-9])"));
     auto places = place.globalMatch(text);
     QVector<QRegularExpressionMatch> found;
@@ -76,8 +98,10 @@ QString filled(QString text, const QRegularExpressionMatch &match)
         found.prepend(places.next());
     }
     for (const QRegularExpressionMatch &one : found) {
+        const int number = one.captured(1).toInt();
+        const QString part = match.captured(number);
         text.replace(one.capturedStart(), one.capturedLength(),
-                     reasonText(match.captured(one.captured(1).toInt())));
+                     known.amounts.contains(number) ? shownAmount(part) : reasonText(part));
     }
     return text;
 }
@@ -94,7 +118,7 @@ QString reasonText(const QString &reason)
     for (const Template &known : table.templates) {
         const QRegularExpressionMatch match = known.english.match(reason);
         if (match.hasMatch()) {
-            return filled(known.translated, match);
+            return filled(known, match);
         }
     }
     return reason;

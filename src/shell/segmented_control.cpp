@@ -1,10 +1,13 @@
 #include "shell/segmented_control.h"
 
 #include <QAbstractButton>
+#include <QApplication>
 #include <QHBoxLayout>
 #include <QKeyEvent>
 #include <QPainter>
 #include <QPainterPath>
+
+#include <algorithm>
 
 namespace qv
 {
@@ -13,6 +16,7 @@ namespace
 
 constexpr int cornerRadius = 6;
 constexpr int padding = 12;
+constexpr int smallestPadding = 6;
 constexpr int iconGap = 6;
 constexpr int smallestWidth = 34;
 
@@ -25,6 +29,7 @@ public:
         setFocusPolicy(Qt::StrongFocus);
         setAttribute(Qt::WA_Hover);
         setIconSize({18, 18});
+        setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Fixed);
     }
 
     void setEnds(bool first, bool last)
@@ -43,7 +48,12 @@ public:
         return {std::max(smallestWidth, textWidth + iconWidth + gap + 2 * padding),
                 std::max(metrics.height(), iconSize().height()) + 12};
     }
-    QSize minimumSizeHint() const override { return sizeHint(); }
+    QSize minimumSizeHint() const override
+    {
+        const QSize whole = sizeHint();
+        return {std::max(smallestWidth, whole.width() - 2 * (padding - smallestPadding)),
+                whole.height()};
+    }
 
 protected:
     void paintEvent(QPaintEvent *) override
@@ -54,11 +64,6 @@ protected:
         painter.setPen(QPen(borderColor(), 1));
         painter.setBrush(fillColor());
         painter.drawPath(outline);
-        if (hasFocus()) {
-            painter.setBrush(Qt::NoBrush);
-            painter.setPen(QPen(palette().color(QPalette::Highlight), 2));
-            painter.drawRoundedRect(QRectF(rect()).adjusted(3, 3, -3, -3), 3, 3);
-        }
         drawContent(painter);
     }
 
@@ -72,6 +77,13 @@ protected:
             return;
         }
         QAbstractButton::keyPressEvent(event);
+    }
+
+    // Arrows may have moved the focus away from the selected segment.
+    void focusOutEvent(QFocusEvent *event) override
+    {
+        QAbstractButton::focusOutEvent(event);
+        static_cast<SegmentedControl *>(parentWidget())->placeTabStop();
     }
 
 private:
@@ -154,9 +166,11 @@ SegmentedControl::SegmentedControl(Mode mode, QWidget *parent)
 {
     m_row->setContentsMargins(0, 0, 0, 0);
     m_row->setSpacing(0);
+    setFocusPolicy(Qt::ClickFocus); // by a label's shortcut
     setSizePolicy(QSizePolicy::Maximum, QSizePolicy::Fixed);
     m_group.setExclusive(mode == Mode::SelectOne);
     connect(&m_group, &QButtonGroup::idClicked, this, &SegmentedControl::clicked);
+    connect(&m_group, &QButtonGroup::idToggled, this, &SegmentedControl::placeTabStop);
 }
 
 int SegmentedControl::addSegment(const QString &text, const QIcon &icon, const QString &name)
@@ -170,6 +184,7 @@ int SegmentedControl::addSegment(const QString &text, const QIcon &icon, const Q
     m_row->addWidget(segment);
     setName(index, name);
     updateEnds();
+    placeTabStop();
     return index;
 }
 
@@ -226,6 +241,7 @@ void SegmentedControl::setSegmentEnabled(int segment, bool enabled)
 {
     if (QAbstractButton *button = m_group.button(segment)) {
         button->setEnabled(enabled);
+        placeTabStop();
     }
 }
 
@@ -243,6 +259,35 @@ void SegmentedControl::selectSegment(int segment)
         m_group.setExclusive(false);
         checked->setChecked(false);
         m_group.setExclusive(m_mode == Mode::SelectOne);
+    }
+}
+
+void SegmentedControl::placeTabStop()
+{
+    if (m_mode == Mode::Momentary || isAncestorOf(QApplication::focusWidget())) {
+        return;
+    }
+    const QAbstractButton *stop = tabStop();
+    for (QAbstractButton *segment : m_group.buttons()) {
+        segment->setFocusPolicy(segment == stop ? Qt::StrongFocus : Qt::ClickFocus);
+    }
+}
+
+// The selected segment, or the first one that is enabled; null when there is none.
+QAbstractButton *SegmentedControl::tabStop() const
+{
+    const QList<QAbstractButton *> all = m_group.buttons();
+    QAbstractButton *checked = m_group.checkedButton();
+    const auto stop = std::find_if(all.begin(), all.end(), [&](const QAbstractButton *segment) {
+        return segment->isEnabled() && (checked == nullptr || segment == checked);
+    });
+    return stop == all.end() ? nullptr : *stop;
+}
+
+void SegmentedControl::focusInEvent(QFocusEvent *event)
+{
+    if (QAbstractButton *stop = tabStop()) {
+        stop->setFocus(event->reason());
     }
 }
 

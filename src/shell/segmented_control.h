@@ -35,11 +35,18 @@ public:
     int selectedSegment() const;
     void selectSegment(int segment);
 
+    // Tab enters a selection at its selected segment, commands one by one.
+    void placeTabStop();
+
 Q_SIGNALS:
     // By the user.
     void clicked(int segment);
 
+protected:
+    void focusInEvent(QFocusEvent *event) override;
+
 private:
+    QAbstractButton *tabStop() const;
     void updateEnds();
 
     Mode m_mode;

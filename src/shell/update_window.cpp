@@ -3,6 +3,7 @@
 #include "shell/interface_pictures.h"
 #include "shell/readable.h"
 #include "shell/reason_text.h"
+#include "shell/screen_fit.h"
 #include "support/bundle.h"
 #include "support/localized_strings.h"
 #include "updater/release_notes.h"
@@ -25,8 +26,6 @@ namespace
 constexpr int iconSize = 56;
 constexpr int progressSteps = 1000;
 constexpr qsizetype longestPlainPage = 200'000; // characters
-
-const QString widestAmount = QStringLiteral("000.0 MB of 000.0 MB");
 
 QLabel *plainLabel()
 {
@@ -104,7 +103,7 @@ UpdateWindow::UpdateWindow(QWidget *parent)
     column->addWidget(m_status);
     column->addWidget(m_progress);
     column->addWidget(makeFoot());
-    resize(620, 540);
+    resize(QSize(620, 540).boundedTo(largestOnScreen(*this)));
     connect(m_notes, &NotesBrowser::linkClicked, this, &UpdateWindow::linkClicked);
     connect(m_cancel, &QPushButton::clicked, this, &UpdateWindow::cancelClicked);
     connect(m_buttons, &SegmentedControl::clicked, this, &UpdateWindow::segmentClicked);
@@ -140,7 +139,9 @@ QWidget *UpdateWindow::makeProgress()
     m_amount->setWordWrap(false);
     m_amount->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
     // The bar keeps its length while the numbers change.
-    m_amount->setMinimumWidth(m_amount->fontMetrics().horizontalAdvance(widestAmount));
+    const QString wide = shownSize(888'800'000);
+    const QString widest = localized(QStringLiteral("updateProgress")).arg(wide, wide);
+    m_amount->setMinimumWidth(m_amount->fontMetrics().horizontalAdvance(widest));
     m_cancel->setObjectName(QStringLiteral("updateCancel"));
     m_cancel->setAutoDefault(false);
     row->addWidget(m_bar, 1);

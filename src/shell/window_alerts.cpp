@@ -13,13 +13,6 @@ namespace qv
 namespace
 {
 
-void runEventLoopFor(int milliseconds)
-{
-    QEventLoop loop;
-    QTimer::singleShot(milliseconds, &loop, &QEventLoop::quit);
-    loop.exec();
-}
-
 void dispose(const QPointer<AlertDialog> &dialog)
 {
     if (dialog) {
@@ -34,7 +27,7 @@ void dispose(const QPointer<AlertDialog> &dialog)
 WindowAlerts::WindowAlerts(QWidget *mainWindow) : m_mainWindow(mainWindow)
 {
     setAlertPresenter(this);
-    utilsAlert::setSleeper(runEventLoopFor);
+    utilsAlert::setSleeper([this](int milliseconds) { runEventLoopFor(milliseconds); });
 }
 
 WindowAlerts::~WindowAlerts()
@@ -46,6 +39,17 @@ WindowAlerts::~WindowAlerts()
     }
     for (const Sheet &sheet : m_sheets) {
         delete sheet.dialog;
+    }
+}
+
+void WindowAlerts::runEventLoopFor(int milliseconds)
+{
+    const QPointer<WindowAlerts> self(this);
+    QEventLoop loop;
+    QTimer::singleShot(milliseconds, &loop, &QEventLoop::quit);
+    const bool isRefused = loop.exec() == -1;
+    if (self) {
+        m_isEnding = m_isEnding || isRefused;
     }
 }
 
@@ -73,7 +77,7 @@ int WindowAlerts::runModal(const Alert &alert)
     bringBack();
     const QPointer<WindowAlerts> self(this);
     const QPointer<AlertDialog> dialog = new AlertDialog(alert, owner());
-    int answer = dialog->escapeButton();
+    int answer = alert.buttons.harmless();
     ++m_modals;
     dialog->exec();
     if (dialog && dialog->clickedButton() >= 0) {
@@ -94,7 +98,7 @@ void WindowAlerts::beginSession(const Alert &alert, const QList<int> &codes)
     dialog->setWindowModality(Qt::ApplicationModal);
     dialog->show();
     dialog->activateWindow();
-    m_sessions.push_back({dialog, codes, alert.timeout});
+    m_sessions.push_back({dialog, codes, alert.buttons.harmless(), alert.timeout});
 }
 
 int WindowAlerts::runSession()
@@ -103,7 +107,7 @@ int WindowAlerts::runSession()
     Session &session = m_sessions.back();
     if (!session.dialog || session.dialog->isOver()) {
         const int clicked = session.dialog ? session.dialog->clickedButton() : -1;
-        return session.codes.value(clicked, alertStopped);
+        return session.codes.value(clicked < 0 ? session.harmless : clicked, alertStopped);
     }
     session.dialog->showSecondsLeft(static_cast<int>(std::ceil(session.timeLeft - alertRound / 2)));
     session.timeLeft = std::max(0.0, session.timeLeft - alertRound);
@@ -125,22 +129,40 @@ bool WindowAlerts::suppressionTicked() const
 
 // ---- sheets
 
-void WindowAlerts::beginSheet(const Alert &alert)
+std::deque<WindowAlerts::Sheet>::iterator WindowAlerts::sheetOf(int number)
 {
-    m_sheets.push_back({alert, nullptr});
-    showNextSheet();
+    return std::find_if(m_sheets.begin(), m_sheets.end(),
+                        [number](const Sheet &sheet) { return sheet.number == number; });
 }
 
-void WindowAlerts::endSheet()
+int WindowAlerts::beginSheet(const Alert &alert)
 {
-    auto last = std::find_if(m_sheets.rbegin(), m_sheets.rend(),
-                             [](const Sheet &sheet) { return sheet.isTimed(); });
-    if (last == m_sheets.rend()) {
-        last = m_sheets.rbegin();
+    m_sheets.push_back({++m_lastSheet, alert, nullptr});
+    showNextSheet();
+    return m_lastSheet;
+}
+
+WindowAlerts::SheetState WindowAlerts::runSheet(int number, int secondsLeft)
+{
+    const auto sheet = sheetOf(number);
+    if (m_isEnding || sheet == m_sheets.end()) {
+        return SheetState::Closed;
     }
-    if (last != m_sheets.rend()) {
-        dispose(last->dialog);
-        m_sheets.erase(std::next(last).base());
+    const QWidget *window = owner();
+    const bool isInFront = sheet->dialog && QApplication::activeModalWidget() == sheet->dialog;
+    if (!isInFront || (window != nullptr && window->isMinimized())) {
+        return SheetState::Unseen;
+    }
+    sheet->dialog->showSecondsLeft(secondsLeft);
+    return SheetState::Seen;
+}
+
+void WindowAlerts::endSheet(int number)
+{
+    const auto sheet = sheetOf(number);
+    if (sheet != m_sheets.end()) {
+        dispose(sheet->dialog);
+        m_sheets.erase(sheet);
         showNextSheetLater();
     }
 }
@@ -152,35 +174,18 @@ void WindowAlerts::showNextSheetLater()
 
 void WindowAlerts::showNextSheet()
 {
-    const auto next = std::find_if(m_sheets.begin(), m_sheets.end(),
-                                   [](const Sheet &sheet) { return !sheet.isClosed; });
-    if (next == m_sheets.end() || next->dialog || isQuestionOpen()) {
+    if (m_sheets.empty() || m_sheets.front().dialog || isQuestionOpen()) {
         return;
     }
-    next->dialog = new AlertDialog(next->alert, owner());
-    connect(next->dialog, &QDialog::finished, this,
-            [this, dialog = next->dialog.data()] { sheetClosed(dialog); });
-    next->dialog->setWindowModality(Qt::WindowModal);
-    next->dialog->show();
+    Sheet &next = m_sheets.front();
+    next.dialog = new AlertDialog(next.alert, owner());
+    connect(next.dialog, &QDialog::finished, this,
+            [this, number = next.number] { endSheet(number); });
+    next.dialog->setWindowModality(Qt::WindowModal);
+    next.dialog->show();
     if (QWidget *window = owner()) {
         QApplication::alert(window);
     }
-}
-
-void WindowAlerts::sheetClosed(AlertDialog *dialog)
-{
-    const auto sheet = std::find_if(m_sheets.begin(), m_sheets.end(), [dialog](const Sheet &other) {
-        return other.dialog == dialog;
-    });
-    if (sheet != m_sheets.end()) {
-        dispose(sheet->dialog);
-        if (sheet->isTimed()) {
-            sheet->isClosed = true;
-        } else {
-            m_sheets.erase(sheet);
-        }
-    }
-    showNextSheetLater();
 }
 
 } // namespace qv

@@ -27,9 +27,9 @@ public:
 
     int runModal(const Alert &alert) override;
     // One sheet is seen at a time, and none below a question; the others wait.
-    void beginSheet(const Alert &alert) override;
-    // Closes the last timed sheet when there is one, else the last one, unless its button did.
-    void endSheet() override;
+    int beginSheet(const Alert &alert) override;
+    SheetState runSheet(int sheet, int secondsLeft) override;
+    void endSheet(int sheet) override;
     void beginSession(const Alert &alert, const QList<int> &codes) override;
     int runSession() override;
     void endSession() override;
@@ -39,26 +39,29 @@ private:
     struct Session {
         QPointer<AlertDialog> dialog;
         QList<int> codes;
+        int harmless = 0; // index of the button
         double timeLeft = 0;
     };
     struct Sheet {
+        int number = 0;
         Alert alert;
-        QPointer<AlertDialog> dialog; // once it is seen
-        bool isClosed = false;        // by its button; kept while endSheet is to come
-        bool isTimed() const { return alert.timeout > 0; }
+        QPointer<AlertDialog> dialog; // once it is shown
     };
 
     QWidget *owner() const;
+    void runEventLoopFor(int milliseconds);
     void bringBack();
     void showNextSheet();
     void showNextSheetLater();
-    void sheetClosed(AlertDialog *dialog);
+    std::deque<Sheet>::iterator sheetOf(int number);
     bool isQuestionOpen() const { return m_modals > 0 || !m_sessions.empty(); }
 
     QPointer<QWidget> m_mainWindow;
     int m_modals = 0;
     std::vector<Session> m_sessions; // each one opened while the one before waits
     std::deque<Sheet> m_sheets;      // in the order in which they were begun
+    int m_lastSheet = 0;
+    bool m_isEnding = false; // the application is; its event loops return at once
 };
 
 } // namespace qv

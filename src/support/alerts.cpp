@@ -15,17 +15,23 @@ namespace
 // What a click on the middle one of three buttons stops the session with.
 constexpr int middleButtonCode = 1001;
 
-// Nobody to ask: the alert is a line in the log, and the default button is the answer.
+// Nobody to ask: the alert is a line in the log. Questions get the harmless answer, timed ones
+// that of a time-out.
 class LoggingPresenter : public AlertPresenter
 {
 public:
     int runModal(const Alert &alert) override
     {
         write(alert);
+        return alert.buttons.harmless();
+    }
+    int beginSheet(const Alert &alert) override
+    {
+        write(alert);
         return 0;
     }
-    void beginSheet(const Alert &alert) override { write(alert); }
-    void endSheet() override {}
+    SheetState runSheet(int, int) override { return SheetState::Closed; }
+    void endSheet(int) override {}
     void beginSession(const Alert &alert, const QList<int> &) override { write(alert); }
     int runSession() override { return alertStopped; }
     void endSession() override {}
@@ -56,25 +62,10 @@ void sleepFor(int milliseconds)
     }
 }
 
-Alert makeAlert(const QString &title, const QString &detail, int style)
+AlertStyle alertStyle(int style)
 {
     constexpr int critical = 2;
-    Alert alert;
-    alert.title = alertFormat(title);
-    alert.detail = alertFormat(detail);
-    alert.style = style == critical ? AlertStyle::Critical : AlertStyle::Warning;
-    return alert;
-}
-
-QStringList shownButtons(const QStringList &texts)
-{
-    QStringList shown;
-    for (const QString &text : texts) {
-        if (!text.isEmpty()) {
-            shown.append(text);
-        }
-    }
-    return shown;
+    return style == critical ? AlertStyle::Critical : AlertStyle::Warning;
 }
 
 QList<int> sessionCodes(qsizetype buttons)
@@ -140,6 +131,26 @@ QString answerText(int button, const QStringList &texts)
 
 } // namespace
 
+AlertButtons::AlertButtons(const QStringList &texts, AlertButton harmless)
+{
+    for (qsizetype i = 0; i < texts.size(); ++i) {
+        if (texts.at(i).isEmpty()) {
+            continue;
+        }
+        if (i == static_cast<int>(harmless)) {
+            m_harmless = static_cast<int>(m_texts.size());
+        }
+        m_texts.append(texts.at(i));
+    }
+}
+
+Alert::Alert(QString titleFormat, QString detailFormat, AlertStyle alertStyle,
+             AlertButtons alertButtons)
+    : title(std::move(titleFormat)), detail(std::move(detailFormat)), style(alertStyle),
+      buttons(std::move(alertButtons))
+{
+}
+
 QString Alert::shownText(const QString &format)
 {
     QString text = format;
@@ -165,7 +176,8 @@ QString alertFormat(const QString &text)
 
 int alertReport(const QString &title, const QString &detail, int style, AlertPlace place)
 {
-    const Alert alert = makeAlert(title, detail, style);
+    const Alert alert(alertFormat(title), alertFormat(detail), alertStyle(style),
+                      AlertButtons::ok());
     if (place == AlertPlace::ApplicationModal) {
         return alertPresenter().runModal(alert);
     }
@@ -176,26 +188,26 @@ int alertReport(const QString &title, const QString &detail, int style, AlertPla
 bool alertConfirms(const QString &title, const QString &detail, const QString &confirm,
                    const QString &refuse)
 {
-    Alert question = makeAlert(title, detail, 0);
-    question.buttons = {confirm, refuse};
+    const Alert question(alertFormat(title), alertFormat(detail), AlertStyle::Warning,
+                         {{confirm, refuse}, AlertButton::Alternate});
     return alertPresenter().runModal(question) == 0;
 }
 
 utilsAlert::Answer utilsAlert::timedQuestion(const QString &title, const QString &message,
                                              int style, const QString &defaultText,
                                              const QString &alternateText, const QString &otherText,
-                                             double timeout, const QString &suppressionText)
+                                             double timeout, const QString &suppressionText,
+                                             AlertButton harmless)
 {
     constexpr double usualTimeout = 10.0;
     const QStringList texts{defaultText, alternateText, otherText};
-    Alert alert = makeAlert(title, message, style);
-    alert.buttons = shownButtons(texts);
+    Alert alert(alertFormat(title), alertFormat(message), alertStyle(style), {texts, harmless});
     alert.hasSuppression = !suppressionText.isNull();
     alert.suppressionTitle = alertFormat(suppressionText);
     alert.timeout = timeout == 0.0 ? usualTimeout : timeout;
 
     AlertPresenter &presenter = alertPresenter();
-    presenter.beginSession(alert, sessionCodes(alert.buttons.size()));
+    presenter.beginSession(alert, sessionCodes(alert.buttons.texts().size()));
     const int code = runSessionFor(alert.timeout);
     const bool isSuppressed = alert.hasSuppression && presenter.suppressionTicked();
     presenter.endSession();
@@ -209,20 +221,27 @@ void utilsAlert::timedSheet(const QString &title, const QString &message,
                             const QString &defaultText, const QString &alternateText,
                             const QString &otherText, int seconds)
 {
+    using SheetState = AlertPresenter::SheetState;
     constexpr int roundMilliseconds = 1000;
-    Alert alert = makeAlert(title, message, 0);
-    alert.buttons = shownButtons({defaultText, alternateText, otherText});
+    Alert alert(alertFormat(title), alertFormat(message), AlertStyle::Warning,
+                {{defaultText, alternateText, otherText}, AlertButton::Default});
     alert.timeout = seconds + 1;
-    alertPresenter().beginSheet(alert);
+    const int sheet = alertPresenter().beginSheet(alert);
     logLine(QStringLiteral("giveUpAfterSeconds : %1").arg(seconds));
-    for (int i = 0; i <= seconds; ++i) {
+    for (int i = 0; i <= seconds;) {
+        const SheetState state = alertPresenter().runSheet(sheet, seconds + 1 - i);
+        if (state == SheetState::Closed) {
+            break;
+        }
         sleepFor(roundMilliseconds);
-        logLine(QStringLiteral("i = %1").arg(i));
+        if (state == SheetState::Seen) {
+            logLine(QStringLiteral("i = %1").arg(i++));
+        }
     }
-    alertPresenter().endSheet();
+    alertPresenter().endSheet(sheet);
 }
 
-void utilsAlert::alertDidEnd(int returnCode)
+void utilsAlert::alertDidEnd(int sheet, int returnCode)
 {
     constexpr int firstButton = 1000;
     if (returnCode == firstButton) {
@@ -232,7 +251,7 @@ void utilsAlert::alertDidEnd(int returnCode)
     if (returnCode != 0) {
         logLine(QStringLiteral("returnCode:%1").arg(returnCode));
     }
-    alertPresenter().endSheet();
+    alertPresenter().endSheet(sheet);
 }
 
 void utilsAlert::setSleeper(std::function<void(int milliseconds)> newSleeper)

@@ -36,6 +36,7 @@ const std::vector<WrongLine> wrongLines{
     {{"sheet", "--border-color", "0,b,0,1", "a.mp4"}, "from 0 to 1"},
     {{"sheet", "--\033[2J", "a.mp4"}, "\\x1b[2J"},
     {{"sheet", "--border-size", "nan", "a.mp4"}, "border size"},
+    {{"sheet", "--border-size", "10.5", "a.mp4"}, "from 0 to 10"},
     {{"sheet", "--hang-timeout", "inf", "a.mp4"}, "time-out"},
     {{"sheet", "--jobs", "0", "a.mp4"}, "number of jobs '0'"},
     {{"sheet", "--shard", "0/4", "a.mp4"}, "shard '0/4'"},

@@ -27,8 +27,13 @@ public:
         take(alert);
         return m_current.button;
     }
-    void beginSheet(const qv::Alert &alert) override { shown.append(alert); }
-    void endSheet() override {}
+    int beginSheet(const qv::Alert &alert) override
+    {
+        shown.append(alert);
+        return 0;
+    }
+    SheetState runSheet(int, int) override { return SheetState::Closed; }
+    void endSheet(int) override {}
     void beginSession(const qv::Alert &alert, const QList<int> &codes) override
     {
         take(alert);

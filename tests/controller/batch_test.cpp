@@ -89,8 +89,19 @@ TEST_F(BatchTest, GoNeedsRowsAndAFolderToWriteInto)
     }
     EXPECT_EQ(m_presenter.countOf(alert), 3);
     EXPECT_EQ(m_face.folderChoices, 3);
-    EXPECT_FALSE(m_controller->window().goPressed);
+    m_face.chosenFolder = path("out");
+    m_face.destinationText = path("missing");
+    m_controller->iba_batchGoBt();
+    EXPECT_FALSE(isEncoding()) << "choosing a folder is no Go";
 
+    writeFile(path("out/Quorvantel"), "a file in the way");
+    m_controller->iba_batchGoBt();
+    EXPECT_FALSE(isEncoding());
+    EXPECT_EQ(m_presenter.countOf(localized("destinationUnwritable")), 1);
+    EXPECT_TRUE(m_face.results.isEmpty()) << "no row failed over it";
+    QFile::remove(path("out/Quorvantel"));
+
+    m_face.destinationText.clear();
     m_face.defaultText = path("out");
     ASSERT_TRUE(encode());
     EXPECT_EQ(results(), QStringList{"made a.mp4"});
@@ -112,6 +123,7 @@ TEST_F(BatchTest, ADropPausesTheBatchUntilItIsAnalysed)
     m_controller->draggedFiles(sources({"late.mp4"}));
     EXPECT_TRUE(m_log.contains("process             : suspend"));
     EXPECT_FALSE(m_controller->window().stop.enabled);
+    EXPECT_TRUE(m_controller->window().stop.waitsForAnalysis);
     ASSERT_TRUE(waitForGate());
     EXPECT_EQ(rows(), (QStringList{"1 picture-slow.mp4", "2 late.mp4"}));
     EXPECT_TRUE(m_controller->window().stop.enabled && m_controller->window().stop.offersPause());

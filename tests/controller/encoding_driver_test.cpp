@@ -133,7 +133,7 @@ TEST_F(EncodingTest, AnExistingSheetIsKeptOrReplacedAsAnswered)
             for (int i = 0; i < 2; ++i) {
                 const bool kept = row.expected[i].startsWith("kept");
                 EXPECT_EQ(contentOf(sheet(i == 0 ? "a" : "b")) == "old", kept);
-                EXPECT_EQ(markOf(i), kept ? RowMark::PuceFailure : RowMark::PuceSuccess);
+                EXPECT_EQ(markOf(i), kept ? RowMark::PuceKept : RowMark::PuceSuccess);
             }
             EXPECT_EQ(filesInOut(), (QStringList{"a.jpg", "b.jpg"}));
             expectIdle();
@@ -171,7 +171,7 @@ TEST_F(EncodingTest, StopEndsTheBatchInWhateverStepItComes)
         if (!run.isEmpty()) {
             EXPECT_EQ(runs().count(run), 1) << "no other attempt at it";
             EXPECT_EQ(results(), QStringList{"stopped " + name});
-            EXPECT_EQ(markOf(0), RowMark::PuceCurrent) << "as it was";
+            EXPECT_EQ(markOf(0), RowMark::PuceStopped);
         }
         expectIdle();
     }
@@ -189,6 +189,7 @@ TEST_F(EncodingTest, AStopBetweenTwoRowsTellsNoRowTwice)
         m_face.onRowFinished = stopping;
         ASSERT_TRUE(encode());
         EXPECT_EQ(results(), QStringList{"made a.mp4"});
+        EXPECT_EQ(m_face.ends.last(), "stopped");
         EXPECT_EQ(filesInOut(), QStringList{"a.jpg"});
         expectIdle();
         QFile::remove(sheet("a"));
@@ -197,6 +198,34 @@ TEST_F(EncodingTest, AStopBetweenTwoRowsTellsNoRowTwice)
     m_face.results.clear();
     ASSERT_TRUE(encode());
     EXPECT_EQ(results(), (QStringList{"made a.mp4", "made b.mp4"})) << "the next batch is whole";
+}
+
+TEST_F(EncodingTest, WhatComesAfterAStopDoesNotReachTheNextBatch)
+{
+    ASSERT_TRUE(admit({"a.mp4", "b.mp4"}));
+    const std::function<void()> late[] = {
+        [this] { m_controller->iba_taskStopBt(StopControl::pauseSegment); },
+        [this] { m_controller->draggedFiles(sources({"late.mp4"})); },
+    };
+    for (const auto &comesLate : late) {
+        QFile::remove(sheet("a"));
+        m_face.results.clear();
+        m_face.onWindow = [&] {
+            if (QFileInfo::exists(path("out/Quorvantel/a/sheet"))) { // it is being drawn
+                m_face.onWindow = nullptr;
+                m_controller->iba_taskStopBt(StopControl::stopSegment);
+                comesLate();
+            }
+        };
+        ASSERT_TRUE(encode());
+        EXPECT_EQ(results(), QStringList{"made a.mp4"});
+        ASSERT_TRUE(waitForGate());
+        EXPECT_TRUE(m_controller->window().stop.offersPause());
+    }
+    QFile::remove(sheet("a"));
+    m_face.results.clear();
+    ASSERT_TRUE(encode());
+    EXPECT_EQ(results(), (QStringList{"made a.mp4", "made b.mp4", "made late.mp4"}));
 }
 
 TEST_F(EncodingTest, APauseBetweenTwoRowsHoldsTheNextOneBack)

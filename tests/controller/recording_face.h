@@ -19,6 +19,7 @@ public:
     int thumbnails = 3;
     bool quick = false;
     QStringList chosenSources;
+    QString chosenFolder;
 
     QMultiHash<QString, QString> skipped; // each source's reason by its name
     QList<qv::RowResult> results;
@@ -84,6 +85,6 @@ public:
     void chooseDestination() override
     {
         ++folderChoices;
-        destinationText.clear();
+        destinationText = chosenFolder;
     }
 };

@@ -55,6 +55,7 @@ TEST_F(ShutdownTest, QuittingABatchLeavesNoToolAndNoStills)
     startHangingBatch();
     m_controller->tasklauncherSuspend();
     EXPECT_TRUE(m_controller->iba_menuQuit());
+    EXPECT_FALSE(m_log.contains("analysis stop       = 1")) << "nothing was analysed";
     expectNothingLeft();
 }
 

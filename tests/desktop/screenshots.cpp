@@ -93,6 +93,8 @@ struct Photographer {
                 if (auto *field = qobject_cast<QLineEdit *>(widget)) {
                     const QSignalBlocker quiet(field);
                     field->setText(field->text().replace(from, to));
+                } else if (auto *elided = qobject_cast<ElidedLabel *>(widget)) {
+                    elided->setWholeText(elided->wholeText().replace(from, to));
                 } else if (auto *label = qobject_cast<QLabel *>(widget)) {
                     label->setText(label->text().replace(from, to));
                 } else if (auto *text = qobject_cast<QTextEdit *>(widget);
@@ -153,6 +155,8 @@ bool takeAll(const Photographer &camera, const QStringList &clips)
     Desktop &desktop = camera.desktop;
     MainWindow &window = desktop.window();
     appDelegate &controller = desktop.controller();
+    // The platform's small screen would shrink the windows.
+    window.resize(560, 640);
     camera.take(QStringLiteral("start"), window);
 
     desktop.openPaths(clips);
@@ -170,6 +174,7 @@ bool takeAll(const Photographer &camera, const QStringList &clips)
 
     desktop.preferencesWindow().iba_menuPref();
     waitFor("the preferences", [&] { return desktop.preferencesWindow().isVisible(); });
+    desktop.preferencesWindow().resize(desktop.preferencesWindow().sizeHint());
     waitUntil([] { return false; }, 600); // the preview is drawn a little later
     camera.take(QStringLiteral("preferences"), desktop.preferencesWindow());
     desktop.preferencesWindow().iba_menuPrefSegmentClose(0);
@@ -190,6 +195,7 @@ bool takeAll(const Photographer &camera, const QStringList &clips)
     takeWithDialog(camera, QStringLiteral("question"), window);
     controller.iba_taskStopBt(StopControl::stopSegment);
     desktop.helpWindow().open();
+    desktop.helpWindow().resize(760, 720);
     camera.take(QStringLiteral("help"), desktop.helpWindow());
     desktop.helpWindow().close();
     offerUpdate(desktop.updateWindow());

@@ -10,6 +10,8 @@
 
 #include <gtest/gtest.h>
 
+#include <future>
+
 using namespace qv;
 
 namespace
@@ -193,6 +195,27 @@ TEST(HungTool, IsNotOneThatComputesOrPrintsNowAndThen)
     EXPECT_EQ(run(played({"spin=900", "out=done"})), "done");
     EXPECT_EQ(run(played({"out=1", "sleep=200", "out=2", "sleep=200", "out=3"})), "123");
     EXPECT_EQ(taskWithStr("for i in 1 2 3; do printf $i; sleep .2; done", {}), "123");
+}
+
+TEST(Cancellation, EndsOnlyTheRunsOfItsOwnWork)
+{
+    const auto begin = [](const Cancellation &cancellation, bool isShell) {
+        return std::async(std::launch::async, [cancellation, isShell] {
+            const CancellableRuns runs(cancellation);
+            return isShell ? taskBloquante::verbose({"sleep 30"}) : run({"/bin/sleep", "30"});
+        });
+    };
+    Cancellation other;
+    auto untouched = begin(other, false);
+    for (const bool isShell : {false, true}) {
+        Cancellation cancellation;
+        auto work = begin(cancellation, isShell);
+        cancellation.cancel();
+        EXPECT_EQ(work.wait_for(std::chrono::seconds(20)), std::future_status::ready);
+    }
+    EXPECT_EQ(untouched.wait_for(std::chrono::milliseconds(300)), std::future_status::timeout);
+    other.cancel();
+    EXPECT_EQ(untouched.wait_for(std::chrono::seconds(20)), std::future_status::ready);
 }
 
 TEST(Interrupt, EndsBlockingRunsEvenOfAToolThatNeverStopsPrinting)

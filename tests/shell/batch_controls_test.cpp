@@ -2,6 +2,7 @@
 
 #include "common/test_bundle.h"
 #include "common/test_files.h"
+#include "shell/focus_ring.h"
 #include "shell/readable.h"
 #include "shell/segmented_control.h"
 #include "shell/time_left.h"
@@ -74,17 +75,21 @@ TEST_F(BatchControlsTest, ShowsABatchAndItsPause)
     EXPECT_TRUE(go->isEnabled());
     EXPECT_FALSE(stop->isVisible());
 
+    m_controls->activateWindow();
+    go->setFocus();
     state.goPressed = true;
     state.stepCaption = "Picture 3/15";
     state.stepValue = 3;
     state.stepMaximum = 15;
-    state.encoding.actionCaption = QString(300, 'x');
+    state.encoding.actionCaption = QString("<b>clip</b>").repeated(60);
     m_controls->show(state);
     EXPECT_FALSE(go->isEnabled());
+    EXPECT_EQ(m_controls->focusWidget(), segment(stop, 0)) << "and no other part of the window";
     EXPECT_EQ(find<QLabel>("stepCaption")->text(), "Picture 3/15");
     EXPECT_EQ(find<QProgressBar>("stepBar")->value(), 200);
     EXPECT_FALSE(find<QProgressBar>("taskProgress")->isVisible());
     EXPECT_TRUE(find<QLabel>("taskProgressActionStr")->text().contains(QChar(0x2026)));
+    EXPECT_TRUE(find<QLabel>("taskProgressActionStr")->toolTip().contains("&lt;b&gt;clip"));
     EXPECT_LE(m_controls->minimumSizeHint().width(), 600)
         << "a long name must not widen the window";
 
@@ -97,6 +102,12 @@ TEST_F(BatchControlsTest, ShowsABatchAndItsPause)
     m_controls->show(state);
     EXPECT_EQ(stop->name(0), "Resume");
     EXPECT_EQ(find<QLabel>("taskProgressActionStr")->text(), "Paused");
+    state.stop.waitsForAnalysis = true;
+    m_controls->show(state);
+    EXPECT_EQ(find<QLabel>("taskProgressActionStr")->text(), localized("pausedForVideos"));
+    state.goPressed = false;
+    m_controls->show(state);
+    EXPECT_EQ(m_controls->focusWidget(), go);
 }
 
 TEST_F(BatchControlsTest, IsWalkedByTabFromTopToBottom)
@@ -107,6 +118,7 @@ TEST_F(BatchControlsTest, IsWalkedByTabFromTopToBottom)
     m_controls->activateWindow();
     ASSERT_TRUE(QTest::qWaitForWindowActive(m_controls.get()));
     find<QLineEdit>("destinationField")->setFocus();
+    const FocusRing ring;
     QPoint last;
     for (int steps = 0; m_controls->focusWidget() != find<QPushButton>("goBt"); ++steps) {
         ASSERT_LT(steps, 12);
@@ -115,6 +127,24 @@ TEST_F(BatchControlsTest, IsWalkedByTabFromTopToBottom)
         EXPECT_TRUE(place.y() > last.y() + 12 || place.x() > last.x())
             << m_controls->focusWidget()->metaObject()->className();
         last = place;
+        EXPECT_EQ(ring.framed(), m_controls->focusWidget()) << "the focus is seen";
+        const auto *button = qobject_cast<QAbstractButton *>(m_controls->focusWidget());
+        const bool isSegment =
+            button != nullptr && qobject_cast<SegmentedControl *>(button->parent()) != nullptr;
+        EXPECT_TRUE(!isSegment || button->isChecked()) << "a choice is entered where it stands";
+    }
+    QTest::mouseClick(find<QPushButton>("selectFolderBt"), Qt::LeftButton);
+    EXPECT_EQ(ring.framed(), nullptr);
+}
+
+TEST_F(BatchControlsTest, SaysWhatIsWrongWithTheDestination)
+{
+    const QTemporaryDir folder;
+    auto *warning = find<QLabel>("destinationWarning");
+    for (const bool isThere : {false, true}) {
+        m_controls->setDestination(folder.filePath(isThere ? "" : "disk"));
+        EXPECT_EQ(warning->isVisible(), !isThere);
+        EXPECT_EQ(warning->text(), isThere ? QString() : localized("destinationMissing"));
     }
 }
 
@@ -125,15 +155,6 @@ TEST_F(BatchControlsTest, ElidesALongDestinationButKeepsIt)
     EXPECT_EQ(m_controls->destination(), path);
     EXPECT_LT(find<QLineEdit>("destinationField")->text().size(), 200);
     EXPECT_EQ(find<QLineEdit>("destinationField")->toolTip(), plainToolTip(path));
-}
-
-TEST_F(BatchControlsTest, NamesThatLookLikeMarkupAreShownAsTheyAre)
-{
-    WindowState window;
-    window.encoding.actionCaption = QString("<b>clip</b>").repeated(60);
-    m_controls->show(window);
-    const QString tip = find<QLabel>("taskProgressActionStr")->toolTip();
-    EXPECT_TRUE(tip.contains("&lt;b&gt;clip")) << qPrintable(tip.left(100));
 }
 
 TEST(TimeLeftTest, FollowsTheSpeedAndLeavesPausesOut)

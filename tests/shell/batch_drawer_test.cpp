@@ -121,7 +121,7 @@ TEST_F(BatchDrawerTest, KeysButtonsAndMenuRemoveTheSelectedRows)
         EXPECT_EQ(rows().mid(1), rows().mid(rows().size() - 2));
         EXPECT_EQ(row(1).order, 2);
     }
-    m_presenter.answers = {{1, false}, {0, false}};
+    m_presenter.answers = {{0, false}, {1, false}}; // the time-out's answer is the first
     QTest::mouseClick(m_drawer->removeAllButton(), Qt::LeftButton);
     EXPECT_EQ(table().count(), 3) << "all are asked about";
     item(*batchMenu(view()), localized("btRemoveAll"))->trigger();

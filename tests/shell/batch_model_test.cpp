@@ -151,6 +151,8 @@ TEST_F(BatchModelTest, SaysInWordsWhatIsWithARow)
     EXPECT_EQ(text(model, 1, BatchModel::Mark, Qt::AccessibleTextRole), "In progress");
     EXPECT_EQ(text(model, 2, BatchModel::Mark, Qt::AccessibleTextRole), "Done");
     EXPECT_EQ(text(model, 3, BatchModel::Mark, Qt::AccessibleTextRole), "Waiting");
+    row(3).resultat = RowMark::PuceStopped;
+    EXPECT_EQ(text(model, 3, BatchModel::Mark, Qt::AccessibleTextRole), "Stopped");
     row(2).isQuick = true;
     EXPECT_TRUE(text(model, 2, BatchModel::Mark, Qt::ToolTipRole).contains("quick pictures"));
     for (int column = 0; column < BatchModel::ColumnCount; ++column) {
@@ -170,7 +172,8 @@ TEST_F(BatchModelTest, ASheetCountsOnlyWhileItIsThere)
     EXPECT_EQ(model.sheet(-1), "");
     row(0).resultat = RowMark::Puce;
     EXPECT_EQ(model.sheet(0), "") << "it is being made anew";
-    row(0).resultat = RowMark::PuceSuccess;
+    row(0).resultat = RowMark::PuceKept;
+    EXPECT_EQ(model.sheet(0), sheet);
     QFile::remove(sheet);
     EXPECT_EQ(model.sheet(0), "");
 }

@@ -6,6 +6,7 @@
 #include <QClipboard>
 #include <QLabel>
 #include <QPushButton>
+#include <QScrollBar>
 #include <QTest>
 
 using namespace qv;
@@ -22,13 +23,14 @@ TEST_F(DesktopTest, StartsWithStoredSettingsAndWithoutTheStateOfARunBefore)
     before.prefWrite("processEncDico", 1);
     before.prefWrite("NSNavLastRootDirectory", "kept");
     before.prefWrite("prefLimitMed", 21);
+    before.prefWrite("prefDefautDstPathStr", path("unmounted disk"));
     before.synchronize();
 
     ASSERT_TRUE(start());
     EXPECT_FALSE(m_desktop->preferences().prefRead("processEncDico").isValid());
     EXPECT_TRUE(m_desktop->preferences().prefRead("NSNavLastRootDirectory").isValid());
     EXPECT_EQ(m_desktop->window().controls().thumbnailCount(1), 21);
-    EXPECT_EQ(m_desktop->window().controls().destination(), QDir::homePath() + "/Movies/");
+    EXPECT_EQ(m_desktop->window().controls().destination(), path("unmounted disk"));
     EXPECT_EQ(find<QLabel>("versionField")->text(), Bundle::main().version());
     EXPECT_FALSE(find<QPushButton>("goBt")->isEnabled());
     EXPECT_TRUE(fileExists(temporaryFolder() + "/app.app"));
@@ -71,6 +73,12 @@ TEST_F(DesktopTest, LeavesNoTextUntranslatedAndCutsNoneOff)
         m_desktop->window().setDrawerOpen(true);
         m_desktop->preferencesWindow().iba_menuPref();
         QCoreApplication::processEvents();
+        for (QWidget *window : {static_cast<QWidget *>(&m_desktop->window()),
+                                static_cast<QWidget *>(&m_desktop->preferencesWindow())}) {
+            const QSize least = window->minimumSizeHint();
+            EXPECT_LE(least.width(), 800) << "half of 1600 x 1000 pixels, with a frame";
+            EXPECT_LE(least.height(), 470);
+        }
         for (QWidget *widget : QApplication::allWidgets()) {
             QString text = widget->toolTip() + widget->accessibleName() + widget->windowTitle();
             for (const char *property : {"text", "title", "placeholderText"}) {
@@ -116,6 +124,12 @@ TEST_F(DesktopTest, MakesSheetsOfWhatIsDropped)
     EXPECT_TRUE(fileExists(folder + "/two.jpg"));
     EXPECT_TRUE(m_workspace->opened.contains(folder));
     EXPECT_TRUE(waitUntil([this] { return m_presenter->countOf(localized("D_fin_GUI")) == 1; }));
+    QFile::remove(folder + "/two.jpg");
+    controller().iba_batchGoBt();
+    ASSERT_TRUE(waitForEnd());
+    EXPECT_TRUE(waitUntil(
+        [this] { return find<QLabel>("batchCaption")->text() == "Sheets made: 1 · kept: 1"; }));
+    EXPECT_EQ(m_desktop->drawer().summary(), "2 videos, 1 done, 1 kept");
     rmCocoa(folder);
 }
 
@@ -131,6 +145,21 @@ TEST_F(DesktopTest, KeepsRefusedSourcesInSightWhenTheRowsGo)
         ASSERT_TRUE(waitUntil([&] { return !go->isEnabled(); }));
         EXPECT_EQ(m_desktop->window().isDrawerOpen(), refuses);
     }
+}
+
+TEST_F(DesktopTest, TheListComesBackWholeInAMaximisedWindow)
+{
+    ASSERT_TRUE(start());
+    MainWindow &window = m_desktop->window();
+    window.setDrawerOpen(true);
+    window.showMaximized();
+    for (const bool isOpen : {false, true}) {
+        QCoreApplication::processEvents();
+        window.setDrawerOpen(isOpen);
+    }
+    QCoreApplication::processEvents();
+    EXPECT_EQ(m_desktop->drawer().view()->horizontalScrollBar()->maximum(), 0);
+    EXPECT_GE(m_desktop->drawer().width(), m_desktop->drawer().minimumSizeHint().width());
 }
 
 TEST_F(DesktopTest, RemembersWhetherPicturesAreTakenQuickly)

@@ -107,6 +107,7 @@ TEST_F(DropViewTest, OpensAChooserByMouseAndKeyboardAndStopsAnAnalysis)
     QTest::mouseClick(&m_view, Qt::LeftButton);
     QTest::keyClick(&m_view, Qt::Key_Space);
     QTest::keyClick(&m_view, Qt::Key_Return);
+    QTest::keyClick(&m_view, Qt::Key_Return, Qt::ControlModifier); // makes the sheets
     EXPECT_EQ(opened.size(), 3);
 
     WindowState busy;

@@ -168,15 +168,19 @@ TEST_F(PreferencesWindowTest, EachButtonEndsTheSheetInItsOwnWay)
     changeAll();
     const QVariantMap changed = values();
 
+    constexpr int cancel = PreferencesWindow::cancelSegment;
+    constexpr int reset = PreferencesWindow::resetSegment;
+    constexpr int save = PreferencesWindow::saveSegment;
     const struct {
-        int segment;
+        QList<int> segments;
         bool changed;
         QVariantMap expected;
         int saves;
-    } rows[] = {{PreferencesWindow::cancelSegment, true, stored(), 0},
-                {PreferencesWindow::saveSegment, false, stored(), 1},
-                {PreferencesWindow::saveSegment, true, changed, 1},
-                {PreferencesWindow::resetSegment, true, PreferencesStore::prefsDefaults(), 1}};
+    } rows[] = {{{cancel}, true, stored(), 0},
+                {{save}, false, stored(), 1},
+                {{save}, true, changed, 1},
+                {{reset, cancel}, true, stored(), 0},
+                {{reset, save}, true, PreferencesStore::prefsDefaults(), 1}};
     for (const auto &row : rows) {
         m_window.showStored(stored());
         m_store.prefsWriteAll(stored());
@@ -185,9 +189,12 @@ TEST_F(PreferencesWindowTest, EachButtonEndsTheSheetInItsOwnWay)
         if (row.changed) {
             changeAll();
         }
-        click(controls().buttons, row.segment);
-        EXPECT_EQ(values(), row.expected) << row.segment;
-        EXPECT_EQ(m_store.prefsSnapshot(), row.expected) << row.segment;
+        for (const int segment : row.segments) {
+            EXPECT_TRUE(m_window.isVisible());
+            click(controls().buttons, segment);
+        }
+        EXPECT_EQ(values(), row.expected) << row.segments.last();
+        EXPECT_EQ(m_store.prefsSnapshot(), row.expected) << row.segments.last();
         EXPECT_EQ(m_saves, row.saves);
         EXPECT_EQ(m_checks, row.saves);
         EXPECT_FALSE(m_window.isVisible());
@@ -266,12 +273,17 @@ TEST_F(PreferencesWindowTest, AMissingDestinationStaysStoredUntilAnotherIsEntere
                  },
                  standard},
                 {"reset",
-                 [&] { m_window.iba_menuPrefSegmentClose(PreferencesWindow::resetSegment); },
+                 [&] {
+                     m_window.iba_menuPrefSegmentClose(PreferencesWindow::resetSegment);
+                     m_window.iba_menuPrefSegmentClose(PreferencesWindow::saveSegment);
+                 },
                  standard}};
     for (const auto &row : rows) {
         m_store.prefWrite(destination, path("gone"));
         m_window.showStored(m_store.prefsSnapshot());
         EXPECT_EQ(m_window.destinationText(), standard);
+        EXPECT_EQ(controls().destination->warning(), localized("prefFolderSavedMissing"));
+        EXPECT_EQ(controls().destination->repeated()->wholeText(), path("gone"));
         row.leave();
         EXPECT_EQ(m_store.prefReadString(destination), row.stored) << row.name;
     }
@@ -326,18 +338,22 @@ TEST_F(PreferencesWindowTest, SaysWhatIsWrongWithTheFolder)
     ASSERT_TRUE(ecritureFichier(path("file"), "x"));
     const QString named = path(QStringLiteral("<b>50%1 &\nשלום"));
     QDir().mkpath(named);
-    const QList<QPair<QString, QString>> rows{
-        {path("films"), QString()},
-        {named, QString()},
-        {"file://" + path("films"), QString()},
-        {PreferencesStore::prefsDefaults().value(destination).toString(), QString()},
-        {path("gone"), localized("prefFolderMissing")},
-        {QString(), localized("prefFolderMissing")},
-        {path("file"), localized("prefFolderIsNone")}};
-    for (const auto &[path, warning] : rows) {
-        m_window.setDestinationText(path);
-        EXPECT_EQ(controls().destination->warning(), warning) << path.toStdString();
-        EXPECT_EQ(controls().destination->repeated()->wholeText(), m_window.destinationText());
+    const QString standard = PreferencesStore::prefsDefaults().value(destination).toString();
+    const struct {
+        QString text;
+        QString warning;
+        QString folder; // the sheets go to, or that is wrong
+    } rows[] = {{path("films"), QString(), path("films/Quorvantel")},
+                {named, QString(), named + "/Quorvantel"},
+                {"file://" + path("films"), QString(), path("films/Quorvantel")},
+                {standard, QString(), standard + "Quorvantel"},
+                {path("gone"), localized("prefFolderMissing"), path("gone")},
+                {QString(), localized("prefFolderMissing"), QString()},
+                {path("file"), localized("prefFolderIsNone"), path("file")}};
+    for (const auto &[text, warning, folder] : rows) {
+        m_window.setDestinationText(text);
+        EXPECT_EQ(controls().destination->warning(), warning) << text.toStdString();
+        EXPECT_EQ(controls().destination->repeated()->wholeText(), folder);
     }
     m_window.setDestinationText(path("films"));
     QDir(path("films")).removeRecursively();
@@ -362,6 +378,9 @@ TEST_F(PreferencesWindowTest, LeadsTheKeyboardFromTopToBottom)
     }
     visited.removeIf([&](const QString &name) { return !order.contains(name); });
     EXPECT_EQ(visited, order);
+    SegmentedControl *presets = controls().segments.value("prefCheckMatrix");
+    presets->setFocus(Qt::ShortcutFocusReason);
+    EXPECT_EQ(m_window.focusWidget(), presets->segments().at(2)) << "its label's letter";
 }
 
 // ---- the preview

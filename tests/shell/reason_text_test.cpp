@@ -23,6 +23,8 @@ TEST(ReasonText, SpeaksTheUsersLanguage)
               "ffmpeg s’est terminé avec le code 183 et n’a rien affiché");
     EXPECT_EQ(reasonText("the sheet can't be written: /a/%2 %1.jpg"),
               "la planche ne peut pas être écrite\u00a0: /a/%2 %1.jpg");
+    EXPECT_EQ(reasonText("the server at v1.5.org did not answer for 1.5 s"),
+              "le serveur v1.5.org n’a pas répondu pendant 1,5 s");
     setLanguage("en");
 }
 

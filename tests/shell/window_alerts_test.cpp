@@ -60,13 +60,10 @@ protected:
             act(front());
         });
     }
-    static Alert alert(const QString &title, const QStringList &buttons = {})
+    static Alert alert(const QString &title, const QStringList &buttons = {},
+                       AlertButton harmless = AlertButton::Alternate)
     {
-        Alert made;
-        made.title = title;
-        made.detail = "detail";
-        made.buttons = buttons;
-        return made;
+        return {title, "detail", AlertStyle::Warning, {buttons, harmless}};
     }
     static void report(const QString &title)
     {
@@ -74,8 +71,9 @@ protected:
     }
     static QString ask(double seconds, const QString &suppression = QString())
     {
-        const auto answer = utilsAlert::timedQuestion("Replace?", "a & b.jpg", 0, "Keep", "Replace",
-                                                      QString(), seconds, suppression);
+        const auto answer =
+            utilsAlert::timedQuestion("Replace?", "a & b.jpg", 0, "Keep", "Replace", QString(),
+                                      seconds, suppression, AlertButton::Default);
         return answer.text + (answer.suppressed == 1 ? " always" : "");
     }
 
@@ -92,20 +90,27 @@ TEST_F(WindowAlertsTest, KeysAnswerAModalAlert)
     const QStringList three{"First", "Second", "Third"};
     const struct {
         QStringList buttons;
+        AlertButton harmless;
         QList<Qt::Key> keys;
         int answer;
     } rows[] = {
-        {three, {Qt::Key_Return}, 0}, {three, {Qt::Key_Escape}, 1},
-        {three, {Qt::Key_Enter}, 0},  {three, {Qt::Key_Tab, Qt::Key_Tab, Qt::Key_Space}, 2},
-        {{}, {Qt::Key_Escape}, 0},    {{}, {Qt::Key_Return}, 0},
+        {three, AlertButton::Default, {Qt::Key_Return}, 0},
+        {three, AlertButton::Default, {Qt::Key_Escape}, 0},
+        {three, AlertButton::Alternate, {Qt::Key_Escape}, 1},
+        {three, AlertButton::Other, {Qt::Key_Escape}, 2},
+        {{"Yes", "", "No"}, AlertButton::Other, {Qt::Key_Escape}, 1},
+        {three, AlertButton::Default, {Qt::Key_Enter}, 0},
+        {three, AlertButton::Default, {Qt::Key_Tab, Qt::Key_Tab, Qt::Key_Space}, 2},
+        {{}, AlertButton::Default, {Qt::Key_Escape}, 0},
+        {{}, AlertButton::Default, {Qt::Key_Return}, 0},
     };
-    for (const auto &[buttons, keys, answer] : rows) {
+    for (const auto &[buttons, harmless, keys, answer] : rows) {
         whenAsked([keys](AlertDialog *dialog) {
             for (const Qt::Key key : keys) {
                 QTest::keyClick(dialog->focusWidget(), key);
             }
         });
-        EXPECT_EQ(alertPresenter().runModal(alert("Question", buttons)), answer);
+        EXPECT_EQ(alertPresenter().runModal(alert("Question", buttons, harmless)), answer);
     }
 }
 
@@ -150,7 +155,7 @@ TEST_F(WindowAlertsTest, AnAlertBringsTheWindowBackUnlessItWasNeverSeen)
 TEST_F(WindowAlertsTest, SheetsComeOneAfterTheOtherAndNoneDuringAQuestion)
 {
     whenAsked([](AlertDialog *dialog) {
-        for (const char *title : {"one", "two", "three", "four"}) {
+        for (const char *title : {"one", "two", "three"}) {
             report(title);
         }
         QCoreApplication::processEvents();
@@ -158,31 +163,37 @@ TEST_F(WindowAlertsTest, SheetsComeOneAfterTheOtherAndNoneDuringAQuestion)
         QTest::keyClick(dialog, Qt::Key_Escape);
     });
     alertPresenter().runModal(alert("Question"));
-    alertPresenter().endSheet(); // the fourth
     for (const char *title : {"one", "two", "three"}) {
         ASSERT_TRUE(waitForTitle(title));
         EXPECT_EQ(seen().size(), 1);
         QTest::mouseClick(seen().first()->button(0), Qt::LeftButton);
     }
     EXPECT_TRUE(waitUntil([] { return seen().isEmpty(); }));
-    alertPresenter().endSheet(); // nothing to close
 }
 
-TEST_F(WindowAlertsTest, ATimedSheetGoesByItselfAndTakesNoOtherAlong)
+TEST_F(WindowAlertsTest, ATimedSheetCountsFromWhenItIsSeenAndTakesNoOtherAlong)
 {
+    report("before");
     int rounds = 0;
+    QStringList shown;
     utilsAlert::setSleeper([&](int) {
-        if (++rounds == 1) {
-            ASSERT_TRUE(waitForTitle("timed"));
+        if (++rounds == 10) {
             QTest::keyClick(seen().first(), Qt::Key_Return);
-            report("notice");
-            ASSERT_TRUE(waitForTitle("notice"));
+            ASSERT_TRUE(waitForTitle("timed"));
+            report("behind");
         }
+        shown << seen().first()->button(0)->text();
     });
-    utilsAlert::timedSheet("timed", "detail", "Close", {}, {}, 3);
-    EXPECT_EQ(rounds, 4);
-    EXPECT_TRUE(waitForTitle("notice"));
+    utilsAlert::timedSheet("timed", "detail", "Close", {}, {}, 2);
+    EXPECT_EQ(rounds, 13);
+    EXPECT_EQ(shown.mid(10), (QStringList{"Close (3)", "Close (2)", "Close (1)"}));
+    EXPECT_TRUE(waitForTitle("behind"));
     EXPECT_EQ(seen().size(), 1);
+    utilsAlert::setSleeper([&](int) {
+        ASSERT_TRUE(waitUntil([] { return front() != nullptr; }));
+        QTest::keyClick(front(), Qt::Key_Return);
+    });
+    utilsAlert::timedSheet("closed by hand", "detail", "Close", {}, {}, 1000);
 }
 
 TEST_F(WindowAlertsTest, ATimedQuestionCountsDownOnItsDefaultButtonOrIsAnsweredByHand)
@@ -219,7 +230,7 @@ TEST_F(WindowAlertsTest, AlertsInAlertsEndInTheirOrder)
         inner = ask(0.5);
         QTest::keyClick(outer, Qt::Key_Escape);
     });
-    EXPECT_EQ(ask(60), "Replace");
+    EXPECT_EQ(ask(60), "Keep");
     EXPECT_EQ(inner, "Keep");
     EXPECT_EQ(modal, 1);
     EXPECT_TRUE(seen().isEmpty());

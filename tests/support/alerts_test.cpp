@@ -10,14 +10,15 @@ namespace
 
 utilsAlert::Answer ask(const QString &other, const QString &suppression = {})
 {
-    return utilsAlert::timedQuestion("50%", "100%?", 2, "Yes", "No", other, 1, suppression);
+    return utilsAlert::timedQuestion("50%", "100%?", 2, "Yes", "No", other, 1, suppression,
+                                     AlertButton::Alternate);
 }
 
 TEST(Alerts, APercentSignIsShownAsItIs)
 {
     ScriptedPresenter presenter;
     EXPECT_EQ(alertReport("50%", "%d %% %n", 2, AlertPlace::SheetOnWindow), 0);
-    const Alert shown = presenter.shown.value(0);
+    const Alert shown = presenter.shown.first();
     EXPECT_EQ(shown.title, "50%%");
     EXPECT_EQ(shown.detail, "%%d %%%% %%n");
     EXPECT_EQ(shown.style, AlertStyle::Critical);
@@ -29,6 +30,7 @@ TEST(Alerts, WithNobodyToAskTheDefaultButtonAnswersAtOnceAndTheTextIsLogged)
     const LogCapture log;
     utilsAlert::setSleeper([](int) { ADD_FAILURE() << "it waits"; });
     EXPECT_EQ(ask("Later").text, "Yes");
+    EXPECT_FALSE(alertConfirms("Quit?", "", "Quit", "Cancel")) << "nobody has confirmed it";
     utilsAlert::setSleeper({});
     EXPECT_TRUE(log.contains("100%?"));
 }
