@@ -66,7 +66,8 @@ void EncodingDriver::encSend(const QString &stepNameStr)
 
 void EncodingDriver::enc(const QString &stepNameStr)
 {
-    const bool isBusy = m_context.taskSlots.isEncodingRunning() || m_composing.isRunning();
+    const bool isBusy =
+        m_context.taskSlots.isEncodingRunning() || m_composing.isRunning() || m_isSaving;
     switch (m_gate.verdict(isBusy)) {
     case StepGate::Verdict::Vanish:
         return;
@@ -310,8 +311,6 @@ void EncodingDriver::startRow()
     m_row.stills = stillsFolder();
     setChild(QStringLiteral("dstPathStr"), m_row.stills);
     setChild(QStringLiteral("stillsMark"), m_stillsMark);
-    // A run that is killed leaves its stills; the next start finds here where they are.
-    m_context.preferences.save();
     if (index >= 0) {
         m_context.table.row(index).dico.insert(QStringLiteral("dstPathStr"), m_row.sheet);
     }
@@ -325,7 +324,19 @@ void EncodingDriver::startRow()
     setChild(QStringLiteral("encQtEnc"), 1);
     m_context.window.stepCaption.clear();
     m_context.window.encoding.actionCaption = lastPathComponent(shownPath(m_row.source));
-    runPlan();
+    setChild(QStringLiteral("encV"), 1);
+    noteStillsThenGoOn();
+}
+
+// A killed run leaves its stills. The next start finds in the store where they are and by which
+// mark, so the folder must not be made before the store is on disk.
+void EncodingDriver::noteStillsThenGoOn()
+{
+    m_isSaving = true;
+    m_context.preferences.saveThen(this, [this] {
+        m_isSaving = false;
+        goOn();
+    });
 }
 
 // ffmpeg takes a "%20d" anywhere in a picture's path for a pattern, so such paths are kept from it.

@@ -82,6 +82,7 @@ private:
     void encProcesses();
     void goOn();
     void startRow();
+    void noteStillsThenGoOn();
     QString stillsFolder();
     utilsAlert::Answer ask(const std::function<utilsAlert::Answer()> &question);
     bool mayWriteSheet(const QString &sheet);
@@ -177,6 +178,7 @@ private:
     SheetNames m_names;
     Row m_row;
     StepGate m_gate;
+    bool m_isSaving = false;     // where the stills will be
     bool m_diskFullTold = false; // and no row had space since
     QString m_pendingStep;
     QString m_heldStep;

@@ -283,7 +283,27 @@ void PreferencesStore::save()
             if (std::exchange(m_savesAgain, false)) {
                 save();
             }
+            tellWaiting();
         });
+}
+
+void PreferencesStore::saveThen(QObject *context, std::function<void()> then)
+{
+    m_waiting.emplace_back(context, std::move(then));
+    save();
+    QMetaObject::invokeMethod(this, &PreferencesStore::tellWaiting, Qt::QueuedConnection);
+}
+
+void PreferencesStore::tellWaiting()
+{
+    if (m_writing.isRunning()) {
+        return;
+    }
+    for (const auto &[context, then] : std::exchange(m_waiting, {})) {
+        if (context) {
+            then();
+        }
+    }
 }
 
 void PreferencesStore::load()

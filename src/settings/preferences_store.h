@@ -3,12 +3,16 @@
 #include "support/off_thread.h"
 
 #include <QObject>
+#include <QPointer>
 #include <QString>
 #include <QStringList>
 #include <QTimer>
 #include <QVariantMap>
 
+#include <functional>
 #include <optional>
+#include <utility>
+#include <vector>
 
 // The user's settings and the working state of the batch, by key. Values are property-list values.
 // "Nothing" is an invalid QVariant. An empty key reads as nothing and is not written.
@@ -73,12 +77,16 @@ public:
     bool synchronize();
     // The same without waiting for the disk; a failure is told by the signal.
     void save();
+    // The same, and calls `then` from the event loop once what has changed until now is in the
+    // file, or could not be written. Never when the context has gone by then.
+    void saveThen(QObject *context, std::function<void()> then);
 
 Q_SIGNALS:
     void notSaved();
 
 private:
     void load();
+    void tellWaiting();
     void changed();
 
     QString m_path;
@@ -88,6 +96,7 @@ private:
     bool m_unsaved = false;
     bool m_savesAgain = false; // as soon as the write in progress has ended
     QTimer m_saveSoon;
+    std::vector<std::pair<QPointer<QObject>, std::function<void()>>> m_waiting; // for a save
     OffThread m_writing;
 };
 
