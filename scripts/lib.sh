@@ -50,10 +50,25 @@ build_with_ccache() {
 build() {
     configure "$1" "$2" || return
     if [ -t 2 ]; then
-        is_built "$1/build/$2" || build_with_ccache "$@" >&2
+        build_with_ccache "$@" 2>&1 | show_progress >&2
     else
         quietly build_with_ccache "$@"
     fi
+}
+
+# The lines "[12/170] Building..." of ninja, each in the place of the one before; nothing of a build
+# that has nothing to do.
+show_progress() {
+    local line columns
+    columns=$(tput cols 2>/dev/null || echo 80)
+    while IFS= read -r line; do
+        case $line in
+        *"] Re-checking globbed"* | "ninja: Entering"* | "ninja: no work"*) ;;
+        "["*"] "*) printf '\r%s\033[K' "${line:0:columns-1}" ;;
+        *) printf '\r\033[K%s\n' "$line" ;;
+        esac
+    done
+    printf '\r\033[K'
 }
 
 # The command and the window share build/release. What only the window needs is left out until it is
@@ -80,8 +95,6 @@ is_configured() {
             return 1
     done
 }
-
-is_built() { ninja -C "$1" -n 2>/dev/null | grep -q 'no work to do'; }
 
 quietly() {
     local log
