@@ -188,7 +188,7 @@ TEST_F(Composer, CutsTheLargePictureToItsBoxWithoutStretching)
 
 TEST_F(Composer, SkipsStillsThatWouldHarm)
 {
-    makeStills({Qt::red, Qt::red, Qt::red});
+    makeStills({Qt::red, Qt::red, Qt::red, Qt::red});
     ASSERT_TRUE(QFile::remove(stillPath(0)));
     ASSERT_EQ(mkfifo(QFile::encodeName(stillPath(0)).constData(), 0600), 0);
     QFile huge(stillPath(1));
@@ -198,8 +198,10 @@ TEST_F(Composer, SkipsStillsThatWouldHarm)
     ASSERT_GT(frame, 0);
     bytes.replace(frame + 5, 4, "\xff\xdc\xff\xdc"); // 65,500 x 65,500 pixels
     ASSERT_TRUE(test::saveBytes(stillPath(1), bytes));
+    // Only one decoder may see what a tool wrote.
+    ASSERT_TRUE(QImage(stillPath(2)).save(stillPath(2), "PNG"));
     int drawn = 0;
-    EXPECT_FALSE(drawSheet(0, display(3, 3), &drawn).isNull());
+    EXPECT_FALSE(drawSheet(0, display(3, 4), &drawn).isNull());
     EXPECT_EQ(drawn, 1);
 }
 
