@@ -5,6 +5,7 @@
 #include "shell/choice_labels.h"
 #include "support/numbers.h"
 
+#include <QEvent>
 #include <QFormLayout>
 #include <QGridLayout>
 #include <QGroupBox>

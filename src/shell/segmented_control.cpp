@@ -267,9 +267,11 @@ void SegmentedControl::placeTabStop()
     if (m_mode == Mode::Momentary || isAncestorOf(QApplication::focusWidget())) {
         return;
     }
-    const QAbstractButton *stop = tabStop();
     for (QAbstractButton *segment : m_group.buttons()) {
-        segment->setFocusPolicy(segment == stop ? Qt::StrongFocus : Qt::ClickFocus);
+        segment->setFocusPolicy(Qt::ClickFocus);
+    }
+    if (QAbstractButton *stop = tabStop()) {
+        stop->setFocusPolicy(Qt::StrongFocus);
     }
 }
 

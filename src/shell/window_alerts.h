@@ -28,8 +28,8 @@ public:
     int runModal(const Alert &alert) override;
     // One sheet is seen at a time, and none below a question; the others wait.
     int beginSheet(const Alert &alert) override;
-    SheetState runSheet(int sheet, int secondsLeft) override;
-    void endSheet(int sheet) override;
+    SheetState runSheet(int number, int secondsLeft) override;
+    void endSheet(int number) override;
     void beginSession(const Alert &alert, const QList<int> &codes) override;
     int runSession() override;
     void endSession() override;

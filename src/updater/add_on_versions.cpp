@@ -5,6 +5,7 @@
 #include "support/variant_values.h"
 #include "updater/update_reply.h"
 
+#include <QFileInfo>
 #include <QSaveFile>
 
 namespace qv

@@ -2,12 +2,12 @@
 
 #include "updater/zip_plan.h"
 
-#include <sodium.h>
+#include <QList>
 
 #include <array>
-#include <optional>
-
 #include <cerrno>
+#include <optional>
+#include <sodium.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
