@@ -3,6 +3,7 @@
 #include "sheet/xmp_packet.h"
 #include "support/log.h"
 
+#include <QCryptographicHash>
 #include <QFileInfo>
 #include <QLocale>
 
@@ -97,6 +98,9 @@ XmpTexts ownTexts(const Provenance &provenance)
                    {"qvsheet.Instants", instantsText(provenance.instants)}};
     if (!provenance.sourcePath.isEmpty()) {
         texts.insert("qvsheet.SourceAddress", addressOf(provenance.sourcePath));
+    }
+    if (!provenance.sourceMark.isEmpty()) {
+        texts.insert("qvsheet.SourceMark", QString::fromLatin1(provenance.sourceMark));
     }
     return texts;
 }
@@ -195,6 +199,23 @@ private:
     QString m_problem;
 };
 
+SheetSource sourceIn(TextsReader &reader)
+{
+    return {reader.text("qvsheet.SourceName"), reader.path("qvsheet.SourceAddress"),
+            reader.text("qvsheet.SourceMark").toLatin1(),
+            {reader.wholeNumber("qvsheet.SourceSize"), reader.date("qvsheet.SourceModified")}};
+}
+
+// The texts of a packet that is a sheet's.
+tl::expected<XmpTexts, QString> sheetTexts(const QByteArray &packet)
+{
+    auto texts = decodedXmp(packet);
+    if (texts && !texts->contains("qvsheet.SourceName")) {
+        return tl::make_unexpected(QStringLiteral("its metadata tell of no sheet"));
+    }
+    return texts;
+}
+
 SheetSettings settingsIn(TextsReader &reader)
 {
     SheetSettings settings;
@@ -239,23 +260,21 @@ tl::expected<Provenance, QString> readProvenance(const QByteArray &sheet)
 
 tl::expected<Provenance, QString> provenanceIn(const QByteArray &packet)
 {
-    const auto texts = decodedXmp(packet);
+    const auto texts = sheetTexts(packet);
     if (!texts) {
         return tl::make_unexpected(texts.error());
     }
-    if (!texts->contains("qvsheet.SourceName")) {
-        return tl::make_unexpected(QStringLiteral("its metadata tell of no sheet"));
-    }
     TextsReader reader(*texts);
+    const SheetSource source = sourceIn(reader);
     Provenance provenance;
     provenance.application = reader.text("qvsheet.Application");
     provenance.version = reader.text("qvsheet.Version");
     provenance.made = reader.date("xmp.CreateDate");
     provenance.title = reader.text("dc.title");
-    provenance.sourceName = reader.text("qvsheet.SourceName");
-    provenance.sourcePath = reader.path("qvsheet.SourceAddress");
-    provenance.source.size = reader.wholeNumber("qvsheet.SourceSize");
-    provenance.source.modified = reader.date("qvsheet.SourceModified");
+    provenance.sourceName = source.name;
+    provenance.sourcePath = source.path;
+    provenance.sourceMark = source.mark;
+    provenance.source = source.state;
     provenance.duration = reader.number("qvsheet.SourceDuration");
     provenance.settings = settingsIn(reader);
     provenance.madeQuick =
@@ -265,6 +284,23 @@ tl::expected<Provenance, QString> provenanceIn(const QByteArray &packet)
         return tl::make_unexpected(reader.problem());
     }
     return provenance;
+}
+
+tl::expected<SheetSource, QString> readSheetSource(const QByteArray &sheet)
+{
+    const auto texts = xmpPacketIn(sheet).and_then(sheetTexts);
+    if (!texts) {
+        return tl::make_unexpected(texts.error());
+    }
+    TextsReader reader(*texts);
+    SheetSource source = sourceIn(reader);
+    return reader.problem().isNull() ? tl::expected<SheetSource, QString>(std::move(source))
+                                     : tl::make_unexpected(reader.problem());
+}
+
+QByteArray pathMark(const QByteArray &path, int bytes)
+{
+    return QCryptographicHash::hash(path, QCryptographicHash::Sha256).left(bytes).toHex();
 }
 
 QString roadName(bool isQuick)
