@@ -144,14 +144,7 @@ QString EncodingDriver::destinationFolder() const
 
 QString EncodingDriver::sheetBase(const QString &sourcePath)
 {
-    const QString folder = destinationFolder();
-    if (m_context.placement.stillsInTemporaryFolder) {
-        return m_names.baseFor(sourcePath, folder);
-    }
-    // A folder of the name that the user made stays the user's.
-    return m_names.baseFor(sourcePath, folder, [this](const QString &base) {
-        return mayUseStillsFolder(base, m_stillsMark);
-    });
+    return m_names.baseFor(sourcePath, destinationFolder());
 }
 
 QString EncodingDriver::sheetPath(const QString &sourcePath, int dpi)
@@ -229,6 +222,7 @@ void EncodingDriver::releaseBatch()
 {
     m_isStopping = false;
     m_diskFullTold = false;
+    m_replacesOthers.reset();
     m_context.preferences.prefDelete(keys::replaceFiles);
     WindowState &window = m_context.window;
     window.goPressed = false;
@@ -298,16 +292,7 @@ void EncodingDriver::startRow()
     m_row.wishesQuick = m_context.face.wantsQuickPictures();
     m_row.isQuick = m_row.wishesQuick && hasQuickTool() &&
                     intIn(work, QStringLiteral("decSkip")).value_or(0) == 0;
-    m_row.sheet = sheetPath(m_row.source, m_row.dpi);
-    m_row.stills = stillsFolder();
-    setChild(QStringLiteral("dstPathStr"), m_row.stills);
-    setChild(QStringLiteral("stillsMark"), m_stillsMark);
-    // A run that is killed leaves its stills; the next start finds here where they are.
-    m_context.preferences.save();
-    if (index >= 0) {
-        m_context.table.row(index).dico.insert(QStringLiteral("dstPathStr"), m_row.sheet);
-    }
-    if (!mayWriteSheet(m_row.sheet) || !hasFreeSpace()) {
+    if (!beginSheet(sheetBase(m_row.source)) || !mayWriteSheet() || !hasFreeSpace()) {
         return;
     }
     m_row.started = m_context.now();
@@ -320,14 +305,15 @@ void EncodingDriver::startRow()
     runPlan();
 }
 
-// ffmpeg takes a "%20d" anywhere in a picture's path for a pattern, so such paths are kept from it.
-QString EncodingDriver::stillsFolder()
+// A folder of the sheet's name that the user made stays the user's. ffmpeg takes a "%20d" anywhere
+// in a picture's path for a pattern, so such paths are kept from it.
+QString EncodingDriver::stillsFolder(const QString &base)
 {
-    const QString beside = sheetBase(m_row.source);
-    if (m_context.placement.stillsInTemporaryFolder || beside.contains(QLatin1Char('%'))) {
+    if (m_context.placement.stillsInTemporaryFolder || base.contains(QLatin1Char('%')) ||
+        !mayUseStillsFolder(base, m_stillsMark)) {
         return appendPath(toolFolder(), QStringLiteral("stills-%1").arg(++m_stillsCounter));
     }
-    return beside;
+    return base;
 }
 
 // The event loop runs while a question is open. A step that comes due then, as by a stop, waits.
@@ -342,12 +328,20 @@ utilsAlert::Answer EncodingDriver::ask(const std::function<utilsAlert::Answer()>
     return answer;
 }
 
-bool EncodingDriver::mayWriteSheet(const QString &sheet)
+bool EncodingDriver::mayWriteSheet()
 {
-    if (!fileExists(sheet)) {
+    const PlaceContent content = placeContent(m_row.sheet);
+    if (content.isNothing()) {
         return true;
     }
-    m_row.replace = mayReplace(sheet);
+    const bool isOwn = claimOn(content, m_row.source) != Claim::None;
+    const bool isOthers = !isOwn && (content.isSheet() || m_context.placement.yieldsToOthers);
+    if (isOthers && !mayReplaceOthers(content)) {
+        return !isOver() && beginSheet(otherBase());
+    }
+    // A file that does not say whose sheet it is may be this source's; the user decides.
+    m_row.replace = isOthers || mayReplace(m_row.sheet);
+    m_row.replacesAny = m_row.replace && !isOwn;
     if (isOver()) {
         return false;
     }

@@ -3,6 +3,7 @@
 #include "controller/context.h"
 #include "controller/sheet_delivery.h"
 #include "controller/sheet_names.h"
+#include "controller/sheet_owner.h"
 #include "sheet/composer.h"
 #include "sheet/picture_attempts.h"
 #include "sheet/stills_folder.h"
@@ -76,11 +77,15 @@ private:
     void encProcesses();
     void goOn();
     void startRow();
-    QString stillsFolder();
+    QString stillsFolder(const QString &base);
     utilsAlert::Answer ask(const std::function<utilsAlert::Answer()> &question);
     bool isOver() const { return m_context.closing || isStopping(); }
-    bool mayWriteSheet(const QString &sheet);
+    bool mayWriteSheet();
     bool mayReplace(const QString &sheet);
+    bool beginSheet(const QString &base);
+    void noteSheet(const QString &base);
+    bool mayReplaceOthers(const PlaceContent &content);
+    QString otherBase();
     bool hasFreeSpace();
     void runPlan();
     void launchOneRun();
@@ -107,7 +112,7 @@ private:
     QVariantMap displayOfRow() const;
     Provenance provenanceOfRow() const;
     void placeSheet(const QString &composed);
-    void notePlaced(const Delivery &placed);
+    void notePlaced(const DeliveryResult &placed, const QString &composed);
     void finishRow();
     void markRow();
     void finishStopped();
@@ -144,7 +149,8 @@ private:
         int out = 1;
         int dpi = 0;
         bool kept = false;
-        bool replace = false; // the sheet that was there may go
+        bool replace = false;     // the sheet that was there may go
+        bool replacesAny = false; // even if it is not this source's
         bool reported = false;
         bool written = false;
         int asked = 0;
@@ -172,7 +178,8 @@ private:
     bool m_isStopping = false;
     bool m_paused = false;
     bool m_isAsking = false;
-    bool m_diskFullTold = false; // and no row had space since
+    bool m_diskFullTold = false;          // and no row had space since
+    std::optional<bool> m_replacesOthers; // the user's answer for all rows of the batch
     QString m_pendingStep;
     QString m_heldStep;
     int m_stillsCounter = 0;

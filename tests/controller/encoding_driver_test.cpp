@@ -66,7 +66,7 @@ TEST_F(EncodingTest, ThePlaceAndKindOfASheetFollowTheSettings)
         {"out", true, false, 0, "out/Quorvantel/a.jpg"},
         {"out", false, true, 1, "out/a.png"},
         {"out/My Quorvantel", true, true, 2, "out/My Quorvantel/a.png"},
-        {"out/Quorvantel/", true, false, 0, "out/Quorvantel/a 2.jpg"}, // the folder is not ours
+        {"out/Quorvantel/", true, false, 1, "out/Quorvantel/a.png"}, // its stills go elsewhere
     };
     const QString film = source("a.mp4");
     for (const auto &row : rows) {
@@ -138,6 +138,43 @@ TEST_F(EncodingTest, AnExistingSheetIsKeptOrReplacedAsAnswered)
             EXPECT_EQ(filesInOut(), (QStringList{"a.jpg", "b.jpg"}));
             expectIdle();
         }
+    }
+}
+
+TEST_F(EncodingTest, ASheetOfAnotherSourceGoesOnlyWhenTheUserHasSeenBothNames)
+{
+    const QString other = "b (" + lastPathComponent(m_folder.path()) + ")";
+    const struct {
+        QList<ScriptedPresenter::Answer> answers; // to the questions about b and c
+        int questions;
+        QStringList files;
+    } rows[] = {
+        {{},
+         2,
+         {"a.jpg", other + ".jpg", "b.jpg", QString(other).replace('b', 'c') + ".jpg", "c.jpg"}},
+        {{{1, false}, {0, false}},
+         2,
+         {"a.jpg", "b.jpg", QString(other).replace('b', 'c') + ".jpg", "c.jpg"}},
+        {{{1, true}}, 1, {"a.jpg", "b.jpg", "c.jpg"}},
+    };
+    for (const auto &row : rows) {
+        makeController({});
+        QDir(path("out/Quorvantel")).removeRecursively();
+        ASSERT_TRUE(admit({"a.mp4"}));
+        ASSERT_TRUE(encode());
+        m_controller->encBatchRemoveAll(appDelegate::Sender::Internal);
+        QFile::copy(sheet("a"), sheet("b"));
+        QFile::copy(sheet("a"), sheet("c"));
+        m_presenter.shown.clear();
+        m_presenter.answers = row.answers;
+        ASSERT_TRUE(admit({"b.mp4", "c.mp4"}));
+        ASSERT_TRUE(encode());
+        EXPECT_EQ(filesInOut(), row.files);
+        EXPECT_EQ(m_presenter.countOf(localized("sheetOfAnother")), row.questions);
+        for (const QString &name : {sheet("b"), path("a.mp4"), path("b.mp4")}) {
+            EXPECT_TRUE(m_presenter.shown.first().detail.contains(name)) << name.toStdString();
+        }
+        expectIdle();
     }
 }
 

@@ -1,9 +1,13 @@
-// Sheet names, the delivery of a sheet, progress readers, and the slots of the tool runs.
+// The delivery of a sheet, progress readers, and the slots of the tool runs.
 #include "controller/controller_fixture.h"
 #include "controller/progress_readers.h"
 #include "controller/sheet_delivery.h"
-#include "controller/sheet_names.h"
 #include "controller/task_slots.h"
+#include "support/platform.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 using namespace qv;
 
@@ -41,50 +45,6 @@ protected:
 
 } // namespace
 
-TEST(SheetNames, TellSourcesOfOneNameApartAndStayTheSame)
-{
-    SheetNames names;
-    const struct {
-        const char *source;
-        const char *base;
-    } rows[] = {
-        {"/one/film.mp4", "/out/film"},
-        {"/two/film.mp4", "/out/film (two)"},
-        {"/one/film.mov", "/out/film (mov)"},
-        {"/x/two/film.avi", "/out/film (avi)"},
-        {"/y/two/film.avi", "/out/film 2"},
-        {"/one/..mp4", "/out/untitled"},
-        {"/one/film.mp4", "/out/film"},
-        {"/y/two/film.avi", "/out/film 2"},
-        {"/one/été.mp4", "/out/été"},
-        {"/two/E\u0301TE\u0301.mp4", "/out/E\u0301TE\u0301 (two)"},
-    };
-    for (const auto &row : rows) {
-        EXPECT_EQ(names.baseFor(row.source, "/out"), row.base) << row.source;
-    }
-    EXPECT_EQ(names.baseFor("/two/film.mp4", "/elsewhere"), "/elsewhere/film");
-}
-
-TEST(SheetNames, PassOverRefusedOnesAndFitWhatAFileSystemTakes)
-{
-    SheetNames names;
-    const auto refuse = [](const QString &base) { return base != "/out/a" && base != "/out/a 2"; };
-    EXPECT_EQ(names.baseFor("/one/a.mp4", "/out", refuse), "/out/a 3");
-    const QString longName = QString::fromUtf8("😀").repeated(60) + "tail";
-    QSet<QString> bases;
-    for (const QString &folder : {QString("x"), longName}) {
-        for (int i = 0; i < 3; ++i) {
-            const QString source = QString("/%1/%2/%3.mp4").arg(i).arg(folder, longName);
-            const QString base = names.baseFor(source, "/out");
-            const QByteArray name = lastPathComponent(base).toUtf8();
-            EXPECT_LE(name.size(), 245);
-            EXPECT_FALSE(QString::fromUtf8(name).contains(QChar::ReplacementCharacter));
-            bases << base;
-        }
-    }
-    EXPECT_EQ(bases.size(), 6);
-}
-
 TEST_F(DeliveryTest, AnExistingFileIsKeptOrReplacedWhole)
 {
     const QString made = path("made.jpg");
@@ -101,20 +61,52 @@ TEST_F(DeliveryTest, AnExistingFileIsKeptOrReplacedWhole)
     EXPECT_EQ(QDir(path("out")).entryList(QDir::Files | QDir::Hidden), QStringList{"sheet.jpg"});
 }
 
-TEST_F(DeliveryTest, WhatAKilledProcessLeftIsClearedAwayWithTime)
+TEST_F(DeliveryTest, WhatAKilledProcessLeftIsClearedAwayAndNothingElse)
 {
-    const QStringList names = {".quorvantel-12ab.part", ".quorvantel-34cd.part", "mine.part"};
-    for (const QString &name : names) {
-        writeFile(path("old/" + name), "half");
-        QFile file(path("old/" + name));
-        ASSERT_TRUE(file.open(QIODevice::ReadWrite));
-        const int hours = name == names[1] ? 0 : 2;
-        file.setFileTime(QDateTime::currentDateTime().addSecs(-3600 * hours),
-                         QFileDevice::FileModificationTime);
+    const QString ours = ".quorvantel-" + QString::fromLatin1(QSysInfo::bootUniqueId().left(8));
+    const struct {
+        QString name;
+        int hours; // of its age
+        bool isLocked;
+        bool stays;
+    } rows[] = {
+        {ours + "-1.part", 0, false, false},
+        {ours + "-2.part", 0, true, true},
+        {ours + "-3.part", 2, true, true},
+        {".quorvantel-another0-4.part", 0, false, true},
+        {".quorvantel-another0-5.part", 2, false, false},
+        {".quorvantel-another0-6.part", 2, true, true},
+        {"mine.part", 2, false, true},
+    };
+    QStringList staying{"_KVdir1", "_KVdir2"};
+    std::vector<platform::LockedFile> locks;
+    for (const auto &row : rows) {
+        const QString file = path("old/" + row.name);
+        writeFile(file, "half");
+        QFile opened(file);
+        ASSERT_TRUE(opened.open(QIODevice::ReadWrite));
+        opened.setFileTime(QDateTime::currentDateTime().addSecs(-3600 * row.hours),
+                           QFileDevice::FileModificationTime);
+        if (row.isLocked) {
+            locks.push_back(platform::lockFile(file));
+        }
+        staying += row.stays ? QStringList(row.name) : QStringList();
+    }
+    for (const char *probe : {"old/_KVdir1", "old/_KVdir2/mine", "old/_KVdir3"}) {
+        QDir().mkpath(path(probe));
+        const timespec longAgo[2] = {{1, 0}, {1, 0}};
+        const bool isYoung = QByteArray(probe).endsWith('1');
+        ::utimensat(AT_FDCWD, path(probe).toUtf8().constData(), isYoung ? nullptr : longAgo, 0);
     }
     removeForgottenDeliveries(path("old"));
-    EXPECT_EQ(QDir(path("old")).entryList(QDir::Files | QDir::Hidden, QDir::Name),
-              (QStringList{names[1], names[2]}));
+    QStringList left =
+        QDir(path("old")).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot);
+    left.sort();
+    staying.sort();
+    EXPECT_EQ(left, staying);
+    for (const platform::LockedFile &lock : locks) {
+        ::close(lock.descriptor);
+    }
 }
 
 TEST_F(DeliveryTest, AFailureSaysWhyAndLeavesNothingBehind)
