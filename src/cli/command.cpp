@@ -101,6 +101,18 @@ void tellTroubles(const HeadlessSession &session, const Streams &streams)
     }
 }
 
+// A number of pictures that the command line asks for, where it fills no whole rows.
+void tellRounding(const Options &options, const Streams &streams)
+{
+    const int count = options.count ? wholeRowsCount(options.layout, *options.count) : 0;
+    if (options.count && count != *options.count) {
+        streams.message(QStringLiteral("%1 pictures instead of %2: the %3 layout has %4 columns")
+                            .arg(QString::number(count), QString::number(*options.count),
+                                 layoutName(options.layout),
+                                 QString::number(columnsOf(options.layout))));
+    }
+}
+
 int runOnSources(const Options &options, const DecodedArguments &arguments, const Streams &streams)
 {
     const auto names = namedSources(options, arguments, streams);
@@ -117,6 +129,7 @@ int runOnSources(const Options &options, const DecodedArguments &arguments, cons
     }
     if (!options.quiet) {
         tellTroubles(**session, streams);
+        tellRounding(options, streams);
     }
     const QList<Source> sources = listSources(*names, (*session)->controller().admittedExtensions(),
                                               [&] { return (*session)->isStopped(); });

@@ -45,7 +45,7 @@ HeadlessSession::start(const Options &options)
     session->m_face = std::make_unique<HeadlessFace>(session->m_options, *session->m_preferences);
     session->m_controller =
         std::make_unique<appDelegate>(*session->m_preferences, *session->m_face, session->m_movies,
-                                      Placement{options.output.isEmpty(), true});
+                                      Placement{options.output.isEmpty(), true, true});
     return session;
 }
 
@@ -137,14 +137,14 @@ tl::expected<void, QString> HeadlessSession::openDestination()
             QStringLiteral("the preferences name no destination. Name one with --output."));
     }
     const QString folder = m_controller->destinationFolder();
-    if (mkdir(folder) && QFileInfo(folder).isDir() && droitsAcces(folder)) {
-        removeForgottenDeliveries(folder);
-        return {};
+    const auto prepared = prepareSheetFolder(folder);
+    if (!prepared) {
+        return tl::make_unexpected(
+            QStringLiteral("the destination %1 can't be made or written: %2. Name another one with "
+                           "--output.")
+                .arg(folder, prepared.error()));
     }
-    return tl::make_unexpected(
-        QStringLiteral("the destination %1 can't be made or written. Name another one with "
-                       "--output.")
-            .arg(folder));
+    return {};
 }
 
 } // namespace qv

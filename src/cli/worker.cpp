@@ -21,7 +21,7 @@ class Worker : public SheetRunner
 {
 public:
     Worker(HeadlessSession &session, const Options &options, const Streams &streams)
-        : SheetRunner(session, options, streams, {},
+        : SheetRunner(session, options, streams, {}, nullptr,
                       [&streams](const SheetOutcome &outcome, ProgressLine &) {
                           streams.out(outcomeLine(outcome));
                       }),
@@ -78,7 +78,7 @@ private:
         m_isWaiting = false;
         const QString path = usablePath(request->source);
         m_session.controller().giveSheetBase(path, request->base);
-        work({path, shownPath(path), QString()});
+        work({path, request->source, QString()});
     }
 
     QSocketNotifier m_notifier;

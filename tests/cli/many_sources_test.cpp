@@ -38,16 +38,17 @@ TEST_F(ProgramTest, SeveralJobsTellAndMakeWhatOneDoes)
     for (const char *name :
          {"in/1.picture-slow.mp4", "in/2.mp4", "in/3.all-refuse.mp4", "in/4.picture-missing-1.mp4",
           "in/5.picture-crash.mp4", "in/bad\xff\xfe.mp4", "in/bad\xff.mp4", "in/new\nline %1.mp4",
-          "other/2.mp4", "out/kept.jpg", "in/kept.mp4", "out/folder.jpg/mine", "in/folder.mp4"}) {
+          "other/2.mp4", "in/kept.mp4", "out/folder.jpg/mine", "in/folder.mp4"}) {
         make(name);
     }
+    ASSERT_EQ(sheets({path("in/kept.mp4")}).status, 0);
     make("in/empty.mp4", "");
     QByteArray told[2];
     QMap<QString, QByteArray> sheets[2];
     for (const int several : {0, 1}) {
         const QByteArray jobs = several == 0 ? "1" : "4";
         auto process = start("exec \"$0\" sheet -n 3 -o out --json --background red --jobs " +
-                             jobs + " in none.mp4 other 2>&1");
+                             jobs + " in none.mp4 in/2.mp4 other in/empty.mp4 2>&1");
         EXPECT_EQ(statusOf(*process), 1);
         told[several] = withoutSeconds(process->readAllStandardOutput());
         for (const QString &name : namesIn("out")) {
@@ -58,7 +59,7 @@ TEST_F(ProgramTest, SeveralJobsTellAndMakeWhatOneDoes)
         }
     }
     EXPECT_EQ(told[0], told[1]);
-    EXPECT_THAT(told[1].toStdString(), HasSubstr("7 made, 1 kept, 3 skipped, 2 failed"));
+    EXPECT_THAT(told[1].toStdString(), HasSubstr("8 made, 2 kept, 4 skipped, 1 failed"));
     EXPECT_EQ(sheets[0], sheets[1]);
     EXPECT_EQ(scratchFolders(), QStringList());
 }

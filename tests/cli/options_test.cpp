@@ -18,7 +18,8 @@ struct WrongLine {
 const std::vector<WrongLine> wrongLines{
     {{"bogus"}, "unknown command 'bogus'"},
     {{"sheet"}, "no source is named"},
-    {{"plan", "a.mp4", "b.mp4"}, "plan takes one source"},
+    {{"sheet", "-o", "-", "a.mp4"}, "can't go to standard output"},
+    {{"sheet", "--json", "--print0", "a.mp4"}, "exclude each other"},
     {{"sheet", "--nope", "a.mp4"}, "nope"},
     {{"plan", "-o", "out", "a.mp4"}, "o"},
     {{"sheet", "-o", "", "a.mp4"}, "no name"},
