@@ -113,6 +113,21 @@ void tellRounding(const Options &options, const Streams &streams)
     }
 }
 
+int runWithSession(HeadlessSession &session, const Options &options, const Streams &streams,
+                   const QByteArrayList &names)
+{
+    const QList<Source> sources = listSources(names, session.controller().admittedExtensions(),
+                                              [&] { return session.isStopped(); });
+    switch (options.command) {
+    case Command::Info:
+        return runInfoCommand(session, options, streams, sources);
+    case Command::Plan:
+        return runPlanCommand(session, options, streams, sources);
+    default:
+        return runSheetCommand(session, options, streams, sources);
+    }
+}
+
 int runOnSources(const Options &options, const DecodedArguments &arguments, const Streams &streams)
 {
     const auto names = namedSources(options, arguments, streams);
@@ -131,16 +146,13 @@ int runOnSources(const Options &options, const DecodedArguments &arguments, cons
         tellTroubles(**session, streams);
         tellRounding(options, streams);
     }
-    const QList<Source> sources = listSources(*names, (*session)->controller().admittedExtensions(),
-                                              [&] { return (*session)->isStopped(); });
-    switch (options.command) {
-    case Command::Info:
-        return runInfoCommand(**session, options, streams, sources);
-    case Command::Plan:
-        return runPlanCommand(**session, options, streams, sources);
-    default:
-        return runSheetCommand(**session, options, streams, sources);
+    const int status = runWithSession(**session, options, streams, *names);
+    if ((*session)->isLogIncomplete()) {
+        streams.message(QStringLiteral("the log file %1 is incomplete: not everything could be "
+                                       "written to it")
+                            .arg(options.logFile));
     }
+    return status;
 }
 
 int runArguments(const QByteArrayList &arguments, const Streams &streams)

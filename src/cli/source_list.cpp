@@ -42,15 +42,6 @@ QByteArray namedBelow(const QByteArray &folderName, const QString &folder, const
     return folderName + (isApart ? "" : "/") + raw.mid(below);
 }
 
-// Files with such names are opened through links.
-QString linkProblem(const QString &path)
-{
-    return path.contains(QChar::ReplacementCharacter) && !standsThere(path)
-               ? QStringLiteral("its name is not valid UTF-8, and no link to it could be made in "
-                                "the temporary folder")
-               : QString();
-}
-
 QList<Source> sourcesOfFolder(const QByteArray &name, const QString &folder,
                               const QSet<QString> &extensions)
 {
@@ -110,6 +101,14 @@ QList<Source> sourcesOf(const QByteArray &name, const QSet<QString> &extensions)
 }
 
 } // namespace
+
+QString linkProblem(const QString &path)
+{
+    return path.contains(QChar::ReplacementCharacter) && !standsThere(path)
+               ? QStringLiteral("its name is not valid UTF-8, and no link to it could be made in "
+                                "the temporary folder")
+               : QString();
+}
 
 QList<Source> listSources(const QByteArrayList &names, const QSet<QString> &admittedExtensions,
                           const std::function<bool()> &isStopped)

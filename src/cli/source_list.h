@@ -34,6 +34,9 @@ QList<Source> listSources(const QByteArrayList &names, const QSet<QString> &admi
 // Repeated sources follow the first one.
 QList<Source> sourcesOfShard(const QList<Source> &sources, const Shard &shard);
 
+// Why a file whose name is not valid UTF-8 can't be opened by `path`; null when it can.
+QString linkProblem(const QString &path);
+
 // Those that are not repeated.
 QList<Source> withoutRepeated(const QList<Source> &sources);
 

@@ -78,7 +78,8 @@ private:
         m_isWaiting = false;
         const QString path = usablePath(request->source);
         m_session.controller().giveSheetBase(path, request->base);
-        work({path, request->source, QString()});
+        const bool isText = request->source.isValidUtf8();
+        work({path, request->source, isText ? QString() : linkProblem(path)});
     }
 
     QSocketNotifier m_notifier;

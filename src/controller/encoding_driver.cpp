@@ -419,9 +419,10 @@ void EncodingDriver::runPlan()
     encodage(m_row.out, Bundle::main().version(), plan, m_context.preferences);
     const QVariant display = child(QStringLiteral("appkyDisplay"));
     if (!display.isValid()) {
-        failRow(QStringLiteral("the folder %1 for its stills can't be made, or is not this "
-                               "application's to empty")
-                    .arg(m_row.stills));
+        failRow(fullDisk().value_or(
+            QStringLiteral("the folder %1 for its stills can't be made, or is not this "
+                           "application's to empty")
+                .arg(m_row.stills)));
         return;
     }
     m_row.asked = static_cast<int>(mapIn(display.toMap(), QStringLiteral("timecode")).size());

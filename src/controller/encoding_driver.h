@@ -122,6 +122,7 @@ private:
     void purgeStills();
     QString growingSheetFolder() const;
     std::optional<QString> outerCause() const;
+    std::optional<QString> fullDisk() const;
 
     QVariant child(const QString &key) const;
     bool isDue(const QString &key) const;

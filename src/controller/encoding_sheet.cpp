@@ -141,14 +141,22 @@ std::optional<QString> EncodingDriver::outerCause() const
     if (!QFileInfo(destination).isDir()) {
         return QStringLiteral("the destination folder has gone: %1").arg(destination);
     }
+    if (const auto full = fullDisk()) {
+        return full;
+    }
     if (!QFileInfo(m_row.stills).isDir()) {
         return QStringLiteral("the folder of its stills has gone: %1").arg(m_row.stills);
     }
+    return std::nullopt;
+}
+
+std::optional<QString> EncodingDriver::fullDisk() const
+{
     const auto isFull = [](int free) { return free >= 0 && free < neededMegabytes; };
-    if (const int free = freeDiskSpace(destination); isFull(free)) {
+    if (const int free = freeDiskSpace(QFileInfo(m_row.sheet).path()); isFull(free)) {
         return reasons::destinationFull(free);
     }
-    if (const int free = freeDiskSpace(m_row.stills); isFull(free)) {
+    if (const int free = freeDiskSpace(QFileInfo(m_row.stills).path()); isFull(free)) {
         return QStringLiteral("the disk of the stills has no space left (%1 MB free)").arg(free);
     }
     return std::nullopt;

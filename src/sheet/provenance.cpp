@@ -201,7 +201,8 @@ private:
 
 SheetSource sourceIn(TextsReader &reader)
 {
-    return {reader.text("qvsheet.SourceName"), reader.path("qvsheet.SourceAddress"),
+    return {reader.text("qvsheet.SourceName"),
+            reader.path("qvsheet.SourceAddress"),
             reader.text("qvsheet.SourceMark").toLatin1(),
             {reader.wholeNumber("qvsheet.SourceSize"), reader.date("qvsheet.SourceModified")}};
 }
