@@ -183,9 +183,13 @@ private:
         for (const QString &extension : sheetExtensions()) {
             const QString file = fileOf(base, extension);
             const PlaceContent content = contentOf(file);
-            if (content.isSheet() || (extension == m_run.m_extension && !content.isNothing())) {
+            const bool isWanted = extension == m_run.m_extension;
+            if (content.isSheet() || (isWanted && !content.isNothing())) {
                 return QStringLiteral("%1 is %2")
                     .arg(lastPathComponent(file), contentText(content));
+            }
+            if (isWanted && m_run.hasTwin(file)) {
+                return QStringLiteral("a file there has a name that differs in case only");
             }
         }
         return {};
@@ -268,8 +272,12 @@ void RunNames::listFolder()
 
 bool RunNames::mayBeThere(const QString &file) const
 {
-    return !m_isListed ||
-           std::binary_search(m_names.begin(), m_names.end(), keyOf(lastPathComponent(file)));
+    return !m_isListed || hasTwin(file);
+}
+
+bool RunNames::hasTwin(const QString &file) const
+{
+    return std::binary_search(m_names.begin(), m_names.end(), keyOf(lastPathComponent(file)));
 }
 
 } // namespace qv

@@ -40,6 +40,8 @@ private:
     SheetPlace &place(qsizetype number) { return m_places[static_cast<std::size_t>(number)]; }
     void listFolder();
     bool mayBeThere(const QString &file) const;
+    // Whether a name in the folder is the file's, or would be on a disk that ignores case.
+    bool hasTwin(const QString &file) const;
 
     QStringList m_sources;
     QString m_folder;

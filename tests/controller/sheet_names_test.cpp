@@ -143,6 +143,7 @@ TEST_F(SheetNamesTest, ASourceHasThePlainNameUnlessAFileOfOthersHasIt)
         {"a picture", [&] { imgSwatch(Qt::red, path("out/clip.jpg"), 8, 8); }, "clip (in)"},
         {"a picture in the other format", [&] { imgSwatch(Qt::red, path("out/clip.png"), 8, 8); },
          "clip"},
+        {"a name in capitals", [&] { makeSheet("CLIP.jpg", other); }, "clip (in)"},
         {"a folder", [&] { QDir().mkpath(path("out/clip.jpg")); }, "clip (in)"},
         {"a broken link", [&] { QFile::link("nowhere", path("out/clip.jpg")); }, "clip (in)"},
     };
