@@ -37,10 +37,9 @@ protected:
         ASSERT_TRUE(imgWrite(picture, path("out/" + name), xmpPacket(made)));
     }
 
-    // The names of a run's sheets; its sources are asked about from the last one on.
-    QStringList namesOf(const QStringList &sources, const QString &extension = "jpg") const
+    QStringList namesOf(const QStringList &sources) const
     {
-        RunNames run(sources, path("out"), extension);
+        RunNames run(sources, path("out"), "jpg");
         QStringList names;
         for (qsizetype i = sources.size(); i-- > 0;) {
             names.prepend(lastPathComponent(run.placeOf(i).base));
@@ -65,7 +64,6 @@ TEST(SheetNames, TellSourcesOfOneNameApartAndStayTheSame)
         {"/y/two/film.avi", "/out/film (f4166086)"},
         {"/one/..mp4", "/out/untitled"},
         {"/one/film.mp4", "/out/film"},
-        {"/y/two/film.avi", "/out/film (f4166086)"},
         {"/one/été.mp4", "/out/été"},
         {"/two/E\u0301TE\u0301.mp4", "/out/E\u0301TE\u0301 (two)"},
     };
@@ -84,88 +82,81 @@ TEST_F(SheetNamesTest, ASourceHasThePlainNameUnlessAFileOfOthersHasIt)
 {
     const QString clip = source("in/clip.mp4");
     const QString other = source("other/clip.mp4");
-    const QString moved = source("old/clip.mp4");
-    QFile::copy(clip, path("copy.mp4"));
-    const auto sameTime = [&](const QString &file) {
-        QFile opened(file);
-        ASSERT_TRUE(opened.open(QIODevice::ReadWrite));
-        opened.setFileTime(QFileInfo(clip).lastModified(), QFileDevice::FileModificationTime);
+    const QString copy = source("copy/clip.mp4");
+    QFile::link(path("in"), path("link"));
+    using Make = std::function<void(const QString &)>;
+    const auto sheetOf = [&](const QString &of, bool hasPath = true) -> Make {
+        return [=, this](const QString &name) { makeSheet(name, of, hasPath); };
     };
+    const auto before = [&](const Make &made, const QByteArray &content) -> Make {
+        return [=](const QString &name) {
+            writeFile(clip, content);
+            made(name);
+            writeFile(clip, "a film");
+        };
+    };
+    const auto ofCopy = [&](bool stays) -> Make {
+        return [=, this](const QString &name) {
+            writeFile(copy, "a film");
+            QFile file(copy);
+            ASSERT_TRUE(file.open(QIODevice::ReadWrite));
+            file.setFileTime(QFileInfo(clip).lastModified(), QFileDevice::FileModificationTime);
+            makeSheet(name, copy);
+            stays || QFile::remove(copy);
+        };
+    };
+    const auto picture = [&](const QString &name) {
+        imgSwatch(Qt::red, path("out/" + name), 8, 8);
+    };
+    const auto folder = [&](const QString &name) { QDir().mkpath(path("out/" + name)); };
+    const auto brokenLink = [&](const QString &name) { QFile::link("none", path("out/" + name)); };
     const struct {
         const char *what;
-        std::function<void()> make;
+        Make make;
+        const char *file;
         const char *name;
-        bool isMade = false;
+        bool isMade;
     } rows[] = {
-        {"nothing", [] {}, "clip"},
-        {"its sheet", [&] { makeSheet("clip.jpg", clip); }, "clip", true},
-        {"its sheet in the other format", [&] { makeSheet("clip.png", clip); }, "clip"},
-        {"its sheet under another name", [&] { makeSheet("clip (mp4).jpg", clip); }, "clip (mp4)",
-         true},
-        {"its sheet, before the source changed",
-         [&] {
-             writeFile(clip, "another film");
-             makeSheet("clip.jpg", clip);
-             writeFile(clip, "a film");
-         },
-         "clip", true},
-        {"its sheet without path, before the source changed",
-         [&] {
-             writeFile(clip, "another film");
-             makeSheet("clip.jpg", clip, false);
-             writeFile(clip, "a film");
-         },
-         "clip", true},
-        {"a sheet of another one", [&] { makeSheet("clip.jpg", other); }, "clip (in)"},
-        {"a sheet of another one in the other format", [&] { makeSheet("clip.png", other); },
-         "clip (in)"},
-        {"a sheet of another one without path", [&] { makeSheet("clip.jpg", other, false); },
-         "clip (in)"},
-        {"a sheet of a copy that is still there",
-         [&] {
-             sameTime(other);
-             makeSheet("clip.jpg", other);
-         },
-         "clip (in)"},
-        {"its sheet from before it was moved",
-         [&] {
-             sameTime(moved);
-             makeSheet("clip.jpg", moved);
-             QFile::remove(moved);
-         },
-         "clip", true},
-        {"its sheet by another path to it",
-         [&] {
-             QFile::link(path("in"), path("link"));
-             makeSheet("clip.jpg", path("link/clip.mp4"));
-         },
-         "clip", true},
-        {"a picture", [&] { imgSwatch(Qt::red, path("out/clip.jpg"), 8, 8); }, "clip (in)"},
-        {"a picture in the other format", [&] { imgSwatch(Qt::red, path("out/clip.png"), 8, 8); },
-         "clip"},
-        {"a name in capitals", [&] { makeSheet("CLIP.jpg", other); }, "clip (in)"},
-        {"a folder", [&] { QDir().mkpath(path("out/clip.jpg")); }, "clip (in)"},
-        {"a broken link", [&] { QFile::link("nowhere", path("out/clip.jpg")); }, "clip (in)"},
+        {"nothing", [](const QString &) {}, "", "clip", false},
+        {"its sheet", sheetOf(clip), "clip.jpg", "clip", true},
+        {"its sheet as PNG", sheetOf(clip), "clip.png", "clip", false},
+        {"its sheet under another name", sheetOf(clip), "clip (mp4).jpg", "clip (mp4)", true},
+        {"before it changed", before(sheetOf(clip), "old"), "clip.jpg", "clip", true},
+        {"the same, no path", before(sheetOf(clip, false), "old"), "clip.jpg", "clip", true},
+        {"by another path to it", sheetOf(path("link/clip.mp4")), "clip.jpg", "clip", true},
+        {"before it was moved", ofCopy(false), "clip.jpg", "clip", true},
+        {"of a copy that is there", ofCopy(true), "clip.jpg", "clip (in)", false},
+        {"of another one", sheetOf(other), "clip.jpg", "clip (in)", false},
+        {"of another one as PNG", sheetOf(other), "clip.png", "clip (in)", false},
+        {"of another one, no path", sheetOf(other, false), "clip.jpg", "clip (in)", false},
+        {"in capitals", sheetOf(other), "CLIP.jpg", "clip (in)", false},
+        {"a picture", picture, "clip.jpg", "clip (in)", false},
+        {"a picture as PNG", picture, "clip.png", "clip", false},
+        {"a folder", folder, "clip.jpg", "clip (in)", false},
+        {"a broken link", brokenLink, "clip.jpg", "clip (in)", false},
     };
+    writeFile(other, "another film");
     for (const auto &row : rows) {
         SCOPED_TRACE(row.what);
         QDir(path("out")).removeRecursively();
         QDir().mkpath(path("out"));
-        row.make();
+        row.make(row.file);
         RunNames run({clip}, path("out"), "jpg");
         EXPECT_EQ(lastPathComponent(run.placeOf(0).base), row.name);
         EXPECT_EQ(run.placeOf(0).isMade, row.isMade);
-        const SheetDelivery delivery{clip, path("out/clip.jpg"), clip, false, false};
+        // What is delivered to the plain name nevertheless.
+        SheetDelivery delivery{clip, path("out/clip.jpg"), clip, false, false};
         const bool isFree = !standsThere(delivery.sheet);
         const bool isOwn = row.isMade && QByteArray(row.name) == "clip";
-        EXPECT_EQ(deliverSheet(delivery).end, isFree  ? DeliveryEnd::Done
-                                              : isOwn ? DeliveryEnd::OwnIsThere
-                                                      : DeliveryEnd::OthersIsThere);
-        if (!isFree && !isOwn) {
-            SheetDelivery replacing = delivery;
-            replacing.replacesOwn = true;
-            EXPECT_EQ(deliverSheet(replacing).end, DeliveryEnd::OthersIsThere);
+        const DeliveryEnd kept = isOwn ? DeliveryEnd::OwnIsThere : DeliveryEnd::OthersIsThere;
+        EXPECT_EQ(deliverSheet(delivery).end, isFree ? DeliveryEnd::Done : kept);
+        EXPECT_EQ(isFree, contentOf(delivery.sheet) == "a film");
+        delivery.replacesOwn = true;
+        if (!isFree) {
+            EXPECT_EQ(deliverSheet(delivery).end, isOwn ? DeliveryEnd::Done : kept);
+            EXPECT_EQ(isOwn, contentOf(delivery.sheet) == "a film");
         }
+        EXPECT_EQ(QDir(path("out")).entryList({".*"}, QDir::Files | QDir::Hidden), QStringList());
     }
 }
 
@@ -190,21 +181,18 @@ TEST_F(SheetNamesTest, EveryShardGivesTheSameNamesWhateverIsMadeAlready)
             ASSERT_EQ(names, first) << foreignSheet << made;
         }
         QSet<QString> folded;
-        for (const QString &name : first) {
-            folded.insert(name.toLower());
+        for (qsizetype i = 0; i < sources.size(); ++i) {
+            makeSheet(first.at(i) + ".jpg", sources.at(i));
+            folded.insert(first.at(i).toLower());
         }
         EXPECT_EQ(folded.size(), sources.size());
         EXPECT_FALSE(first.contains(QString(foreignSheet).chopped(4)));
-        // With all sheets made, the order doesn't count any more, and each one is found alone.
+        // Then the order doesn't count any more, and each one is found alone.
         QStringList turned = sources;
         std::reverse(turned.begin(), turned.end());
-        for (const QString &one : sources) {
-            makeSheet(first.at(sources.indexOf(one)) + ".jpg", one);
-        }
-        const QStringList again = namesOf(turned);
-        for (qsizetype i = 0; i < sources.size(); ++i) {
-            EXPECT_EQ(again.at(sources.size() - 1 - i), first.at(i));
-            EXPECT_EQ(namesOf({sources.at(i)}), QStringList(first.at(i)));
-        }
+        QStringList names = namesOf(turned);
+        std::reverse(names.begin(), names.end());
+        EXPECT_EQ(names, first);
+        EXPECT_EQ(namesOf({sources.at(1)}), QStringList(first.at(1)));
     }
 }
