@@ -194,6 +194,16 @@ public:
         });
     }
 
+    // Of a path; empty when there is none.
+    QByteArray mark(const char *name)
+    {
+        return checked(name, [](const QString &text, bool &isGood) {
+            const QByteArray mark = text.toLatin1();
+            isGood = QByteArray::fromHex(mark).toHex() == mark;
+            return mark;
+        });
+    }
+
 private:
     const XmpTexts &m_texts;
     QString m_problem;
@@ -203,7 +213,7 @@ SheetSource sourceIn(TextsReader &reader)
 {
     return {reader.text("qvsheet.SourceName"),
             reader.path("qvsheet.SourceAddress"),
-            reader.text("qvsheet.SourceMark").toLatin1(),
+            reader.mark("qvsheet.SourceMark"),
             {reader.wholeNumber("qvsheet.SourceSize"), reader.date("qvsheet.SourceModified")}};
 }
 
@@ -266,12 +276,12 @@ tl::expected<Provenance, QString> provenanceIn(const QByteArray &packet)
         return tl::make_unexpected(texts.error());
     }
     TextsReader reader(*texts);
-    const SheetSource source = sourceIn(reader);
     Provenance provenance;
     provenance.application = reader.text("qvsheet.Application");
     provenance.version = reader.text("qvsheet.Version");
     provenance.made = reader.date("xmp.CreateDate");
     provenance.title = reader.text("dc.title");
+    const SheetSource source = sourceIn(reader);
     provenance.sourceName = source.name;
     provenance.sourcePath = source.path;
     provenance.sourceMark = source.mark;
