@@ -11,16 +11,17 @@ _quorvantel_cli_captions() {
 _quorvantel_cli() {
     local cur prev words cword
     _init_completion || return
-    local common="--help --json --log --verbose --quiet --hang-timeout --no-confinement"
+    local every="--help --json --quiet --from"
+    local common="$every --log --verbose --hang-timeout --no-confinement --quick"
     local options
     case ${words[1]} in
     sheet)
-        options="$common --from --quick --layout --count --output --format --keep --replace --update"
-        options="$options --no-paths --jobs --shard --no-timecode --caption --background --border-color --border-size"
+        options="$common --layout --count --output --format --keep --replace --update"
+        options="$options --no-paths --print0 --jobs --shard --no-timecode --caption --background --border-color --border-size"
         ;;
-    info) options="$common --from --quick" ;;
+    info) options=$common ;;
     plan) options="$common --layout --count" ;;
-    read) options="--help --json --from" ;;
+    read) options=$every ;;
     *) options="" ;;
     esac
     if [ "$cword" = 1 ]; then

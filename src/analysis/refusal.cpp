@@ -74,6 +74,30 @@ QString openingFailure(const QStringList &lines)
     return found == lines.rend() ? QString() : found->mid(2).trimmed();
 }
 
+// Phrases that mean little to people, and what they come to.
+QString wordsForError(const QString &text)
+{
+    const char *const unexplained = "ffmpeg can't read it and does not say why";
+    return wordsFor(text,
+                    {{"No space left on device", "no space is left in the temporary folder"},
+                     {"Cannot allocate memory", "reading it takes more memory than there is"},
+                     {"patches welcome", "it has a feature that ffmpeg does not support"},
+                     {"has not been implemented", "it has a feature that ffmpeg does not support"},
+                     {"End of file", "it ends before a video begins"},
+                     {"Unknown error occurred", unexplained},
+                     {"Internal bug", unexplained},
+                     {"Error number ", unexplained},
+                     {"Generic error in an external library", unexplained},
+                     {"Conversion failed!", unexplained}});
+}
+
+// ffmpeg's own words, marked as such.
+QString quoted(const QString &text)
+{
+    constexpr qsizetype longest = 180;
+    return QStringLiteral("ffmpeg says: \"%1\"").arg(text.left(longest));
+}
+
 QString openingReason(const QString &report, const QString &failure)
 {
     const bool isUnrecognised = has(report, "misdetection possible");
@@ -87,7 +111,11 @@ QString openingReason(const QString &report, const QString &failure)
                   {"No such file or directory", "there is no such file"},
                   {"Is a directory", "it is a folder, not a file"},
                   {"Input/output error", "the disk can't read it (input/output error)"}});
-    return words.isNull() ? failure : words;
+    if (!words.isNull()) {
+        return words;
+    }
+    const QString error = wordsForError(failure);
+    return error.isNull() ? quoted(failure) : error;
 }
 
 bool isVideoLine(const QString &line)
@@ -139,13 +167,21 @@ bool isHarmless(const QString &line)
                        [&](const char *phrase) { return has(line, phrase); });
 }
 
+// The last one that says something, else what the last one comes to.
 QString lastProblem(const QStringList &lines)
 {
-    constexpr qsizetype longest = 200;
-    const auto found = std::find_if(lines.rbegin(), lines.rend(), [](const QString &line) {
-        return !isHarmless(line) && namesProblem(line);
-    });
-    return found == lines.rend() ? QString() : withoutSpeaker(*found).left(longest);
+    QString words;
+    for (auto line = lines.rbegin(); line != lines.rend(); ++line) {
+        if (isHarmless(*line) || !namesProblem(*line)) {
+            continue;
+        }
+        const QString error = wordsForError(*line);
+        if (error.isNull()) {
+            return quoted(withoutSpeaker(*line));
+        }
+        words = words.isNull() ? error : words;
+    }
+    return words;
 }
 
 struct Playlist {
@@ -218,6 +254,9 @@ QString refusalReason(const QString &report, const QString &sourcePath)
     const QString text = reportWithoutNames(report, sourcePath);
     if (const QString refusal = containerRefusal(text); !refusal.isNull()) {
         return refusal;
+    }
+    if (has(text, "No space left on device")) {
+        return wordsForError(text);
     }
     const QStringList lines = linesOf(text);
     const QString failure = text.contains(inputMark) ? QString() : openingFailure(lines);

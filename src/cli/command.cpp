@@ -101,6 +101,33 @@ void tellTroubles(const HeadlessSession &session, const Streams &streams)
     }
 }
 
+// A number of pictures that the command line asks for, where it fills no whole rows.
+void tellRounding(const Options &options, const Streams &streams)
+{
+    const int count = options.count ? wholeRowsCount(options.layout, *options.count) : 0;
+    if (options.count && count != *options.count) {
+        streams.message(QStringLiteral("%1 pictures instead of %2: the %3 layout has %4 columns")
+                            .arg(QString::number(count), QString::number(*options.count),
+                                 layoutName(options.layout),
+                                 QString::number(columnsOf(options.layout))));
+    }
+}
+
+int runWithSession(HeadlessSession &session, const Options &options, const Streams &streams,
+                   const QByteArrayList &names)
+{
+    const QList<Source> sources = listSources(names, session.controller().admittedExtensions(),
+                                              [&] { return session.isStopped(); });
+    switch (options.command) {
+    case Command::Info:
+        return runInfoCommand(session, options, streams, sources);
+    case Command::Plan:
+        return runPlanCommand(session, options, streams, sources);
+    default:
+        return runSheetCommand(session, options, streams, sources);
+    }
+}
+
 int runOnSources(const Options &options, const DecodedArguments &arguments, const Streams &streams)
 {
     const auto names = namedSources(options, arguments, streams);
@@ -117,17 +144,15 @@ int runOnSources(const Options &options, const DecodedArguments &arguments, cons
     }
     if (!options.quiet) {
         tellTroubles(**session, streams);
+        tellRounding(options, streams);
     }
-    const QList<Source> sources = listSources(*names, (*session)->controller().admittedExtensions(),
-                                              [&] { return (*session)->isStopped(); });
-    switch (options.command) {
-    case Command::Info:
-        return runInfoCommand(**session, options, streams, sources);
-    case Command::Plan:
-        return runPlanCommand(**session, options, streams, sources);
-    default:
-        return runSheetCommand(**session, options, streams, sources);
+    const int status = runWithSession(**session, options, streams, *names);
+    if ((*session)->isLogIncomplete()) {
+        streams.message(QStringLiteral("the log file %1 is incomplete: not everything could be "
+                                       "written to it")
+                            .arg(options.logFile));
     }
+    return status;
 }
 
 int runArguments(const QByteArrayList &arguments, const Streams &streams)

@@ -9,12 +9,37 @@
 #include "support/foreign_names.h"
 #include "support/localized_strings.h"
 #include "support/log.h"
+#include "support/whole_write.h"
 
 #include <QDir>
 #include <QFileInfo>
 
+#include <cerrno>
+#include <cstdlib>
+#include <fcntl.h>
+#include <unistd.h>
+
 namespace qv
 {
+namespace
+{
+
+// Why no file can be written there, behind a colon; empty when one can.
+QString writingProblem(const QString &folder)
+{
+    constexpr std::size_t size = 65536;
+    QByteArray name = QFile::encodeName(folder) + "/Quorvantel-XXXXXX";
+    const int file = ::mkostemp(name.data(), O_CLOEXEC);
+    const int error =
+        file < 0 ? errno : writeAll(file, QByteArray(qsizetype{size}, '\0').constData(), size);
+    if (file >= 0) {
+        ::close(file);
+        ::unlink(name.constData());
+    }
+    return error == 0 ? QString() : QStringLiteral(": ") + qt_error_string(error);
+}
+
+} // namespace
 
 tl::expected<std::unique_ptr<HeadlessSession>, QString>
 HeadlessSession::start(const Options &options)
@@ -45,7 +70,7 @@ HeadlessSession::start(const Options &options)
     session->m_face = std::make_unique<HeadlessFace>(session->m_options, *session->m_preferences);
     session->m_controller =
         std::make_unique<appDelegate>(*session->m_preferences, *session->m_face, session->m_movies,
-                                      Placement{options.output.isEmpty(), true});
+                                      Placement{options.output.isEmpty(), true, true});
     return session;
 }
 
@@ -74,7 +99,9 @@ tl::expected<void, QString> HeadlessSession::openLog()
         return tl::make_unexpected(QStringLiteral("the log file %1 can't be written: %2")
                                        .arg(m_options.logFile, m_log.errorString()));
     }
-    setLogSink([this](const QByteArray &line) { m_log.write(line); });
+    setLogSink([this](const QByteArray &line) {
+        m_isLogIncomplete = m_log.write(line) != line.size() || m_isLogIncomplete;
+    });
     return {};
 }
 
@@ -83,10 +110,11 @@ tl::expected<void, QString> HeadlessSession::openScratch()
     m_scratch = ScratchFolder::create(commandScratchPrefix);
     const QString folder =
         m_scratch ? appendPath(m_scratch->path(), Bundle::main().name()) : QString();
-    if (!m_scratch || !prepareTemporaryFolder(folder, Bundle::main())) {
-        return tl::make_unexpected(QStringLiteral("no temporary folder can be made in %1. Set "
+    if (!m_scratch || !prepareTemporaryFolder(folder, Bundle::main()) ||
+        !QFileInfo(toolFolder()).isDir()) {
+        return tl::make_unexpected(QStringLiteral("no temporary folder can be made in %1%2. Set "
                                                   "TMPDIR to a folder that can be written.")
-                                       .arg(temporaryRoot()));
+                                       .arg(temporaryRoot(), writingProblem(temporaryRoot())));
     }
     setForeignNamesFolder(appendPath(m_scratch->path(), QStringLiteral("names")));
     setLogFolder(appendPath(m_scratch->path(), QStringLiteral("logs")));
@@ -137,14 +165,14 @@ tl::expected<void, QString> HeadlessSession::openDestination()
             QStringLiteral("the preferences name no destination. Name one with --output."));
     }
     const QString folder = m_controller->destinationFolder();
-    if (mkdir(folder) && QFileInfo(folder).isDir() && droitsAcces(folder)) {
-        removeForgottenDeliveries(folder);
-        return {};
+    const auto prepared = prepareSheetFolder(folder);
+    if (!prepared) {
+        return tl::make_unexpected(
+            QStringLiteral("the destination %1 can't be made or written: %2. Name another one with "
+                           "--output.")
+                .arg(folder, prepared.error()));
     }
-    return tl::make_unexpected(
-        QStringLiteral("the destination %1 can't be made or written. Name another one with "
-                       "--output.")
-            .arg(folder));
+    return {};
 }
 
 } // namespace qv

@@ -36,6 +36,9 @@ public:
     // For people: what of the stored settings could not be used, a sentence each.
     const QStringList &settingsTroubles() const { return m_settingsTroubles; }
 
+    // Whether the log file lacks lines that could not be written.
+    bool isLogIncomplete() const { return m_isLogIncomplete; }
+
     // Whether a signal has asked for the end since the session began. It is up to the caller to
     // look, until the run does; without that the scratch folder would stay.
     bool isStopped() const { return m_interrupt && Interrupt::signalNumber() != 0; }
@@ -55,6 +58,7 @@ private:
     std::unique_ptr<Interrupt> m_interrupt = std::make_unique<Interrupt>([] {});
     double m_idleLimitBefore = toolIdleLimit();
     QFile m_log;
+    bool m_isLogIncomplete = false;
     std::unique_ptr<ScratchFolder> m_scratch;
     std::unique_ptr<PreferencesStore> m_preferences;
     QStringList m_settingsTroubles;

@@ -73,20 +73,19 @@ private:
             declareReadOptions();
             return;
         }
-        if (m_command == Command::Info) {
-            add({QStringLiteral("quick")},
-                "Asks the quick tool first, and ffmpeg when it is not sure.");
-        } else {
+        if (m_command != Command::Info) {
             declarePlanOptions();
         }
-        if (m_command != Command::Plan) {
-            declareList();
+        if (!makesSheets()) {
+            add({QStringLiteral("quick")},
+                "Asks the quick tool first, and ffmpeg when it is not sure.");
         }
+        declareList();
         declareJson();
         declareToolOptions();
-        m_parser.addPositionalArgument(
-            QStringLiteral("SOURCE"), QStringLiteral("A video file or a folder."),
-            m_command == Command::Plan ? QStringLiteral("SOURCE") : QStringLiteral("SOURCE..."));
+        m_parser.addPositionalArgument(QStringLiteral("SOURCE"),
+                                       QStringLiteral("A video file or a folder."),
+                                       QStringLiteral("SOURCE..."));
     }
 
     const char *description() const
@@ -118,7 +117,7 @@ private:
     {
         add({QStringLiteral("log")}, "Appends trace lines to FILE.", "FILE");
         add({QStringLiteral("verbose")}, "Traces in detail (to standard error without --log).");
-        add({QStringLiteral("quiet")}, "Only errors on standard error.");
+        declareQuiet();
         add({QStringLiteral("hang-timeout")},
             "Ends a tool that has neither printed nor computed for so long. Default: 60.",
             "SECONDS");
@@ -140,10 +139,13 @@ private:
         add({QStringLiteral("json")}, "Results as JSON, one object a line and file.");
     }
 
+    void declareQuiet() { add({QStringLiteral("quiet")}, "Only errors on standard error."); }
+
     void declareReadOptions()
     {
         declareList();
         declareJson();
+        declareQuiet();
         m_parser.addPositionalArgument(QStringLiteral("SHEET"),
                                        QStringLiteral("A JPEG or PNG file."),
                                        QStringLiteral("SHEET..."));
@@ -157,12 +159,14 @@ private:
             "DIR");
         add({QStringLiteral("f"), QStringLiteral("format")},
             "jpg (960 pixels wide) or png (1920). Default: the preference.", "FORMAT");
-        add({QStringLiteral("keep")}, "Keeps a sheet that is there already (default).");
-        add({QStringLiteral("replace")}, "Replaces a sheet that is there already.");
+        add({QStringLiteral("keep")}, "Keeps a source's sheet that is there already (default).");
+        add({QStringLiteral("replace")}, "Replaces a source's sheet that is there already.");
         add({QStringLiteral("update")},
-            "Replaces a sheet that is there already when its source or the settings have changed "
-            "since, or when it does not tell.");
+            "Replaces a source's sheet that is there already when the source or the settings have "
+            "changed since.");
         add({QStringLiteral("no-paths")}, "Sheets don't carry in which folder their sources are.");
+        add({QStringLiteral("print0")},
+            "Ends each sheet's path on standard output with a NUL byte, for xargs -0.");
         add({QStringLiteral("jobs")},
             "Works on N sources at a time. Default: as many as there are processors.", "N");
         add({QStringLiteral("shard")},
@@ -204,19 +208,19 @@ private:
     Parsed<Options> read(Options options)
     {
         options.json = isSet("json");
+        options.quiet = isSet("quiet");
         options.sources = m_parser.positionalArguments();
         if (m_command == Command::Read) {
             return withSources(options);
         }
         options.verbose = isSet("verbose");
-        options.quiet = isSet("quiet");
         options.noConfinement = isSet("no-confinement");
         options.logFile = value("log");
         if (!take("hang-timeout", options.hangTimeout,
                   [](const QString &text) { return parseNumber(text, "time-out", 0.1, 1e6); })) {
             return wrong(m_error);
         }
-        options.quick = m_command != Command::Plan && isSet("quick");
+        options.quick = isSet("quick");
         if (m_command != Command::Info && !readPlanOptions(options)) {
             return wrong(m_error);
         }
@@ -226,16 +230,12 @@ private:
         if (m_command == Command::Worker) {
             return options;
         }
-        if (m_command == Command::Plan && options.sources.size() > 1) {
-            return wrong(QStringLiteral("plan takes one source"));
-        }
         return withSources(options);
     }
 
     Parsed<Options> withSources(Options options)
     {
-        options.from =
-            m_command == Command::Plan ? QStringList() : m_parser.values(QStringLiteral("from"));
+        options.from = m_parser.values(QStringLiteral("from"));
         if (options.sources.isEmpty() && options.from.isEmpty()) {
             return wrong(m_command == Command::Read ? QStringLiteral("no sheet is named")
                                                     : QStringLiteral("no source is named"));
@@ -253,9 +253,9 @@ private:
     // Everything that is said of the sheets themselves, and of the log.
     QStringList sheetArguments() const
     {
-        static const QSet<QString> ofTheList{QStringLiteral("jobs"), QStringLiteral("from"),
+        static const QSet<QString> ofTheList{QStringLiteral("jobs"),  QStringLiteral("from"),
                                              QStringLiteral("shard"), QStringLiteral("json"),
-                                             QStringLiteral("quiet")};
+                                             QStringLiteral("quiet"), QStringLiteral("print0")};
         QStringList arguments;
         for (const QStringList &names : m_names) {
             const QString &name = names.last();
@@ -269,6 +269,25 @@ private:
         return arguments;
     }
 
+    // Null when there is none.
+    QString contradiction(const Options &options) const
+    {
+        if (int{isSet("keep")} + int{options.replace} + int{options.update} > 1) {
+            return QStringLiteral("--keep, --replace and --update exclude each other");
+        }
+        if (options.json && options.print0) {
+            return QStringLiteral("--json and --print0 exclude each other");
+        }
+        if (isSet("output") && options.output.isEmpty()) {
+            return QStringLiteral("the output folder has no name");
+        }
+        if (options.output == QLatin1String("-")) {
+            return QStringLiteral("sheets can't go to standard output; -o names a folder (./- for "
+                                  "one that is named -)");
+        }
+        return {};
+    }
+
     bool readSheetOptions(Options &options)
     {
         options.jobs = processors();
@@ -278,12 +297,9 @@ private:
         options.update = isSet("update");
         options.noPaths = isSet("no-paths");
         options.noTimecode = isSet("no-timecode");
-        if (int{isSet("keep")} + int{options.replace} + int{options.update} > 1) {
-            m_error = QStringLiteral("--keep, --replace and --update exclude each other");
-            return false;
-        }
-        if (isSet("output") && options.output.isEmpty()) {
-            m_error = QStringLiteral("the output folder has no name");
+        options.print0 = isSet("print0");
+        m_error = contradiction(options);
+        if (!m_error.isNull()) {
             return false;
         }
         return take("jobs", options.jobs, parseJobs) && take("shard", options.shard, parseShard) &&
@@ -312,7 +328,7 @@ QString generalHelp()
         "Commands:\n"
         "  sheet SOURCE...   makes the sheets of files and folders\n"
         "  info SOURCE...    shows what is known about each source\n"
-        "  plan SOURCE       shows which pictures a sheet would take\n"
+        "  plan SOURCE...    shows which pictures a sheet would take\n"
         "  read SHEET...     shows what a sheet tells of itself\n"
         "\n"
         "quorvantel-cli COMMAND --help shows a command's options, --version the version.\n"

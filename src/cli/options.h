@@ -49,6 +49,7 @@ struct Options {
     QStringList sheetArguments; // what of the command line a copy of the command needs
 
     bool json = false;
+    bool print0 = false; // sheets' paths end with NUL bytes
     QString logFile;
     bool verbose = false;
     bool quiet = false;

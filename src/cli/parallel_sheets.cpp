@@ -24,9 +24,9 @@ class ParallelRun : public QObject
 {
 public:
     ParallelRun(HeadlessSession &session, const Options &options, const Streams &streams,
-                const QList<Source> &sources, int jobs, SheetReport &report)
+                const QList<Source> &sources, RunNames &names, int jobs, SheetReport &report)
         : m_session(session), m_options(options), m_streams(streams), m_sources(sources),
-          m_jobs(jobs), m_ahead(aheadOfEach * jobs), m_report(report),
+          m_names(names), m_jobs(jobs), m_ahead(aheadOfEach * jobs), m_report(report),
           m_progress(streams, !options.quiet, static_cast<int>(sources.size())),
           m_results([this](const SheetOutcome &outcome) { m_report.tell(outcome, m_progress); }),
           m_pool(QStringList{streams.workerProgram, QStringLiteral("worker")} +
@@ -96,14 +96,15 @@ private:
     void begin(qsizetype number)
     {
         const Source &source = m_sources.at(number);
-        if (const auto outcome = settledOutcome(m_session, m_options, source)) {
+        if (const auto outcome = settledOutcome(m_session, m_options, source, m_names)) {
             m_progress.passed(0);
             m_results.put(number, *outcome);
             return;
         }
-        m_pool.give({number, requestLine({rawPath(source.path),
-                                          m_session.controller().sheetBase(source.path)})});
+        m_pool.give({number, requestLine({rawPath(source.path), baseOf(source)})});
     }
+
+    QString baseOf(const Source &source) { return m_names.placeOf(source.number).base; }
 
     void answered(qsizetype number, const QByteArray &line)
     {
@@ -112,7 +113,10 @@ private:
             lost(number, QStringLiteral("answered what can't be understood"));
             return;
         }
-        outcome->source = m_sources.at(number).named;
+        const Source &source = m_sources.at(number);
+        outcome->source = source.named;
+        outcome->number = source.number;
+        noteName(*outcome, source, m_names);
         if (outcome->status == SheetOutcome::Status::Skipped) {
             m_progress.passed(outcome->seconds / m_jobs);
         }
@@ -121,13 +125,10 @@ private:
 
     void lost(qsizetype number, const QString &how)
     {
-        SheetOutcome outcome;
-        outcome.status = SheetOutcome::Status::Failed;
-        outcome.source = m_sources.at(number).named;
-        outcome.reason = QStringLiteral("the process that was making its sheet ended unexpectedly: "
-                                        "it %1")
-                             .arg(how);
-        m_results.put(number, outcome);
+        m_results.put(number, unmade(SheetOutcome::Status::Failed, m_sources.at(number),
+                                     QStringLiteral("the process that was making its sheet ended "
+                                                    "unexpectedly: it %1")
+                                         .arg(how)));
     }
 
     void stop(RunEnd why)
@@ -155,7 +156,7 @@ private:
     {
         QStringList names;
         for (const qsizetype number : m_pool.inProgress()) {
-            names.append(lastPathComponent(m_sources.at(number).named));
+            names.append(lastPathComponent(m_sources.at(number).shown()));
         }
         if (!names.isEmpty()) {
             m_progress.sources(static_cast<int>(m_results.arrived()), names);
@@ -177,7 +178,7 @@ private:
                 numbers.push_back(i);
             }
         }
-        SheetRunner runner(m_session, m_options, m_streams, left,
+        SheetRunner runner(m_session, m_options, m_streams, left, &m_names,
                            [&](const SheetOutcome &outcome, ProgressLine &progress) {
                                progress.clear();
                                m_results.put(numbers.front(), outcome);
@@ -190,6 +191,7 @@ private:
     const Options &m_options;
     const Streams &m_streams;
     const QList<Source> &m_sources;
+    RunNames &m_names;
     const int m_jobs;
     const qsizetype m_ahead;
     SheetReport &m_report;
@@ -205,10 +207,10 @@ private:
 } // namespace
 
 RunEnd makeSheetsInParallel(HeadlessSession &session, const Options &options,
-                            const Streams &streams, const QList<Source> &sources, int jobs,
-                            SheetReport &report)
+                            const Streams &streams, const QList<Source> &sources, RunNames &names,
+                            int jobs, SheetReport &report)
 {
-    return ParallelRun(session, options, streams, sources, jobs, report).run();
+    return ParallelRun(session, options, streams, sources, names, jobs, report).run();
 }
 
 } // namespace qv

@@ -3,6 +3,7 @@
 #include "cli/headless_session.h"
 #include "cli/sheet_report.h"
 #include "cli/source_list.h"
+#include "controller/run_names.h"
 
 namespace qv
 {
@@ -13,7 +14,7 @@ enum class RunEnd { Complete, Interrupted, GivenUp };
 // When no copy can be started, this process does the work. Gives up, saying why, when copies keep
 // dying.
 RunEnd makeSheetsInParallel(HeadlessSession &session, const Options &options,
-                            const Streams &streams, const QList<Source> &sources, int jobs,
-                            SheetReport &report);
+                            const Streams &streams, const QList<Source> &sources, RunNames &names,
+                            int jobs, SheetReport &report);
 
 } // namespace qv

@@ -10,17 +10,18 @@ int runReadCommand(const Options &options, const Streams &streams, const QByteAr
 {
     int status = AllDone;
     bool first = true;
-    for (const QByteArray &file : sheets) {
-        const QString name = QString::fromUtf8(file);
-        const auto provenance = readProvenance(file);
+    for (const QByteArray &sheet : sheets) {
+        const auto provenance = readProvenance(sheet);
         if (!provenance) {
             status = SomeFailed;
-            streams.message(QStringLiteral("skipped: %1: %2").arg(name, provenance.error()));
-        } else if (options.json) {
-            streams.out(jsonLine(provenanceJson(name, *provenance)) + '\n');
-        } else {
+            streams.message(QStringLiteral("skipped: %1: %2")
+                                .arg(QString::fromUtf8(sheet), provenance.error()));
+        }
+        if (options.json) {
+            streams.out(jsonLine(provenanceJson(sheet, provenance)) + '\n');
+        } else if (provenance) {
             const QString gap = std::exchange(first, false) ? QString() : QStringLiteral("\n");
-            streams.out((gap + provenanceText(name, *provenance)).toUtf8());
+            streams.out((gap + provenanceText(sheet, *provenance)).toUtf8());
         }
     }
     return status;

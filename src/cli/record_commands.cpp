@@ -1,10 +1,12 @@
 #include "cli/record_commands.h"
 
+#include "analysis/quick_probe.h"
 #include "cli/exit_status.h"
 #include "cli/results.h"
 #include "process/interrupt.h"
 #include "process/tool_environment.h"
 #include "support/files.h"
+#include "support/variant_values.h"
 
 #include <functional>
 
@@ -13,7 +15,8 @@ namespace qv
 namespace
 {
 
-using RecordText = std::function<QByteArray(const Source &, const MediaInfoRecord &)>;
+// What is printed of a source: its record, or why there is none.
+using RecordText = std::function<QByteArray(const Source &, const RecordResult &)>;
 
 // Analyses each source and prints what is made of its record.
 class RecordRunner : public SourceRunner
@@ -45,7 +48,8 @@ protected:
     void skipped(const Source &source, const QString &reason) override
     {
         m_bad = true;
-        say(QStringLiteral("skipped: %1: %2").arg(source.named, reason));
+        say(QStringLiteral("skipped: %1: %2").arg(source.shown(), reason));
+        print(m_text(source, tl::make_unexpected(reason)));
     }
 
 private:
@@ -53,20 +57,44 @@ private:
     bool m_bad = false;
 };
 
+// Texts are parted by an empty line.
+class TextGap
+{
+public:
+    QString next() { return std::exchange(m_first, false) ? QString() : QStringLiteral("\n"); }
+
+private:
+    bool m_first = true;
+};
+
+PlanResult planOf(HeadlessSession &session, const Options &options, const MediaInfoRecord &record)
+{
+    const int out = static_cast<int>(options.layout);
+    QVariantMap input = record;
+    input.insert(QStringLiteral("thNumberInt"), session.face().thumbnailCount(out));
+    input.insert(QStringLiteral("dstPathStr"),
+                 appendPath(toolFolder(), QStringLiteral("stills-1")));
+    const bool isQuick = options.quick && hasQuickTool() &&
+                         intIn(record, QStringLiteral("decSkip")).value_or(0) == 0;
+    if (isQuick) {
+        input.insert(QStringLiteral("quick"), 1);
+    }
+    return {planExtraction(out, input), isQuick};
+}
+
 } // namespace
 
 int runInfoCommand(HeadlessSession &session, const Options &options, const Streams &streams,
                    const QList<Source> &sources)
 {
-    bool first = true;
+    TextGap gap;
     RecordRunner runner(session, options, streams, sources,
-                        [&](const Source &source, const MediaInfoRecord &record) {
+                        [&](const Source &source, const RecordResult &record) -> QByteArray {
                             if (options.json) {
                                 return jsonLine(infoJson(source.named, record)) + '\n';
                             }
-                            const QString gap =
-                                std::exchange(first, false) ? QString() : QStringLiteral("\n");
-                            return (gap + infoText(source.named, record)).toUtf8();
+                            return record ? (gap.next() + infoText(source.named, *record)).toUtf8()
+                                          : QByteArray();
                         });
     return runner.printAll();
 }
@@ -74,17 +102,17 @@ int runInfoCommand(HeadlessSession &session, const Options &options, const Strea
 int runPlanCommand(HeadlessSession &session, const Options &options, const Streams &streams,
                    const QList<Source> &sources)
 {
-    const int out = static_cast<int>(options.layout);
+    TextGap gap;
     RecordRunner runner(
         session, options, streams, sources,
-        [&](const Source &source, const MediaInfoRecord &record) {
-            QVariantMap input = record;
-            input.insert(QStringLiteral("thNumberInt"), session.face().thumbnailCount(out));
-            input.insert(QStringLiteral("dstPathStr"),
-                         appendPath(toolFolder(), QStringLiteral("stills-1")));
-            const ExtractionPlan plan = planExtraction(out, input);
-            return options.json ? jsonLine(planJson(source.named, options.layout, plan)) + '\n'
-                                : planText(source.named, options.layout, plan).toUtf8();
+        [&](const Source &source, const RecordResult &record) -> QByteArray {
+            const auto plan = record.map(
+                [&](const MediaInfoRecord &known) { return planOf(session, options, known); });
+            if (options.json) {
+                return jsonLine(planJson(source.named, options.layout, plan)) + '\n';
+            }
+            return plan ? (gap.next() + planText(source.named, options.layout, *plan)).toUtf8()
+                        : QByteArray();
         });
     return runner.printAll();
 }

@@ -5,6 +5,7 @@
 #include "support/numbers.h"
 #include "support/shell_word.h"
 
+#include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QRegularExpression>
@@ -84,9 +85,53 @@ QJsonArray instantsOf(const SheetOutcome &outcome)
                                                         : QJsonArray();
 }
 
-QJsonValue pathJson(const QByteArray &path)
+// Null when it is empty.
+QJsonValue textOrNull(const QString &text)
 {
-    return path.isEmpty() ? QJsonValue(QJsonValue::Null) : QJsonValue(QString::fromUtf8(path));
+    return text.isEmpty() ? QJsonValue(QJsonValue::Null) : QJsonValue(text);
+}
+
+// A name as text, and its bytes, which need not be text.
+void insertName(QJsonObject &object, const QString &key, const QByteArray &name)
+{
+    object.insert(key, textOrNull(QString::fromUtf8(name)));
+    object.insert(key + QStringLiteral("_base64"),
+                  textOrNull(QString::fromLatin1(name.toBase64())));
+}
+
+// What every object of the commands begins with.
+QJsonObject resultJson(const QString &nameKey, const QByteArray &name, const QString &status,
+                       const QString &reason)
+{
+    QJsonObject object{{QStringLiteral("schema"), jsonSchema},
+                       {QStringLiteral("status"), status},
+                       {QStringLiteral("reason"), textOrNull(reason)}};
+    insertName(object, nameKey, name);
+    return object;
+}
+
+template <typename Value>
+QJsonObject resultJson(const QString &nameKey, const QByteArray &name,
+                       const tl::expected<Value, QString> &value)
+{
+    return value ? resultJson(nameKey, name, QStringLiteral("ok"), {})
+                 : resultJson(nameKey, name, statusWord(SheetOutcome::Status::Skipped),
+                              value.error());
+}
+
+void insertAll(QJsonObject &object, const QJsonObject &others)
+{
+    for (auto it = others.begin(); it != others.end(); ++it) {
+        object.insert(it.key(), it.value());
+    }
+}
+
+// The fields of an object that has no values for them.
+void insertNulls(QJsonObject &object, const QJsonObject &fields)
+{
+    for (const QString &key : fields.keys()) {
+        object.insert(key, QJsonValue::Null);
+    }
 }
 
 QString dateText(const QDateTime &date)
@@ -119,7 +164,60 @@ QString textOf(const QJsonValue &value)
     return texts.join(QStringLiteral(", "));
 }
 
-// Those of an object in it begin with its key; what is null is left out.
+QJsonObject recordJson(const MediaInfoRecord &record)
+{
+    QJsonObject keys;
+    const MediaInfoRecord shown = publicRecord(record);
+    for (auto it = shown.begin(); it != shown.end(); ++it) {
+        keys.insert(it.key(), jsonValue(it.value()));
+    }
+    return keys;
+}
+
+QJsonObject fieldsOf(const Provenance &provenance)
+{
+    QJsonObject source{
+        {QStringLiteral("name"), provenance.sourceName},
+        {QStringLiteral("mark"), textOrNull(QString::fromLatin1(provenance.sourceMark))},
+        {QStringLiteral("size"), provenance.source.size},
+        {QStringLiteral("modified"), dateText(provenance.source.modified)},
+        {QStringLiteral("duration"), roundedSeconds(provenance.duration)}};
+    insertName(source, QStringLiteral("path"), provenance.sourcePath);
+    return {{QStringLiteral("application"), provenance.application},
+            {QStringLiteral("version"), provenance.version},
+            {QStringLiteral("made"), dateText(provenance.made)},
+            {QStringLiteral("title"), provenance.title},
+            {QStringLiteral("source"), source},
+            {QStringLiteral("settings"), settingsJson(provenance.settings)},
+            {QStringLiteral("road"), roadName(provenance.madeQuick)},
+            {QStringLiteral("instants"), instantsJson(provenance.instants)}};
+}
+
+QJsonObject fieldsOf(const PlanResult &result)
+{
+    QJsonArray pictures;
+    for (const PlannedPicture &picture : result.plan.pictures) {
+        pictures.append(QJsonObject{
+            {QStringLiteral("index"), picture.index},
+            {QStringLiteral("time"), picture.time},
+            {QStringLiteral("timecode"), picture.timecode},
+            {QStringLiteral("arguments"), QJsonArray::fromStringList(picture.arguments)}});
+    }
+    const ExtractionPlan &plan = result.plan;
+    return {{QStringLiteral("count"), plan.count},
+            {QStringLiteral("wTh"), plan.size.width},
+            {QStringLiteral("hTh"), plan.size.height},
+            {QStringLiteral("interval"), plan.interval},
+            {QStringLiteral("road"), roadName(result.isQuick)},
+            {QStringLiteral("pictures"), pictures}};
+}
+
+QString shownName(const QByteArray &name)
+{
+    return visibleText(QString::fromUtf8(name));
+}
+
+// Those of an object in it begin with its key; null values and bytes are left out.
 QString linesOf(const QJsonObject &object, const QString &prefix)
 {
     QString lines;
@@ -127,7 +225,7 @@ QString linesOf(const QJsonObject &object, const QString &prefix)
         const QString key = prefix + it.key();
         if (it.value().isObject()) {
             lines += linesOf(it.value().toObject(), key + u'_');
-        } else if (!it.value().isNull()) {
+        } else if (!it.value().isNull() && !key.endsWith(QLatin1String("_base64"))) {
             lines += key + QStringLiteral(": ") + textOf(it.value()) + u'\n';
         }
     }
@@ -153,19 +251,19 @@ QString statusWord(SheetOutcome::Status status)
 
 QJsonObject sheetJson(const SheetOutcome &outcome)
 {
-    const QJsonValue nothing(QJsonValue::Null);
-    return {
-        {QStringLiteral("source"), outcome.source},
-        {QStringLiteral("sheet"), outcome.sheet.isEmpty() ? nothing : QJsonValue(outcome.sheet)},
-        {QStringLiteral("status"), statusWord(outcome.status)},
-        {QStringLiteral("reason"), outcome.reason.isEmpty() ? nothing : QJsonValue(outcome.reason)},
-        {QStringLiteral("pictures"), QJsonObject{{QStringLiteral("asked"), outcome.asked},
-                                                 {QStringLiteral("drawn"), outcome.drawn}}},
-        {QStringLiteral("pictures_moved"), outcome.moved},
-        {QStringLiteral("road"), roadOf(outcome)},
-        {QStringLiteral("instants"), instantsOf(outcome)},
-        {QStringLiteral("duration"), roundedSeconds(outcome.duration)},
-        {QStringLiteral("seconds"), outcome.seconds}};
+    QJsonObject object = resultJson(QStringLiteral("source"), outcome.source,
+                                    statusWord(outcome.status), outcome.reason);
+    insertName(object, QStringLiteral("sheet"), QFile::encodeName(outcome.sheet));
+    insertAll(object,
+              {{QStringLiteral("renamed"), outcome.isRenamed},
+               {QStringLiteral("pictures"), QJsonObject{{QStringLiteral("asked"), outcome.asked},
+                                                        {QStringLiteral("drawn"), outcome.drawn}}},
+               {QStringLiteral("pictures_moved"), outcome.moved},
+               {QStringLiteral("road"), roadOf(outcome)},
+               {QStringLiteral("instants"), instantsOf(outcome)},
+               {QStringLiteral("duration"), roundedSeconds(outcome.duration)},
+               {QStringLiteral("seconds"), outcome.seconds}});
+    return object;
 }
 
 MediaInfoRecord publicRecord(const MediaInfoRecord &record)
@@ -177,21 +275,19 @@ MediaInfoRecord publicRecord(const MediaInfoRecord &record)
     return shown;
 }
 
-QJsonObject infoJson(const QString &source, const MediaInfoRecord &record)
+QJsonObject infoJson(const QByteArray &source, const RecordResult &record)
 {
-    QJsonObject keys;
-    const MediaInfoRecord shown = publicRecord(record);
-    for (auto it = shown.begin(); it != shown.end(); ++it) {
-        keys.insert(it.key(), jsonValue(it.value()));
-    }
-    return {{QStringLiteral("source"), source},
-            {QStringLiteral("duration"), durationJson(record)},
-            {QStringLiteral("record"), keys}};
+    QJsonObject object = resultJson(QStringLiteral("source"), source, record);
+    object.insert(QStringLiteral("duration"),
+                  record ? durationJson(*record) : QJsonValue(QJsonValue::Null));
+    object.insert(QStringLiteral("record"),
+                  record ? QJsonValue(recordJson(*record)) : QJsonValue(QJsonValue::Null));
+    return object;
 }
 
-QString infoText(const QString &source, const MediaInfoRecord &record)
+QString infoText(const QByteArray &source, const MediaInfoRecord &record)
 {
-    QString text = QStringLiteral("source: ") + visibleText(source) + QLatin1Char('\n');
+    QString text = QStringLiteral("source: ") + shownName(source) + QLatin1Char('\n');
     const MediaInfoRecord shown = publicRecord(record);
     for (auto it = shown.begin(); it != shown.end(); ++it) {
         text += it.key() + QStringLiteral(": ") + textValue(it.value()) + QLatin1Char('\n');
@@ -199,59 +295,49 @@ QString infoText(const QString &source, const MediaInfoRecord &record)
     return text;
 }
 
-QJsonObject provenanceJson(const QString &sheet, const Provenance &provenance)
+QJsonObject provenanceJson(const QByteArray &sheet,
+                           const tl::expected<Provenance, QString> &provenance)
 {
-    const QJsonObject source{{QStringLiteral("name"), provenance.sourceName},
-                             {QStringLiteral("path"), pathJson(provenance.sourcePath)},
-                             {QStringLiteral("size"), provenance.source.size},
-                             {QStringLiteral("modified"), dateText(provenance.source.modified)},
-                             {QStringLiteral("duration"), roundedSeconds(provenance.duration)}};
-    return {{QStringLiteral("sheet"), sheet},
-            {QStringLiteral("application"), provenance.application},
-            {QStringLiteral("version"), provenance.version},
-            {QStringLiteral("made"), dateText(provenance.made)},
-            {QStringLiteral("title"), provenance.title},
-            {QStringLiteral("source"), source},
-            {QStringLiteral("settings"), settingsJson(provenance.settings)},
-            {QStringLiteral("road"), roadName(provenance.madeQuick)},
-            {QStringLiteral("instants"), instantsJson(provenance.instants)}};
+    QJsonObject object = resultJson(QStringLiteral("sheet"), sheet, provenance);
+    const QJsonObject fields = fieldsOf(provenance.value_or(Provenance()));
+    provenance ? insertAll(object, fields) : insertNulls(object, fields);
+    return object;
 }
 
-QString provenanceText(const QString &sheet, const Provenance &provenance)
+QString provenanceText(const QByteArray &sheet, const Provenance &provenance)
 {
-    QJsonObject object = provenanceJson(sheet, provenance);
-    object.remove(QStringLiteral("sheet"));
-    return QStringLiteral("sheet: %1\n").arg(visibleText(sheet)) + linesOf(object, QString());
+    return QStringLiteral("sheet: %1\n").arg(shownName(sheet)) +
+           linesOf(fieldsOf(provenance), QString());
 }
 
-QJsonObject planJson(const QString &source, SheetLayout layout, const ExtractionPlan &plan)
+QJsonObject planJson(const QByteArray &source, SheetLayout layout,
+                     const tl::expected<PlanResult, QString> &plan)
 {
-    QJsonArray pictures;
-    for (const PlannedPicture &picture : plan.pictures) {
-        pictures.append(QJsonObject{
-            {QStringLiteral("index"), picture.index},
-            {QStringLiteral("time"), picture.time},
-            {QStringLiteral("timecode"), picture.timecode},
-            {QStringLiteral("arguments"), QJsonArray::fromStringList(picture.arguments)}});
+    QJsonObject object = resultJson(QStringLiteral("source"), source, plan);
+    const QJsonObject fields = fieldsOf(plan.value_or(PlanResult()));
+    plan ? insertAll(object, fields) : insertNulls(object, fields);
+    object.insert(QStringLiteral("layout"), layoutName(layout));
+    return object;
+}
+
+QString planText(const QByteArray &source, SheetLayout layout, const PlanResult &result)
+{
+    const ExtractionPlan &plan = result.plan;
+    QString text =
+        QStringLiteral("source: %1\nlayout: %2\ncount: %3\nsize: %4 x %5\ninterval: %6 s\n")
+            .arg(shownName(source), layoutName(layout), QString::number(plan.count),
+                 QString::number(plan.size.width), QString::number(plan.size.height),
+                 fixedText(plan.interval, 2));
+    if (result.isQuick) {
+        text += QStringLiteral("road: %1\n").arg(roadName(true));
     }
-    return {
-        {QStringLiteral("source"), source},        {QStringLiteral("layout"), layoutName(layout)},
-        {QStringLiteral("count"), plan.count},     {QStringLiteral("wTh"), plan.size.width},
-        {QStringLiteral("hTh"), plan.size.height}, {QStringLiteral("interval"), plan.interval},
-        {QStringLiteral("pictures"), pictures}};
-}
-
-QString planText(const QString &source, SheetLayout layout, const ExtractionPlan &plan)
-{
-    QString text = QStringLiteral("source: %1\nlayout: %2\ncount: %3\nsize: %4 x %5\n"
-                                  "interval: %6 s\n")
-                       .arg(visibleText(source), layoutName(layout), QString::number(plan.count),
-                            QString::number(plan.size.width), QString::number(plan.size.height),
-                            fixedText(plan.interval, 2));
     for (const PlannedPicture &picture : plan.pictures) {
-        text += QStringLiteral("%1  %2  %3 s  %4\n")
+        text += QStringLiteral("%1  %2  %3 s")
                     .arg(QString::number(picture.index).rightJustified(3), picture.timecode,
-                         fixedText(picture.time, 2), shellQuoted(picture.arguments));
+                         fixedText(picture.time, 2));
+        text += picture.arguments.isEmpty()
+                    ? QStringLiteral("\n")
+                    : QStringLiteral("  %1\n").arg(shellQuoted(picture.arguments));
     }
     return text;
 }

@@ -10,15 +10,22 @@
 #include <QList>
 #include <QString>
 
-// What the commands print for a source, as text and as JSON.
+#include <tl/expected.hpp>
+
+// What the commands print for a source, as text and as JSON (docs/json.md).
 namespace qv
 {
+
+// Rises when a field changes its meaning or goes; new ones may come at any time.
+constexpr int jsonSchema = 1;
 
 struct SheetOutcome {
     enum class Status { Made, Kept, Skipped, Failed };
     Status status = Status::Failed;
-    QString source;
+    QByteArray source;    // as the user named it
+    qsizetype number = 0; // of the source
     QString sheet;
+    bool isRenamed = false; // the sheet does not have the source's plain name
     QString reason;
     int asked = 0;
     int moved = 0; // pictures of frames more than two seconds away from their stamps
@@ -34,17 +41,25 @@ QJsonObject sheetJson(const SheetOutcome &outcome);
 
 // The record without what the controller added for itself.
 MediaInfoRecord publicRecord(const MediaInfoRecord &record);
-QJsonObject infoJson(const QString &source, const MediaInfoRecord &record);
+// Null when there is none, for the reason given.
+using RecordResult = tl::expected<MediaInfoRecord, QString>;
+QJsonObject infoJson(const QByteArray &source, const RecordResult &record);
 // One "key: value" a line.
-QString infoText(const QString &source, const MediaInfoRecord &record);
+QString infoText(const QByteArray &source, const MediaInfoRecord &record);
 
 // What a sheet tells of itself.
-QJsonObject provenanceJson(const QString &sheet, const Provenance &provenance);
+QJsonObject provenanceJson(const QByteArray &sheet,
+                           const tl::expected<Provenance, QString> &provenance);
 // One "key: value" a line.
-QString provenanceText(const QString &sheet, const Provenance &provenance);
+QString provenanceText(const QByteArray &sheet, const Provenance &provenance);
 
-QJsonObject planJson(const QString &source, SheetLayout layout, const ExtractionPlan &plan);
-QString planText(const QString &source, SheetLayout layout, const ExtractionPlan &plan);
+struct PlanResult {
+    ExtractionPlan plan;
+    bool isQuick = false;
+};
+QJsonObject planJson(const QByteArray &source, SheetLayout layout,
+                     const tl::expected<PlanResult, QString> &plan);
+QString planText(const QByteArray &source, SheetLayout layout, const PlanResult &plan);
 
 // One line, without its end.
 QByteArray jsonLine(const QJsonObject &object);

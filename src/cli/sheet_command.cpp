@@ -4,7 +4,9 @@
 #include "cli/parallel_sheets.h"
 #include "cli/sheet_report.h"
 #include "cli/sheet_runner.h"
+#include "controller/sheet_delivery.h"
 #include "process/interrupt.h"
+#include "sheet/composer.h"
 
 #include <algorithm>
 
@@ -13,18 +15,15 @@ namespace qv
 namespace
 {
 
-// Names are given in the order of all sources, whatever becomes of each, so that a repeated run and
-// every shard give the same ones.
-void nameSheets(HeadlessSession &session, const QList<Source> &sources)
+// By the numbers of the sources; null for those that get no sheet of their own.
+QStringList pathsToName(const QList<Source> &sources)
 {
+    QStringList paths;
     for (const Source &source : sources) {
-        if (session.isStopped()) {
-            return;
-        }
-        if (source.problem.isNull()) {
-            session.controller().sheetBase(source.path);
-        }
+        const bool isNamed = source.problem.isNull() && !source.isRepeated();
+        paths.append(isNamed ? source.path : QString());
     }
+    return paths;
 }
 
 QString emptyShard(const Options &options, qsizetype total)
@@ -33,6 +32,20 @@ QString emptyShard(const Options &options, qsizetype total)
         .arg(options.shard->part)
         .arg(options.shard->parts)
         .arg(total);
+}
+
+RunEnd makeSheets(HeadlessSession &session, const Options &options, const Streams &streams,
+                  const QList<Source> &sources, RunNames &names, SheetReport &report)
+{
+    const auto jobs = static_cast<int>(std::min<qsizetype>(options.jobs, sources.size()));
+    if (jobs > 1 && !streams.workerProgram.isEmpty()) {
+        return makeSheetsInParallel(session, options, streams, sources, names, jobs, report);
+    }
+    SheetRunner runner(session, options, streams, sources, &names,
+                       [&](const SheetOutcome &outcome, ProgressLine &progress) {
+                           report.tell(outcome, progress);
+                       });
+    return runner.run() ? RunEnd::Complete : RunEnd::Interrupted;
 }
 
 } // namespace
@@ -44,7 +57,11 @@ int runSheetCommand(HeadlessSession &session, const Options &options, const Stre
         streams.message(opened.error());
         return CannotWork;
     }
-    nameSheets(session, all);
+    removeForgottenDeliveries(session.controller().destinationFolder());
+    // Over the whole list, so that every shard gives the same names.
+    RunNames names(pathsToName(all), session.controller().destinationFolder(),
+                   sheetExtension(session.face().pictureChoice()),
+                   [&] { return session.isStopped(); });
     if (session.isStopped()) {
         streams.message(QStringLiteral("stopped"));
         return SignalBase + Interrupt::signalNumber();
@@ -52,28 +69,20 @@ int runSheetCommand(HeadlessSession &session, const Options &options, const Stre
     const QList<Source> sources = options.shard ? sourcesOfShard(all, *options.shard) : all;
     if (sources.isEmpty()) {
         if (!options.quiet) {
-            streams.message(emptyShard(options, all.size()));
+            streams.message(emptyShard(options, withoutRepeated(all).size()));
         }
         return AllDone;
     }
-    SheetReport report(options, streams);
-    const auto jobs = static_cast<int>(std::min<qsizetype>(options.jobs, sources.size()));
-    RunEnd end = RunEnd::Complete;
-    if (jobs > 1 && !streams.workerProgram.isEmpty()) {
-        end = makeSheetsInParallel(session, options, streams, sources, jobs, report);
-    } else {
-        SheetRunner runner(session, options, streams, sources,
-                           [&](const SheetOutcome &outcome, ProgressLine &progress) {
-                               report.tell(outcome, progress);
-                           });
-        end = runner.run() ? RunEnd::Complete : RunEnd::Interrupted;
-    }
+    SheetReport report(options, streams, sources);
+    const RunEnd end =
+        makeSheets(session, options, streams, withoutRepeated(sources), names, report);
+    report.finish();
     if (end != RunEnd::Complete) {
-        streams.message(QStringLiteral("stopped: ") + report.summary(sources.size()));
+        streams.message(QStringLiteral("stopped: ") + report.summary());
         return end == RunEnd::GivenUp ? int{CannotWork} : SignalBase + Interrupt::signalNumber();
     }
     if (sources.size() > 1 && !options.quiet) {
-        streams.message(report.summary(sources.size()));
+        streams.message(report.summary());
     }
     return report.exitStatus();
 }

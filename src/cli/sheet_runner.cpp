@@ -3,7 +3,9 @@
 #include "controller/reasons.h"
 #include "controller/sheet_freshness.h"
 #include "controller/sheet_names.h"
+#include "controller/sheet_owner.h"
 #include "controller/store_keys.h"
+#include "sheet/composer.h"
 #include "support/files.h"
 #include "support/log.h"
 
@@ -27,15 +29,6 @@ SheetOutcome::Status statusOf(const RowResult &result)
     }
 }
 
-SheetOutcome unmade(SheetOutcome::Status status, const Source &source, const QString &reason)
-{
-    SheetOutcome outcome;
-    outcome.status = status;
-    outcome.source = source.named;
-    outcome.reason = reason;
-    return outcome;
-}
-
 // Whether the sheet tells that one made now would be the same.
 bool isFresh(HeadlessSession &session, const Source &source, const QString &sheet)
 {
@@ -50,11 +43,27 @@ bool isFresh(HeadlessSession &session, const Source &source, const QString &shee
     return why.isNull();
 }
 
+void addRemark(SheetOutcome &outcome, const QString &remark)
+{
+    outcome.reason += (outcome.reason.isEmpty() ? QString() : QStringLiteral("; ")) + remark;
+}
+
 } // namespace
 
+SheetOutcome unmade(SheetOutcome::Status status, const Source &source, const QString &reason)
+{
+    SheetOutcome outcome;
+    outcome.status = status;
+    outcome.source = source.named;
+    outcome.number = source.number;
+    outcome.reason = reason;
+    return outcome;
+}
+
 SheetRunner::SheetRunner(HeadlessSession &session, const Options &options, const Streams &streams,
-                         QList<Source> sources, Tell tell)
-    : SourceRunner(session, options, streams, std::move(sources)), m_tell(std::move(tell))
+                         QList<Source> sources, RunNames *names, Tell tell)
+    : SourceRunner(session, options, streams, std::move(sources)), m_names(names),
+      m_tell(std::move(tell))
 {
     session.face().onRowFinished = [this](const RowResult &result) { rowFinished(result); };
     session.face().onBatchOver = [this] { next(); };
@@ -68,9 +77,14 @@ SheetRunner::~SheetRunner()
 
 bool SheetRunner::settle(const Source &source)
 {
-    const auto outcome = settledOutcome(m_session, m_options, source);
+    if (m_names == nullptr) {
+        return false;
+    }
+    const auto outcome = settledOutcome(m_session, m_options, source, *m_names);
     if (outcome) {
         m_tell(*outcome, progress());
+    } else {
+        m_session.controller().giveSheetBase(source.path, m_names->placeOf(source.number).base);
     }
     return outcome.has_value();
 }
@@ -117,52 +131,34 @@ void SheetRunner::rowFinished(const RowResult &result)
     outcome.instants = result.instants;
     outcome.duration = result.duration;
     outcome.seconds = secondsOnCurrent();
-    addRemarks(outcome);
+    if (outcome.status == SheetOutcome::Status::Made && outcome.drawn < outcome.asked) {
+        addRemark(outcome, QStringLiteral("%1 of %2 pictures could not be taken")
+                               .arg(outcome.asked - outcome.drawn)
+                               .arg(outcome.asked));
+    }
+    if (m_names != nullptr) {
+        noteName(outcome, current(), *m_names);
+    }
     m_tell(outcome, progress());
 }
 
-// What a sheet that was made is to be read with.
-void SheetRunner::addRemarks(SheetOutcome &outcome) const
-{
-    if (outcome.status != SheetOutcome::Status::Made) {
-        return;
-    }
-    QStringList remarks;
-    const QString base = withoutExtension(outcome.sheet);
-    if (isRenamed(current().path, base)) {
-        remarks << QStringLiteral("named %1, because another source of this run has the plain "
-                                  "name")
-                       .arg(lastPathComponent(outcome.sheet));
-    }
-    if (outcome.drawn < outcome.asked) {
-        remarks << QStringLiteral("%1 of %2 pictures could not be taken")
-                       .arg(outcome.asked - outcome.drawn)
-                       .arg(outcome.asked);
-    }
-    outcome.reason = remarks.join(QStringLiteral("; "));
-}
-
-QString sheetOf(HeadlessSession &session, const Source &source)
-{
-    return session.controller().sheetPath(source.path, session.face().pictureChoice());
-}
-
 std::optional<SheetOutcome> settledOutcome(HeadlessSession &session, const Options &options,
-                                           const Source &source)
+                                           const Source &source, RunNames &names)
 {
     if (!source.problem.isNull()) {
         return unmade(SheetOutcome::Status::Skipped, source, source.problem);
     }
-    const QString sheet = sheetOf(session, source);
-    const QFileInfo standing(sheet);
-    if (standing.isDir()) {
-        return unmade(SheetOutcome::Status::Failed, source,
-                      QStringLiteral("a folder has its sheet's name: %1").arg(sheet));
+    const SheetPlace &place = names.placeOf(source.number);
+    if (place.base.isEmpty()) {
+        return unmade(SheetOutcome::Status::Failed, source, reasons::namesAreTaken);
     }
-    if (options.replace || !standing.exists()) {
-        return std::nullopt;
-    }
-    if (options.update && !isFresh(session, source, sheet)) {
+    const QString sheet =
+        place.base + QLatin1Char('.') + sheetExtension(session.face().pictureChoice());
+    // Another process may have made it since, or removed it. A file of others that has come there
+    // is met when the sheet is delivered.
+    const bool isThere = place.isMade ? standsThere(sheet)
+                                      : claimOn(placeContent(sheet), source.path) != Claim::None;
+    if (options.replace || !isThere || (options.update && !isFresh(session, source, sheet))) {
         return std::nullopt;
     }
     SheetOutcome outcome =
@@ -170,7 +166,30 @@ std::optional<SheetOutcome> settledOutcome(HeadlessSession &session, const Optio
                options.update ? QStringLiteral("its sheet is there already and up to date")
                               : reasons::sheetIsThere);
     outcome.sheet = sheet;
+    noteName(outcome, source, names);
     return outcome;
+}
+
+void noteName(SheetOutcome &outcome, const Source &source, RunNames &names)
+{
+    if (outcome.sheet.isEmpty()) {
+        return;
+    }
+    const QString base = withoutExtension(outcome.sheet);
+    outcome.isRenamed = isRenamed(source.path, base);
+    if (outcome.status != SheetOutcome::Status::Made || !outcome.isRenamed) {
+        return;
+    }
+    const SheetPlace &place = names.placeOf(source.number);
+    const QString why = base == place.base
+                            ? place.why
+                            : QStringLiteral("another file has come to the name %1 meanwhile")
+                                  .arg(lastPathComponent(place.base));
+    if (!why.isEmpty()) {
+        addRemark(
+            outcome,
+            QStringLiteral("named %1, because %2").arg(lastPathComponent(outcome.sheet), why));
+    }
 }
 
 } // namespace qv

@@ -2,6 +2,7 @@
 
 #include "cli/results.h"
 #include "cli/source_runner.h"
+#include "controller/run_names.h"
 
 #include <functional>
 #include <optional>
@@ -15,8 +16,9 @@ class SheetRunner : public SourceRunner
 public:
     using Tell = std::function<void(const SheetOutcome &, ProgressLine &)>;
 
+    // Without names, whoever begins a source gives the controller its sheet's.
     SheetRunner(HeadlessSession &session, const Options &options, const Streams &streams,
-                QList<Source> sources, Tell tell);
+                QList<Source> sources, RunNames *names, Tell tell);
     ~SheetRunner() override;
 
 protected:
@@ -26,18 +28,19 @@ protected:
 
 private:
     void rowFinished(const RowResult &result);
-    void addRemarks(SheetOutcome &outcome) const;
     void tellUnmade(SheetOutcome::Status status, const Source &source, const QString &reason);
 
+    RunNames *m_names;
     Tell m_tell;
 };
 
-// Where a source's sheet goes.
-QString sheetOf(HeadlessSession &session, const Source &source);
+SheetOutcome unmade(SheetOutcome::Status status, const Source &source, const QString &reason);
 
-// What becomes of a source that nobody needs to look into: it is none, or what stands at its
-// sheet's name settles it.
+// What becomes of a source that nobody needs to look into: it is none, or its sheet is there.
 std::optional<SheetOutcome> settledOutcome(HeadlessSession &session, const Options &options,
-                                           const Source &source);
+                                           const Source &source, RunNames &names);
+
+// Adds to the outcome whether and why the sheet does not have the plain name.
+void noteName(SheetOutcome &outcome, const Source &source, RunNames &names);
 
 } // namespace qv

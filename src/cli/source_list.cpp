@@ -7,38 +7,49 @@
 
 #include <QDir>
 #include <QFileInfo>
+#include <QHash>
 
+#include <algorithm>
 #include <climits>
+#include <filesystem>
+#include <iterator>
 
 namespace qv
 {
 namespace
 {
 
+// Cleaned as bytes first: a link to a name that is no text stands for one spelling of it.
 QString absolutePath(const QByteArray &name)
 {
-    return QDir::cleanPath(usablePath(absoluteName(name)));
+    const std::filesystem::path path(absoluteName(name).toStdString());
+    return QDir::cleanPath(usablePath(QByteArray::fromStdString(path.lexically_normal().string())));
 }
 
 // "clips/" and "/home/u/clips/a/b.mp4" below "/home/u/clips" give "clips/a/b.mp4".
-QString namedBelow(const QString &folderName, const QString &folder, const QString &path)
+QByteArray namedBelow(const QByteArray &folderName, const QString &folder, const QString &path)
 {
-    const QString shown = shownPath(path);
-    if (!shown.startsWith(folder) || folderName == folder) {
-        return shown;
+    const QByteArray raw = rawPath(path);
+    const QByteArray root = rawPath(folder);
+    if (!raw.startsWith(root) || folderName == root) {
+        return raw;
     }
-    const QString below = shown.mid(folder.size());
-    return appendPath(folderName, below.startsWith(QLatin1Char('/')) ? below.mid(1) : below);
+    qsizetype below = root.size();
+    while (below < raw.size() && raw.at(below) == '/') {
+        ++below;
+    }
+    const bool isApart = below == raw.size() || folderName.endsWith('/');
+    return folderName + (isApart ? "" : "/") + raw.mid(below);
 }
 
-QList<Source> sourcesOfFolder(const QString &name, const QString &folder,
+QList<Source> sourcesOfFolder(const QByteArray &name, const QString &folder,
                               const QSet<QString> &extensions)
 {
     QList<Source> sources;
     QStringList closed;
     for (const QString &path : withAdmittedExtension(listedBelow(folder, &closed), extensions)) {
         if (!QFileInfo(path).isDir()) {
-            sources.append({path, namedBelow(name, folder, path), QString()});
+            sources.append({path, namedBelow(name, folder, path), linkProblem(path)});
         }
     }
     for (const QString &path : closed) {
@@ -50,9 +61,12 @@ QList<Source> sourcesOfFolder(const QString &name, const QString &folder,
     return sources;
 }
 
-Source sourceOfFile(const QString &name, const QString &path, const QSet<QString> &extensions)
+Source sourceOfFile(const QByteArray &name, const QString &path, const QSet<QString> &extensions)
 {
-    QString problem = sourceProblem(path);
+    QString problem = absoluteName(name).isValidUtf8() ? QString() : linkProblem(path);
+    if (problem.isNull()) {
+        problem = sourceProblem(path);
+    }
     if (problem.isNull() && !extensions.contains(pathExtension(path))) {
         const QString extension = pathExtension(path);
         problem = extension.isEmpty()
@@ -60,21 +74,20 @@ Source sourceOfFile(const QString &name, const QString &path, const QSet<QString
                       : QStringLiteral("'.%1' is no extension of a video that is known here")
                             .arg(extension);
     }
-    // One text for both where they are the same: a list may have a hundred thousand.
-    return {path, name == path ? path : name, problem};
+    return {path, name, problem};
 }
 
-QList<Source> sourcesOf(const QByteArray &raw, const QSet<QString> &extensions)
+QList<Source> sourcesOf(const QByteArray &name, const QSet<QString> &extensions)
 {
-    if (raw.size() >= PATH_MAX) {
-        const QString start = QString::fromUtf8(raw.left(PATH_MAX));
-        return {{start, start, QStringLiteral("its path is too long for this system")}};
+    if (name.size() >= PATH_MAX) {
+        const QByteArray start = name.left(PATH_MAX);
+        return {{QString::fromUtf8(start), start,
+                 QStringLiteral("its path is too long for this system")}};
     }
-    const QString name = QString::fromUtf8(raw);
     if (name.isEmpty()) {
         return {{QString(), name, QStringLiteral("its name is empty")}};
     }
-    const QString given = absolutePath(raw);
+    const QString given = absolutePath(name);
     if (QFileInfo(given).isDir()) {
         return sourcesOfFolder(name, given, extensions);
     }
@@ -89,20 +102,32 @@ QList<Source> sourcesOf(const QByteArray &raw, const QSet<QString> &extensions)
 
 } // namespace
 
+QString linkProblem(const QString &path)
+{
+    return path.contains(QChar::ReplacementCharacter) && !standsThere(path)
+               ? QStringLiteral("its name is not valid UTF-8, and no link to it could be made in "
+                                "the temporary folder")
+               : QString();
+}
+
 QList<Source> listSources(const QByteArrayList &names, const QSet<QString> &admittedExtensions,
                           const std::function<bool()> &isStopped)
 {
     QList<Source> sources;
-    QSet<QString> seen;
+    QHash<QString, qsizetype> firsts;
     for (const QByteArray &name : names) {
         if (isStopped && isStopped()) {
             break;
         }
         for (Source &source : sourcesOf(name, admittedExtensions)) {
-            if (!seen.contains(source.path)) {
-                seen.insert(source.path);
-                sources.append(std::move(source));
+            source.number = sources.size();
+            const auto first = firsts.constFind(source.path);
+            if (first == firsts.cend()) {
+                firsts.insert(source.path, source.number);
+            } else {
+                source.sameAs = *first;
             }
+            sources.append(std::move(source));
         }
     }
     return sources;
@@ -111,10 +136,24 @@ QList<Source> listSources(const QByteArrayList &names, const QSet<QString> &admi
 QList<Source> sourcesOfShard(const QList<Source> &sources, const Shard &shard)
 {
     QList<Source> part;
-    for (qsizetype i = shard.part - 1; i < sources.size(); i += shard.parts) {
-        part.append(sources.at(i));
+    QSet<qsizetype> taken;
+    int turn = 0;
+    for (const Source &source : sources) {
+        const bool isTurn = !source.isRepeated() && turn++ % shard.parts == shard.part - 1;
+        if (isTurn || taken.contains(source.sameAs)) {
+            taken.insert(source.number);
+            part.append(source);
+        }
     }
     return part;
+}
+
+QList<Source> withoutRepeated(const QList<Source> &sources)
+{
+    QList<Source> firsts;
+    std::copy_if(sources.begin(), sources.end(), std::back_inserter(firsts),
+                 [](const Source &source) { return !source.isRepeated(); });
+    return firsts;
 }
 
 } // namespace qv

@@ -69,7 +69,7 @@ void SourceRunner::fetch()
         finish(true);
         return;
     }
-    m_progress.source(static_cast<int>(m_index) + 1, m_sources.at(m_index).named);
+    m_progress.source(static_cast<int>(m_index) + 1, m_sources.at(m_index).shown());
     work(m_sources.at(m_index++));
 }
 

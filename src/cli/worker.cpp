@@ -21,7 +21,7 @@ class Worker : public SheetRunner
 {
 public:
     Worker(HeadlessSession &session, const Options &options, const Streams &streams)
-        : SheetRunner(session, options, streams, {},
+        : SheetRunner(session, options, streams, {}, nullptr,
                       [&streams](const SheetOutcome &outcome, ProgressLine &) {
                           streams.out(outcomeLine(outcome));
                       }),
@@ -78,7 +78,8 @@ private:
         m_isWaiting = false;
         const QString path = usablePath(request->source);
         m_session.controller().giveSheetBase(path, request->base);
-        work({path, shownPath(path), QString()});
+        const bool isText = request->source.isValidUtf8();
+        work({path, request->source, isText ? QString() : linkProblem(path)});
     }
 
     QSocketNotifier m_notifier;

@@ -22,6 +22,8 @@ struct Placement {
     // Stills and the growing sheet live in the temporary folder, and only the whole sheet appears
     // at its place; otherwise they are made beside it.
     bool stillsInTemporaryFolder = false;
+    // Where a file of others has a sheet's name, the sheet gets another one without a question.
+    bool yieldsToOthers = false;
 };
 
 struct ControllerContext {

@@ -152,14 +152,7 @@ QString EncodingDriver::destinationFolder() const
 
 QString EncodingDriver::sheetBase(const QString &sourcePath)
 {
-    const QString folder = destinationFolder();
-    if (m_context.placement.stillsInTemporaryFolder) {
-        return m_names.baseFor(sourcePath, folder);
-    }
-    // A folder of the name that the user made stays the user's.
-    return m_names.baseFor(sourcePath, folder, [this](const QString &base) {
-        return mayUseStillsFolder(base, m_stillsMark);
-    });
+    return m_names.baseFor(sourcePath, destinationFolder());
 }
 
 QString EncodingDriver::sheetPath(const QString &sourcePath, int dpi)
@@ -237,6 +230,7 @@ void EncodingDriver::releaseBatch()
 {
     m_gate.end();
     m_diskFullTold = false;
+    m_replacesOthers.reset();
     m_context.preferences.prefDelete(keys::replaceFiles);
     WindowState &window = m_context.window;
     window.goPressed = false;
@@ -307,14 +301,7 @@ void EncodingDriver::startRow()
     m_row.wishesQuick = m_context.face.wantsQuickPictures();
     m_row.isQuick = m_row.wishesQuick && hasQuickTool() &&
                     intIn(work, QStringLiteral("decSkip")).value_or(0) == 0;
-    m_row.sheet = sheetPath(m_row.source, m_row.dpi);
-    m_row.stills = stillsFolder();
-    setChild(QStringLiteral("dstPathStr"), m_row.stills);
-    setChild(QStringLiteral("stillsMark"), m_stillsMark);
-    if (index >= 0) {
-        m_context.table.row(index).dico.insert(QStringLiteral("dstPathStr"), m_row.sheet);
-    }
-    if (!mayWriteSheet(m_row.sheet) || !hasFreeSpace()) {
+    if (!beginSheet(sheetBase(m_row.source)) || !mayWriteSheet() || !hasFreeSpace()) {
         return;
     }
     m_row.started = m_context.now();
@@ -339,14 +326,15 @@ void EncodingDriver::noteStillsThenGoOn()
     });
 }
 
-// ffmpeg takes a "%20d" anywhere in a picture's path for a pattern, so such paths are kept from it.
-QString EncodingDriver::stillsFolder()
+// A folder of the sheet's name that the user made stays the user's. ffmpeg takes a "%20d" anywhere
+// in a picture's path for a pattern, so such paths are kept from it.
+QString EncodingDriver::stillsFolder(const QString &base)
 {
-    const QString beside = sheetBase(m_row.source);
-    if (m_context.placement.stillsInTemporaryFolder || beside.contains(QLatin1Char('%'))) {
+    if (m_context.placement.stillsInTemporaryFolder || base.contains(QLatin1Char('%')) ||
+        !mayUseStillsFolder(base, m_stillsMark)) {
         return appendPath(toolFolder(), QStringLiteral("stills-%1").arg(++m_stillsCounter));
     }
-    return beside;
+    return base;
 }
 
 // The event loop runs while a question is open. A step that comes due then, as by a stop, waits.
@@ -359,12 +347,20 @@ utilsAlert::Answer EncodingDriver::ask(const std::function<utilsAlert::Answer()>
     return answer;
 }
 
-bool EncodingDriver::mayWriteSheet(const QString &sheet)
+bool EncodingDriver::mayWriteSheet()
 {
-    if (!fileExists(sheet)) {
+    const PlaceContent content = placeContent(m_row.sheet);
+    if (content.isNothing()) {
         return true;
     }
-    m_row.replace = mayReplace(sheet);
+    const bool isOwn = claimOn(content, m_row.source) != Claim::None;
+    const bool isOthers = !isOwn && (content.isSheet() || m_context.placement.yieldsToOthers);
+    if (isOthers && !mayReplaceOthers(content)) {
+        return !m_gate.isOver() && beginSheet(otherBase());
+    }
+    // A file that does not say whose sheet it is may be this source's; the user decides.
+    m_row.replace = isOthers || mayReplace(m_row.sheet);
+    m_row.replacesAny = m_row.replace && !isOwn;
     if (m_gate.isOver()) {
         return false;
     }
@@ -442,9 +438,10 @@ void EncodingDriver::runPlan()
     encodage(m_row.out, Bundle::main().version(), plan, m_context.preferences);
     const QVariant display = child(QStringLiteral("appkyDisplay"));
     if (!display.isValid()) {
-        failRow(QStringLiteral("the folder %1 for its stills can't be made, or is not this "
-                               "application's to empty")
-                    .arg(m_row.stills));
+        failRow(fullDisk().value_or(
+            QStringLiteral("the folder %1 for its stills can't be made, or is not this "
+                           "application's to empty")
+                .arg(m_row.stills)));
         return;
     }
     m_row.asked = static_cast<int>(mapIn(display.toMap(), QStringLiteral("timecode")).size());

@@ -3,6 +3,7 @@
 #include "controller/context.h"
 #include "controller/sheet_delivery.h"
 #include "controller/sheet_names.h"
+#include "controller/sheet_owner.h"
 #include "controller/step_gate.h"
 #include "sheet/composer.h"
 #include "sheet/picture_attempts.h"
@@ -83,10 +84,14 @@ private:
     void goOn();
     void startRow();
     void noteStillsThenGoOn();
-    QString stillsFolder();
+    QString stillsFolder(const QString &base);
     utilsAlert::Answer ask(const std::function<utilsAlert::Answer()> &question);
-    bool mayWriteSheet(const QString &sheet);
+    bool mayWriteSheet();
     bool mayReplace(const QString &sheet);
+    bool beginSheet(const QString &base);
+    void noteSheet(const QString &base);
+    bool mayReplaceOthers(const PlaceContent &content);
+    QString otherBase();
     bool hasFreeSpace();
     void runPlan();
     void launchOneRun();
@@ -113,7 +118,7 @@ private:
     QVariantMap displayOfRow() const;
     Provenance provenanceOfRow() const;
     void placeSheet(const QString &composed);
-    void notePlaced(const Delivery &placed);
+    void notePlaced(const DeliveryResult &placed, const QString &composed);
     void finishRow();
     void markRow();
     RowMark markWithoutSheet() const;
@@ -125,6 +130,7 @@ private:
     void purgeStills();
     QString growingSheetFolder() const;
     std::optional<QString> outerCause() const;
+    std::optional<QString> fullDisk() const;
 
     QVariant child(const QString &key) const;
     bool isDue(const QString &key) const;
@@ -152,7 +158,8 @@ private:
         int out = 1;
         int dpi = 0;
         bool kept = false;
-        bool replace = false; // the sheet that was there may go
+        bool replace = false;     // the sheet that was there may go
+        bool replacesAny = false; // even if it is not this source's
         bool reported = false;
         bool written = false;
         int asked = 0;
@@ -178,8 +185,9 @@ private:
     SheetNames m_names;
     Row m_row;
     StepGate m_gate;
-    bool m_isSaving = false;     // where the stills will be
-    bool m_diskFullTold = false; // and no row had space since
+    bool m_isSaving = false;              // where the stills will be
+    bool m_diskFullTold = false;          // and no row had space since
+    std::optional<bool> m_replacesOthers; // the user's answer for all rows of the batch
     QString m_pendingStep;
     QString m_heldStep;
     int m_stillsCounter = 0;

@@ -115,6 +115,8 @@ Provenance EncodingDriver::provenanceOfRow() const
     provenance.sourceName = lastPathComponent(shownPath(m_row.source));
     if (!m_context.face.leavesOutPaths()) {
         provenance.sourcePath = rawPath(m_row.source);
+    } else {
+        provenance.sourceMark = pathMark(rawPath(m_row.source));
     }
     provenance.source = m_row.state;
     provenance.duration = m_row.duration;
@@ -139,14 +141,22 @@ std::optional<QString> EncodingDriver::outerCause() const
     if (!QFileInfo(destination).isDir()) {
         return QStringLiteral("the destination folder has gone: %1").arg(destination);
     }
+    if (const auto full = fullDisk()) {
+        return full;
+    }
     if (!QFileInfo(m_row.stills).isDir()) {
         return QStringLiteral("the folder of its stills has gone: %1").arg(m_row.stills);
     }
+    return std::nullopt;
+}
+
+std::optional<QString> EncodingDriver::fullDisk() const
+{
     const auto isFull = [](int free) { return free >= 0 && free < neededMegabytes; };
-    if (const int free = freeDiskSpace(destination); isFull(free)) {
+    if (const int free = freeDiskSpace(QFileInfo(m_row.sheet).path()); isFull(free)) {
         return reasons::destinationFull(free);
     }
-    if (const int free = freeDiskSpace(m_row.stills); isFull(free)) {
+    if (const int free = freeDiskSpace(QFileInfo(m_row.stills).path()); isFull(free)) {
         return QStringLiteral("the disk of the stills has no space left (%1 MB free)").arg(free);
     }
     return std::nullopt;
@@ -154,29 +164,36 @@ std::optional<QString> EncodingDriver::outerCause() const
 
 void EncodingDriver::placeSheet(const QString &composed)
 {
-    const bool replace =
+    const bool replaces =
         m_row.replace ||
         numberValue(m_context.preferences.prefRead(keys::replaceFiles)).value_or(0) != 0;
-    const auto placed = std::make_shared<Delivery>();
+    const auto placed = std::make_shared<DeliveryResult>();
     m_composing.run(
-        [placed, composed, sheet = m_row.sheet, replace] {
-            *placed = deliverSheet(composed, sheet, replace ? Existing::Replace : Existing::Keep);
-        },
-        [this, placed, composed] {
-            rmCocoa(composed);
-            notePlaced(*placed);
-            goOn();
-        });
+        [placed, delivery = SheetDelivery{composed, m_row.sheet, m_row.source, replaces,
+                                          m_row.replacesAny}] { *placed = deliverSheet(delivery); },
+        [this, placed, composed] { notePlaced(*placed, composed); });
 }
 
-void EncodingDriver::notePlaced(const Delivery &placed)
+void EncodingDriver::notePlaced(const DeliveryResult &placed, const QString &composed)
 {
-    m_row.written = placed.has_value();
-    if (!placed) {
-        m_row.kept = placed.error().kept;
-        m_row.reason =
-            m_row.kept ? reasons::sheetIsThere : outerCause().value_or(placed.error().reason);
+    const bool isTaken = placed.end == DeliveryEnd::OthersIsThere;
+    const QString base = isTaken ? otherBase() : QString();
+    if (!base.isEmpty()) {
+        noteSheet(base);
+        placeSheet(composed);
+        return;
     }
+    rmCocoa(composed);
+    m_row.written = placed.end == DeliveryEnd::Done;
+    m_row.kept = placed.end == DeliveryEnd::OwnIsThere;
+    if (m_row.kept) {
+        m_row.reason = reasons::sheetIsThere;
+    } else if (isTaken) {
+        m_row.reason = reasons::namesAreTaken;
+    } else if (placed.end == DeliveryEnd::Failed) {
+        m_row.reason = outerCause().value_or(placed.reason);
+    }
+    goOn();
 }
 
 // ---- the row's end

@@ -8,6 +8,8 @@ namespace qv::reasons
 {
 
 inline const QString sheetIsThere = QStringLiteral("a sheet of that name is there already");
+inline const QString namesAreTaken =
+    QStringLiteral("every name that its sheet could have is taken by other files");
 inline const QString folderWithoutVideo = QStringLiteral("no video in this folder");
 inline const QString folderClosed = QStringLiteral("the folder may not be read (no permission)");
 inline const QString nothingDecoded = QStringLiteral("no picture of it could be decoded");

@@ -212,8 +212,9 @@ tl::expected<ComposedSheet, QString> composed(int dpi, const QVariantMap &displa
     }
     const QString path = QStringLiteral("%1.%2").arg(base, sheetExtension(dpi));
     const QByteArray packet = provenance ? xmpPacket(*provenance) : QByteArray();
-    if (!imgWrite(sheet->bitmap, path, packet)) {
-        return tl::make_unexpected(QStringLiteral("the sheet can't be written: %1").arg(path));
+    if (const auto written = imgWrite(sheet->bitmap, path, packet); !written) {
+        return tl::make_unexpected(
+            QStringLiteral("the sheet can't be written: %1: %2").arg(path, written.error()));
     }
     return ComposedSheet{path, sheet->drawn};
 }

@@ -5,6 +5,7 @@
 #include "support/files.h"
 #include "support/log.h"
 #include "support/numbers.h"
+#include "support/whole_write.h"
 
 #include <QBuffer>
 #include <QColorSpace>
@@ -14,8 +15,11 @@
 #include <QImageWriter>
 
 #include <algorithm>
+#include <cerrno>
 #include <cmath>
+#include <fcntl.h>
 #include <optional>
+#include <unistd.h>
 
 namespace qv
 {
@@ -153,19 +157,23 @@ void removeWritten(const QString &path)
     }
 }
 
-bool writeWhole(const QString &path, const QByteArray &bytes)
+// Without Qt's file, which does not say why it wrote less than it was given.
+tl::expected<void, QString> writeWhole(const QString &path, const QByteArray &bytes)
 {
-    QFile file(path);
-    if (bytes.isEmpty() || !file.open(QIODevice::WriteOnly | QIODevice::Truncate)) {
-        return false;
+    const int file =
+        ::open(QFile::encodeName(path).constData(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+    if (file < 0) {
+        return tl::make_unexpected(qt_error_string(errno));
     }
-    const bool written = file.write(bytes) == bytes.size() && file.flush();
-    file.close();
-    if (written && file.error() == QFileDevice::NoError) {
-        return true;
+    int error = writeAll(file, bytes.constData(), static_cast<std::size_t>(bytes.size()));
+    if (::close(file) != 0 && error == 0) {
+        error = errno;
+    }
+    if (error == 0) {
+        return {};
     }
     removeWritten(path);
-    return false;
+    return tl::make_unexpected(qt_error_string(error));
 }
 
 QImage readPicture(const QString &path)
@@ -307,16 +315,20 @@ QImage imgRender(const Drawing &drawing, int width, int height, double resolutio
     return bitmap;
 }
 
-bool imgWrite(const QImage &bitmap, const QString &path, const QByteArray &xmpPacket)
+tl::expected<void, QString> imgWrite(const QImage &bitmap, const QString &path,
+                                     const QByteArray &xmpPacket)
 {
     const QString file = expandTilde(path);
     if (bitmap.isNull() || file.isEmpty()) {
-        return false;
+        return tl::make_unexpected(QStringLiteral("there is nothing to write"));
     }
     const FileType type = fileType(pathExtension(file));
     const QByteArray bytes = encoded(bitmap, type);
-    const bool isCarrier = type.carriesXmp && !xmpPacket.isEmpty() && !bytes.isEmpty();
-    const bool written = writeWhole(file, isCarrier ? carrying(bytes, xmpPacket) : bytes);
+    if (bytes.isEmpty()) {
+        return tl::make_unexpected(QStringLiteral("the picture can't be encoded"));
+    }
+    const bool isCarrier = type.carriesXmp && !xmpPacket.isEmpty();
+    const auto written = writeWhole(file, isCarrier ? carrying(bytes, xmpPacket) : bytes);
     logDebug([] { return QStringLiteral("imgExport - fin"); });
     return written;
 }
@@ -348,7 +360,7 @@ bool imgExport(const QString &source, const QString &destination, int width, int
         logDebug([&] { return rep; });
     }
     logDebug([&] { return QStringLiteral("modeInt=%1, %2").arg(QString::number(mode), rep); });
-    return imgWrite(bitmap, destination);
+    return imgWrite(bitmap, destination).has_value();
 }
 
 bool imgSwatch(const QColor &color, const QString &path, int width, int height)
@@ -357,7 +369,8 @@ bool imgSwatch(const QColor &color, const QString &path, int width, int height)
                              painter.fillRect(QRectF(0, 0, 100, 100), color);
                          }};
     const bool transparency = keepsTransparency(pathExtension(path));
-    return imgWrite(imgRender(swatch, width, height, pointsPerInch, transparency), path);
+    return imgWrite(imgRender(swatch, width, height, pointsPerInch, transparency), path)
+        .has_value();
 }
 
 bool keepsTransparency(const QString &extension)

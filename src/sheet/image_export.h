@@ -6,6 +6,8 @@
 #include <QSizeF>
 #include <QString>
 
+#include <tl/expected.hpp>
+
 #include <functional>
 
 // Pictures rendered at a pixel size and resolution, and written in the format that the file's
@@ -27,9 +29,10 @@ QImage imgRender(const QImage &picture, int width, int height, double resolution
 QImage imgRender(const Drawing &drawing, int width, int height, double resolution,
                  bool keepTransparency);
 
-// Writes the bitmap; true when the whole file was written. A failed write leaves no file. A JPEG or
-// PNG file carries the XMP packet, when one is given.
-bool imgWrite(const QImage &bitmap, const QString &path, const QByteArray &xmpPacket = {});
+// Writes the bitmap, or says why it can't, in the system's words where it refused. A failed write
+// leaves no file. A JPEG or PNG file carries the XMP packet, when one is given.
+tl::expected<void, QString> imgWrite(const QImage &bitmap, const QString &path,
+                                     const QByteArray &xmpPacket = {});
 
 // Reads a picture, fits it (0 stretch, 1 fit with bands, 2 cover and crop, -1 fit without bands,
 // -2 cover without cropping) and writes it. False for a missing or undecodable source, an unknown

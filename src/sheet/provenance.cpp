@@ -3,6 +3,7 @@
 #include "sheet/xmp_packet.h"
 #include "support/log.h"
 
+#include <QCryptographicHash>
 #include <QFileInfo>
 #include <QLocale>
 
@@ -98,6 +99,9 @@ XmpTexts ownTexts(const Provenance &provenance)
     if (!provenance.sourcePath.isEmpty()) {
         texts.insert("qvsheet.SourceAddress", addressOf(provenance.sourcePath));
     }
+    if (!provenance.sourceMark.isEmpty()) {
+        texts.insert("qvsheet.SourceMark", QString::fromLatin1(provenance.sourceMark));
+    }
     return texts;
 }
 
@@ -190,10 +194,38 @@ public:
         });
     }
 
+    // Of a path; empty when there is none.
+    QByteArray mark(const char *name)
+    {
+        return checked(name, [](const QString &text, bool &isGood) {
+            const QByteArray mark = text.toLatin1();
+            isGood = QByteArray::fromHex(mark).toHex() == mark;
+            return mark;
+        });
+    }
+
 private:
     const XmpTexts &m_texts;
     QString m_problem;
 };
+
+SheetSource sourceIn(TextsReader &reader)
+{
+    return {reader.text("qvsheet.SourceName"),
+            reader.path("qvsheet.SourceAddress"),
+            reader.mark("qvsheet.SourceMark"),
+            {reader.wholeNumber("qvsheet.SourceSize"), reader.date("qvsheet.SourceModified")}};
+}
+
+// The texts of a packet that is a sheet's.
+tl::expected<XmpTexts, QString> sheetTexts(const QByteArray &packet)
+{
+    auto texts = decodedXmp(packet);
+    if (texts && !texts->contains("qvsheet.SourceName")) {
+        return tl::make_unexpected(QStringLiteral("its metadata tell of no sheet"));
+    }
+    return texts;
+}
 
 SheetSettings settingsIn(TextsReader &reader)
 {
@@ -239,12 +271,9 @@ tl::expected<Provenance, QString> readProvenance(const QByteArray &sheet)
 
 tl::expected<Provenance, QString> provenanceIn(const QByteArray &packet)
 {
-    const auto texts = decodedXmp(packet);
+    const auto texts = sheetTexts(packet);
     if (!texts) {
         return tl::make_unexpected(texts.error());
-    }
-    if (!texts->contains("qvsheet.SourceName")) {
-        return tl::make_unexpected(QStringLiteral("its metadata tell of no sheet"));
     }
     TextsReader reader(*texts);
     Provenance provenance;
@@ -252,10 +281,11 @@ tl::expected<Provenance, QString> provenanceIn(const QByteArray &packet)
     provenance.version = reader.text("qvsheet.Version");
     provenance.made = reader.date("xmp.CreateDate");
     provenance.title = reader.text("dc.title");
-    provenance.sourceName = reader.text("qvsheet.SourceName");
-    provenance.sourcePath = reader.path("qvsheet.SourceAddress");
-    provenance.source.size = reader.wholeNumber("qvsheet.SourceSize");
-    provenance.source.modified = reader.date("qvsheet.SourceModified");
+    const SheetSource source = sourceIn(reader);
+    provenance.sourceName = source.name;
+    provenance.sourcePath = source.path;
+    provenance.sourceMark = source.mark;
+    provenance.source = source.state;
     provenance.duration = reader.number("qvsheet.SourceDuration");
     provenance.settings = settingsIn(reader);
     provenance.madeQuick =
@@ -265,6 +295,23 @@ tl::expected<Provenance, QString> provenanceIn(const QByteArray &packet)
         return tl::make_unexpected(reader.problem());
     }
     return provenance;
+}
+
+tl::expected<SheetSource, QString> readSheetSource(const QByteArray &sheet)
+{
+    const auto texts = xmpPacketIn(sheet).and_then(sheetTexts);
+    if (!texts) {
+        return tl::make_unexpected(texts.error());
+    }
+    TextsReader reader(*texts);
+    SheetSource source = sourceIn(reader);
+    return reader.problem().isNull() ? tl::expected<SheetSource, QString>(std::move(source))
+                                     : tl::make_unexpected(reader.problem());
+}
+
+QByteArray pathMark(const QByteArray &path, int bytes)
+{
+    return QCryptographicHash::hash(path, QCryptographicHash::Sha256).left(bytes).toHex();
 }
 
 QString roadName(bool isQuick)

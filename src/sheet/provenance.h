@@ -44,6 +44,7 @@ struct Provenance {
     QString title;
     QString sourceName;
     QByteArray sourcePath; // as the system has it; empty when it is left out
+    QByteArray sourceMark; // pathMark() of a path that is left out; empty otherwise
     SourceState source;
     double duration = 0; // of the source, seconds
     SheetSettings settings;
@@ -60,6 +61,20 @@ QByteArray xmpPacket(const Provenance &provenance);
 tl::expected<Provenance, QString> readProvenance(const QByteArray &sheet);
 // What a packet from anywhere tells.
 tl::expected<Provenance, QString> provenanceIn(const QByteArray &packet);
+
+// Which source a sheet is of, as its file says.
+struct SheetSource {
+    QString name;
+    QByteArray path; // as the system has it; empty when it is left out
+    QByteArray mark; // pathMark() of a path that is left out
+    SourceState state;
+};
+// A sheet whose other properties are unusable still says this.
+tl::expected<SheetSource, QString> readSheetSource(const QByteArray &sheet);
+
+// Hexadecimal digits, two for each of the bytes, that depend on the path only. They recognise a
+// source by its path without saying what the path is.
+QByteArray pathMark(const QByteArray &path, int bytes = 4);
 
 // "quick" or "exact".
 QString roadName(bool isQuick);

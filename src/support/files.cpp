@@ -248,6 +248,19 @@ bool canBeListed(const QByteArray &path, platform::EntryKind kind)
     return kind == platform::EntryKind::File || QString::fromUtf8(path).toUtf8() == path;
 }
 
+// A process that is killed while it tries a folder leaves its probe there.
+void removeForgottenProbes(const QString &folder)
+{
+    const QDateTime forgotten = QDateTime::currentDateTime().addSecs(-longestProbe);
+    const QFileInfoList probes =
+        QDir(folder).entryInfoList({probeName + QLatin1Char('*')}, QDir::Dirs | QDir::NoSymLinks);
+    for (const QFileInfo &probe : probes) {
+        if (probe.lastModified() < forgotten) {
+            QDir().rmdir(probe.filePath());
+        }
+    }
+}
+
 } // namespace
 
 bool rmCocoa(const QString &path)
@@ -313,23 +326,6 @@ bool moveToTrash(const QString &path, QString *where)
     return true;
 }
 
-void removeForgotten(const QString &folder, Forgotten kind, const QString &pattern, qint64 seconds)
-{
-    const bool isFile = kind == Forgotten::Files;
-    const QDateTime forgotten = QDateTime::currentDateTime().addSecs(-seconds);
-    const QString expanded = expandTilde(folder);
-    if (expanded.isEmpty()) {
-        return;
-    }
-    const QFileInfoList entries = QDir(expanded).entryInfoList(
-        {pattern}, (isFile ? QDir::Files : QDir::Dirs) | QDir::Hidden | QDir::NoSymLinks);
-    for (const QFileInfo &entry : entries) {
-        if (entry.lastModified() < forgotten) {
-            isFile ? QFile::remove(entry.filePath()) : QDir().rmdir(entry.filePath());
-        }
-    }
-}
-
 bool droitsAcces(const QString &path)
 {
     const QString expanded = expandTilde(path);
@@ -338,8 +334,7 @@ bool droitsAcces(const QString &path)
     }
     const QString folder = QFileInfo(expanded).isDir() ? expanded : QFileInfo(expanded).path();
     const quint64 number = QRandomGenerator::global()->generate64() >> 1;
-    // A process that is killed while it tries a folder leaves its probe there.
-    removeForgotten(folder, Forgotten::EmptyFolders, probeName + QLatin1Char('*'), longestProbe);
+    removeForgottenProbes(folder);
     const QString probe = appendPath(folder, probeName + QString::number(number));
     const bool writable = mkdir(probe) && fileExists(probe) && rmCocoa(probe) && !fileExists(probe);
     QDir().rmdir(probe); // where the guard kept it

@@ -25,10 +25,6 @@ bool copyFile(const QString &source, const QString &destination, const QString &
 bool moveToTrash(const QString &path, QString *where = nullptr);
 // Whether the folder (or the folder of the file) can be written into, tried by making one inside.
 bool droitsAcces(const QString &path);
-enum class Forgotten { Files, EmptyFolders };
-// Removes those in the folder whose names match the pattern (wildcards) and which nobody has
-// changed for so many seconds. Links stay.
-void removeForgotten(const QString &folder, Forgotten kind, const QString &pattern, qint64 seconds);
 // Full paths of the entries of a folder, one level, by name.
 QStringList lsCocoa(const QString &path);
 // Full paths of every file and sub-folder at any depth, by name within each folder. Links to

@@ -165,7 +165,9 @@ FreeSpace freeSpace(const QString &path)
     if (::statvfs(QFile::encodeName(path).constData(), &status) != 0) {
         return {std::nullopt, QString::fromLocal8Bit(std::strerror(errno))};
     }
-    return {quint64{status.f_bavail} * status.f_frsize, QString()};
+    // File systems without a fixed number of files give none.
+    const bool isOutOfFiles = status.f_files > 0 && status.f_favail == 0;
+    return {isOutOfFiles ? 0 : quint64{status.f_bavail} * status.f_frsize, QString()};
 }
 
 QDateTime creationTime(const QString &path)

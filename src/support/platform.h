@@ -39,7 +39,8 @@ int takenStandardOutput();
 // The login name of the process's user, from the user database; empty when unknown.
 QString loginName();
 
-// Bytes that an ordinary user can still write on the volume that holds the path, or the error.
+// Bytes that an ordinary user can still write on the volume that holds the path, or the error. 0
+// also when it takes no more files.
 struct FreeSpace {
     std::optional<quint64> bytes;
     QString error;

@@ -77,8 +77,14 @@ TEST(RefusalReason, OtherwiseQuotesTheLastLineThatNamesAProblem)
         const char *report;
         const char *expected;
     } const cases[] = {
-        {"/v/a.mov: Protocol is odd", "Protocol is odd"},
-        {"[avi @ 0x55] Failed to read /v/a.mov\n0 decoding errors", "Failed to read"},
+        {"/v/a.mov: Protocol is odd", "ffmpeg says: \"Protocol is odd\""},
+        {"/v/a.mov: Unknown error occurred", "ffmpeg can't read it and does not say why"},
+        {"/v/a.mov: Not yet implemented in FFmpeg, patches welcome",
+         "it has a feature that ffmpeg does not support"},
+        {"[avi @ 0x55] Failed to read /v/a.mov\n0 decoding errors\nConversion failed!",
+         "ffmpeg says: \"Failed to read\""},
+        {"Input #0, avi\nav_interleaved_write_frame(): No space left on device\nError at MB: 1",
+         "no space is left in the temporary folder"},
         {"Input #0, avi\nStream #0:0: Video: none\nDecoder (codec none) not found for input stream "
          "#0:0",
          "ffmpeg has no decoder for its video"},

@@ -128,6 +128,8 @@ TEST_F(RealCommandTest, AnyNameThatAFileCanHaveGetsItsSheet)
         EXPECT_TRUE(i == names.size() - 1 || sheet.endsWith('/' + shown.chopped(4) + ".jpg"))
             << sheet.toStdString();
     }
+    const Ran again = run(QByteArrayList{"sheet", "--print0", "-o", path("out"), "--"} + names);
+    EXPECT_EQ(again.out, ran.told("sheet").join(QChar(0)).toUtf8() + '\0');
 }
 
 TEST_F(RealCommandTest, NamesThatReadAlikeStayDifferentFiles)

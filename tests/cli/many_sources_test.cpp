@@ -26,11 +26,6 @@ QByteArray withoutDate(QByteArray sheet)
     return date < 0 ? sheet : sheet.remove(date, key.size() + 24);
 }
 
-struct List {
-    QByteArray bytes;
-    QByteArrayList names;
-};
-
 } // namespace
 
 TEST_F(ProgramTest, SeveralJobsTellAndMakeWhatOneDoes)
@@ -38,16 +33,17 @@ TEST_F(ProgramTest, SeveralJobsTellAndMakeWhatOneDoes)
     for (const char *name :
          {"in/1.picture-slow.mp4", "in/2.mp4", "in/3.all-refuse.mp4", "in/4.picture-missing-1.mp4",
           "in/5.picture-crash.mp4", "in/bad\xff\xfe.mp4", "in/bad\xff.mp4", "in/new\nline %1.mp4",
-          "other/2.mp4", "out/kept.jpg", "in/kept.mp4", "out/folder.jpg/mine", "in/folder.mp4"}) {
+          "other/2.mp4", "in/kept.mp4", "out/folder.jpg/mine", "in/folder.mp4"}) {
         make(name);
     }
+    ASSERT_EQ(sheets({path("in/kept.mp4")}).status, 0);
     make("in/empty.mp4", "");
     QByteArray told[2];
     QMap<QString, QByteArray> sheets[2];
     for (const int several : {0, 1}) {
         const QByteArray jobs = several == 0 ? "1" : "4";
         auto process = start("exec \"$0\" sheet -n 3 -o out --json --background red --jobs " +
-                             jobs + " in none.mp4 other 2>&1");
+                             jobs + " in none.mp4 in/2.mp4 other in/empty.mp4 2>&1");
         EXPECT_EQ(statusOf(*process), 1);
         told[several] = withoutSeconds(process->readAllStandardOutput());
         for (const QString &name : namesIn("out")) {
@@ -58,7 +54,7 @@ TEST_F(ProgramTest, SeveralJobsTellAndMakeWhatOneDoes)
         }
     }
     EXPECT_EQ(told[0], told[1]);
-    EXPECT_THAT(told[1].toStdString(), HasSubstr("7 made, 1 kept, 3 skipped, 2 failed"));
+    EXPECT_THAT(told[1].toStdString(), HasSubstr("8 made, 2 kept, 4 skipped, 1 failed"));
     EXPECT_EQ(sheets[0], sheets[1]);
     EXPECT_EQ(scratchFolders(), QStringList());
 }
@@ -173,21 +169,21 @@ TEST_F(CommandTest, WhenCopiesKeepDyingItGivesUp)
 TEST_F(CommandTest, AListGivesItsNamesAsBytesAfterThoseOfTheCommandLine)
 {
     const QByteArray longName(5000, 'x');
-    const std::vector<List> lists{
+    const std::pair<QByteArray, QByteArrayList> lists[] = {
         {"b.mp4\nc.mp4", {"b.mp4", "c.mp4"}},
         {"\n\nb.mp4\r\n\r\nc\xff.mp4\n", {"b.mp4", "c\xff.mp4"}},
         {QByteArray("b\nb.mp4\0c\r\0\0\xfe.mp4", 17), {"b\nb.mp4", "c\r", "\xfe.mp4"}},
         {longName + "\n-.mp4\n", {longName.left(4096), "-.mp4"}},
     };
     QDir::setCurrent(m_folder.path());
-    for (const List &list : lists) {
+    for (const auto &[bytes, names] : lists) {
         QStringList expected{"a.mp4"};
-        for (const QByteArray &name : list.names) {
+        for (const QByteArray &name : names) {
             expected.append(QString::fromUtf8(name));
         }
-        m_input = list.bytes;
+        m_input = bytes;
         EXPECT_EQ(sheets({"a.mp4", "--from", "-"}).told("source"), expected);
-        make("list", list.bytes);
+        make("list", bytes);
         EXPECT_EQ(sheets({"--from", "list", "a.mp4"}).told("source"), expected);
     }
     make("list", "c.mp4\n");
@@ -198,24 +194,29 @@ TEST_F(CommandTest, AListGivesItsNamesAsBytesAfterThoseOfTheCommandLine)
 
 TEST_F(CommandTest, ShardsDivideTheListAndKeepTheNamesOfTheWhole)
 {
-    for (const char *name : {"in/b/x.mp4", "in/a/x.mp4", "in/c/x.mp4", "in/x.mp4", "in/y.mp4"}) {
-        make(name);
+    QByteArrayList named;
+    for (const char *name : {"a/x.mp4", "b/x.mp4", "c/x.mp4", "c/y.mp4", "a/x.mp4", "d/x.mp4"}) {
+        named.append(make(name));
     }
-    const Ran whole = run({"sheet", "--json", "-n", "3", "-o", path("out"), path("in")});
-    QStringList sheetOf(5);
-    for (int part = 1; part <= 2; ++part) {
-        const Ran ran = run({"sheet", "--json", "-n", "3", "-o", path("parts"), "--shard",
-                             QByteArray::number(part) + "/2", path("in")});
-        EXPECT_EQ(ran.status, 0);
-        for (int i = 0; i < ran.told("sheet").size(); ++i) {
-            sheetOf[i * 2 + part - 1] = ran.told("sheet").at(i);
+    QMultiMap<QString, QString> sheetOf[2];
+    const QByteArrayList shards[2] = {{"1/1"}, {"3/3", "1/3", "2/3"}};
+    for (const int divided : {0, 1}) {
+        for (const QByteArray &shard : shards[divided]) {
+            const QByteArray out = path(divided == 0 ? "whole" : "parts");
+            const Ran ran =
+                run(QByteArrayList{"sheet", "--json", "-o", out, "--shard", shard} + named);
+            EXPECT_EQ(ran.status, 0);
+            for (const QJsonObject &object : ran.objects()) {
+                const QString sheet = object["sheet"].toString().mid(out.size());
+                sheetOf[divided].insert(object["source"].toString(), sheet);
+            }
         }
     }
-    EXPECT_EQ(sheetOf.replaceInStrings("/parts/", "/out/"), whole.told("sheet"));
-    EXPECT_EQ(namesIn("parts"), namesIn("out"));
-    const Ran none = sheets({"--shard", "6/7", path("in")});
+    EXPECT_EQ(sheetOf[0].size(), 6);
+    EXPECT_EQ(sheetOf[0], sheetOf[1]);
+    const Ran none = sheets({"--shard", "6/7", path("a"), path("b")});
     EXPECT_EQ(none.status, 0);
-    EXPECT_EQ(none.err, "shard 6/7 has no source: there are 5 in all\n");
+    EXPECT_EQ(none.err, "shard 6/7 has no source: there are 2 in all\n");
 }
 
 TEST(WorkerProtocol, LinesOfAnotherLanguageSayNothing)

@@ -5,9 +5,9 @@
 #include "sheet/image_export.h"
 #include "sheet/provenance.h"
 
-#include <QColorSpace>
 #include <QDateTime>
 #include <QJsonArray>
+#include <QJsonDocument>
 
 using namespace qv;
 using testing::AllOf;
@@ -16,11 +16,6 @@ using testing::Not;
 
 namespace
 {
-
-QJsonValue valueAt(const QJsonObject &object, const char *group, const char *key)
-{
-    return object.value(group).toObject().value(key);
-}
 
 void setModified(const QByteArray &file, qint64 msecs)
 {
@@ -36,38 +31,19 @@ TEST_F(RealCommandTest, ReadTellsOfWhatAndHowASheetWasMade)
 {
     const QByteArray source = soundClip("clip.mp4");
     setModified(source, 1600000000007);
-    for (const char *format : {"jpg", "png"}) {
-        ASSERT_EQ(run({"sheet", "-l", "big", "-n", "5", "-f", format, "--caption", "size,name",
-                       "--background", "red", "-o", path("out"), source})
-                      .status,
-                  0);
-        const QByteArray sheet = path("out/clip.") + format;
-        const QJsonObject told = run({"read", "--json", sheet}).objects().value(0);
-        EXPECT_EQ(told.keys(), words("application instants made road settings sheet source title "
-                                     "version"));
-        EXPECT_EQ(valueAt(told, "source", "path"), QString::fromUtf8(source));
-        EXPECT_EQ(valueAt(told, "source", "size"), QFileInfo(QString::fromUtf8(source)).size());
-        EXPECT_EQ(valueAt(told, "source", "modified"), "2020-09-13T12:26:40.007Z");
-        EXPECT_NEAR(valueAt(told, "source", "duration").toDouble(), 2, 0.1);
-        EXPECT_EQ(told.value("settings").toObject(),
-                  (QJsonObject{{"layout", "big"},
-                               {"count", 4},
-                               {"format", format},
-                               {"captions", QJsonArray{"name", "size"}},
-                               {"timecodes", true},
-                               {"background", "1.00,0.00,0.00,1.00"},
-                               {"border_color", "0.80,0.80,0.80,1.00"},
-                               {"border_size", 1},
-                               {"quick", false}}));
-        const QJsonArray instants = told.value("instants").toArray();
-        ASSERT_EQ(instants.size(), 4);
-        EXPECT_NEAR(instants.at(2).toDouble(), 1, 0.1);
-        EXPECT_THAT(contentOf(sheet).toStdString(),
-                    AllOf(HasSubstr("<x:xmpmeta"), HasSubstr("dc:source=\"" + source.toStdString()),
-                          HasSubstr("xmp:CreatorTool=\"Quorvantel 1."),
-                          HasSubstr("SourceModified=\"2020-09-13T12:26:40.007Z\"")));
-        EXPECT_FALSE(QImage(QString::fromUtf8(sheet)).colorSpace().iccProfile().isEmpty());
-    }
+    const QByteArray sheet = path("out/clip.png");
+    sheets({"-l", "big", "-n", "5", "-f", "png", "--caption", "size,name", "--background", "red",
+            source});
+    const QJsonObject told = run({"read", "--json", sheet}).objects().value(0);
+    const QJsonObject of = told.value("source").toObject();
+    EXPECT_EQ(of.value("size"), QFileInfo(QString::fromUtf8(source)).size());
+    EXPECT_EQ(of.value("modified"), "2020-09-13T12:26:40.007Z");
+    EXPECT_NEAR(of.value("duration").toDouble(), 2, 0.1);
+    EXPECT_NEAR(told.value("instants").toArray().at(2).toDouble(), 1, 0.1);
+    EXPECT_EQ(QJsonDocument(told.value("settings").toObject()).toJson(QJsonDocument::Compact),
+              R"({"background":"1.00,0.00,0.00,1.00","border_color":"0.80,0.80,0.80,1.00",)"
+              R"("border_size":1,"captions":["name","size"],"count":4,"format":"png",)"
+              R"("layout":"big","quick":false,"timecodes":true})");
 }
 
 TEST_F(CommandTest, ReadGivesALineASheetAndAReasonForTheOthers)
@@ -81,8 +57,6 @@ TEST_F(CommandTest, ReadGivesALineASheetAndAReasonForTheOthers)
                 AllOf(HasSubstr("\n\nsheet: " + path("out/b.jpg\n").toStdString()),
                       HasSubstr("\nsource_name: b.mp4\n"), HasSubstr("\nsettings_count: 3\n")));
     EXPECT_EQ(ran.out.count('\n') - 1, 2 * ran.out.left(ran.out.indexOf("\n\n") + 1).count('\n'));
-    m_input = odd + '\0' + path("out/b.jpg");
-    EXPECT_EQ(run({"read", "--json", "--from", "-"}).objects().size(), 2);
 }
 
 TEST_F(CommandTest, AnUpdateMakesAnewOnlyWhatWouldDiffer)
@@ -96,47 +70,43 @@ TEST_F(CommandTest, AnUpdateMakesAnewOnlyWhatWouldDiffer)
         ASSERT_TRUE(imgWrite(QImage(sheet), sheet, xmpPacket(*carried)));
     };
     const qint64 modified = QFileInfo(QString::fromUtf8(source)).lastModified().toMSecsSinceEpoch();
+    using Change = std::function<void()>;
+    const Change none = [] {};
+    const Change size = [&] {
+        make("a.mp4", contentOf(source) + '+');
+        setModified(source, modified);
+    };
+    const Change time = [&] { setModified(source, modified + 1); };
+    const Change version = [&] { carry([](Provenance &p) { p.version = "0.9"; }); };
+    const Change name = [&] { carry([](Provenance &p) { p.sourceName = "b.mp4"; }); };
+    const Change end = [&] { QFile::remove(QString::fromUtf8(source)); };
     const struct {
         const char *what;
-        std::function<void()> change;
+        Change change;
         QByteArrayList options;
         const char *status;
-    } cases[] = {
-        {"no sheet yet", [] {}, {}, "made"},
-        {"nothing", [] {}, {}, "kept"},
-        {"what comes to the same",
-         [] {},
-         {"-l", "medium", "-n", "5", "--border-size", "1"},
-         "kept"},
-        {"the size",
-         [&] {
-             make("a.mp4", "video+");
-             setModified(source, modified);
-         },
-         {},
-         "made"},
-        {"a millisecond", [&] { setModified(source, modified + 1); }, {}, "made"},
-        {"nothing since", [] {}, {}, "kept"},
-        {"the version", [&] { carry([](Provenance &p) { p.version = "0.9"; }); }, {}, "kept"},
-        {"the source's name",
-         [&] { carry([](Provenance &p) { p.sourceName = "b.mp4"; }); },
-         {},
-         "made"},
-        {"the count", [] {}, {"-n", "6"}, "made"},
-        {"the layout", [] {}, {"-l", "minimum", "-n", "6"}, "made"},
-        {"captions", [] {}, {"--caption", "none"}, "made"},
-        {"stamps", [] {}, {"--no-timecode"}, "made"},
-        {"the border", [] {}, {"--border-size", "3"}, "made"},
-        {"its colour", [] {}, {"--border-color", "blue"}, "made"},
-        {"the background", [] {}, {"--background", "black"}, "made"},
-        {"the road", [] {}, {"--quick"}, "made"},
-        {"the wished road only", [] {}, {"--quick"}, "kept"},
-        {"paths", [] {}, {"--quick", "--no-paths"}, "made"},
-        {"no paths again", [] {}, {"--quick", "--no-paths"}, "kept"},
-        {"all back", [] {}, {}, "made"},
-        {"a sheet that tells nothing", [&] { QImage(sheet).save(sheet); }, {}, "made"},
-        {"what is no picture", [&] { make("out/a.jpg", "?"); }, {}, "made"},
-        {"the source's end", [&] { QFile::remove(QString::fromUtf8(source)); }, {}, "skipped"}};
+    } cases[] = {{"no sheet yet", none, {}, "made"},
+                 {"nothing", none, {}, "kept"},
+                 {"the same", none, {"-l", "medium", "-n", "5", "--border-size", "1"}, "kept"},
+                 {"the size", size, {}, "made"},
+                 {"a millisecond", time, {}, "made"},
+                 {"nothing since", none, {}, "kept"},
+                 {"the version", version, {}, "kept"},
+                 {"the source's name", name, {}, "made"},
+                 {"the count", none, {"-n", "6"}, "made"},
+                 {"the layout", none, {"-l", "minimum", "-n", "6"}, "made"},
+                 {"captions", none, {"--caption", "none"}, "made"},
+                 {"stamps", none, {"--no-timecode"}, "made"},
+                 {"the border", none, {"--border-size", "3"}, "made"},
+                 {"its colour", none, {"--border-color", "blue"}, "made"},
+                 {"the background", none, {"--background", "black"}, "made"},
+                 {"the road", none, {"--quick"}, "made"},
+                 {"the wished road only", none, {"--quick"}, "kept"},
+                 {"paths", none, {"--quick", "--no-paths"}, "made"},
+                 {"no paths again", none, {"--quick", "--no-paths"}, "kept"},
+                 {"the size, without paths", size, {"--quick", "--no-paths"}, "made"},
+                 {"all back", none, {}, "made"},
+                 {"the source's end", end, {}, "skipped"}};
     for (const auto &one : cases) {
         one.change();
         const Ran ran = sheets(QByteArrayList{"--update", source} + one.options);
@@ -156,12 +126,4 @@ TEST_F(RealCommandTest, ASourceThatGrowsWhileItsSheetIsMadeDiffersAtTheNextUpdat
     ASSERT_TRUE(QFile::remove(ffmpeg) && QFile::link(QFile::decodeName(real), ffmpeg));
     EXPECT_EQ(sheets({"--update", source}).told("status"), words("made"));
     EXPECT_EQ(sheets({"--update", source}).told("status"), words("kept"));
-}
-
-TEST_F(CommandTest, WithoutPathsASheetTellsNoFolder)
-{
-    sheets({"--no-paths", make("secret folder/a.mp4")});
-    EXPECT_FALSE(contentOf(path("out/a.jpg")).contains("secret"));
-    EXPECT_THAT(run({"read", path("out/a.jpg")}).out.toStdString(),
-                AllOf(HasSubstr("source_name: a.mp4\n"), Not(HasSubstr("source_path"))));
 }

@@ -24,13 +24,15 @@ TEST_F(RealCommandTest, InfoTellsTheRecordAsTextAndAsJson)
     EXPECT_EQ(record.value("v0_fps"), 10);
 }
 
-TEST_F(CommandTest, InfoGivesALineASourceAndAReasonForTheOthers)
+TEST_F(CommandTest, RecordsAndPlansOfSeveralSourcesArePartedByAnEmptyLine)
 {
-    const Ran ran = run({"info", "--json", make("a.mp4"), path("none.mp4"), make("b.mp4")});
-    EXPECT_EQ(ran.status, 1);
-    EXPECT_EQ(ran.told("source"), QStringList({path("a.mp4"), path("b.mp4")}));
-    EXPECT_EQ(ran.err, "skipped: " + path("none.mp4") + ": no such file\n");
-    EXPECT_EQ(run({"info", path("a.mp4"), path("b.mp4")}).out.count("\n\nsource: "), 1);
+    const QByteArrayList sources{make("in/a.mp4"), path("none.mp4"), make("in/b.mp4")};
+    for (const char *command : {"info", "plan"}) {
+        const Ran ran = run(QByteArrayList{command} + sources);
+        EXPECT_EQ(ran.err, "skipped: " + path("none.mp4") + ": no such file\n");
+        EXPECT_EQ(ran.out.count("\n\nsource: "), 1);
+        EXPECT_EQ(run({command, path("in")}).out.size(), ran.out.size());
+    }
 }
 
 TEST_F(CommandTest, PlanTellsEveryPictureAndTakesNone)
@@ -49,4 +51,9 @@ TEST_F(CommandTest, PlanTellsEveryPictureAndTakesNone)
     EXPECT_THAT(run({"plan", source}).out.toStdString(),
                 HasSubstr("layout: medium\ncount: 15\nsize: 640 x 360\ninterval: 6.67 s\n"));
     EXPECT_THAT(contentOf(path("tool.log")).toStdString(), Not(HasSubstr("picture")));
+    EXPECT_EQ(ran.err, "4 pictures instead of 5: the big layout has 2 columns\n");
+    writeScript(m_bundle.tool("quickThumbs"), "exit 1\n");
+    const QJsonObject quick = run({"plan", "--json", "--quick", source}).objects().value(0);
+    EXPECT_EQ(quick.value("road"), "quick");
+    EXPECT_EQ(quick.value("pictures").toArray().first().toObject()["arguments"], QJsonArray());
 }

@@ -12,26 +12,6 @@ using testing::AllOf;
 using testing::HasSubstr;
 using testing::Not;
 
-TEST_F(RealCommandTest, ASheetShowsTheStillsInTheOrderOfTheirInstants)
-{
-    const QByteArray source =
-        clip("two colours.mp4",
-             "-f lavfi -i color=red:s=320x180:r=10:d=2 -f lavfi -i color=blue:s=320x180:r=10:d=2 "
-             "-filter_complex [0][1]concat=n=2 -c:v libx264 -preset ultrafast -g 5 -pix_fmt "
-             "yuv420p");
-    const Ran ran = run({"sheet", "--caption", "none", "-n", "6", "-o", path("out"), source});
-    ASSERT_EQ(ran.status, 0) << ran.err.constData();
-    EXPECT_EQ(ran.out, path("out/two colours.jpg\n"));
-    EXPECT_EQ(ran.err, "");
-    const QImage sheet = pictureAt("out/two colours.jpg");
-    EXPECT_EQ(sheet.width(), 960);
-    for (const int x : {160, 480, 800}) {
-        EXPECT_GT(qRed(sheet.pixel(x, sheet.height() / 4)), 200) << x;
-        EXPECT_GT(qBlue(sheet.pixel(x, sheet.height() * 7 / 10)), 200) << x;
-    }
-    EXPECT_EQ(scratchFolders(), QStringList());
-}
-
 TEST_F(RealCommandTest, AClipWithOneKeyFrameGivesAFullSheetOfDifferentStills)
 {
     // The picture turns from black to white: each still is brighter than the one before.
@@ -40,7 +20,10 @@ TEST_F(RealCommandTest, AClipWithOneKeyFrameGivesAFullSheetOfDifferentStills)
                             "libx264 -preset ultrafast -g 1000 -sc_threshold 0 -pix_fmt yuv420p");
     const Ran ran = sheets({"--caption", "none", "-n", "9", source});
     EXPECT_EQ(ran.objects().value(0).value("pictures"), (QJsonObject{{"asked", 9}, {"drawn", 9}}));
+    EXPECT_EQ(ran.err, "");
+    EXPECT_EQ(scratchFolders(), QStringList());
     const QImage sheet = pictureAt("out/one key.jpg");
+    EXPECT_EQ(sheet.width(), 960);
     int before = -1;
     for (int cell = 0; cell < 9; ++cell) {
         const QPoint middle(160 + cell % 3 * 320, sheet.height() * (1 + cell / 3 * 2) / 6);
@@ -49,45 +32,57 @@ TEST_F(RealCommandTest, AClipWithOneKeyFrameGivesAFullSheetOfDifferentStills)
     }
 }
 
-TEST_F(CommandTest, JsonLinesHaveTheSameKeysWhateverBecameOfTheSource)
+TEST_F(CommandTest, ASheetIsKeptOrReplacedForItsOwnSourceOnly)
 {
-    const Ran ran = sheets({make("good.mp4"), make("all-refuse.mp4"), path("missing.mp4"),
-                            make("picture-missing.mp4")});
-    EXPECT_EQ(ran.status, 1);
-    EXPECT_EQ(ran.told("status"), words("made skipped skipped failed"));
-    for (const QJsonObject &object : ran.objects()) {
-        EXPECT_EQ(object.keys(), words("duration instants pictures pictures_moved reason road "
-                                       "seconds sheet source status"));
-        EXPECT_NE(object.value("sheet").isNull(), object.value("reason").isNull());
+    const QByteArray first = make("a/clip.mp4");
+    const QByteArray second = make("b/clip.mp4", "another video");
+    ASSERT_EQ(sheets({first}).told("status"), words("made"));
+    make("out/taken.jpg", "not a sheet");
+    make("out/folder.jpg/mine.txt");
+    const QByteArrayList others{second, make("b/taken.mp4"), make("b/folder.mp4")};
+    const QByteArray before = contentOf(path("out/clip.jpg"));
+    const QStringList theirs{path("out/clip (b).jpg"), path("out/taken (b).jpg"),
+                             path("out/folder (b).jpg")};
+    const char *const told[][2] = {{"--keep", "made made made"},
+                                   {"--keep", "kept kept kept"},
+                                   {"--update", "kept kept kept"},
+                                   {"--replace", "made made made"}};
+    for (const auto &[option, statuses] : told) {
+        const Ran ran = sheets(QByteArrayList{option} + others);
+        EXPECT_EQ(ran.told("status"), words(statuses)) << option;
+        EXPECT_EQ(ran.told("sheet"), theirs) << option;
+        EXPECT_TRUE(ran.objects().value(0).value("renamed").toBool());
+        EXPECT_EQ(contentOf(path("out/clip.jpg")), before);
+        EXPECT_EQ(contentOf(path("out/taken.jpg")), "not a sheet");
+        EXPECT_EQ(namesIn("out/folder.jpg"), words("mine.txt"));
     }
-    EXPECT_EQ(ran.objects().value(0).value("pictures"), (QJsonObject{{"asked", 3}, {"drawn", 3}}));
-    EXPECT_THAT(ran.err.toStdString(), HasSubstr("1 made, 0 kept, 2 skipped, 1 failed"));
+    EXPECT_EQ(sheets({second, first}).told("sheet"),
+              QStringList({theirs.first(), path("out/clip.jpg")}));
 }
 
-TEST_F(CommandTest, ASheetThatIsThereIsKeptUnlessItIsToBeReplaced)
+TEST_F(CommandTest, ASheetOfOthersThatComesMeanwhileIsLeftAlone)
 {
-    const QByteArray source = make("a.mp4");
-    make("out/a.jpg", "the old one");
-    const Ran kept = sheets({source});
-    EXPECT_EQ(kept.told("status"), words("kept"));
-    EXPECT_EQ(kept.told("sheet"), QStringList(path("out/a.jpg")));
-    EXPECT_EQ(contentOf(path("out/a.jpg")), "the old one");
-    EXPECT_EQ(contentOf(path("tool.log")), "");
-    EXPECT_EQ(sheets({"--replace", source}).told("status"), words("made"));
-    EXPECT_FALSE(pictureAt("out/a.jpg").isNull());
-    EXPECT_EQ(namesIn("out"), words("a.jpg"));
+    const QByteArray source = make("clip.mp4");
+    sheets({make("other/clip.mp4")});
+    std::filesystem::rename(path("out/clip.jpg").toStdString(), path("theirs").toStdString());
+    const QString ffmpeg = m_bundle.tool("ffmpeg");
+    std::filesystem::rename(ffmpeg.toStdString(), (ffmpeg + "-real").toStdString());
+    for (const QByteArray moment : {"-f null", "img02"}) {
+        writeScript(ffmpeg, "case \"$*\" in *'" + moment + "'*) cp '" + path("theirs") + "' '" +
+                                path("out/clip.jpg") + "';; esac\nexec \"$0-real\" \"$@\"\n");
+        for (const char *option : {"--keep", "--replace"}) {
+            std::filesystem::remove_all(path("out").toStdString());
+            const Ran ran = sheets({option, source});
+            EXPECT_EQ(ran.told("status"), words("made")) << ran.err.constData();
+            EXPECT_THAT(ran.err.toStdString(), HasSubstr("has come to the name clip meanwhile"));
+            EXPECT_EQ(contentOf(path("out/clip.jpg")), contentOf(path("theirs")));
+            EXPECT_EQ(namesIn("out").size(), 2);
+            EXPECT_EQ(sheets({source}).told("sheet"), ran.told("sheet"));
+        }
+    }
 }
 
-TEST_F(CommandTest, AFolderOfTheSheetsNameIsNoSheet)
-{
-    make("out/a.jpg/mine.txt");
-    const Ran ran = sheets({"--replace", make("a.mp4"), make("b.mp4")});
-    EXPECT_EQ(ran.told("status"), words("failed made"));
-    EXPECT_THAT(ran.told("reason").value(0).toStdString(), HasSubstr("folder"));
-    EXPECT_EQ(namesIn("out/a.jpg"), words("mine.txt"));
-}
-
-TEST_F(CommandTest, FoldersAreWalkedInOrderWithoutTheirTrashAndASourceIsTakenOnce)
+TEST_F(CommandTest, FoldersAreWalkedInOrderWithoutTheirTrashAndASourceIsMadeOnce)
 {
     for (const char *name : {"in/b/2.mp4", "in/a/deep/er/1.mkv", "in/.Trash-1000/files/gone.mp4",
                              "in/notes.txt", "in/.Trash/gone.mp4", "other/3.MP4", "4.mov"}) {
@@ -96,7 +91,11 @@ TEST_F(CommandTest, FoldersAreWalkedInOrderWithoutTheirTrashAndASourceIsTakenOnc
     QFile::link(path("4.mov"), path("link.mov"));
     QDir::setCurrent(m_folder.path());
     const Ran ran = sheets({"in/", "4.mov", "other", "in//b/2.mp4", path("4.mov"), "link.mov"});
-    EXPECT_EQ(ran.told("source"), words("in/a/deep/er/1.mkv in/b/2.mp4 4.mov other/3.MP4"));
+    EXPECT_EQ(ran.told("source"), words("in/a/deep/er/1.mkv in/b/2.mp4 4.mov other/3.MP4 "
+                                        "in//b/2.mp4 " +
+                                        path("4.mov") + " link.mov"));
+    EXPECT_EQ(ran.told("status"), words("made made made made kept kept kept"));
+    EXPECT_EQ(ran.told("sheet").last(), QString::fromUtf8(path("out/4.jpg")));
 }
 
 TEST_F(CommandTest, AFolderThatMayNotBeReadIsRefusedAtAnyDepth)
@@ -112,7 +111,7 @@ TEST_F(CommandTest, AFolderThatMayNotBeReadIsRefusedAtAnyDepth)
     {
         const OrdinaryUser user;
         for (const Source &source : listSources({"in", "shut"}, {"mp4"})) {
-            listed.append(source.named + ": " + source.problem);
+            listed.append(source.shown() + ": " + source.problem);
         }
     }
     EXPECT_EQ(listed, (QStringList{"in/a.mp4: ", "in/closed: " + reasons::folderClosed,

@@ -66,7 +66,7 @@ TEST_F(EncodingTest, ThePlaceAndKindOfASheetFollowTheSettings)
         {"out", true, false, 0, "out/Quorvantel/a.jpg"},
         {"out", false, true, 1, "out/a.png"},
         {"out/My Quorvantel", true, true, 2, "out/My Quorvantel/a.png"},
-        {"out/Quorvantel/", true, false, 0, "out/Quorvantel/a 2.jpg"}, // the folder is not ours
+        {"out/Quorvantel/", true, false, 1, "out/Quorvantel/a.png"}, // its stills go elsewhere
     };
     const QString film = source("a.mp4");
     for (const auto &row : rows) {
@@ -138,6 +138,37 @@ TEST_F(EncodingTest, AnExistingSheetIsKeptOrReplacedAsAnswered)
             EXPECT_EQ(filesInOut(), (QStringList{"a.jpg", "b.jpg"}));
             expectIdle();
         }
+    }
+}
+
+TEST_F(EncodingTest, ASheetOfAnotherSourceGoesOnlyWhenTheUserHasSeenBothNames)
+{
+    const QString end = " (" + lastPathComponent(m_folder.path()) + ").jpg";
+    const struct {
+        QList<ScriptedPresenter::Answer> answers; // about b and c
+        int questions;
+        QStringList files;
+    } rows[] = {
+        {{}, 2, {"b" + end, "b.jpg", "c" + end, "c.jpg"}},
+        {{{1, false}, {0, false}}, 2, {"b.jpg", "c" + end, "c.jpg"}},
+        {{{1, true}}, 1, {"b.jpg", "c.jpg"}},
+    };
+    ASSERT_TRUE(admit({"a.mp4"}));
+    ASSERT_TRUE(encode());
+    const QByteArray theirs = contentOf(sheet("a"));
+    for (const auto &row : rows) {
+        makeController({});
+        QDir(path("out/Quorvantel")).removeRecursively();
+        writeFile(sheet("b"), theirs);
+        writeFile(sheet("c"), theirs);
+        m_presenter.shown.clear();
+        m_presenter.answers = row.answers;
+        ASSERT_TRUE(admit({"b.mp4", "c.mp4"}));
+        ASSERT_TRUE(encode());
+        EXPECT_EQ(filesInOut(), row.files);
+        EXPECT_EQ(m_presenter.countOf(localized("sheetOfAnother")), row.questions);
+        const QString shown = m_presenter.shown.first().detail;
+        EXPECT_TRUE(shown.contains(path("a.mp4")) && shown.contains(path("b.mp4")));
     }
 }
 

@@ -60,13 +60,6 @@ TEST_F(PicturesTest, OneThatComesWrongIsTakenAgainAndOneThatNeverComesLeavesItsC
     }
 }
 
-TEST_F(PicturesTest, WithoutAnyTheRowFailsAndLeavesNoSheet)
-{
-    expectFailedWithoutSheet(encoded("picture-missing.mp4"), "no picture");
-    makeController({});
-    expectFailedWithoutSheet(encoded("picture-crash.mp4"), "signal 11");
-}
-
 TEST_F(PicturesTest, AToolThatHangsOnceCostsOneCellAndOneThatHangsOnFailsTheRow)
 {
     setToolIdleLimit(0.3);

@@ -1,9 +1,12 @@
-// Sheet names, the delivery of a sheet, progress readers, and the slots of the tool runs.
+// The delivery of a sheet, progress readers, and the slots of the tool runs.
 #include "controller/controller_fixture.h"
 #include "controller/progress_readers.h"
 #include "controller/sheet_delivery.h"
-#include "controller/sheet_names.h"
 #include "controller/task_slots.h"
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
 
 using namespace qv;
 
@@ -41,80 +44,46 @@ protected:
 
 } // namespace
 
-TEST(SheetNames, TellSourcesOfOneNameApartAndStayTheSame)
+TEST_F(DeliveryTest, WhatAKilledProcessLeftIsClearedAwayAndNothingElse)
 {
-    SheetNames names;
+    const QString ours = ".quorvantel-" + QString::fromLatin1(QSysInfo::bootUniqueId().left(8));
     const struct {
-        const char *source;
-        const char *base;
+        QString name;
+        int hours; // of its age
+        bool isLocked;
+        bool stays;
     } rows[] = {
-        {"/one/film.mp4", "/out/film"},
-        {"/two/film.mp4", "/out/film (two)"},
-        {"/one/film.mov", "/out/film (mov)"},
-        {"/x/two/film.avi", "/out/film (avi)"},
-        {"/y/two/film.avi", "/out/film 2"},
-        {"/one/..mp4", "/out/untitled"},
-        {"/one/film.mp4", "/out/film"},
-        {"/y/two/film.avi", "/out/film 2"},
-        {"/one/été.mp4", "/out/été"},
-        {"/two/E\u0301TE\u0301.mp4", "/out/E\u0301TE\u0301 (two)"},
+        {ours + "-1.part", 0, false, false},
+        {ours + "-2.part", 2, true, true},
+        {".quorvantel-another0-3.part", 0, false, true},
+        {".quorvantel-another0-4.part", 2, false, false},
+        {".quorvantel-another0-5.part", 2, true, true},
+        {"mine.part", 2, false, true},
     };
+    QSet<QString> staying{"_KVdir1", "_KVdir2"};
     for (const auto &row : rows) {
-        EXPECT_EQ(names.baseFor(row.source, "/out"), row.base) << row.source;
-    }
-    EXPECT_EQ(names.baseFor("/two/film.mp4", "/elsewhere"), "/elsewhere/film");
-}
-
-TEST(SheetNames, PassOverRefusedOnesAndFitWhatAFileSystemTakes)
-{
-    SheetNames names;
-    const auto refuse = [](const QString &base) { return base != "/out/a" && base != "/out/a 2"; };
-    EXPECT_EQ(names.baseFor("/one/a.mp4", "/out", refuse), "/out/a 3");
-    const QString longName = QString::fromUtf8("😀").repeated(60) + "tail";
-    QSet<QString> bases;
-    for (const QString &folder : {QString("x"), longName}) {
-        for (int i = 0; i < 3; ++i) {
-            const QString source = QString("/%1/%2/%3.mp4").arg(i).arg(folder, longName);
-            const QString base = names.baseFor(source, "/out");
-            const QByteArray name = lastPathComponent(base).toUtf8();
-            EXPECT_LE(name.size(), 245);
-            EXPECT_FALSE(QString::fromUtf8(name).contains(QChar::ReplacementCharacter));
-            bases << base;
+        writeFile(path("old/" + row.name), "half");
+        auto *file = new QFile(path("old/" + row.name), m_controller.get()); // stays open
+        ASSERT_TRUE(file->open(QIODevice::ReadWrite));
+        file->setFileTime(QDateTime::currentDateTime().addSecs(-3600 * row.hours),
+                          QFileDevice::FileModificationTime);
+        ASSERT_TRUE(!row.isLocked || ::flock(file->handle(), LOCK_EX) == 0);
+        if (row.stays) {
+            staying.insert(row.name);
         }
     }
-    EXPECT_EQ(bases.size(), 6);
-}
-
-TEST_F(DeliveryTest, AnExistingFileIsKeptOrReplacedWhole)
-{
-    const QString made = path("made.jpg");
-    const QString place = path("out/sheet.jpg");
-    writeFile(made, "whole sheet");
-    writeFile(place, "old");
-    const auto kept = deliverSheet(made, place, Existing::Keep);
-    ASSERT_FALSE(kept);
-    EXPECT_TRUE(kept.error().kept);
-    EXPECT_EQ(contentOf(place), "old");
-    ASSERT_TRUE(deliverSheet(made, place, Existing::Replace));
-    EXPECT_EQ(contentOf(place), "whole sheet");
-    EXPECT_EQ(contentOf(made), "whole sheet");
-    EXPECT_EQ(QDir(path("out")).entryList(QDir::Files | QDir::Hidden), QStringList{"sheet.jpg"});
-}
-
-TEST_F(DeliveryTest, WhatAKilledProcessLeftIsClearedAwayWithTime)
-{
-    const QStringList names = {".quorvantel-12ab.part", ".quorvantel-34cd.part", "mine.part"};
-    for (const QString &name : names) {
-        writeFile(path("old/" + name), "half");
-        QFile file(path("old/" + name));
-        ASSERT_TRUE(file.open(QIODevice::ReadWrite));
-        const int hours = name == names[1] ? 0 : 2;
-        file.setFileTime(QDateTime::currentDateTime().addSecs(-3600 * hours),
-                         QFileDevice::FileModificationTime);
+    for (const char *probe : {"_KVdir1", "_KVdir2/mine", "_KVdir3"}) {
+        QDir().mkpath(path("old/") + probe);
+    }
+    const timespec longAgo[2] = {{1, 0}, {1, 0}};
+    for (const char *probe : {"old/_KVdir2", "old/_KVdir3"}) {
+        ::utimensat(AT_FDCWD, path(probe).toUtf8().constData(), longAgo, 0);
     }
     removeForgottenDeliveries(path("old"));
-    EXPECT_EQ(QDir(path("old")).entryList(QDir::Files | QDir::Hidden, QDir::Name),
-              (QStringList{names[1], names[2]}));
+    const QStringList left =
+        QDir(path("old"))
+            .entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot, QDir::Name);
+    EXPECT_EQ(QSet<QString>(left.begin(), left.end()), staying);
 }
 
 TEST_F(DeliveryTest, AFailureSaysWhyAndLeavesNothingBehind)

@@ -11,9 +11,9 @@ id=org.quorvantel.Quorvantel
 
 # ---- options
 
-long_options() { grep -oE -e '--[a-z][a-z-]+' | sort -u; }
+long_options() { grep -oE -e '--[a-z][a-z0-9-]+' | sort -u; }
 help_of() { "$bundle/Contents/MacOS/$1" "${@:2}" --help; }
-options_of_help() { sed -nE 's/^  (-[a-z], )?(--[a-z-]+).*/\2/p'; }
+options_of_help() { sed -nE 's/^  (-[a-z], )?(--[a-z0-9-]+).*/\2/p'; }
 
 declare -A options
 every=--version
@@ -59,7 +59,7 @@ same "bash's commands" "$commands"$'\n--help\n--version' "$(offered "")"
 same "bash's captions" $'name,date\nname,duration' "$(offered sheet --caption name,d)"
 same "zsh's options" "$every" "$(long_options <"$packaging/completions/_quorvantel-cli")"
 same "fish's options" "${every//--/}" \
-    "$(sed -nE 's/^complete .* -l ([a-z-]+).*/\1/p' "$packaging/completions/quorvantel-cli.fish")"
+    "$(sed -nE 's/^complete .* -l ([a-z0-9-]+).*/\1/p' "$packaging/completions/quorvantel-cli.fish")"
 
 # ---- file types
 

@@ -198,6 +198,7 @@ TEST_F(ProvenanceFile, HostilePacketsGiveAReason)
         {"SourceModified", spoilt("SourceModified=\"2020-09", "SourceModified=\"2020-19")},
         {"SourceDuration", spoilt("SourceDuration=\"", "SourceDuration=\"nan")},
         {"SourceAddress", spoilt("file:///", "http://")},
+        {"SourceMark", spoilt("SourceSize=", "SourceMark=\"/home\" qvsheet:SourceSize=")},
         {"Format", spoilt("Format=\"png", "Format=\"gif")},
         {"Road", spoilt("Road=\"exact", "Road=\"low")},
         {"Quick", spoilt("Quick=\"True", "Quick=\"1")},
