@@ -3,6 +3,7 @@
 #include "process/tool_environment.h"
 #include "support/bundle.h"
 #include "support/files.h"
+#include "support/sanitized.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -77,13 +78,6 @@ bool isScript(const QString &executable)
     return file.open(QIODevice::ReadOnly) && file.read(2) == "#!";
 }
 
-// The sanitizers look into /proc/self while a tool runs, and start a process when it ends.
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr bool isSanitized = true;
-#else
-constexpr bool isSanitized = false;
-#endif
-
 } // namespace
 
 ToolAccess accessFor(const QStringList &command, const QString &outputFolder)
@@ -93,6 +87,7 @@ ToolAccess accessFor(const QStringList &command, const QString &outputFolder)
     access.readable =
         systemSettings() + namedLibraryFolders() + pluginFiles() + namedPaths(command);
     access.readable.append(Bundle::main().path());
+    // The sanitizers look into /proc/self.
     if (isSanitized) {
         access.lasting.append(QStringLiteral("/proc"));
     }
@@ -100,7 +95,7 @@ ToolAccess accessFor(const QStringList &command, const QString &outputFolder)
     if (!outputFolder.isEmpty()) {
         access.writable.append(outputFolder);
     }
-    access.mayStartProcesses = isSanitized || isScript(command.value(0));
+    access.mayStartProcesses = isScript(command.value(0));
     return access;
 }
 

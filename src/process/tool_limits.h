@@ -1,6 +1,7 @@
 #pragma once
 
 #include "process/tool_access.h"
+#include "support/sanitized.h"
 
 #include <QString>
 
@@ -12,17 +13,10 @@
 namespace qv
 {
 
-// The sanitizers reserve more address space than any limit.
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-inline constexpr bool limitsMemory = false;
-#else
-inline constexpr bool limitsMemory = true;
-#endif
-
 struct ToolLimits {
     // Bytes of address space, which is more than what is really used: ffmpeg takes 3.3 GB for 8K by
     // the 16 threads that it starts at most, 6 GB by 64.
-    quint64 memory = limitsMemory ? quint64{16} << 30 : std::numeric_limits<quint64>::max();
+    quint64 memory = isSanitized ? std::numeric_limits<quint64>::max() : quint64{16} << 30;
     // Seconds, of all threads together: a film of four hours that can't be sought and is decoded
     // from its start for the last picture takes a part of it.
     quint64 processorTime = 12 * 3600;

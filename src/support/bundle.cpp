@@ -7,14 +7,10 @@
 #include <QDir>
 #include <QFileInfo>
 
-#include <optional>
-
 namespace qv
 {
 namespace
 {
-
-std::optional<Bundle> g_main;
 
 // "X.app" for "X.app/Contents/MacOS/x"; the executable's own folder when it stands elsewhere, as
 // test programs do.
@@ -31,21 +27,25 @@ QVariantMap readInfo(const QString &bundlePath)
     return readPropertyList(file).value_or(QVariant()).toMap();
 }
 
+// Several threads may be the first to ask.
+Bundle &mainBundle()
+{
+    static Bundle bundle(bundleOf(platform::executablePath()));
+    return bundle;
+}
+
 } // namespace
 
 Bundle::Bundle(const QString &path) : m_path(QDir::cleanPath(path)), m_info(readInfo(m_path)) {}
 
 const Bundle &Bundle::main()
 {
-    if (!g_main) {
-        g_main.emplace(bundleOf(platform::executablePath()));
-    }
-    return *g_main;
+    return mainBundle();
 }
 
 void Bundle::setMain(const Bundle &bundle)
 {
-    g_main = bundle;
+    mainBundle() = bundle;
 }
 
 QString Bundle::resourcePath() const
