@@ -18,7 +18,7 @@ complete -c quorvantel-cli -n $looking -l log -r -d 'Append trace lines to a fil
 complete -c quorvantel-cli -n $looking -l verbose -d 'Trace in detail'
 complete -c quorvantel-cli -n $any -l quiet -d 'Only errors on standard error'
 complete -c quorvantel-cli -n $looking -l hang-timeout -x -d 'End a tool that hangs for so many seconds'
-complete -c quorvantel-cli -n $looking -l no-confinement -d 'Let the tools write anywhere'
+complete -c quorvantel-cli -n $looking -l no-confinement -d 'Let the tools read and write anywhere'
 
 complete -c quorvantel-cli -n $any -l from -r -d 'Take the names that a file lists'
 complete -c quorvantel-cli -n $looking -l quick -d 'The quick tool first, key pictures'

@@ -122,8 +122,8 @@ private:
             "Ends a tool that has neither printed nor computed for so long. Default: 60.",
             "SECONDS");
         add({QStringLiteral("no-confinement")},
-            "Lets the tools write anywhere and use the network. Default: they may not, where the "
-            "system can see to it.");
+            "Lets the tools read and write anywhere and use the network. Default: they may not, "
+            "where the system can see to it.");
     }
 
     void declareList()

@@ -60,6 +60,40 @@ TEST_F(RealCommandTest, EachBadFileGetsItsReasonAndTheOthersGoOn)
     EXPECT_THAT(sheets({make("a.\033[2J")}).err.toStdString(), HasSubstr("'.\\x1b[2J'"));
 }
 
+TEST_F(RealCommandTest, PlaylistsAreRefusedForOneReasonOnBothRoads)
+{
+    QFile::link(builtTool("quickThumbs"), m_bundle.tool("quickThumbs"));
+    QFile::rename(QFile::decodeName(soundClip("film.mp4")), QFile::decodeName(path("film.ts")));
+    make("secret.txt", "a secret\n");
+    const char *const list = "it is a playlist (";
+    const std::vector<Bad> table{
+        {make("hls.mp4", "#EXTM3U\n#EXT-X-TARGETDURATION:2\n#EXTINF:2,\nfilm.ts\n#EXT-X-ENDLIST\n"),
+         "skipped", list},
+        {make("master.mov",
+              "#EXTM3U\n#EXT-X-STREAM-INF:BANDWIDTH=1\nhttp://127.0.0.1:1/list.m3u8\n"),
+         "skipped", list},
+        {make("dash.mp4",
+              "<?xml version=\"1.0\"?>\n<MPD xmlns=\"urn:mpeg:dash:schema:mpd:2011\" "
+              "profiles=\"urn:mpeg:dash:profile:full:2011\" type=\"static\"><Period><AdaptationSet "
+              "mimeType=\"video/mp4\"><Representation "
+              "id=\"0\" bandwidth=\"1\"><BaseURL>film.ts</BaseURL></Representation>"
+              "</AdaptationSet></Period></MPD>\n"),
+         "skipped", list},
+        {make("concat.mov", "ffconcat version 1.0\nfile film.ts\n"), "skipped", list},
+        {make("text.mp4", "ffconcat version 1.0\nfile secret.txt\n"), "skipped", list},
+        {make("session.mp4", "v=0\no=- 0 0 IN IP4 127.0.0.1\ns=x\nc=IN IP4 127.0.0.1\nt=0 0\n"
+                             "m=video 5004 RTP/AVP 96\na=rtpmap:96 H264/90000\n"),
+         "skipped", list},
+    };
+    for (const bool isQuick : {false, true}) {
+        SCOPED_TRACE(isQuick ? "quick" : "exact");
+        expectEach(table, [&](const QByteArrayList &sources) {
+            return sheets(isQuick ? QByteArrayList{"--quick"} + sources : sources);
+        });
+    }
+    EXPECT_EQ(namesIn("out"), QStringList());
+}
+
 TEST_F(CommandTest, AToolThatMisbehavesCostsItsSourceOnly)
 {
     const std::vector<Bad> table{
