@@ -258,12 +258,7 @@ void appDelegate::removeRows(const QList<int> &indexes)
     }
     removePreviews();
     m_table.remove(QSet<int>(indexes.begin(), indexes.end()));
-    if (m_table.isEmpty()) {
-        m_window.goEnabled = false;
-        m_window.drawerOpen = false;
-    }
-    m_context.face.rowsChanged();
-    m_context.windowChanged();
+    rowsWentAway();
 }
 
 // A few at a time: thousands of files would keep the window from answering.
@@ -281,36 +276,53 @@ void appDelegate::removePreviews()
 
 void appDelegate::encBatchRemoveAll(Sender sender)
 {
-    if (m_table.isEmpty()) {
+    const bool isUsers = sender == Sender::Button;
+    if (m_table.isEmpty() || (isUsers && !userRemovesAll())) {
         return;
     }
-    if (sender == Sender::Button) {
-        const QString cancel = localized(QStringLiteral("D_Annuler"));
-        // A removal can't be undone, so the time-out, which is the default button's, cancels.
-        const utilsAlert::Answer answer = utilsAlert::timedQuestion(
-            localized(QStringLiteral("D_batch_4")), localized(QStringLiteral("D_batch_5")), 0,
-            cancel, localized(QStringLiteral("D_oui")), QString(), removeAllQuestionSeconds,
-            QString(), AlertButton::Default);
-        if (answer.text == cancel) {
-            return;
-        }
+    QSet<int> others;
+    for (int i = 0; i < m_table.count(); ++i) {
+        others.insert(i);
     }
-    const int inProgress = encBatchInprogressRowIdentification();
-    if (inProgress < 0) {
+    others.remove(encBatchInprogressRowIdentification());
+    // Their previews stay on the disk until the application quits, so that they can come back.
+    std::vector<RemovedRow> removed = m_table.take(others);
+    if (isUsers) {
+        m_removed = std::move(removed);
+    }
+    rowsWentAway();
+}
+
+bool appDelegate::userRemovesAll()
+{
+    const QString cancel = localized(QStringLiteral("D_Annuler"));
+    return utilsAlert::timedQuestion(localized(QStringLiteral("D_batch_4")),
+                                     localized(QStringLiteral("D_batch_5")), 0,
+                                     localized(QStringLiteral("D_oui")), cancel, QString(),
+                                     removeAllQuestionSeconds, QString(), AlertButton::Alternate)
+               .text != cancel;
+}
+
+void appDelegate::undoRemoveAll()
+{
+    if (m_removed.empty()) {
+        return;
+    }
+    m_table.restore(std::exchange(m_removed, {}));
+    m_window.goEnabled = m_window.goEnabled || !m_window.goPressed;
+    m_window.drawerOpen = true;
+    m_context.face.rowsChanged();
+    m_context.windowChanged();
+}
+
+void appDelegate::rowsWentAway()
+{
+    if (m_table.isEmpty()) {
         m_window.goEnabled = false;
         m_window.drawerOpen = false;
-        m_table.clear();
-        m_context.face.rowsChanged();
-        m_context.windowChanged();
-        return;
     }
-    QList<int> others;
-    for (int i = 0; i < m_table.count(); ++i) {
-        if (i != inProgress) {
-            others.append(i);
-        }
-    }
-    removeRows(others);
+    m_context.face.rowsChanged();
+    m_context.windowChanged();
 }
 
 // ---- Go

@@ -47,6 +47,9 @@ public:
     bool isGateOpen() const { return m_context.gateOpen; }
     void encBatchRemove(Sender sender);
     void encBatchRemoveAll(Sender sender);
+    // Puts back the rows that the user's last removal of all took away.
+    void undoRemoveAll();
+    bool canUndoRemoveAll() const { return !m_removed.empty(); }
     int encBatchInprogressRowIdentification() const;
     void iba_batchGoBt();
 
@@ -98,11 +101,14 @@ private:
     void admitNothing(bool wrongTypes);
     void removeRows(const QList<int> &indexes);
     void removePreviews();
+    bool userRemovesAll();
+    void rowsWentAway();
     bool hasDestination();
     bool userEndsBatch();
     void closeDown();
 
     BatchTable m_table;
+    std::vector<RemovedRow> m_removed;
     WindowState m_window;
     TaskSlots m_taskSlots;
     ControllerContext m_context;

@@ -12,6 +12,11 @@
 namespace qv
 {
 
+struct RemovedRow {
+    int index = 0; // in the table that it was removed from
+    std::unique_ptr<BatchItem> item;
+};
+
 class BatchTable
 {
 public:
@@ -23,8 +28,13 @@ public:
     // Appends the row and sets its order.
     void add(BatchItem item);
     // Removes rows; those behind are renumbered so that the orders read 1 to n.
-    void remove(const QSet<int> &indexes);
+    void remove(const QSet<int> &indexes) { take(indexes); }
+    // The same, with the rows that are gone, in their order.
+    std::vector<RemovedRow> take(const QSet<int> &indexes);
     void clear();
+    // Puts rows back at their former indexes, or at the end of a table that is shorter now. Those
+    // whose source has come in again meanwhile are dropped.
+    void restore(std::vector<RemovedRow> rows);
 
     // Index of the row with this source, or -1.
     int indexOfSource(const QString &path) const;
@@ -34,6 +44,8 @@ public:
     void select(const QList<int> &indexes);
 
 private:
+    void renumber();
+
     std::vector<std::unique_ptr<BatchItem>> m_rows;
     QHash<QString, const BatchItem *> m_bySource;
     QList<int> m_selection;

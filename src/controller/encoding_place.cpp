@@ -34,11 +34,10 @@ bool EncodingDriver::mayReplaceOthers(const PlaceContent &content)
             .arg(visibleText(m_row.sheet), visibleText(ownerText(content.source)),
                  visibleText(shownPath(m_row.source)));
     const utilsAlert::Answer answer = ask([&] {
-        return utilsAlert::timedQuestion(localized(QStringLiteral("sheetOfAnother")), detail, 0,
-                                         localized(QStringLiteral("keepBothSheets")), replace,
-                                         QString(), othersQuestionSeconds,
-                                         localized(QStringLiteral("D_applyToAll")),
-                                         AlertButton::Default);
+        return utilsAlert::timedQuestion(
+            localized(QStringLiteral("sheetOfAnother")), detail, 0,
+            localized(QStringLiteral("keepBothSheets")), replace, QString(), othersQuestionSeconds,
+            localized(QStringLiteral("D_applyToAll")), AlertButton::Default);
     });
     const bool replaces = answer.text == replace;
     if (answer.suppressed == 1 && !m_gate.isOver()) {

@@ -53,6 +53,7 @@ void Desktop::connectMenus()
     on(menus.selectAll, [this] { m_drawer->view()->selectAll(); });
     on(menus.remove, [this] { m_controller->encBatchRemove(appDelegate::Sender::Button); });
     on(menus.removeAll, [this] { m_controller->encBatchRemoveAll(appDelegate::Sender::Button); });
+    on(menus.undoRemoveAll, [this] { m_controller->undoRemoveAll(); });
     on(menus.go, [this] { m_controller->iba_batchGoBt(); });
     on(menus.pause, [this] { m_controller->iba_taskStopBt(StopControl::pauseSegment); });
     on(menus.stop, [this] { m_controller->iba_taskStopBt(StopControl::stopSegment); });

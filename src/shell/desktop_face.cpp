@@ -125,6 +125,7 @@ void DesktopFace::showMenus()
         localized(paused ? QStringLiteral("menuResume") : QStringLiteral("menuPause")));
     menus.stop->setEnabled(m_state.goPressed);
     menus.stopAnalysis->setEnabled(m_state.analysisStopShown && m_state.analysisStopEnabled);
+    menus.undoRemoveAll->setEnabled(m_controller != nullptr && m_controller->canUndoRemoveAll());
     menus.drawer->setChecked(m_widgets.window.isDrawerOpen());
     showGate(gate);
 }

@@ -58,6 +58,8 @@ Menus::Menus(QMainWindow &window) : QObject(&window)
         addItem(file, "menuShowDestination", QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_D));
 
     edit = addMenu(window, "menuEdit");
+    undoRemoveAll = addItem(edit, "menuUndoRemoveAll", QKeySequence::Undo);
+    edit->addSeparator();
     paste = addItem(edit, "menuPaste", QKeySequence::Paste);
     selectAll = addItem(edit, "menuSelectAll", QKeySequence::SelectAll);
     edit->addSeparator();

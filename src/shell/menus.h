@@ -34,6 +34,7 @@ public:
     QAction *selectAll;
     QAction *remove;
     QAction *removeAll;
+    QAction *undoRemoveAll;
 
     QMenu *batch;
     QAction *go;

@@ -59,8 +59,11 @@ TEST_F(BatchTest, TheRowInProgressCannotBeRemoved)
     EXPECT_EQ(rows().size(), 3);
     remove({0});
     EXPECT_EQ(m_controller->encBatchInprogressRowIdentification(), 0);
-    m_controller->encBatchRemoveAll(appDelegate::Sender::Internal);
+    m_presenter.answers = {{0, false}};
+    m_controller->encBatchRemoveAll(appDelegate::Sender::Button);
     EXPECT_EQ(rows(), QStringList{"1 picture-hang.mp4"});
+    m_controller->undoRemoveAll();
+    EXPECT_EQ(rows(), (QStringList{"1 picture-hang.mp4", "2 c.mp4"}));
     EXPECT_TRUE(stopBatch());
     EXPECT_EQ(m_controller->encBatchInprogressRowIdentification(), -1);
 }

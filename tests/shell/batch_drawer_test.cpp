@@ -121,12 +121,17 @@ TEST_F(BatchDrawerTest, KeysButtonsAndMenuRemoveTheSelectedRows)
         EXPECT_EQ(rows().mid(1), rows().mid(rows().size() - 2));
         EXPECT_EQ(row(1).order, 2);
     }
-    m_presenter.answers = {{0, false}, {1, false}}; // the time-out's answer is the first
+    m_presenter.answers = {{1, false}, {0, false}};
     QTest::mouseClick(m_drawer->removeAllButton(), Qt::LeftButton);
     EXPECT_EQ(table().count(), 3) << "all are asked about";
     item(*batchMenu(view()), localized("btRemoveAll"))->trigger();
     EXPECT_EQ(view().batch().rowCount(), 0);
     EXPECT_FALSE(m_drawer->removeAllButton()->isEnabled());
+    m_controller->undoRemoveAll();
+    EXPECT_EQ(view().batch().rowCount(), 3);
+    EXPECT_EQ(row(2).order, 3);
+    EXPECT_FALSE(m_controller->canUndoRemoveAll());
+    table().clear();
 
     showRows(3);
     setInProgress(0);
