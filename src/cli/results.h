@@ -59,7 +59,7 @@ struct PlanResult {
 };
 QJsonObject planJson(const QByteArray &source, SheetLayout layout,
                      const tl::expected<PlanResult, QString> &plan);
-QString planText(const QByteArray &source, SheetLayout layout, const PlanResult &plan);
+QString planText(const QByteArray &source, SheetLayout layout, const PlanResult &result);
 
 // One line, without its end.
 QByteArray jsonLine(const QJsonObject &object);
