@@ -4,6 +4,7 @@
 #include "sheet/caption_texts.h"
 
 #include <QColor>
+#include <QThread>
 
 #include <algorithm>
 #include <cmath>
@@ -131,6 +132,11 @@ Parsed<double> parseNumber(const QString &text, const char *what, double from, d
                 .arg(QLatin1String(what), text, QString::number(from), QString::number(to)));
     }
     return number;
+}
+
+int toolsPerJob(int jobs)
+{
+    return std::max(1, QThread::idealThreadCount() / std::max(1, jobs));
 }
 
 Parsed<int> parseJobs(const QString &text)

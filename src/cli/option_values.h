@@ -12,6 +12,8 @@ namespace qv
 {
 
 constexpr int jobsLimit = 64;
+// How many tools each of so many jobs may run at once.
+int toolsPerJob(int jobs);
 
 template <typename T> using Parsed = tl::expected<T, QString>;
 

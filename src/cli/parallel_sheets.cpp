@@ -30,7 +30,7 @@ public:
           m_progress(streams, !options.quiet, static_cast<int>(sources.size())),
           m_results([this](const SheetOutcome &outcome) { m_report.tell(outcome, m_progress); }),
           m_pool(QStringList{streams.workerProgram, QStringLiteral("worker")} +
-                     options.sheetArguments,
+                     options.sheetArguments + QStringList{QStringLiteral("--jobs=%1").arg(jobs)},
                  jobs)
     {
         m_pool.onAnswer = [this](qsizetype number, const QByteArray &line) {

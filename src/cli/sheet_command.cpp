@@ -1,6 +1,7 @@
 #include "cli/sheet_command.h"
 
 #include "cli/exit_status.h"
+#include "cli/option_values.h"
 #include "cli/parallel_sheets.h"
 #include "cli/sheet_report.h"
 #include "cli/sheet_runner.h"
@@ -41,6 +42,7 @@ RunEnd makeSheets(HeadlessSession &session, const Options &options, const Stream
     if (jobs > 1 && !streams.workerProgram.isEmpty()) {
         return makeSheetsInParallel(session, options, streams, sources, names, jobs, report);
     }
+    session.controller().setToolsPerRow(toolsPerJob(1));
     SheetRunner runner(session, options, streams, sources, &names,
                        [&](const SheetOutcome &outcome, ProgressLine &progress) {
                            report.tell(outcome, progress);

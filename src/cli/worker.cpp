@@ -2,6 +2,7 @@
 
 #include "cli/exit_status.h"
 #include "cli/headless_session.h"
+#include "cli/option_values.h"
 #include "cli/sheet_runner.h"
 #include "cli/worker_protocol.h"
 #include "process/interrupt.h"
@@ -103,6 +104,7 @@ int runWorker(const Options &options, const Streams &streams)
         streams.out(problemLine(opened.error()));
         return CannotWork;
     }
+    (*session)->controller().setToolsPerRow(toolsPerJob(options.jobs));
     Worker worker(**session, options, quiet);
     streams.out(readyLine());
     return worker.run() ? int{AllDone} : SignalBase + Interrupt::signalNumber();

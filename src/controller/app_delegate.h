@@ -51,6 +51,8 @@ public:
     void undoRemoveAll();
     bool canUndoRemoveAll() const { return !m_removed.empty(); }
     int encBatchInprogressRowIdentification() const;
+    // How many tools may take a row's pictures at once, from the next row on.
+    void setToolsPerRow(int tools) { m_context.placement.toolsPerRow = tools; }
     void iba_batchGoBt();
 
     // ---- the step machines

@@ -24,6 +24,8 @@ struct Placement {
     bool stillsInTemporaryFolder = false;
     // Where a file of others has a sheet's name, the sheet gets another one without a question.
     bool yieldsToOthers = false;
+    // How many tools may take a row's pictures at once.
+    int toolsPerRow = 1;
 };
 
 struct ControllerContext {

@@ -36,7 +36,12 @@ constexpr double overwriteQuestionSeconds = 10;
 
 } // namespace
 
-EncodingDriver::EncodingDriver(ControllerContext &context) : m_context(context) {}
+EncodingDriver::EncodingDriver(ControllerContext &context)
+    : m_context(context), m_pictures(context.taskSlots)
+{
+    m_pictures.outerCause = [this] { return outerCause(); };
+    m_pictures.progressed = [this] { showPictureProgress(); };
+}
 
 QStringList EncodingDriver::encArray()
 {
@@ -122,7 +127,6 @@ void EncodingDriver::noteStop()
     store.prefWrite(keys::currentFile, keys::cancelled);
     store.prefDelete(keys::work);
     store.prefWrite(keys::finish, 1);
-    m_row.picture.reset();
 }
 
 void EncodingDriver::abandon()
@@ -447,7 +451,6 @@ void EncodingDriver::runPlan()
     m_row.asked = static_cast<int>(mapIn(display.toMap(), QStringLiteral("timecode")).size());
     m_row.interval = m_row.asked > 0 ? m_row.duration / m_row.asked : 0;
     m_row.fps = numberIn(plan, QStringLiteral("v0_fps")).value_or(0);
-    m_row.seeksToKeys = seeksToKeyFrames(stringIn(plan, QStringLiteral("wrapper")));
     if (m_row.asked == 0) {
         failRow(QStringLiteral("fewer pictures are asked for than the layout has columns"));
         return;

@@ -1,12 +1,12 @@
 #pragma once
 
 #include "controller/context.h"
+#include "controller/picture_rounds.h"
 #include "controller/sheet_delivery.h"
 #include "controller/sheet_names.h"
 #include "controller/sheet_owner.h"
 #include "controller/step_gate.h"
 #include "sheet/composer.h"
-#include "sheet/picture_attempts.h"
 #include "sheet/stills_folder.h"
 #include "support/alerts.h"
 #include "support/off_thread.h"
@@ -102,16 +102,12 @@ private:
     void takeExactPictures();
     void noteQuickInstants();
     bool continuePictures();
-    bool hasRetried();
-    bool failsRun(const RunReport &run, const QString &what);
-    bool hasBroughtNearer();
-    void noteInstant();
+    void takePictures();
+    void showPictureProgress();
+    bool notePictures();
     void noteMovieInstants();
     void noteMovieFailure();
     void noteShown(int index, double shown, double stamp);
-    void launchNextPicture();
-    void launchAttempt(const PictureAttempt &attempt);
-    void launchPicture(const QStringList &arguments, int total);
     void startPictureTool(const QStringList &arguments, int maximum, ParseMode mode);
     void composeRow();
     void takeSheet(const tl::expected<ComposedSheet, QString> &composed);
@@ -138,17 +134,6 @@ private:
     void setChild(const QString &key, const QVariant &value);
     void setMark(RowMark mark);
 
-    // The picture whose run is in progress or has just ended.
-    struct PictureRun {
-        int index = 0;
-        int attempt = 0; // 0: as planned
-        QStringList planned;
-        QString file;
-        double seek = 0;        // where the run in progress begins, seconds
-        bool takesLast = false; // of its frames the last one stays
-        double off = 0;         // seconds from the stamp to the frame that arrived, when known
-        int nearer = 0;         // runs made to bring a far frame nearer
-    };
     // What is known of the current row beside the store.
     struct Row {
         QString source;
@@ -164,12 +149,10 @@ private:
         bool written = false;
         int asked = 0;
         int drawn = 0;
-        int hungRuns = 0;
         bool byMovieFramework = false;
+        bool takesPictures = false;
         bool isQuick = false; // its stills are key pictures, taken in one run
         bool wishesQuick = false;
-        bool canSeek = true; // until ffmpeg says that it can't
-        bool seeksToKeys = true;
         QList<double> instants; // of the stills, seconds
         QSet<int> moved;        // indices of stills whose frames are far from their stamps
         double interval = 0;    // seconds between two stills
@@ -178,7 +161,6 @@ private:
         SourceState state; // of the source when its analysis began
         QDateTime started;
         QElapsedTimer clock;
-        std::optional<PictureRun> picture;
     };
 
     ControllerContext &m_context;
@@ -192,6 +174,7 @@ private:
     QString m_heldStep;
     int m_stillsCounter = 0;
     const QString m_stillsMark = newStillsMark();
+    PictureRounds m_pictures;
     OffThread m_composing; // and placing; ends before the rest goes
 };
 

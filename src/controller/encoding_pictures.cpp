@@ -2,8 +2,6 @@
 
 #include "controller/encoding_driver.h"
 
-#include "analysis/picture_instant.h"
-#include "controller/progress_readers.h"
 #include "controller/store_keys.h"
 #include "sheet/extraction_plan.h"
 #include "sheet/text_painter.h"
@@ -23,10 +21,6 @@ namespace qv
 namespace
 {
 
-// A tool that hangs once may have met a bad stretch; one that hangs again and again would cost the
-// idle limit for each still.
-constexpr int hungRunsLimit = 3;
-
 // Seconds between a frame and its stamp from which on it is told.
 constexpr double farAway = 2;
 
@@ -35,17 +29,6 @@ const QString pendingKey = QStringLiteral("appkyThFf");
 bool hasArrived(const QString &file)
 {
     return QFileInfo(file).size() > 0;
-}
-
-// The entry with the lowest number as its key.
-int lowestIndex(const QVariantMap &pending)
-{
-    int lowest = -1;
-    for (auto it = pending.begin(); it != pending.end(); ++it) {
-        const int index = intValue(it.key());
-        lowest = lowest < 0 ? index : std::min(lowest, index);
-    }
-    return lowest;
 }
 
 } // namespace
@@ -160,93 +143,71 @@ void EncodingDriver::noteMovieFailure()
     }
 }
 
-// True while a run for a still has been launched, or the row has failed over one.
+// True while the row's stills are being taken, or when it has failed over them.
 bool EncodingDriver::continuePictures()
 {
-    if (m_row.picture) {
-        if (hasRetried() || hasBroughtNearer()) {
-            return true;
-        }
-        m_row.picture.reset();
-    }
-    if (!isDue(pendingKey)) {
-        return false;
-    }
-    launchNextPicture();
-    return true;
-}
-
-// Looks at the run that has ended: a still that did not come is asked for again in another way.
-bool EncodingDriver::hasRetried()
-{
-    PictureRun &picture = *m_row.picture;
-    const RunReport &run = m_context.taskSlots.lastEncodingRun();
-    if (hasArrived(picture.file)) {
-        noteInstant();
-        m_row.hungRuns += run.outcome.ending == ToolOutcome::Ending::Hung ? 1 : 0;
-        return false;
-    }
-    const QString what = QStringLiteral("ffmpeg %1").arg(outcomeText(run.outcome));
-    logLine(QStringLiteral("picture             :-( #%1, attempt %2: %3")
-                .arg(QString::number(picture.index), QString::number(picture.attempt + 1), what));
-    rmCocoa(picture.file);
-    if (const auto cause = outerCause()) {
-        failRow(*cause);
+    if (isDue(pendingKey)) {
+        takePictures();
         return true;
     }
-    if (failsRun(run, what)) {
-        failRow(what);
-        return true;
-    }
-    if (run.outcome.ending == ToolOutcome::Ending::Hung) {
-        return false;
-    }
-    if (m_row.canSeek && run.tail.contains(QLatin1String("could not seek to position"))) {
-        m_row.canSeek = false;
-        picture.attempt = 0;
-    }
-    const auto next = nextAttempt(picture.planned, ++picture.attempt,
-                                  {m_row.interval, m_row.fps, m_row.canSeek, m_row.seeksToKeys});
-    if (!next) {
-        logLine(QStringLiteral("picture             :-( #%1 given up").arg(picture.index));
-        return false;
-    }
-    launchAttempt(*next);
-    return true;
+    return std::exchange(m_row.takesPictures, false) && !notePictures();
 }
 
-// Whether a run that left nothing is the end of the row.
-bool EncodingDriver::failsRun(const RunReport &run, const QString &what)
+void EncodingDriver::takePictures()
 {
-    switch (run.outcome.ending) {
-    case ToolOutcome::Ending::NotStarted:
-        return true;
-    case ToolOutcome::Ending::Hung:
-        m_row.reason = what;
-        return ++m_row.hungRuns >= hungRunsLimit;
-    case ToolOutcome::Ending::Crashed:
-        m_row.reason = what;
-        return false;
-    default:
-        return false;
+    const QVariantMap pending = child(pendingKey).toMap();
+    takeChild(pendingKey);
+    const QVariantMap record = planInput();
+    PictureJob job;
+    for (auto it = pending.begin(); it != pending.end(); ++it) {
+        job.planned.insert(intValue(it.key()), it.value().toStringList());
     }
+    job.stillsFolder = m_row.stills;
+    job.clues = {m_row.interval, m_row.fps, true,
+                 seeksToKeyFrames(stringIn(record, QStringLiteral("wrapper")))};
+    job.decodesIntraOnly = mayDecodeIntraOnly(record);
+    job.tools = m_context.placement.toolsPerRow;
+    job.mostPerRun = mostPicturesPerRun(record);
+    m_row.takesPictures = true;
+    m_context.window.encoding.actionCaption = lastPathComponent(shownPath(m_row.source));
+    m_pictures.take(std::move(job));
+    // The tools work now; the composer's fonts can be loaded meanwhile.
+    QMetaObject::invokeMethod(this, prepareTexts, Qt::QueuedConnection);
 }
 
-// How far the frame that a run took stands from its stamp.
-void EncodingDriver::noteInstant()
+void EncodingDriver::showPictureProgress()
 {
-    PictureRun &picture = *m_row.picture;
-    const auto taken = pictureInstant(m_context.taskSlots.lastEncodingRun().tail,
-                                      picture.takesLast ? Taken::Last : Taken::First);
-    if (!taken) {
+    WindowState &window = m_context.window;
+    const int number = std::min(m_pictures.settled() + 1, m_row.asked);
+    if (window.stepMaximum == m_row.asked && window.stepValue == number) {
         return;
     }
-    const double stamp = plannedInstant(picture.planned);
-    const double shown = picture.seek + *taken;
-    picture.off = shown - stamp;
-    noteShown(picture.index, shown, stamp);
+    window.stepMaximum = m_row.asked;
+    window.stepValue = number;
+    window.stepCaption = QStringLiteral("%1 %2/%3")
+                             .arg(localizedCapitalized(QStringLiteral("th")),
+                                  QString::number(number), QString::number(m_row.asked));
+    m_context.windowChanged();
 }
 
+// What the runs told of the stills. False when the row has failed.
+bool EncodingDriver::notePictures()
+{
+    const PicturesTaken &taken = m_pictures.taken();
+    if (taken.failure) {
+        failRow(*taken.failure);
+        return false;
+    }
+    m_row.reason = taken.reason;
+    for (auto it = taken.shown.begin(); it != taken.shown.end(); ++it) {
+        if (it.key() < m_row.instants.size()) {
+            noteShown(it.key(), it.value(), m_row.instants.at(it.key()));
+        }
+    }
+    return true;
+}
+
+// How far the frame of a still is from its planned instant.
 void EncodingDriver::noteShown(int index, double shown, double stamp)
 {
     if (std::abs(shown - stamp) <= farAway) {
@@ -256,64 +217,6 @@ void EncodingDriver::noteShown(int index, double shown, double stamp)
     m_row.moved.insert(index);
     logLine(QStringLiteral("picture             : #%1 shows %2 s instead of %3 s")
                 .arg(QString::number(index), fixedText(shown, 2), fixedText(stamp, 2)));
-}
-
-// Where key frames are far apart, the planned run may take one that stands behind the next still's
-// instant. Then the frame that really stands at the instant is asked for, at last with a run-up; a
-// run that gives none leaves the picture as it is.
-bool EncodingDriver::hasBroughtNearer()
-{
-    PictureRun &picture = *m_row.picture;
-    const double nearEnough = std::max(m_row.interval, farAway);
-    if (!hasArrived(picture.file) || std::abs(picture.off) < nearEnough) {
-        return false;
-    }
-    const auto anyFrame = m_row.seeksToKeys ? anyFrameAttempt(picture.planned) : std::nullopt;
-    const int attempts = anyFrame ? 2 : 1;
-    if (picture.nearer == attempts || m_row.hungRuns >= hungRunsLimit || !m_row.canSeek) {
-        return false;
-    }
-    const bool isFirst = picture.nearer++ == 0;
-    launchAttempt(isFirst && anyFrame ? *anyFrame : runUpAttempt(picture.planned));
-    return true;
-}
-
-void EncodingDriver::launchNextPicture()
-{
-    QVariantMap pending = child(pendingKey).toMap();
-    const int index = lowestIndex(pending);
-    const QStringList arguments = pending.take(QString::number(index)).toStringList();
-    WindowState &window = m_context.window;
-    const qsizetype slash = window.stepCaption.indexOf(QLatin1Char('/'));
-    const int stillPending = static_cast<int>(pending.size()) + 1;
-    const int total = slash < 0 ? stillPending : intValue(window.stepCaption.mid(slash + 1));
-    if (pending.isEmpty()) {
-        takeChild(pendingKey);
-    } else {
-        setChild(pendingKey, pending);
-    }
-    window.stepMaximum = total;
-    window.stepValue = total - stillPending + 1;
-    window.stepCaption =
-        QStringLiteral("%1 %2/%3")
-            .arg(localizedCapitalized(QStringLiteral("th")),
-                 QString::number(total - stillPending + 1), QString::number(total));
-    m_row.picture = PictureRun{index, 0, arguments, pictureFile(m_row.stills, index),
-                               plannedInstant(arguments)};
-    launchPicture(tellingInstant(arguments), total);
-}
-
-void EncodingDriver::launchAttempt(const PictureAttempt &attempt)
-{
-    m_row.picture->seek = attempt.seek;
-    m_row.picture->takesLast = attempt.takesLast;
-    launchPicture(attempt.arguments, m_row.asked);
-}
-
-void EncodingDriver::launchPicture(const QStringList &arguments, int total)
-{
-    m_context.window.encoding.actionCaption = lastPathComponent(shownPath(m_row.source));
-    startPictureTool(arguments, total, PictureRuns);
 }
 
 void EncodingDriver::startPictureTool(const QStringList &arguments, int maximum, ParseMode mode)

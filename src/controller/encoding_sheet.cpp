@@ -306,7 +306,6 @@ void EncodingDriver::failRow(const QString &reason)
 {
     logLine(QStringLiteral("enc                 :-( %1: %2").arg(m_row.source, reason));
     m_row.reason = reason;
-    m_row.picture.reset();
     setMark(markWithoutSheet());
     for (const QString &flag : encArray()) {
         takeChild(flag);
@@ -321,7 +320,6 @@ void EncodingDriver::purgeStills()
         purgeStillsFolder(m_row.stills, m_stillsMark);
     }
     m_row.stills.clear();
-    m_row.picture.reset();
 }
 
 } // namespace qv

@@ -10,8 +10,6 @@ namespace qv
 namespace
 {
 
-// What is kept of a run's output to explain a failure.
-constexpr qsizetype tailLength = 65536;
 // An analysis report is some hundred kilobytes; a tool that prints without end is cut here.
 constexpr qsizetype reportLimit = 64 * 1024 * 1024;
 
@@ -48,6 +46,7 @@ TaskSlots::~TaskSlots()
 
 void TaskSlots::endAll()
 {
+    m_pictures.endAll();
     for (Slot *slot : {&m_encoding, &m_analysis}) {
         if (slot->taskClass) {
             slot->taskClass->setDelegate(nullptr);
@@ -93,6 +92,25 @@ int TaskSlots::tasklauncherStart(const QStringList &argsArray, float progressMax
     }
     m_changed();
     return 1;
+}
+
+void TaskSlots::startPictures(std::vector<QStringList> commands, int atOnce,
+                              const QString &outputFolder)
+{
+    m_encoding.controls.wheelSpinning = true;
+    m_encoding.controls.stopShown = true;
+    m_pictures.start(std::move(commands), atOnce, outputFolder);
+    m_changed();
+}
+
+void TaskSlots::picturesDone()
+{
+    resetControls(m_encoding);
+    m_progressActionStrBeforePause.clear();
+    m_changed();
+    if (encodingRunEnded) {
+        encodingRunEnded();
+    }
 }
 
 void TaskSlots::prepareControls(Slot &slot, const RunControls &controls)
@@ -180,16 +198,25 @@ void TaskSlots::showProgress(Slot &slot, float value)
 void TaskSlots::taskLauncherTaskDidSuspend(taskLauncher &launcher)
 {
     logLine(QStringLiteral("process             : suspend"));
-    Slot &slot = slotOf(&launcher);
-    m_progressActionStrBeforePause = slot.controls.actionCaption;
-    slot.controls.actionCaption = localized(QStringLiteral("D_action_pause"));
-    m_changed();
+    showPause(slotOf(&launcher));
 }
 
 void TaskSlots::taskLauncherTaskDidResume(taskLauncher &launcher)
 {
     logLine(QStringLiteral("process             : resume"));
-    slotOf(&launcher).controls.actionCaption = std::exchange(m_progressActionStrBeforePause, {});
+    showResume(slotOf(&launcher));
+}
+
+void TaskSlots::showPause(Slot &slot)
+{
+    m_progressActionStrBeforePause = slot.controls.actionCaption;
+    slot.controls.actionCaption = localized(QStringLiteral("D_action_pause"));
+    m_changed();
+}
+
+void TaskSlots::showResume(Slot &slot)
+{
+    slot.controls.actionCaption = std::exchange(m_progressActionStrBeforePause, {});
     m_changed();
 }
 
@@ -236,6 +263,10 @@ void TaskSlots::tasklauncherSuspend()
     if (m_encoding.taskClass) {
         m_encoding.taskClass->suspend();
     }
+    if (m_pictures.suspend()) {
+        logLine(QStringLiteral("process             : suspend"));
+        showPause(m_encoding);
+    }
 }
 
 void TaskSlots::tasklauncherResume()
@@ -243,10 +274,15 @@ void TaskSlots::tasklauncherResume()
     if (m_encoding.taskClass) {
         m_encoding.taskClass->resume();
     }
+    if (m_pictures.resume()) {
+        logLine(QStringLiteral("process             : resume"));
+        showResume(m_encoding);
+    }
 }
 
 void TaskSlots::terminateEncoding()
 {
+    m_pictures.terminate();
     if (m_encoding.taskClass) {
         m_encoding.taskClass->tasklauncherTerminate();
     }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "controller/progress_readers.h"
+#include "controller/tool_pool.h"
 #include "controller/window_state.h"
 #include "process/task_launcher.h"
 
@@ -11,7 +12,8 @@
 #include <optional>
 
 // The two places in which long tool runs happen: one for the encoding, one for the analysis, so
-// that a drop can be analysed while a batch is paused.
+// that a drop can be analysed while a batch is paused. The encoding's has a pool for the runs of a
+// row's pictures.
 namespace qv
 {
 
@@ -20,13 +22,6 @@ struct RunControls {
     bool progressBar = false;
     bool stopBt = false;
     bool progressWheel = false;
-};
-
-// What became of a slot's last run.
-struct RunReport {
-    ToolOutcome outcome;
-    QString tail;               // the last lines that the tool printed
-    QMap<int, double> instants; // of the pictures that it told, by index, seconds
 };
 
 class TaskSlots : public QObject, private TaskLauncherDelegate
@@ -49,17 +44,27 @@ public:
                           const RunControls &controls, bool isTaskOther,
                           const QString &outputFolder = {});
 
+    // Runs the commands in the encoding's pool, so many at once. The pool reports the runs. Its
+    // tools may write in the temporary folder and in `outputFolder`.
+    void startPictures(std::vector<QStringList> commands, int atOnce, const QString &outputFolder);
+    ToolPool &pictures() { return m_pictures; }
+    // Resets the controls and re-enters the step machine, as after a run of one tool.
+    void picturesDone();
+
     // Ends a run: resets the slot's controls, gives up the launcher and re-enters the slot's step
     // machine. Without a launcher it means the analysis slot when that is occupied.
     void taskLauncherDone(taskLauncher *launcher);
 
-    // Pause and continue the batch's run.
+    // Pause and continue the batch's runs.
     void tasklauncherSuspend();
     void tasklauncherResume();
-    bool isEncodingRunning() const { return m_encoding.taskClass != nullptr; }
+    bool isEncodingRunning() const
+    {
+        return m_encoding.taskClass != nullptr || m_pictures.isRunning();
+    }
     bool isAnalysisRunning() const { return m_analysis.taskClass != nullptr; }
 
-    // Kills the running tool; its end comes through the usual way.
+    // Kills what runs; its end comes through the usual way.
     void terminateEncoding();
     void terminateAnalysis();
     // Ends what runs in both slots and waits for it. Nothing is told to the step machines.
@@ -97,11 +102,14 @@ private:
     void noteToldPicture(Slot &slot, const QString &line);
     void takeLine(Slot &slot, const QString &line);
     void showProgress(Slot &slot, float value);
+    void showPause(Slot &slot);
+    void showResume(Slot &slot);
     void resetControls(Slot &slot);
 
     std::function<void()> m_changed;
     Slot m_encoding;
     Slot m_analysis;
+    ToolPool m_pictures;
     QString m_analysisOutput;
     QString m_progressActionStrBeforePause;
 };

@@ -30,16 +30,18 @@ bool isFfmpeg(const QString &executable)
     return lastPathComponent(executable) == QLatin1String("ffmpeg");
 }
 
-// Input options stand before the input: ffmpeg ... -i SOURCE ...
+// Input options stand before their input: ffmpeg ... -i SOURCE -i SOURCE ...
 QStringList withoutLists(const QStringList &command)
 {
-    QStringList guarded = command;
-    if (const qsizetype input = command.indexOf(QLatin1String("-i")); input > 0) {
-        for (const QString &option :
-             {QString::fromLatin1(openableFormats), QStringLiteral("-format_whitelist"),
-              QString::fromLatin1(openableProtocols), QStringLiteral("-protocol_whitelist")}) {
-            guarded.insert(input, option);
+    const QStringList lists{
+        QStringLiteral("-protocol_whitelist"), QString::fromLatin1(openableProtocols),
+        QStringLiteral("-format_whitelist"), QString::fromLatin1(openableFormats)};
+    QStringList guarded;
+    for (const QString &argument : command) {
+        if (argument == QLatin1String("-i") && !guarded.isEmpty()) {
+            guarded += lists;
         }
+        guarded += argument;
     }
     return guarded;
 }

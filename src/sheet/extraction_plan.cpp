@@ -53,12 +53,6 @@ StillSize sizeOf(const QVariantMap &input)
                      stringIn(input, QStringLiteral("v0_dar")));
 }
 
-bool isProgressive(const QVariantMap &input)
-{
-    const QString progressive = localized(QStringLiteral("PFF"), QStringLiteral("fields"));
-    return stringIn(input, QStringLiteral("v0_fields")) == progressive;
-}
-
 // "select=eq(pict_type\,I),yadif=1,scale=1024:576,setsar=1:1"
 QString videoFilter(const QVariantMap &input, const StillSize &size)
 {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "support/localized_strings.h"
 #include "support/variant_values.h"
 
 #include <QVariantMap>
@@ -20,6 +21,12 @@ inline int sourceWidth(const QVariantMap &record)
 inline int sourceHeight(const QVariantMap &record)
 {
     return intIn(record, QStringLiteral("v0_height")).value_or(unknownHeight);
+}
+
+inline bool isProgressive(const QVariantMap &record)
+{
+    const QString progressive = localized(QStringLiteral("PFF"), QStringLiteral("fields"));
+    return stringIn(record, QStringLiteral("v0_fields")) == progressive;
 }
 
 // Whether whole seconds are too coarse for a source's duration.

@@ -212,7 +212,7 @@ TEST_F(CommandTest, TheProgressLineIsShownOnATerminalOnlyAndGoneWhereLinesArePri
     m_terminal = true;
     const Ran shown = run(line);
     EXPECT_THAT(shown.err.toStdString(), AllOf(HasSubstr("[1/3] " + path("a.mp4").toStdString()),
-                                               HasSubstr("picture 2/3"), HasSubstr(" s left")));
+                                               HasSubstr("picture 3/3"), HasSubstr(" s left")));
     const QString folder = m_folder.path();
     EXPECT_EQ(
         shown.screen,

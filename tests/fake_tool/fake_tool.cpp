@@ -415,9 +415,9 @@ void writeOutput(const Run &run)
     }
 }
 
-void noteInstant(double seconds)
+void noteInstant(const std::string &filter, double seconds)
 {
-    writeTo(STDERR_FILENO, "[Parsed_showinfo_1 @ 0x1] n:   0 pts:  1 pts_time:" +
+    writeTo(STDERR_FILENO, '[' + filter + " @ 0x1] n:   0 pts:  1 pts_time:" +
                                std::to_string(seconds) + " fmt:yuv420p iskey:1 type:I\n");
 }
 
@@ -467,7 +467,7 @@ std::optional<int> misbehave(const Run &run, const std::string &behaviour)
     return behaviour == "refuse" ? std::optional(refuse(run)) : std::nullopt;
 }
 
-int actAsFfmpeg(const Texts &arguments)
+int actAsFfmpeg(const Texts &arguments, const std::string &filter = "Parsed_showinfo_1")
 {
     const Run run = understand(arguments);
     const std::string behaviour = behaviourOf(run);
@@ -495,12 +495,34 @@ int actAsFfmpeg(const Texts &arguments)
         }
     }
     if (run.phase == "picture") {
-        noteInstant(behaviour == "far" && run.selectsIntra ? 100 : 0);
+        noteInstant(filter, behaviour == "far" && run.selectsIntra ? 100 : 0);
     }
     if (behaviour != "missing" && !(behaviour == "intra" && run.selectsIntra)) {
         writeOutput(run);
     }
     return 0;
+}
+
+// A run of several pictures, which have an input and an output each, takes one after the other.
+int takeTogether(const Texts &arguments)
+{
+    if (std::count(arguments.begin(), arguments.end(), "-i") < 2) {
+        return actAsFfmpeg(arguments);
+    }
+    std::vector<Texts> outputs;
+    for (auto from = std::find(arguments.begin(), arguments.end(), "-map");
+         from != arguments.end();) {
+        const auto to = std::find(from + 1, arguments.end(), "-map");
+        outputs.emplace_back(from, to);
+        from = to;
+    }
+    const auto source = std::find(arguments.begin(), arguments.end(), "-i") + 1;
+    int status = 0;
+    for (size_t i = 0; i < outputs.size(); ++i) {
+        outputs[i].insert(outputs[i].begin(), {"-i", *source});
+        status = std::max(status, actAsFfmpeg(outputs[i], "showinfo@" + std::to_string(i)));
+    }
+    return status;
 }
 
 // ---- quickThumbs
@@ -584,7 +606,7 @@ int main(int argc, char **argv)
         return actAsQuickThumbs(arguments);
     }
     const long long begun = nanoseconds();
-    const int status = actAsFfmpeg(arguments);
+    const int status = takeTogether(arguments);
     noteTimes(understand(arguments), begun);
     return status;
 }

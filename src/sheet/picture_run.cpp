@@ -1,0 +1,88 @@
+#include "sheet/picture_run.h"
+
+#include "sheet/record_values.h"
+#include "support/variant_values.h"
+
+#include <algorithm>
+#include <array>
+
+namespace qv
+{
+namespace
+{
+
+const QString inputOption = QStringLiteral("-i");
+const QString teller = QStringLiteral("showinfo="); // without a name
+
+// Behind the input's path.
+qsizetype inputEnd(const QStringList &arguments)
+{
+    const qsizetype input = arguments.indexOf(inputOption);
+    return input < 0 ? -1 : std::min(input + 2, arguments.size());
+}
+
+QStringList insertedBeforeInput(QStringList arguments, const QStringList &options)
+{
+    const qsizetype input = arguments.indexOf(inputOption);
+    for (qsizetype i = 0; input >= 0 && i < options.size(); ++i) {
+        arguments.insert(input + i, options.at(i));
+    }
+    return arguments;
+}
+
+} // namespace
+
+QStringList pictureRun(const std::vector<PictureShot> &shots,
+                       const std::function<QString(int)> &tellerName)
+{
+    if (shots.size() == 1) {
+        return shots.front().arguments;
+    }
+    QStringList inputs;
+    QStringList outputs;
+    for (int i = 0; const PictureShot &shot : shots) {
+        const QStringList &arguments = shot.arguments;
+        const qsizetype end = inputEnd(arguments);
+        inputs += arguments.mid(1, end - 1);
+        QStringList output = arguments.mid(end);
+        if (const qsizetype filter = output.indexOf(QStringLiteral("-vf")) + 1; filter > 0) {
+            output[filter].replace(teller, tellerName(i) + u'=');
+        }
+        outputs += QStringList{QStringLiteral("-map"), QStringLiteral("%1:V:0").arg(i)} + output;
+        ++i;
+    }
+    return shots.front().arguments.first(1) + inputs + outputs;
+}
+
+bool mayDecodeIntraOnly(const QVariantMap &record)
+{
+    static const std::array decoders{"h264", "hevc", "mpeg4", "mpeg2video", "mpeg1video", "vp8"};
+    const QString codec = stringIn(record, QStringLiteral("v0_codec"));
+    return isProgressive(record) &&
+           std::any_of(decoders.begin(), decoders.end(),
+                       [&](const char *d) { return codec == QLatin1String(d); });
+}
+
+QStringList decodingIntraOnly(QStringList arguments)
+{
+    return insertedBeforeInput(std::move(arguments),
+                               {QStringLiteral("-skip_frame"), QStringLiteral("nointra")});
+}
+
+QStringList decodingInOneThread(QStringList arguments)
+{
+    return insertedBeforeInput(std::move(arguments),
+                               {QStringLiteral("-threads"), QStringLiteral("1")});
+}
+
+int mostPicturesPerRun(const QVariantMap &record)
+{
+    constexpr qint64 pixelsPerRun = 16'000'000;
+    const qint64 pixels = qint64{sourceWidth(record)} * sourceHeight(record);
+    const bool hasOtherVideo = record.contains(QStringLiteral("v1_codec"));
+    return hasOtherVideo || pixels <= 0
+               ? 1
+               : static_cast<int>(std::clamp<qint64>(pixelsPerRun / pixels, 1, 16));
+}
+
+} // namespace qv

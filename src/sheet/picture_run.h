@@ -1,0 +1,41 @@
+#pragma once
+
+#include <QString>
+#include <QStringList>
+#include <QVariantMap>
+
+#include <functional>
+#include <vector>
+
+// One run of ffmpeg that takes several pictures of a source. Each has its own input, and comes out
+// as in a run of its own, byte for byte.
+namespace qv
+{
+
+// One picture in the way in which a run of its own would take it.
+struct PictureShot {
+    int index = 0;          // of the picture on the sheet
+    QStringList arguments;  // tool first, picture file last; with the filter that tells the frame
+    double seek = 0;        // where it begins, seconds from the start of the source
+    bool takesLast = false; // of the frames that it sees the last one stays
+};
+
+// A single shot's command is the shot's own. `tellerName` gives the filter that tells the frame its
+// name in a run of several, by the shot's position.
+QStringList pictureRun(const std::vector<PictureShot> &shots,
+                       const std::function<QString(int)> &tellerName);
+
+// Whether a decoder that is told to leave out all but intra frames gives the same ones. By decoder
+// and scan type (bench/README.md); `record` is the source's.
+bool mayDecodeIntraOnly(const QVariantMap &record);
+// The command with that option; for one that selects intra frames.
+QStringList decodingIntraOnly(QStringList arguments);
+// The command with one thread for the decoder. Decoders that are alone in their process use the
+// other processors, where several processes have them already.
+QStringList decodingInOneThread(QStringList arguments);
+
+// How many pictures one run may take, so that its decoders keep to some hundred megabytes; 1 where
+// a run of several might choose another stream.
+int mostPicturesPerRun(const QVariantMap &record);
+
+} // namespace qv
