@@ -5,6 +5,7 @@
 #include "support/files.h"
 #include "support/log.h"
 
+#include <QFile>
 #include <QFileInfo>
 
 #include <algorithm>
@@ -26,9 +27,25 @@ constexpr int fewestPerRun = 4;
 // Seconds by which a frame may be farther from its cell's instant than half a row of cells.
 constexpr double farAway = 2;
 
+// What a planned run looks at from its instant on, seconds.
+constexpr double plannedLength = 12;
+
 bool hasArrived(const QString &file)
 {
     return QFileInfo(file).size() > 0;
+}
+
+bool isSamePicture(const QString &file, const QString &other)
+{
+    QFile a(file);
+    QFile b(other);
+    return a.open(QIODevice::ReadOnly) && b.open(QIODevice::ReadOnly) ? a.readAll() == b.readAll()
+                                                                      : a.exists() == b.exists();
+}
+
+QString trialFile(const QString &folder)
+{
+    return appendPath(folder, QStringLiteral("trial.jpg"));
 }
 
 } // namespace
@@ -37,7 +54,14 @@ PictureRounds::PictureRounds(TaskSlots &taskSlots) : m_taskSlots(taskSlots)
 {
     ToolPool &pool = taskSlots.pictures();
     pool.runEnded = [this](std::size_t run, const RunReport &report) { runEnded(run, report); };
-    pool.allEnded = [this] { m_taskSlots.pictures().wasTerminated() ? end() : startRound(); };
+    pool.allEnded = [this] {
+        if (m_taskSlots.pictures().wasTerminated()) {
+            end();
+            return;
+        }
+        endTrial();
+        startRound();
+    };
     pool.printed = [this] { progressed(); };
 }
 
@@ -59,7 +83,49 @@ void PictureRounds::take(PictureJob job)
                                                   : plannedInstant(*next);
         m_stills.push_back(still);
     }
+    beginTrial();
     startRound();
+}
+
+// Below so many stills, decoding one of them twice costs more than is won.
+void PictureRounds::beginTrial()
+{
+    constexpr std::size_t fewest = 4;
+    m_trial.reset();
+    if (m_job.intraOnly != IntraOnly::Tried) {
+        return;
+    }
+    if (m_stills.size() < fewest || !anyFrameAttempt(m_stills.front().planned)) {
+        m_job.intraOnly = IntraOnly::No;
+        return;
+    }
+    m_trial = m_stills.size() / 2;
+}
+
+void PictureRounds::endTrial()
+{
+    if (!m_trial) {
+        return;
+    }
+    const Still &still = m_stills[*std::exchange(m_trial, std::nullopt)];
+    const QString file = trialFile(m_job.stillsFolder);
+    if (!isSamePicture(still.file, file)) {
+        logLine(QStringLiteral("picture             : #%1 differs when all frames are decoded")
+                    .arg(still.index));
+        m_job.intraOnly = IntraOnly::No;
+        forgetStills();
+    }
+    rmCocoa(file);
+}
+
+void PictureRounds::forgetStills()
+{
+    for (Still &still : m_stills) {
+        rmCocoa(still.file);
+        still.stage = Stage::Planned;
+        still.attempt = 0;
+        still.shown.reset();
+    }
 }
 
 int PictureRounds::settled() const
@@ -69,7 +135,8 @@ int PictureRounds::settled() const
     };
     int count = static_cast<int>(std::count_if(m_stills.begin(), m_stills.end(), isSettled));
     for (std::size_t i = 0; i < m_runs.size(); ++i) {
-        if (m_runs[i].stills.front()->stage == Stage::Planned) {
+        const Run &run = m_runs[i];
+        if (!run.stills.empty() && run.stills.front()->stage == Stage::Planned) {
             count += picturesTold(QString::fromUtf8(m_taskSlots.pictures().printedBy(i)));
         }
     }
@@ -139,8 +206,8 @@ std::vector<PictureRounds::Run> PictureRounds::nextRuns()
     }
     const int count = static_cast<int>(together.shots.size());
     const int share = (count + m_job.tools - 1) / m_job.tools;
-    const int perRun =
-        std::min(std::max(share, m_job.decodesIntraOnly ? fewestPerRun : 1), m_job.mostPerRun);
+    const int perRun = std::min(
+        std::max(share, m_job.intraOnly != IntraOnly::No ? fewestPerRun : 1), m_job.mostPerRun);
     const bool isShared = count >= m_job.tools && count > 1 && m_job.mostPerRun > 1;
     for (int i = 0; i < count; ++i) {
         if (i % perRun == 0) {
@@ -152,6 +219,11 @@ std::vector<PictureRounds::Run> PictureRounds::nextRuns()
         }
         runs.back().shots.push_back(std::move(shot));
         runs.back().stills.push_back(together.stills[static_cast<std::size_t>(i)]);
+    }
+    if (m_trial) {
+        QStringList all = tellingInstant(m_stills[*m_trial].planned);
+        all.last() = trialFile(m_job.stillsFolder);
+        runs.push_back({{PictureShot{-1, all, 0, false}}, {}});
     }
     return runs;
 }
@@ -197,8 +269,9 @@ std::optional<PictureShot> PictureRounds::shotOf(const Still &still) const
 QStringList PictureRounds::plannedCommand(const Still &still) const
 {
     const QStringList telling = tellingInstant(still.planned);
-    return m_job.decodesIntraOnly && anyFrameAttempt(still.planned) ? decodingIntraOnly(telling)
-                                                                    : telling;
+    return m_job.intraOnly != IntraOnly::No && anyFrameAttempt(still.planned)
+               ? decodingIntraOnly(telling)
+               : telling;
 }
 
 // The frame that really stands at the instant, at last with a run-up.
@@ -249,7 +322,9 @@ void PictureRounds::settleShot(Still &still, const Run &run, int shot, const Run
     const auto told = pictureInstant(report.tail, taken.takesLast ? Taken::Last : Taken::First,
                                      wasAlone ? std::nullopt : std::optional(shot));
     const auto shown = told ? std::optional(taken.seek + *told) : std::nullopt;
-    if (hasArrived(still.file)) {
+    // The other frames would have ended a planned run by then.
+    const bool isBeyond = still.stage == Stage::Planned && told && *told >= plannedLength;
+    if (hasArrived(still.file) && !isBeyond) {
         noteArrival(still, shown);
     } else {
         noteMissing(still, wasAlone, report);

@@ -22,9 +22,9 @@ struct PictureJob {
     QMap<int, QStringList> planned; // commands by index, the tool first
     QString stillsFolder;
     AttemptClues clues;
-    bool decodesIntraOnly = false; // first, where a run selects intra frames
-    int tools = 1;                 // at once
-    int mostPerRun = 1;            // pictures
+    IntraOnly intraOnly = IntraOnly::No; // in the first round, where a run selects intra frames
+    int tools = 1;                       // at once
+    int mostPerRun = 1;                  // pictures
 };
 
 // What came of it. A still that did not come has no file.
@@ -71,6 +71,9 @@ private:
     };
 
     void startRound();
+    void beginTrial();
+    void endTrial();
+    void forgetStills();
     std::vector<Run> nextRuns();
     void end();
     std::optional<PictureShot> nextShot(Still &still);
@@ -92,6 +95,8 @@ private:
     std::vector<Run> m_runs;
     int m_hungRuns = 0;
     bool m_couldSeek = true; // in the round before
+    // The still that is taken with all frames decoded, too, to see whether that changes it.
+    std::optional<std::size_t> m_trial;
 };
 
 } // namespace qv

@@ -1,5 +1,6 @@
 #include "sheet/picture_run.h"
 
+#include "sheet/picture_attempts.h"
 #include "sheet/record_values.h"
 #include "support/variant_values.h"
 
@@ -54,13 +55,20 @@ QStringList pictureRun(const std::vector<PictureShot> &shots,
     return shots.front().arguments.first(1) + inputs + outputs;
 }
 
-bool mayDecodeIntraOnly(const QVariantMap &record)
+IntraOnly intraOnlyDecoding(const QVariantMap &record)
 {
-    static const std::array decoders{"h264", "hevc", "mpeg4", "mpeg2video", "mpeg1video", "vp8"};
+    static const std::array proven{"hevc", "mpeg4", "mpeg2video", "mpeg1video", "vp8"};
+    if (!isProgressive(record) || !seeksToKeyFrames(stringIn(record, QStringLiteral("wrapper")))) {
+        return IntraOnly::No;
+    }
     const QString codec = stringIn(record, QStringLiteral("v0_codec"));
-    return isProgressive(record) &&
-           std::any_of(decoders.begin(), decoders.end(),
-                       [&](const char *d) { return codec == QLatin1String(d); });
+    if (codec == QLatin1String("h264")) {
+        return IntraOnly::Tried;
+    }
+    const bool isProven = std::any_of(proven.begin(), proven.end(), [&](const char *name) {
+        return codec == QLatin1String(name);
+    });
+    return isProven ? IntraOnly::Yes : IntraOnly::No;
 }
 
 QStringList decodingIntraOnly(QStringList arguments)

@@ -25,9 +25,14 @@ struct PictureShot {
 QStringList pictureRun(const std::vector<PictureShot> &shots,
                        const std::function<QString(int)> &tellerName);
 
-// Whether a decoder that is told to leave out all but intra frames gives the same ones. By decoder
-// and scan type (bench/README.md); `record` is the source's.
-bool mayDecodeIntraOnly(const QVariantMap &record);
+// Whether a decoder that leaves out all but intra frames gives the same ones. By decoder, scan type
+// and container (bench/README.md); `record` is the source's.
+enum class IntraOnly {
+    No,
+    Tried, // where groups of pictures are closed, which no record says
+    Yes,
+};
+IntraOnly intraOnlyDecoding(const QVariantMap &record);
 // The command with that option; for one that selects intra frames.
 QStringList decodingIntraOnly(QStringList arguments);
 // The command with one thread for the decoder. Decoders that are alone in their process use the
