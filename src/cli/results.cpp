@@ -190,7 +190,8 @@ QJsonObject fieldsOf(const Provenance &provenance)
             {QStringLiteral("source"), source},
             {QStringLiteral("settings"), settingsJson(provenance.settings)},
             {QStringLiteral("road"), roadName(provenance.madeQuick)},
-            {QStringLiteral("instants"), instantsJson(provenance.instants)}};
+            {QStringLiteral("instants"), instantsJson(provenance.instants)},
+            {QStringLiteral("planned_instants"), instantsJson(provenance.plannedInstants)}};
 }
 
 QJsonObject fieldsOf(const PlanResult &result)

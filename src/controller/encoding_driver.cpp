@@ -435,10 +435,11 @@ QVariantMap EncodingDriver::planInput() const
 void EncodingDriver::runPlan()
 {
     const QVariantMap plan = planInput();
-    m_row.instants.clear();
+    m_row.planned.clear();
     for (const PlannedPicture &picture : planExtraction(m_row.out, plan).pictures) {
-        m_row.instants.append(picture.time);
+        m_row.planned.append(picture.time);
     }
+    m_row.instants = m_row.planned;
     encodage(m_row.out, Bundle::main().version(), plan, m_context.preferences);
     const QVariant display = child(QStringLiteral("appkyDisplay"));
     if (!display.isValid()) {

@@ -100,14 +100,13 @@ private:
     QString instantsText() const;
     bool hasQuickFailed() const;
     void takeExactPictures();
-    void noteQuickInstants();
+    void noteInstants(const QMap<int, double> &shown);
     bool continuePictures();
     void takePictures();
     void showPictureProgress();
     bool notePictures();
-    void noteMovieInstants();
     void noteMovieFailure();
-    void noteShown(int index, double shown, double stamp);
+    void noteShown(int index, double shown, double planned);
     void startPictureTool(const QStringList &arguments, int maximum, ParseMode mode);
     void composeRow();
     void takeSheet(const tl::expected<ComposedSheet, QString> &composed);
@@ -153,8 +152,9 @@ private:
         bool takesPictures = false;
         bool isQuick = false; // its stills are key pictures, taken in one run
         bool wishesQuick = false;
-        QList<double> instants; // of the stills, seconds
-        QSet<int> moved;        // indices of stills whose frames are far from their stamps
+        QList<double> planned;  // instants of the stills, seconds
+        QList<double> instants; // what they show, or the planned ones where that is unknown
+        QSet<int> moved;        // indices of stills whose frames are far from the planned instants
         double interval = 0;    // seconds between two stills
         double fps = 0;         // 0: unknown
         double duration = 0;

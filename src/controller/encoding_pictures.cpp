@@ -21,7 +21,7 @@ namespace qv
 namespace
 {
 
-// Seconds between a frame and its stamp from which on it is told.
+// Seconds between a frame and its planned instant from which on it is told.
 constexpr double farAway = 2;
 
 const QString pendingKey = QStringLiteral("appkyThFf");
@@ -106,31 +106,25 @@ void EncodingDriver::takeExactPictures()
     runPlan();
 }
 
-// Key pictures carry the stamps of when they are.
-void EncodingDriver::noteQuickInstants()
+// The stamps say when the pictures are, whatever was planned.
+void EncodingDriver::noteInstants(const QMap<int, double> &shown)
 {
+    for (auto it = shown.begin(); it != shown.end(); ++it) {
+        // A tool may tell of what can't be.
+        const bool isPossible = !stampText(it.value(), m_row.duration).isEmpty();
+        if (it.key() < m_row.instants.size() && isPossible) {
+            noteShown(it.key(), it.value(), m_row.planned.at(it.key()));
+            m_row.instants[it.key()] = it.value();
+        }
+    }
     QVariantMap display = child(QStringLiteral("appkyDisplay")).toMap();
     QVariantMap timecodes = mapIn(display, QStringLiteral("timecode"));
-    const QMap<int, double> &told = m_context.taskSlots.lastEncodingRun().instants;
-    for (auto it = told.begin(); it != told.end(); ++it) {
-        const QString stamp = stampText(it.value(), m_row.duration);
-        if (it.key() < m_row.instants.size() && !stamp.isEmpty()) {
-            m_row.instants[it.key()] = it.value();
-            timecodes.insert(QString::number(it.key()), stamp);
-        }
+    const QStringList stamps = stampTexts(m_row.instants, m_row.duration);
+    for (int i = 0; i < stamps.size(); ++i) {
+        timecodes.insert(QString::number(i), stamps.at(i));
     }
     display.insert(QStringLiteral("timecode"), timecodes);
     setChild(QStringLiteral("appkyDisplay"), display);
-}
-
-void EncodingDriver::noteMovieInstants()
-{
-    const QMap<int, double> &told = m_context.taskSlots.lastEncodingRun().instants;
-    for (auto it = told.begin(); it != told.end(); ++it) {
-        if (it.key() < m_row.instants.size()) {
-            noteShown(it.key(), it.value(), m_row.instants.at(it.key()));
-        }
-    }
 }
 
 // A run that ended well gives no reason of its own: it says of each still why it did not come.
@@ -199,24 +193,20 @@ bool EncodingDriver::notePictures()
         return false;
     }
     m_row.reason = taken.reason;
-    for (auto it = taken.shown.begin(); it != taken.shown.end(); ++it) {
-        if (it.key() < m_row.instants.size()) {
-            noteShown(it.key(), it.value(), m_row.instants.at(it.key()));
-        }
-    }
+    noteInstants(taken.shown);
     return true;
 }
 
 // How far the frame of a still is from its planned instant.
-void EncodingDriver::noteShown(int index, double shown, double stamp)
+void EncodingDriver::noteShown(int index, double shown, double planned)
 {
-    if (std::abs(shown - stamp) <= farAway) {
+    if (std::abs(shown - planned) <= farAway) {
         m_row.moved.remove(index);
         return;
     }
     m_row.moved.insert(index);
     logLine(QStringLiteral("picture             : #%1 shows %2 s instead of %3 s")
-                .arg(QString::number(index), fixedText(shown, 2), fixedText(stamp, 2)));
+                .arg(QString::number(index), fixedText(shown, 2), fixedText(planned, 2)));
 }
 
 void EncodingDriver::startPictureTool(const QStringList &arguments, int maximum, ParseMode mode)

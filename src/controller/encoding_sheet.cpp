@@ -41,10 +41,10 @@ QString EncodingDriver::growingSheetFolder() const
 void EncodingDriver::composeRow()
 {
     if (m_row.byMovieFramework) {
-        noteMovieInstants();
         noteMovieFailure();
-    } else if (m_row.isQuick) {
-        noteQuickInstants();
+    }
+    if (m_row.byMovieFramework || m_row.isQuick) {
+        noteInstants(m_context.taskSlots.lastEncodingRun().instants);
     }
     QDir(m_row.stills).mkdir(lastPathComponent(growingSheetFolder()));
     prepareTexts(); // fonts are loaded by this thread
@@ -126,6 +126,7 @@ Provenance EncodingDriver::provenanceOfRow() const
     provenance.settings.quick = m_row.wishesQuick;
     provenance.madeQuick = m_row.isQuick;
     provenance.instants = m_row.instants;
+    provenance.plannedInstants = m_row.planned;
     return provenance;
 }
 

@@ -256,6 +256,23 @@ QString stampText(double instant, double sourceSeconds)
     return float2TimecodeStr(instant, isShort(sourceSeconds) ? 2 : 0);
 }
 
+QStringList stampTexts(const QList<double> &instants, double sourceSeconds)
+{
+    constexpr int mostDecimals = 2;
+    const int fewestDecimals = isShort(sourceSeconds) ? mostDecimals : 0;
+    QStringList stamps;
+    for (int decimals = fewestDecimals; decimals <= mostDecimals; ++decimals) {
+        stamps.clear();
+        for (const double instant : instants) {
+            stamps.append(float2TimecodeStr(instant, decimals));
+        }
+        if (std::adjacent_find(stamps.begin(), stamps.end()) == stamps.end()) {
+            break;
+        }
+    }
+    return stamps;
+}
+
 QString pictureFile(const QString &stillsFolder, int index)
 {
     return QStringLiteral("%1/img%2.jpg")

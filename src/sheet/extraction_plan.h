@@ -45,6 +45,10 @@ int encodage(int out, const QString &versionText, const QVariantMap &input,
 // instant.
 QString stampText(double instant, double sourceSeconds);
 
+// Those of a sheet's pictures, in order. Neighbours that would read the same get tenths, or
+// hundredths, and all the others with them.
+QStringList stampTexts(const QList<double> &instants, double sourceSeconds);
+
 // Where a planned run writes its picture: the last argument.
 QString pictureFile(const QString &stillsFolder, int index);
 

@@ -95,7 +95,8 @@ XmpTexts ownTexts(const Provenance &provenance)
                    {"qvsheet.SourceModified", dateText(provenance.source.modified)},
                    {"qvsheet.SourceDuration", secondsText(provenance.duration)},
                    {"qvsheet.Road", roadName(provenance.madeQuick)},
-                   {"qvsheet.Instants", instantsText(provenance.instants)}};
+                   {"qvsheet.Instants", instantsText(provenance.instants)},
+                   {"qvsheet.PlannedInstants", instantsText(provenance.plannedInstants)}};
     if (!provenance.sourcePath.isEmpty()) {
         texts.insert("qvsheet.SourceAddress", addressOf(provenance.sourcePath));
     }
@@ -291,6 +292,9 @@ tl::expected<Provenance, QString> provenanceIn(const QByteArray &packet)
     provenance.madeQuick =
         reader.oneOf("qvsheet.Road", {roadName(false), roadName(true)}) == roadName(true);
     provenance.instants = reader.numbers("qvsheet.Instants");
+    if (texts->contains("qvsheet.PlannedInstants")) {
+        provenance.plannedInstants = reader.numbers("qvsheet.PlannedInstants");
+    }
     if (!reader.problem().isNull()) {
         return tl::make_unexpected(reader.problem());
     }

@@ -48,8 +48,9 @@ struct Provenance {
     SourceState source;
     double duration = 0; // of the source, seconds
     SheetSettings settings;
-    bool madeQuick = false; // of key pictures, as the stamps tell
-    QList<double> instants; // of the pictures, seconds: what the stamps say
+    bool madeQuick = false;        // of key pictures, as the stamps tell
+    QList<double> instants;        // of the pictures, seconds: what the stamps say
+    QList<double> plannedInstants; // what was asked for; empty in sheets of older versions
 
     friend bool operator==(const Provenance &, const Provenance &) = default;
 };

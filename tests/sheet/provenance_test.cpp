@@ -33,6 +33,7 @@ Provenance someProvenance()
         "mixed", 12,  "png", {"name", "size"}, true, "1.00,1.00,1.00,1.00", "0.80,0.80,0.80,1.00",
         0.1,     true};
     some.instants = {0, 10, 299.92, 599.84};
+    some.plannedInstants = {0, 10, 300, 600};
     return some;
 }
 
