@@ -14,6 +14,7 @@
 #include "controller/store_keys.h"
 #include "process/tool_environment.h"
 #include "process/tool_run.h"
+#include "sheet/colour_filters.h"
 #include "support/files.h"
 #include "support/log.h"
 #include "support/numbers.h"
@@ -331,7 +332,8 @@ AnalysisDriver::NextRun AnalysisDriver::previewOf(MediaInfoRecord record)
     if (isMade) {
         return {};
     }
-    return {previewArguments(record, source, picture, PreviewFrame::Intra), false};
+    const QStringList planned = previewArguments(record, source, picture, PreviewFrame::Intra);
+    return {withDisplayColours(planned, record), false};
 }
 
 // What a row needs beside its record: the preview as planned, else one of any frame; such a source
@@ -348,8 +350,8 @@ void AnalysisDriver::completeRow(NewRow &row)
             return;
         }
         row.record.insert(QStringLiteral("intraFailure"), 1);
-        row.said = taskArray1PipeMax(previewArguments(row.record, row.source, row.picture, frame),
-                                     ErrorText::Merged);
+        const QStringList planned = previewArguments(row.record, row.source, row.picture, frame);
+        row.said = taskArray1PipeMax(withDisplayColours(planned, row.record), ErrorText::Merged);
     }
 }
 

@@ -5,6 +5,7 @@
 #include "analysis/picture_instant.h"
 #include "controller/progress_readers.h"
 #include "controller/store_keys.h"
+#include "sheet/colour_filters.h"
 #include "sheet/extraction_plan.h"
 #include "sheet/text_painter.h"
 #include "support/files.h"
@@ -313,7 +314,7 @@ void EncodingDriver::launchAttempt(const PictureAttempt &attempt)
 void EncodingDriver::launchPicture(const QStringList &arguments, int total)
 {
     m_context.window.encoding.actionCaption = lastPathComponent(shownPath(m_row.source));
-    startPictureTool(arguments, total, PictureRuns);
+    startPictureTool(withDisplayColours(arguments, planInput()), total, PictureRuns);
 }
 
 void EncodingDriver::startPictureTool(const QStringList &arguments, int maximum, ParseMode mode)
