@@ -203,7 +203,11 @@ void AnalysisDriver::stepRecord()
 bool AnalysisDriver::askMovieFramework(Findings &findings) const
 {
     const QString &source = findings.sourcePath;
-    if (!decodesByMovieFramework(findings.reported.value_or(MediaInfoRecord()), source) ||
+    MediaInfoRecord reported = findings.reported.value_or(MediaInfoRecord());
+    addDetails(reported, findings.details);
+    // The framework's tool maps no colours.
+    const bool isFfmpegs = hasPictureKeys(reported) && needsColourMapping(reported);
+    if (isFfmpegs || !decodesByMovieFramework(reported, source) ||
         !m_context.movies.canOpen(source)) {
         return false;
     }

@@ -21,11 +21,12 @@ bool isHighDynamicRange(const QVariantMap &record)
     return transfer == QLatin1String("smpte2084") || transfer == QLatin1String("arib-std-b67");
 }
 
-bool hasWideGamut(const QVariantMap &record)
+bool needsGamutMapping(const QVariantMap &record)
 {
     static const QStringList wide{QStringLiteral("bt2020"), QStringLiteral("smpte431"),
                                   QStringLiteral("smpte432")};
-    return wide.contains(stringIn(record, primariesKey));
+    return wide.contains(stringIn(record, primariesKey)) ||
+           stringIn(record, matrixKey) == QLatin1String("ycgco");
 }
 
 bool isRgb(const QVariantMap &record)
@@ -71,12 +72,14 @@ QString withJpegMatrix(QString filter, const QVariantMap &record)
 QString assumedColours(const QVariantMap &record)
 {
     QStringList assumed;
+    const bool isHdr = isHighDynamicRange(record);
     const QString matrix = stringIn(record, matrixKey);
     if ((matrix.isEmpty() || matrix == QLatin1String("bt2020c")) && !isRgb(record)) {
         assumed << QStringLiteral("colorspace=bt2020nc");
     }
     if (!record.contains(primariesKey)) {
-        assumed << QStringLiteral("color_primaries=bt2020");
+        assumed << (isHdr ? QStringLiteral("color_primaries=bt2020")
+                          : QStringLiteral("color_primaries=bt709"));
     }
     if (!record.contains(transferKey)) {
         assumed << QStringLiteral("color_trc=bt709");
@@ -86,6 +89,11 @@ QString assumedColours(const QVariantMap &record)
 
 } // namespace
 
+bool needsColourMapping(const QVariantMap &record)
+{
+    return isHighDynamicRange(record) || needsGamutMapping(record);
+}
+
 QStringList withDisplayColours(const QStringList &arguments, const QVariantMap &record)
 {
     const qsizetype at = arguments.indexOf(QStringLiteral("-vf")) + 1;
@@ -94,10 +102,9 @@ QStringList withDisplayColours(const QStringList &arguments, const QVariantMap &
     }
     QStringList complete = arguments;
     QString &filter = complete[at];
-    if (isHighDynamicRange(record)) {
-        filter += u',' + assumedColours(record) + QLatin1String(toneMapping);
-    } else if (hasWideGamut(record)) {
-        filter += u',' + assumedColours(record) + QLatin1String(gamutMapping);
+    if (needsColourMapping(record)) {
+        filter += u',' + assumedColours(record) +
+                  QLatin1String(isHighDynamicRange(record) ? toneMapping : gamutMapping);
     } else {
         filter = withJpegMatrix(filter, record);
     }

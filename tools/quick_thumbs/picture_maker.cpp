@@ -31,16 +31,17 @@ bool isHighDynamicRange(const AVFrame &frame)
     return frame.color_trc == AVCOL_TRC_SMPTE2084 || frame.color_trc == AVCOL_TRC_ARIB_STD_B67;
 }
 
-bool hasWideGamut(const AVFrame &frame)
+bool needsGamutMapping(const AVFrame &frame)
 {
     return frame.color_primaries == AVCOL_PRI_BT2020 ||
            frame.color_primaries == AVCOL_PRI_SMPTE431 ||
-           frame.color_primaries == AVCOL_PRI_SMPTE432;
+           frame.color_primaries == AVCOL_PRI_SMPTE432 ||
+           frame.colorspace == AVCOL_SPC_YCGCO; // which the scaler doesn't know
 }
 
 bool needsColourMapping(const AVFrame &frame)
 {
-    return isHighDynamicRange(frame) || hasWideGamut(frame);
+    return isHighDynamicRange(frame) || needsGamutMapping(frame);
 }
 
 bool isInterlacedOrder(AVFieldOrder order)
@@ -124,7 +125,7 @@ void completeColours(AVFrame &frame, const AVCodecParameters &told)
         frame.color_range == AVCOL_RANGE_UNSPECIFIED ? told.color_range : frame.color_range;
 }
 
-// What zscale needs to know and a frame of high dynamic range or wide gamut leaves open. A constant
+// What zscale needs to know and a frame leaves open. A constant
 // luminance is taken for the usual one: zscale converts it from few transfers only.
 void assumeColours(AVFrame &frame)
 {
@@ -139,7 +140,7 @@ void assumeColours(AVFrame &frame)
     }
     if (frame.color_primaries == AVCOL_PRI_UNSPECIFIED ||
         frame.color_primaries == AVCOL_PRI_RESERVED) {
-        frame.color_primaries = AVCOL_PRI_BT2020;
+        frame.color_primaries = isHighDynamicRange(frame) ? AVCOL_PRI_BT2020 : AVCOL_PRI_BT709;
     }
     if (frame.color_trc == AVCOL_TRC_UNSPECIFIED || frame.color_trc == AVCOL_TRC_RESERVED) {
         frame.color_trc = AVCOL_TRC_BT709;
@@ -202,9 +203,13 @@ tl::expected<Picture, std::string> PictureMaker::pictureOf(const AVFrame &frame)
     return filtered ? scaled(**filtered) : tl::make_unexpected(filtered.error());
 }
 
-// Well below the stored size averages are as sharp as anything, and quicker.
+// Well below the stored size averages are as sharp as anything, and quicker. The quick conversion
+// of pictures that keep their size skips the last pixels of rows that aren't padded to 8.
 int PictureMaker::scaling(const AVFrame &frame) const
 {
+    if (frame.width == m_width && frame.height == m_height && m_width % 8 != 0) {
+        return SWS_BICUBIC | SWS_ACCURATE_RND;
+    }
     return frame.width * 2 >= m_width * 3 && frame.height * 2 >= m_height * 3 ? SWS_AREA
                                                                               : SWS_BICUBIC;
 }
