@@ -15,6 +15,7 @@
 #include "process/tool_environment.h"
 #include "process/tool_run.h"
 #include "sheet/colour_filters.h"
+#include "sheet/record_values.h"
 #include "support/files.h"
 #include "support/log.h"
 #include "support/numbers.h"
@@ -366,6 +367,10 @@ bool AnalysisDriver::makeRow(NewRow &row)
         refuse(why.isEmpty() ? reasons::nothingDecoded : why);
         logLine(QStringLiteral("Not a compliant file- skipped: '%1'").arg(row.source));
         return false;
+    }
+    if (hasWrongColours(row.record)) {
+        logLine(QStringLiteral("colors              :-( %1 without a compatible base layer: '%2'")
+                    .arg(stringIn(row.record, QStringLiteral("v0_hdr")), row.source));
     }
     row.record.insert(QStringLiteral("imgPathStr"), row.picture);
     BatchItem item;
