@@ -127,8 +127,8 @@ private:
 
     void takeSideData(const QString &line)
     {
-        if (const auto profile = dolbyVisionProfile(line)) {
-            m_details.streams[m_stream].dolbyVisionProfile = profile;
+        if (const auto dolbyVision = dolbyVisionIn(line)) {
+            m_details.streams[m_stream].dolbyVision = dolbyVision;
         }
     }
 
@@ -163,8 +163,8 @@ private:
 
 QString hdrKind(const StreamDetails &stream)
 {
-    if (stream.dolbyVisionProfile) {
-        return QStringLiteral("Dolby Vision profile %1").arg(*stream.dolbyVisionProfile);
+    if (stream.dolbyVision) {
+        return QStringLiteral("Dolby Vision profile %1").arg(stream.dolbyVision->profile);
     }
     if (stream.transfer == QLatin1String("smpte2084")) {
         return QStringLiteral("PQ");
@@ -198,6 +198,7 @@ public:
         add("transfer", stream.transfer);
         add("range", stream.range);
         add("hdr", hdrKind(stream));
+        add("noBase", stream.dolbyVision && !stream.dolbyVision->hasCompatibleBase ? 1 : 0);
     }
 
     void addAudio(const StreamDetails &stream)

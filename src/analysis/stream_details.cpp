@@ -167,13 +167,23 @@ std::optional<StreamLine> streamLine(const QString &line)
     return stream;
 }
 
-//       DOVI configuration record: version: 1.0, profile: 8, level: 6, rpu flag: 1, ...
-std::optional<int> dolbyVisionProfile(const QString &line)
+//       DOVI configuration record: version: 1.0, profile: 5, level: 6, rpu flag: 1, el flag: 0,
+//       bl flag: 1, compatibility id: 0
+std::optional<DolbyVision> dolbyVisionIn(const QString &line)
 {
     static const QRegularExpression shape(
-        QStringLiteral("^ +DOVI configuration record: version: \\d+\\.\\d+, profile: (\\d{1,3}),"));
+        QStringLiteral("^ +DOVI configuration record: version: \\d+\\.\\d+, profile: (\\d{1,3}),"
+                       "(?:.* compatibility id: (\\d{1,3})$)?"));
     const QRegularExpressionMatch match = shape.match(line);
-    return match.hasMatch() ? std::optional(intValue(match.captured(1))) : std::nullopt;
+    if (!match.hasMatch()) {
+        return std::nullopt;
+    }
+    // Of AV1 (10) and of two views (20) only the streams without a compatible base are like
+    // profile 5. Old muxers leave the id of the other profiles at 0.
+    const int profile = intValue(match.captured(1));
+    const bool isIncompatible = intValue(match.captured(2)) == 0;
+    const bool mayLackBase = profile == 10 || profile == 20;
+    return DolbyVision{profile, profile != 5 && !(mayLackBase && isIncompatible)};
 }
 
 } // namespace qv

@@ -9,6 +9,12 @@
 namespace qv
 {
 
+struct DolbyVision {
+    int profile = 0;
+    // Other decoders show its colours right.
+    bool hasCompatibleBase = true;
+};
+
 // Texts are null, numbers 0 when unknown.
 struct StreamDetails {
     QString language;       // "eng"
@@ -21,7 +27,7 @@ struct StreamDetails {
     QString transfer;
     QString range;
     QString fieldOrder; // as the container or the stream's headers state it: "t", "b"
-    std::optional<int> dolbyVisionProfile;
+    std::optional<DolbyVision> dolbyVision;
 };
 
 struct StreamLine {
@@ -32,7 +38,7 @@ struct StreamLine {
 // Nothing for any other line.
 std::optional<StreamLine> streamLine(const QString &line);
 
-// The profile in a line of side data; nothing for any other line.
-std::optional<int> dolbyVisionProfile(const QString &line);
+// What a line of side data states; nothing for any other line.
+std::optional<DolbyVision> dolbyVisionIn(const QString &line);
 
 } // namespace qv

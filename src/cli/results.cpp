@@ -260,6 +260,7 @@ QJsonObject sheetJson(const SheetOutcome &outcome)
                {QStringLiteral("pictures"), QJsonObject{{QStringLiteral("asked"), outcome.asked},
                                                         {QStringLiteral("drawn"), outcome.drawn}}},
                {QStringLiteral("pictures_moved"), outcome.moved},
+               {QStringLiteral("wrong_colors"), outcome.hasWrongColours},
                {QStringLiteral("road"), roadOf(outcome)},
                {QStringLiteral("instants"), instantsOf(outcome)},
                {QStringLiteral("duration"), roundedSeconds(outcome.duration)},

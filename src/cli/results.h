@@ -30,10 +30,11 @@ struct SheetOutcome {
     int asked = 0;
     int moved = 0; // pictures of frames more than two seconds away from their stamps
     int drawn = 0;
-    bool quick = false;     // made of key pictures
-    QList<double> instants; // of its pictures, seconds
-    double duration = 0;    // seconds of the source
-    double seconds = 0;     // that it took
+    bool hasWrongColours = false; // Dolby Vision without a compatible base layer
+    bool quick = false;           // made of key pictures
+    QList<double> instants;       // of its pictures, seconds
+    double duration = 0;          // seconds of the source
+    double seconds = 0;           // that it took
 };
 
 QString statusWord(SheetOutcome::Status status);

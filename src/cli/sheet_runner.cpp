@@ -127,6 +127,7 @@ void SheetRunner::rowFinished(const RowResult &result)
     outcome.asked = result.picturesAsked;
     outcome.moved = result.picturesMoved;
     outcome.drawn = result.picturesDrawn;
+    outcome.hasWrongColours = result.hasWrongColours;
     outcome.quick = result.isQuick;
     outcome.instants = result.instants;
     outcome.duration = result.duration;
@@ -135,6 +136,10 @@ void SheetRunner::rowFinished(const RowResult &result)
         addRemark(outcome, QStringLiteral("%1 of %2 pictures could not be taken")
                                .arg(outcome.asked - outcome.drawn)
                                .arg(outcome.asked));
+    }
+    if (outcome.status == SheetOutcome::Status::Made && outcome.hasWrongColours) {
+        addRemark(outcome, QStringLiteral("its colors can't be shown: Dolby Vision without a "
+                                          "compatible base layer"));
     }
     if (m_names != nullptr) {
         noteName(outcome, current(), *m_names);

@@ -17,6 +17,7 @@ const QString sheetKey = QStringLiteral("sheet");
 const QString reasonKey = QStringLiteral("reason");
 const QString askedKey = QStringLiteral("asked");
 const QString drawnKey = QStringLiteral("drawn");
+const QString wrongColoursKey = QStringLiteral("wrongColors");
 const QString movedKey = QStringLiteral("moved");
 const QString quickKey = QStringLiteral("quick");
 const QString instantsKey = QStringLiteral("instants");
@@ -79,6 +80,7 @@ QByteArray outcomeLine(const SheetOutcome &outcome)
                    {askedKey, outcome.asked},
                    {drawnKey, outcome.drawn},
                    {movedKey, outcome.moved},
+                   {wrongColoursKey, outcome.hasWrongColours},
                    {quickKey, outcome.quick},
                    {instantsKey, arrayOf(outcome.instants)},
                    {durationKey, outcome.duration},
@@ -111,6 +113,7 @@ std::optional<SheetOutcome> outcomeIn(const QByteArray &line)
     outcome.asked = object.value(askedKey).toInt();
     outcome.drawn = object.value(drawnKey).toInt();
     outcome.moved = object.value(movedKey).toInt();
+    outcome.hasWrongColours = object.value(wrongColoursKey).toBool();
     outcome.quick = object.value(quickKey).toBool();
     const QJsonArray instants = object.value(instantsKey).toArray();
     for (const auto &instant : instants) {

@@ -14,6 +14,8 @@
 #include "controller/store_keys.h"
 #include "process/tool_environment.h"
 #include "process/tool_run.h"
+#include "sheet/colour_filters.h"
+#include "sheet/record_values.h"
 #include "support/files.h"
 #include "support/log.h"
 #include "support/numbers.h"
@@ -202,7 +204,11 @@ void AnalysisDriver::stepRecord()
 bool AnalysisDriver::askMovieFramework(Findings &findings) const
 {
     const QString &source = findings.sourcePath;
-    if (!decodesByMovieFramework(findings.reported.value_or(MediaInfoRecord()), source) ||
+    MediaInfoRecord reported = findings.reported.value_or(MediaInfoRecord());
+    addDetails(reported, findings.details);
+    // The framework's tool maps no colours.
+    const bool isFfmpegs = hasPictureKeys(reported) && needsColourMapping(reported);
+    if (isFfmpegs || !decodesByMovieFramework(reported, source) ||
         !m_context.movies.canOpen(source)) {
         return false;
     }
@@ -331,7 +337,8 @@ AnalysisDriver::NextRun AnalysisDriver::previewOf(MediaInfoRecord record)
     if (isMade) {
         return {};
     }
-    return {previewArguments(record, source, picture, PreviewFrame::Intra), false};
+    const QStringList planned = previewArguments(record, source, picture, PreviewFrame::Intra);
+    return {withDisplayColours(planned, record), false};
 }
 
 // What a row needs beside its record: the preview as planned, else one of any frame; such a source
@@ -348,8 +355,8 @@ void AnalysisDriver::completeRow(NewRow &row)
             return;
         }
         row.record.insert(QStringLiteral("intraFailure"), 1);
-        row.said = taskArray1PipeMax(previewArguments(row.record, row.source, row.picture, frame),
-                                     ErrorText::Merged);
+        const QStringList planned = previewArguments(row.record, row.source, row.picture, frame);
+        row.said = taskArray1PipeMax(withDisplayColours(planned, row.record), ErrorText::Merged);
     }
 }
 
@@ -360,6 +367,10 @@ bool AnalysisDriver::makeRow(NewRow &row)
         refuse(why.isEmpty() ? reasons::nothingDecoded : why);
         logLine(QStringLiteral("Not a compliant file- skipped: '%1'").arg(row.source));
         return false;
+    }
+    if (hasWrongColours(row.record)) {
+        logLine(QStringLiteral("colors              :-( %1 without a compatible base layer: '%2'")
+                    .arg(stringIn(row.record, QStringLiteral("v0_hdr")), row.source));
     }
     row.record.insert(QStringLiteral("imgPathStr"), row.picture);
     BatchItem item;

@@ -8,6 +8,7 @@
 #include "process/tool_environment.h"
 #include "sheet/composer.h"
 #include "sheet/extraction_plan.h"
+#include "sheet/record_values.h"
 #include "sheet/stills_folder.h"
 #include "support/alerts.h"
 #include "support/diagnostics.h"
@@ -196,6 +197,7 @@ void EncodingDriver::beginRow(int index)
     m_row = {};
     m_row.source = row.sourcePath();
     m_row.duration = numberIn(row.dico, QStringLiteral("w_duration")).value_or(0);
+    m_row.hasWrongColours = hasWrongColours(row.dico);
     m_row.state = row.state;
     m_row.clock.start();
     row.reason.clear();

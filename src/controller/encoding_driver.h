@@ -158,6 +158,7 @@ private:
         double interval = 0;    // seconds between two stills
         double fps = 0;         // 0: unknown
         double duration = 0;
+        bool hasWrongColours = false;
         SourceState state; // of the source when its analysis began
         QDateTime started;
         QElapsedTimer clock;

@@ -159,6 +159,7 @@ void EncodingDriver::takePictures()
     job.stillsFolder = m_row.stills;
     job.clues = {m_row.interval, m_row.fps, true,
                  seeksToKeyFrames(stringIn(record, QStringLiteral("wrapper")))};
+    job.record = record;
     job.intraOnly = intraOnlyDecoding(record);
     job.tools = m_context.placement.toolsPerRow;
     job.mostPerRun = mostPicturesPerRun(record);

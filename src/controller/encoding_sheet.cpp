@@ -291,6 +291,7 @@ void EncodingDriver::report(RowResult::Status status)
     result.isQuick = m_row.isQuick;
     result.instants = m_row.instants;
     result.picturesMoved = static_cast<int>(m_row.moved.size());
+    result.hasWrongColours = m_row.hasWrongColours;
     result.duration = m_row.duration;
     result.seconds = static_cast<double>(m_row.clock.elapsed()) / 1000;
     m_row.reported = true;

@@ -20,11 +20,12 @@ struct RowResult {
     QString reason; // for people; empty when made
     int picturesAsked = 0;
     int picturesDrawn = 0;
-    int picturesMoved = 0;  // of frames more than two seconds away from their stamps
-    QList<double> instants; // of its pictures, seconds: what their stamps say
-    bool isQuick = false;   // its stills are key pictures, and their stamps say of when
-    double duration = 0;    // of the source, seconds
-    double seconds = 0;     // that the row took
+    int picturesMoved = 0;        // of frames more than two seconds away from their stamps
+    QList<double> instants;       // of its pictures, seconds: what their stamps say
+    bool isQuick = false;         // its stills are key pictures, and their stamps say of when
+    bool hasWrongColours = false; // Dolby Vision without a compatible base layer
+    double duration = 0;          // of the source, seconds
+    double seconds = 0;           // that the row took
 };
 
 // A path, or a folder for several paths below it, that was not admitted.

@@ -1,6 +1,7 @@
 #include "controller/picture_rounds.h"
 
 #include "analysis/picture_instant.h"
+#include "sheet/colour_filters.h"
 #include "sheet/extraction_plan.h"
 #include "support/files.h"
 #include "support/log.h"
@@ -221,7 +222,8 @@ std::vector<PictureRounds::Run> PictureRounds::nextRuns()
         runs.back().stills.push_back(together.stills[static_cast<std::size_t>(i)]);
     }
     if (m_trial) {
-        QStringList all = tellingInstant(m_stills[*m_trial].planned);
+        QStringList all =
+            withDisplayColours(tellingInstant(m_stills[*m_trial].planned), m_job.record);
         all.last() = trialFile(m_job.stillsFolder);
         runs.push_back({{PictureShot{-1, all, 0, false}}, {}});
     }
@@ -240,6 +242,7 @@ std::optional<PictureShot> PictureRounds::nextShot(Still &still)
         return {};
     }
     shot->index = still.index;
+    shot->arguments = withDisplayColours(shot->arguments, m_job.record);
     ++still.runs;
     return shot;
 }

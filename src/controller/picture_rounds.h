@@ -21,6 +21,7 @@ namespace qv
 struct PictureJob {
     QMap<int, QStringList> planned; // commands by index, the tool first
     QString stillsFolder;
+    QVariantMap record; // of the source: its colours
     AttemptClues clues;
     IntraOnly intraOnly = IntraOnly::No; // in the first round, where a run selects intra frames
     int tools = 1;                       // at once

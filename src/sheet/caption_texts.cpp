@@ -55,6 +55,11 @@ QString videoIdentity(const QVariantMap &input)
         text +=
             QStringLiteral(" - %1 %2").arg(localizedCapitalized(QStringLiteral("display")), aspect);
     }
+    if (hasWrongColours(input)) {
+        text += QStringLiteral(" - %1 (%2)")
+                    .arg(localized(QStringLiteral("wrongColors")),
+                         stringIn(input, QStringLiteral("v0_hdr")));
+    }
     return text;
 }
 

@@ -35,6 +35,12 @@ inline bool isShort(double seconds)
     return seconds > 0 && seconds < 1;
 }
 
+// Dolby Vision without a compatible base layer: ffmpeg decodes it, but its colours need more.
+inline bool hasWrongColours(const QVariantMap &record)
+{
+    return flagIn(record, QStringLiteral("v0_noBase"));
+}
+
 // Whole seconds, never negative.
 inline int sourceDuration(const QVariantMap &record)
 {

@@ -197,12 +197,13 @@ TEST(AnalysisMerge, AddsWhatTheParserLeavesOut)
         found.reported->insert("chapters", QVariantList{0.0F, 5.0F});
         return mergedOf(found);
     }();
-    expectRecord(record,
-                 "w_created=2024-05-01T12:34:56.000000Z; v0_profile=Main 10; "
-                 "v0_matrix=bt2020nc; v0_primaries=; v0_transfer=smpte2084; v0_range=tv; "
-                 "v0_hdr=Dolby Vision profile 8; a0_lang=fre; a0_channels=1; a0_profile=LC; "
-                 "a1_channels=16; a2_channels=6; a2_lang=; s0_lang=pt-BR",
-                 "details");
+    expectRecord(
+        record,
+        "w_created=2024-05-01T12:34:56.000000Z; v0_profile=Main 10; "
+        "v0_matrix=bt2020nc; v0_primaries=; v0_transfer=smpte2084; v0_range=tv; "
+        "v0_hdr=Dolby Vision profile 8; v0_noBase=; a0_lang=fre; a0_channels=1; a0_profile=LC; "
+        "a1_channels=16; a2_channels=6; a2_lang=; s0_lang=pt-BR",
+        "details");
     EXPECT_EQ(exactDuration(record), 12.02);
     const QVariantList titles = record.value("chapterTitles").toList();
     ASSERT_EQ(titles.size(), 2);

@@ -23,6 +23,12 @@ bool hasOddSide(const char *size)
     return sides.first().toInt() % 2 == 1 || sides.last().toInt() % 2 == 1;
 }
 
+// Such sources are in BT.709 unless they say otherwise.
+bool isHd(const char *size)
+{
+    return QString::fromLatin1(size).section(u'x', 0, 0).toInt() >= 1280;
+}
+
 QString block(int column, int row, const char *color)
 {
     return QStringLiteral("drawbox=x=iw*%1/8:y=ih*%2/4:w=iw/8:h=ih/4:t=fill:color=%3")
@@ -88,6 +94,9 @@ QString clockFilters(const Picture &picture)
             filters.append(block(column, row, "white") + u':' + bitIsSet(bit, picture.tick));
         }
     }
+    if (isHd(picture.size)) {
+        filters.append(QStringLiteral("scale=in_color_matrix=bt601:out_color_matrix=bt709"));
+    }
     return filters.join(u',');
 }
 
@@ -105,4 +114,13 @@ std::optional<double> readClock(const QImage &sheet, const QRectF &cell, double 
         ticks |= *set ? 1 << bit : 0;
     }
     return ticks * tick;
+}
+
+SeenColours readColours(const QImage &sheet, const QRectF &cell)
+{
+    const auto colour = [&](int column) {
+        const Level level = levelOf(sheet, cell, column, 0);
+        return QColor(level.red, level.green, level.blue);
+    };
+    return {colour(0), colour(columns / 2)};
 }

@@ -2,6 +2,7 @@
 
 #include "media/source.h"
 
+#include <QColor>
 #include <QImage>
 #include <QRectF>
 #include <QString>
@@ -18,3 +19,10 @@ QString clockFilters(const Picture &picture);
 // Seconds that the clock in this part of the sheet shows; nothing when a block is neither black nor
 // white, or the red one isn't at its place (turned, mirrored, not drawn at all).
 std::optional<double> readClock(const QImage &sheet, const QRectF &cell, double tick);
+
+// The means of the red block and of a grey one.
+struct SeenColours {
+    QColor red;
+    QColor grey;
+};
+SeenColours readColours(const QImage &sheet, const QRectF &cell);

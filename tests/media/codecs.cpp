@@ -1,4 +1,5 @@
 // What the pictures are coded with.
+#include "media/changes.h"
 #include "media/source.h"
 
 namespace
@@ -22,12 +23,43 @@ Sources codecSources()
              "bt2020 -color_trc smpte2084 -colorspace bt2020nc "
              "-x265-params log-level=error:keyint=25:hdr10=1:colorprim=bt2020:"
              "transfer=smpte2084:colormatrix=bt2020nc",
-             {}, {.keys = "v0_hdr v0_matrix v0_primaries v0_range"}),
+             {}, {.keys = "v0_hdr v0_matrix v0_primaries v0_range", .grey = "#999999"}),
         made("codecs/hevc 10 bit HLG.mp4",
              "$clock -c:v libx265 -preset ultrafast -pix_fmt yuv420p10 -color_primaries "
              "bt2020 -color_trc arib-std-b67 -colorspace bt2020nc "
              "-x265-params log-level=error:keyint=25:colorprim=bt2020:"
              "transfer=arib-std-b67:colormatrix=bt2020nc"),
+        // zscale takes no odd sides with subsampled colours.
+        made("codecs/vp9 PQ of odd sides.webm",
+             "$clock -c:v libvpx-vp9 -profile:v 2 -pix_fmt yuv420p10 -g 10 -deadline realtime "
+             "-cpu-used 8 -color_primaries bt2020 -color_trc smpte2084 -colorspace bt2020nc",
+             {.size = "321x181", .rate = "10", .seconds = 8}, {.grey = "#999999"}),
+        // The movie framework would not map it.
+        made("codecs/prores HLG.mov",
+             "$clock -vf scale=in_color_matrix=bt601:out_color_matrix=bt2020 -c:v prores_ks "
+             "-color_primaries bt2020 -color_trc arib-std-b67 "
+             "-colorspace bt2020nc",
+             shortClip),
+        made("codecs/full range bt709.mp4",
+             "$clock -vf scale=in_color_matrix=bt601:out_color_matrix=bt709:out_range=pc $x264 "
+             "-colorspace bt709 -color_range pc",
+             shortClip),
+        made("codecs/bt601 hd.mp4",
+             "$clock -vf scale=in_color_matrix=bt709:out_color_matrix=bt601 $x264 "
+             "-colorspace smpte170m",
+             {.size = "1280x720", .rate = "10", .seconds = 8}),
+        made("codecs/wide gamut.mkv",
+             "$clock -vf zscale=min=470bg:pin=bt709:tin=bt709:rin=limited:m=bt2020nc:p=bt2020:"
+             "t=bt709 -c:v ffv1 -colorspace bt2020nc -color_primaries bt2020 -color_trc bt709",
+             shortClip),
+        companion(made("codecs/with colr.mp4",
+                       "$clock -c:v libx265 -preset ultrafast -x265-params log-level=error:"
+                       "keyint=10 -colorspace smpte170m -color_primaries bt709 -color_trc bt709",
+                       shortClip)),
+        changed("codecs/dolby vision 5.mp4", "codecs/with colr.mp4",
+                replaced(QByteArray("colrnclx\0\1\0\1\0\6\0", 15),
+                         QByteArray("dvcC\1\0\x0a\x35\0\0\0\0\0\0\0", 15)),
+                {.keys = "v0_noBase"}, shortClip),
         made("codecs/av1 svt.mp4", "$clock -c:v libsvtav1 -preset 12 -g 10", shortClip),
         made("codecs/av1 aom.mkv", "$clock -c:v libaom-av1 -usage realtime -cpu-used 8 -g 10",
              shortClip),
@@ -51,7 +83,9 @@ Sources codecSources()
              shortClip),
         made("codecs/dnxhd.mov", "$clock -c:v dnxhd -b:v 36M -pix_fmt yuv422p",
              {.size = "1920x1080", .seconds = 2}, {.within = 0.5}),
-        made("codecs/dnxhr.mxf", "$clock -c:v dnxhd -profile:v dnxhr_lb -pix_fmt yuv422p",
+        made("codecs/dnxhr.mxf",
+             "$clock -vf scale=in_color_matrix=bt601:out_color_matrix=bt709 -c:v dnxhd "
+             "-profile:v dnxhr_lb -pix_fmt yuv422p",
              {.seconds = 8}),
         made("codecs/mjpeg.avi", "$clock -c:v mjpeg -q:v 4 -pix_fmt yuvj422p"),
         made("codecs/ffv1.mkv", "$clock -c:v ffv1 -level 3"),

@@ -14,6 +14,8 @@
 namespace
 {
 
+constexpr double roundedTo = 0.001; // seconds, of instants in JSON
+
 // "16:9"; 0 for anything else
 double ratioOf(const QString &text)
 {
@@ -113,6 +115,7 @@ protected:
         EXPECT_EQ(size, m_expect.size != nullptr ? m_expect.size : m_source.picture.size);
         const double seconds = m_expect.seconds < 0 ? m_source.picture.seconds : m_expect.seconds;
         EXPECT_NEAR(m_seen.record.value("w_duration").toDouble(), seconds, 1.01);
+        EXPECT_EQ(m_seen.hasWrongColours, m_seen.record.contains("v0_noBase"));
         EXPECT_NEAR(m_seen.duration, m_seen.record.value("w_duration").toDouble(), 1);
         for (auto it = m_seen.record.begin(); it != m_seen.record.end(); ++it) {
             EXPECT_TRUE(isDocumented(it.key())) << it.key().toStdString();
@@ -157,6 +160,42 @@ protected:
         EXPECT_LE(strays, m_expect.strays) << told;
     }
 
+    // How far the pictures are from the frames that their instants name, seconds.
+    double offFrame(const Seen &seen) const
+    {
+        const double tick = m_source.picture.tick;
+        double off = 0;
+        for (const SeenCell &cell : cellsOf(seen, tick)) {
+            const double into = cell.stamp + m_expect.clockStart - cell.clock.value_or(0);
+            off = cell.clock ? std::max({off, -into, into - tick}) : off;
+        }
+        return off;
+    }
+
+    // The blocks as they were drawn, and the same on both roads.
+    void expectColours(const Seen &quick) const
+    {
+        const std::vector<SeenCell> exactCells = cellsOf(m_seen, m_source.picture.tick);
+        const std::vector<SeenCell> quickCells = cellsOf(quick, m_source.picture.tick);
+        for (std::size_t i = 0; i < std::min(exactCells.size(), quickCells.size()); ++i) {
+            const SeenColours &exact = exactCells[i].colours;
+            const SeenColours &other = quickCells[i].colours;
+            expectNear(exact.red, other.red, 4);
+            expectNear(exact.grey, other.grey, 4);
+            expectNear(exact.red, QColor("#ff0000"), 8);
+            expectNear(exact.grey, QColor(m_expect.grey), 8);
+        }
+    }
+
+    static void expectNear(const QColor &seen, const QColor &expected, int off)
+    {
+        const int distance = std::max({std::abs(seen.red() - expected.red()),
+                                       std::abs(seen.green() - expected.green()),
+                                       std::abs(seen.blue() - expected.blue())});
+        EXPECT_LE(distance, off) << seen.name().toStdString() << " instead of "
+                                 << expected.name().toStdString();
+    }
+
     void TearDown() override
     {
         ResultsTable::instance().add(m_source, m_seen, m_farthest, !HasFailure());
@@ -191,6 +230,12 @@ TEST_P(MediaCorpus, IsTheSameToTheQuickToolAndItsPicturesAreOfTheirStamps)
         EXPECT_GE(quick.drawn, m_seen.drawn);
         if (m_source.picture.clock) {
             expectClocks(quick, m_expect.within);
+            if (m_expect.strays == 0) {
+                expectColours(quick);
+            }
+            if (m_expect.strays == 0 && quick.road == "quick") {
+                EXPECT_LE(offFrame(quick), m_expect.offFrame + roundedTo);
+            }
         }
     }
 }

@@ -33,7 +33,8 @@ Sources damageSources()
         changed("damage/half.mp4", "damage/index first.mp4", cut(0, 0.5), {.seconds = 6}),
         changed("damage/half.mkv", "containers/h264 ac3.mkv", cut(0, 0.5), {.seconds = 6}),
         changed("damage/half.avi", "containers/mpeg4 mp3.avi", cut(0, 0.5), {.seconds = 6}),
-        changed("damage/half.wmv", "containers/wmv2 wma.wmv", cut(0, 0.5), {.seconds = 6}),
+        changed("damage/half.wmv", "containers/wmv2 wma.wmv", cut(0, 0.5),
+                {.seconds = 6, .offFrame = 0.003}),
         changed("damage/half.flv", "containers/flv1 mp3.flv", cut(0, 0.5), {.seconds = 6}),
         changed("damage/half.ogv", "containers/theora vorbis.ogv", cut(0, 0.5),
                 {.seconds = 6, .within = 2}),
@@ -50,7 +51,7 @@ Sources damageSources()
         changed("damage/ends within a group.ts", "damage/slow.ts", cut(0, 0.6),
                 {.seconds = 7.2, .within = 2.25}),
         changed("damage/starts within a group.mpg", "containers/mpeg2 mp2.mpeg", cut(0.3, 1),
-                {.seconds = 8.4, .clockStart = 3.6}, {.size = "720x576"}),
+                {.seconds = 8.4, .clockStart = 3.6, .offFrame = 0.34}, {.size = "720x576"}),
 
         changed("damage/flipped bits.ts", "containers/h264 aac.ts", flips(0.4, 0.6, 40),
                 {.strays = 3}),

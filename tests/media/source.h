@@ -12,7 +12,7 @@ struct Picture {
     const char *size = "320x180";
     const char *rate = "25";
     double seconds = 12;
-    double tick = 0.25; // seconds
+    double tick = 0.04; // seconds; of most sources a frame
     bool clock = true;  // plain grey otherwise
 };
 
@@ -28,6 +28,8 @@ struct Expectation {
     double clockStart = 0; // what the clock shows at the very start of the file, seconds
     double within = 1.25;  // how far a cell may be from its stamp, seconds
     int strays = 0;        // cells that may be farther, or unreadable
+    double offFrame = 0;   // how far a key picture may be from the frame of its instant, seconds
+    const char *grey = "#808080"; // the level of the grey blocks
 };
 
 // What is done to a file's bytes after ffmpeg, or without it.

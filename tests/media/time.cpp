@@ -61,7 +61,7 @@ Sources timeSources()
         made("time/edit list.mp4", "-itsoffset 5 $clock $sound $x264 -c:a aac", {},
              {.seconds = 17, .clockStart = -5, .strays = 2}),
         remade("time/cut by an edit list.mp4", "containers/h264 aac.mp4", "-ss 3.5 $from -c copy",
-               {}, {.seconds = 8.5, .clockStart = 3.5}),
+               {}, {.seconds = 8.5, .clockStart = 3.5, .offFrame = 0.02}),
         made("time/audio first.ts", "-itsoffset 3 $clock $sound $x264 -c:a aac", {},
              {.seconds = 15, .clockStart = -3, .strays = 2}),
         made("time/audio late.mkv", "$clock -itsoffset 3 $sound $x264 -c:a aac", {},

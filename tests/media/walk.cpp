@@ -1,6 +1,5 @@
 #include "media/walk.h"
 
-#include "media/clock.h"
 #include "media/corpus.h"
 #include "media/parallel.h"
 #include "sheet/extraction_plan.h"
@@ -135,6 +134,7 @@ Seen Walk::seenIn(const Told &told, const Source &source)
     seen.reason = sheet.value("reason").toString();
     seen.sheet = sheet.value("sheet").toString();
     seen.drawn = sheet.value("pictures")["drawn"].toInt();
+    seen.hasWrongColours = sheet.value("wrong_colors").toBool();
     seen.road = sheet.value("road").toString();
     const QJsonArray instants = sheet.value("instants").toArray();
     for (const QJsonValue &instant : instants) {
@@ -156,7 +156,8 @@ std::vector<SeenCell> cellsOf(const Seen &seen, double tick)
     const QImage sheet(seen.sheet);
     std::vector<SeenCell> cells;
     for (std::size_t i = 0; i < std::min(plan.pictures.size(), seen.instants.size()); ++i) {
-        cells.push_back({seen.instants.at(i), readClock(sheet, geometry.cells[i], tick)});
+        cells.push_back({seen.instants.at(i), readClock(sheet, geometry.cells[i], tick),
+                         readColours(sheet, geometry.cells[i])});
     }
     return cells;
 }

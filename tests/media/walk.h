@@ -1,6 +1,6 @@
 #pragma once
 
-#include "media/source.h"
+#include "media/clock.h"
 
 #include <QJsonObject>
 #include <QString>
@@ -15,6 +15,7 @@ struct Seen {
     QString sheet; // its path
     int drawn = 0;
     QVariantMap record;
+    bool hasWrongColours = false;
     double duration = 0;          // as told beside the record, seconds
     QString road;                 // "exact", "quick"
     std::vector<double> instants; // of its pictures, seconds
@@ -26,6 +27,7 @@ struct Seen {
 struct SeenCell {
     double stamp = 0;            // seconds
     std::optional<double> clock; // what the picture shows
+    SeenColours colours;
 };
 
 // The command's runs over the corpus, `sheet` and `info` theme by theme, two at a time; and the

@@ -173,27 +173,6 @@ TEST_F(QuickThumbsTest, StandsPicturesAsFfmpegDoesForEachDisplayMatrix)
     EXPECT_EQ(seen.size(), 8);
 }
 
-// Without being mapped they would be washed out: their strongest part less than twice the weakest.
-TEST_F(QuickThumbsTest, BringsHighDynamicRangeToTheDisplays)
-{
-    for (const QString transfer : {"smpte2084", "arib-std-b67"}) {
-        film("film.mp4",
-             "color=c=#c86432:s=96x64:r=10:d=0.3,format=gbrp,scale=out_color_matrix=bt709:"
-             "out_range=tv,format=yuv444p,setparams=range=tv:color_primaries=bt709:"
-             "color_trc=bt709:colorspace=bt709,zscale=t=linear:npl=100,format=gbrpf32le,"
-             "zscale=p=bt2020,zscale=t=" +
-                 transfer + ":m=bt2020nc:r=tv:npl=100,format=yuv420p10le",
-             "-c:v libx265 -x265-params log-level=none -color_primaries bt2020 "
-             "-colorspace bt2020nc -color_trc " +
-                 transfer);
-        EXPECT_EQ(pictures("film.mp4", "0:00:00", "film.png").status, 0);
-        const QColor seen = QImage(path("film.png")).pixelColor(48, 32);
-        EXPECT_GT(seen.red(), 110);
-        EXPECT_NEAR(seen.green() * 2, seen.red(), 12) << seen.name().toStdString();
-        EXPECT_NEAR(seen.blue() * 4, seen.red(), 24) << seen.name().toStdString();
-    }
-}
-
 TEST_F(QuickThumbsTest, AddsTheKeyPictureBehindTheFirstInstantWithinTheSource)
 {
     const struct {

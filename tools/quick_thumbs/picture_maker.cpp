@@ -2,6 +2,7 @@
 
 #include "quick_thumbs/fields.h"
 #include "quick_thumbs/filter_module.h"
+#include "support/display_colours.h"
 #include "thumbs/watchdog.h"
 
 extern "C" {
@@ -11,6 +12,7 @@ extern "C" {
 #include <algorithm>
 #include <array>
 #include <cstdlib>
+#include <vector>
 
 namespace qv
 {
@@ -22,15 +24,24 @@ constexpr double convertLimit = 30;
 // Larger frames are nobody's film.
 constexpr std::int64_t largestArea = std::int64_t{1} << 28;
 
-// From this size on a picture that does not say how its colours are meant follows ITU-R BT.709,
-// below it BT.601.
-constexpr int firstHdHeight = 720;
-
 constexpr auto outputFormat = AV_PIX_FMT_BGR0;
 
 bool isHighDynamicRange(const AVFrame &frame)
 {
     return frame.color_trc == AVCOL_TRC_SMPTE2084 || frame.color_trc == AVCOL_TRC_ARIB_STD_B67;
+}
+
+bool needsGamutMapping(const AVFrame &frame)
+{
+    return frame.color_primaries == AVCOL_PRI_BT2020 ||
+           frame.color_primaries == AVCOL_PRI_SMPTE431 ||
+           frame.color_primaries == AVCOL_PRI_SMPTE432 ||
+           frame.colorspace == AVCOL_SPC_YCGCO; // which the scaler doesn't know
+}
+
+bool needsColourMapping(const AVFrame &frame)
+{
+    return isHighDynamicRange(frame) || needsGamutMapping(frame);
 }
 
 bool isInterlacedOrder(AVFieldOrder order)
@@ -56,7 +67,7 @@ int colourMatrix(const AVFrame &frame)
     case AVCOL_SPC_BT2020_CL:
         return SWS_CS_BT2020;
     default:
-        return frame.height >= firstHdHeight ? SWS_CS_ITU709 : SWS_CS_ITU601;
+        return isHdSize(frame.width, frame.height) ? SWS_CS_ITU709 : SWS_CS_ITU601;
     }
 }
 
@@ -114,14 +125,25 @@ void completeColours(AVFrame &frame, const AVCodecParameters &told)
         frame.color_range == AVCOL_RANGE_UNSPECIFIED ? told.color_range : frame.color_range;
 }
 
-// What such light comes with when nothing is said.
+// What zscale needs to know and a frame leaves open. A constant
+// luminance is taken for the usual one: zscale converts it from few transfers only.
 void assumeColours(AVFrame &frame)
 {
-    if (frame.colorspace == AVCOL_SPC_UNSPECIFIED) {
+    const AVPixFmtDescriptor *format =
+        av_pix_fmt_desc_get(static_cast<AVPixelFormat>(frame.format));
+    const bool isRgb = format != nullptr && (format->flags & AV_PIX_FMT_FLAG_RGB) != 0;
+    const bool isOpen = frame.colorspace == AVCOL_SPC_UNSPECIFIED ||
+                        frame.colorspace == AVCOL_SPC_RESERVED ||
+                        frame.colorspace == AVCOL_SPC_BT2020_CL;
+    if (isOpen && !isRgb) {
         frame.colorspace = AVCOL_SPC_BT2020_NCL;
     }
-    if (frame.color_primaries == AVCOL_PRI_UNSPECIFIED) {
-        frame.color_primaries = AVCOL_PRI_BT2020;
+    if (frame.color_primaries == AVCOL_PRI_UNSPECIFIED ||
+        frame.color_primaries == AVCOL_PRI_RESERVED) {
+        frame.color_primaries = isHighDynamicRange(frame) ? AVCOL_PRI_BT2020 : AVCOL_PRI_BT709;
+    }
+    if (frame.color_trc == AVCOL_TRC_UNSPECIFIED || frame.color_trc == AVCOL_TRC_RESERVED) {
+        frame.color_trc = AVCOL_TRC_BT709;
     }
 }
 
@@ -139,24 +161,25 @@ bool PictureMaker::hasFields(const AVFrame &frame) const
     return m_isInterlaced || frame.interlaced_frame != 0;
 }
 
-// What is done by filters: the fields of rare formats, and light beyond the display's range, which
-// is mapped at the small size, where it costs little.
+// What is done by filters: the fields of rare formats, and colours beyond the display's, which are
+// mapped at the small size, where it costs little.
 std::string PictureMaker::filtersFor(const AVFrame &frame, bool hasFieldsLeft) const
 {
-    std::string filters;
+    std::vector<std::string> filters;
     if (hasFieldsLeft) {
-        filters.append("estdif=mode=frame:parity=").append(isBottomFirst(frame) ? "bff," : "tff,");
+        filters.push_back(std::string("estdif=mode=frame:parity=") +
+                          (isBottomFirst(frame) ? "bff" : "tff"));
     }
-    if (isHighDynamicRange(frame)) {
-        filters.append("zscale=w=").append(std::to_string(m_width));
-        filters.append(":h=").append(std::to_string(m_height));
-        filters.append(":filter=bicubic:t=linear:npl=100,format=gbrpf32le,zscale=p=bt709,"
-                       "tonemap=hable:desat=0,zscale=t=bt709:m=bt709:r=full,format=gbrp,");
+    if (needsColourMapping(frame)) {
+        filters.push_back("scale=" + std::to_string(m_width) + ':' + std::to_string(m_height) +
+                          ":flags=bicubic");
+        filters.emplace_back(isHighDynamicRange(frame) ? toneMapping : gamutMapping);
     }
-    if (!filters.empty()) {
-        filters.pop_back(); // the comma
+    std::string graph;
+    for (const std::string &filter : filters) {
+        graph += (graph.empty() ? "" : ",") + filter;
     }
-    return filters;
+    return graph;
 }
 
 tl::expected<Picture, std::string> PictureMaker::pictureOf(const AVFrame &frame)
@@ -173,16 +196,20 @@ tl::expected<Picture, std::string> PictureMaker::pictureOf(const AVFrame &frame)
     if (filters.empty()) {
         return scaled(*own);
     }
-    if (isHighDynamicRange(*own)) {
+    if (needsColourMapping(*own)) {
         assumeColours(*own);
     }
     const auto filtered = filteredFrame(*own, filters);
     return filtered ? scaled(**filtered) : tl::make_unexpected(filtered.error());
 }
 
-// Well below the stored size averages are as sharp as anything, and quicker.
+// Well below the stored size averages are as sharp as anything, and quicker. The quick conversion
+// of pictures that keep their size skips the last pixels of rows that aren't padded to 8.
 int PictureMaker::scaling(const AVFrame &frame) const
 {
+    if (frame.width == m_width && frame.height == m_height && m_width % 8 != 0) {
+        return SWS_BICUBIC | SWS_ACCURATE_RND;
+    }
     return frame.width * 2 >= m_width * 3 && frame.height * 2 >= m_height * 3 ? SWS_AREA
                                                                               : SWS_BICUBIC;
 }
