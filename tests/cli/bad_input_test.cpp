@@ -94,6 +94,30 @@ TEST_F(RealCommandTest, PlaylistsAreRefusedForOneReasonOnBothRoads)
     EXPECT_EQ(namesIn("out"), QStringList());
 }
 
+TEST_F(RealCommandTest, ADamagedVideoWithSoundPicturesGetsASheetUnlessDamageIsRefused)
+{
+    QByteArray stream =
+        contentOf(clip("whole.ts", "-f lavfi -i testsrc2=s=320x180:d=6 -c:v libx264 "
+                                   "-preset ultrafast -g 25"));
+    for (qsizetype at = stream.size() / 50; at < stream.size() / 10; at += 997) {
+        stream[at] = static_cast<char>(stream.at(at) ^ 16);
+    }
+    const QByteArray damaged = make("damaged.ts", stream);
+    const QByteArray encrypted =
+        clip("encrypted.mp4", "-f lavfi -i testsrc2=s=320x180:d=6 -c:v libx264 -preset ultrafast "
+                              "-encryption_scheme cenc-aes-ctr "
+                              "-encryption_key 00112233445566778899aabbccddeeff "
+                              "-encryption_kid 00112233445566778899aabbccddeeff");
+    const Ran ran = sheets({damaged});
+    EXPECT_EQ(ran.status, 0);
+    EXPECT_THAT(ran.err.toStdString(), HasSubstr("warning: "));
+    EXPECT_THAT(ran.told("damaged").value(0).toStdString(), HasSubstr("damaged"));
+    EXPECT_THAT(sheets({encrypted}).told("reason").value(0).toStdString(), HasSubstr("encrypted"));
+    const Ran strict = run({"info", "--json", "--strict", damaged});
+    EXPECT_EQ(strict.status, 1);
+    EXPECT_THAT(strict.told("reason").value(0).toStdString(), HasSubstr("damaged"));
+}
+
 TEST_F(CommandTest, AToolThatMisbehavesCostsItsSourceOnly)
 {
     const std::vector<Bad> table{
@@ -102,6 +126,7 @@ TEST_F(CommandTest, AToolThatMisbehavesCostsItsSourceOnly)
         {make("analysis-crash.mp4"), "skipped", "signal 11"},
         {make("analysis-hang.mp4"), "skipped", "neither printed nor computed"},
         {make("all-refuse.mp4"), "skipped", "not a video"},
+        {make("all-damaged.mp4"), "skipped", "damaged"},
         {make("picture-garbage.mp4"), "failed", "no picture"},
         {make("picture-crash.mp4"), "failed", "signal 11"},
         {make("picture-hang.mp4"), "failed", "neither printed nor computed"},
