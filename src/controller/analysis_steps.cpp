@@ -133,6 +133,14 @@ AnalysisDriver::ReportVerdict AnalysisDriver::verdictOnReport()
         (run.outcome.ending != ToolOutcome::Ending::Exited || run.outcome.exitCode != 0)) {
         return {QStringLiteral("it %1").arg(outcomeText(run.outcome))};
     }
+    if (isPictureFormat(m_retained)) {
+        // The quick tool does not count frames.
+        const QString last = m_isProbing ? QString() : lastProgressLine(output);
+        if (intValue(after(last, QLatin1String("frame="))) <= 1 &&
+            (m_isProbing || hasDecodedFrame())) {
+            return {stillPicture};
+        }
+    }
     return verdictOnWords(output);
 }
 

@@ -48,7 +48,11 @@ TEST_F(RealCommandTest, EachBadFileGetsItsReasonAndTheOthersGoOn)
         {make("half.mp4", whole.left(whole.size() / 2)), "skipped", "incomplete"},
         {clip("sound only.mp4", "-f lavfi -i sine=d=2 -c:a aac"), "skipped", "no video"},
         {path("no videos"), "skipped", "no video in this folder"},
-        {make("notes.txt"), "skipped", "'.txt'"},
+        {make("notes.txt", "Just words.\n"), "skipped", "not a video"},
+        {clip("photo.png", "-f lavfi -i testsrc=d=1 -frames:v 1"), "skipped", "still picture"},
+        {clip("photo.jpg", "-f lavfi -i testsrc=d=1 -frames:v 1"), "skipped", "still picture"},
+        {clip("animation.gif", "-f lavfi -i testsrc=s=320x180:r=10:d=3"), "made", "null"},
+        {clip("moves.png", "-f lavfi -i testsrc=s=320x180:r=10:d=3 -f apng"), "made", "null"},
         {circle, "skipped", "circles"},
         {"", "skipped", "empty"},
         {"/dev/null", "skipped", "no regular file"},
@@ -56,8 +60,7 @@ TEST_F(RealCommandTest, EachBadFileGetsItsReasonAndTheOthersGoOn)
         {good, "made", "null"},
     };
     expectEach(table, [&](const QByteArrayList &sources) { return sheets(sources); });
-    EXPECT_EQ(namesIn("out"), QStringList("good.jpg"));
-    EXPECT_THAT(sheets({make("a.\033[2J")}).err.toStdString(), HasSubstr("'.\\x1b[2J'"));
+    EXPECT_EQ(namesIn("out").size(), 3);
 }
 
 TEST_F(RealCommandTest, PlaylistsAreRefusedForOneReasonOnBothRoads)
