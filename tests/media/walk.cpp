@@ -156,7 +156,8 @@ std::vector<SeenCell> cellsOf(const Seen &seen, double tick)
     const QImage sheet(seen.sheet);
     std::vector<SeenCell> cells;
     for (std::size_t i = 0; i < std::min(plan.pictures.size(), seen.instants.size()); ++i) {
-        cells.push_back({seen.instants.at(i), readClock(sheet, geometry.cells[i], tick)});
+        cells.push_back({seen.instants.at(i),
+                         readClock(sheet, qv::pictureInCell(geometry, geometry.cells[i]), tick)});
     }
     return cells;
 }
