@@ -51,8 +51,6 @@ Sources damageSources()
         changed("damage/starts within a group.mpg", "containers/mpeg2 mp2.mpeg", cut(0.3, 1),
                 {.seconds = 8.4, .clockStart = 3.6}, {.size = "720x576"}),
 
-        changed("damage/flipped first group.ts", "damage/slow.ts", flips(0.02, 0.1, 20),
-                {.keys = "damaged", .strays = 3}),
         made("damage/encrypted.mp4",
              "$clock $x264 -encryption_scheme cenc-aes-ctr -encryption_key "
              "00112233445566778899aabbccddeeff -encryption_kid 00112233445566778899aabbccddeeff",
