@@ -35,7 +35,8 @@ QStringList admittedOf(const QStringList &dropped, const QStringList &fresh,
 
 // What of a drop is not admitted, in words for people: paths beside a folder, which displaces them,
 // folders that could not be read, what can't be a source at all, and the files below a folder
-// without a video's extension, which are counted in one entry. `expanded` and `closed` are what expandedDrop gave.
+// without a video's extension, which are counted in one entry. `expanded` and `closed` are what
+// expandedDrop gave.
 QList<LeftOut> leftOutOf(const QStringList &dropped, const QStringList &expanded,
                          const QStringList &closed, const QSet<QString> &extensions);
 
