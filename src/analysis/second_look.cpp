@@ -112,7 +112,9 @@ PictureCheck runCheck(const QString &sourcePath, const QString &forcedFormat,
 QStringList pictureCheckCommand(const QString &sourcePath, const QString &forcedFormat,
                                 std::optional<double> instant, int pictures)
 {
-    constexpr auto readAfterSeek = "12"; // seconds
+    // Seconds of the source that are read.
+    constexpr auto readFromStart = "120";
+    constexpr auto readAfterSeek = "12";
     QStringList arguments{ffmpegPath(),
                           QStringLiteral("-loglevel"),
                           QStringLiteral("level+info"),
@@ -127,10 +129,10 @@ QStringList pictureCheckCommand(const QString &sourcePath, const QString &forced
         arguments << QStringLiteral("-f") << forcedFormat;
     }
     if (instant) {
-        arguments << QStringLiteral("-ss") << fixedText(*instant, 2) << QStringLiteral("-t")
-                  << QLatin1String(readAfterSeek);
+        arguments << QStringLiteral("-ss") << fixedText(*instant, 2);
     }
-    arguments << QStringLiteral("-i") << sourcePath << QStringLiteral("-frames:v")
+    arguments << QStringLiteral("-t") << QLatin1String(instant ? readAfterSeek : readFromStart)
+              << QStringLiteral("-i") << sourcePath << QStringLiteral("-frames:v")
               << QString::number(pictures) << QStringLiteral("-vf") << QStringLiteral("showinfo")
               << QStringLiteral("-an") << QStringLiteral("-sn") << QStringLiteral("-dn")
               << QStringLiteral("-f") << QStringLiteral("null") << QStringLiteral("-y")

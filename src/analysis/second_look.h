@@ -18,7 +18,7 @@ struct PictureCheck {
 };
 
 // Decodes at most `pictures` key pictures from `instant` (seconds; nothing: without a seek) and
-// describes them. Bounded in time, and in how much of the source it reads after a seek.
+// describes them. Bounded in time, and in how much of the source it reads.
 QStringList pictureCheckCommand(const QString &sourcePath, const QString &forcedFormat,
                                 std::optional<double> instant, int pictures);
 PictureCheck pictureCheck(const QString &report);
