@@ -12,7 +12,7 @@ _quorvantel_cli() {
     local cur prev words cword
     _init_completion || return
     local every="--help --json --quiet --from"
-    local common="$every --log --verbose --hang-timeout --no-confinement --quick"
+    local common="$every --log --verbose --hang-timeout --no-confinement --quick --strict"
     local options
     case ${words[1]} in
     sheet)

@@ -22,6 +22,7 @@ complete -c quorvantel-cli -n $looking -l no-confinement -d 'Let the tools read 
 
 complete -c quorvantel-cli -n $any -l from -r -d 'Take the names that a file lists'
 complete -c quorvantel-cli -n $looking -l quick -d 'The quick tool first, key pictures'
+complete -c quorvantel-cli -n $looking -l strict -d 'Refuse damaged files'
 
 complete -c quorvantel-cli -n $planned -s l -l layout -x -a 'big medium minimum mixed' -d 'Columns of the sheet'
 complete -c quorvantel-cli -n $planned -s n -l count -x -d 'Number of pictures'

@@ -35,10 +35,11 @@ bool isElementary(const MediaInfoRecord &record)
     return wrappers.contains(stringIn(record, wrapperKey));
 }
 
-// A constant bit rate makes even a guess exact.
+// A constant bit rate makes even a guess exact. Without the time scale of its header, the duration
+// of a movie file is some other unit's.
 bool isGuessed(const MediaInfoRecord &record, const QString &report)
 {
-    return isElementary(record) ||
+    return isElementary(record) || report.contains(QLatin1String("Invalid mvhd time scale")) ||
            (report.contains(QLatin1String("Estimating duration from bitrate")) &&
             stringIn(record, wrapperKey) != QLatin1String("dv"));
 }

@@ -32,10 +32,11 @@ double frameRate(const MediaInfoRecord &record, const DurationClues &clues)
     return clues.averageRate > 0 && nominal > 0 ? std::min(nominal, clues.averageRate) : nominal;
 }
 
-// Streams that can be copied without their parameters being known.
+// Streams that can be copied without their parameters being known. A damaged source may have
+// packets of sound that never were.
 QStringList mappedSound(const MediaInfoRecord &record)
 {
-    constexpr int mostStreams = 16;
+    const int mostStreams = record.contains(damageKey) ? 0 : 16;
     QStringList options;
     for (int i = 0; i < mostStreams && record.contains(streamKey("a", i, "id")); ++i) {
         const bool isKnown = intIn(record, streamKey("a", i, "rate")).value_or(0) > 0 &&
@@ -137,7 +138,8 @@ DurationCheck durationCheck(const MediaInfoRecord &record, const DurationClues &
         hasImpossibleClock(record, seconds, clues.bytes)) {
         return DurationCheck::Whole;
     }
-    return clues.isFromHead || isFoundAtTheEnd(record) ? DurationCheck::None : DurationCheck::Tail;
+    const bool isKnown = clues.isFromHead || (isFoundAtTheEnd(record) && !clues.isDamaged);
+    return isKnown ? DurationCheck::None : DurationCheck::Tail;
 }
 
 QStringList durationArguments(DurationCheck check, const QString &sourcePath,

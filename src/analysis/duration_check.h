@@ -25,6 +25,7 @@ struct DurationClues {
     bool isFromHead = false; // measured by the MPEG reader from time codes
     bool isWhole = false;    // the file holds all the bytes that its container announces
     double averageRate = 0;  // frames a second, by the container's count of them; 0: unknown
+    bool isDamaged = false;  // ffmpeg met errors in the source
 };
 
 // The record's duration with its fraction, seconds: an entry of the record's that is not published.

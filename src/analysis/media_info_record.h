@@ -19,10 +19,13 @@
 //   a0_force           1 when the first audio stream's values were forced
 //   intraOffset        seconds, first key frame            chapters   list of seconds
 //   clipName           name of a clip that lies on a camcorder card
+//   damaged            what is wrong with a source that is used all the same
 namespace qv
 {
 
 using MediaInfoRecord = QVariantMap;
+
+inline const QString damageKey = QStringLiteral("damaged");
 
 // "v", 0, "width" gives "v0_width".
 QString streamKey(const char *kind, int index, const char *field);

@@ -224,6 +224,9 @@ QString containerRefusal(const QString &report)
     if (demuxer.isEmpty() || isOpenable(demuxer)) {
         return {};
     }
+    if (demuxer == QLatin1String("image2")) {
+        return stillPicture;
+    }
     const auto playlist = std::find_if(playlists.begin(), playlists.end(), [&](const Playlist &p) {
         return demuxer == QLatin1String(p.demuxer);
     });
@@ -231,6 +234,15 @@ QString containerRefusal(const QString &report)
                ? QStringLiteral("it is not a video (its content is of the type %1)").arg(demuxer)
                : QStringLiteral("it is a playlist (%1), which leads to other files, not a video")
                      .arg(QLatin1String(playlist->name));
+}
+
+bool isPictureFormat(const QString &report)
+{
+    static const QStringList animations{QStringLiteral("gif"),         QStringLiteral("apng"),
+                                        QStringLiteral("jpegxl_anim"), QStringLiteral("fits"),
+                                        QStringLiteral("ico"),         QStringLiteral("iff")};
+    const QString demuxer = demuxerIn(report);
+    return demuxer.endsWith(QLatin1String("_pipe")) || animations.contains(demuxer);
 }
 
 QString reportWithoutPath(const QString &report, const QString &sourcePath)

@@ -6,6 +6,8 @@
 namespace qv
 {
 
+inline const QString stillPicture = QStringLiteral("it is a still picture, not a video");
+
 // The report without the source's path, in which a line break could forge a line.
 QString reportWithoutPath(const QString &report, const QString &sourcePath);
 
@@ -16,6 +18,10 @@ QString reportWithoutNames(const QString &report, const QString &sourcePath);
 // Why the source's container, as ffmpeg reports it, is none that may be opened (openableFormats): a
 // playlist, or no media at all. A null text when it may, and when the report names none.
 QString containerRefusal(const QString &report);
+
+// Whether the source is of a format for single pictures or animations, such as PNG or GIF: a single
+// frame of it is no video.
+bool isPictureFormat(const QString &report);
 
 // Why ffmpeg refused or could not decode, in words for people; a null text when it does not say.
 QString refusalReason(const QString &report, const QString &sourcePath);

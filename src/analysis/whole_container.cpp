@@ -1,8 +1,6 @@
 #include "analysis/whole_container.h"
 
-#include <QByteArray>
-#include <QFile>
-#include <QtEndian>
+#include "analysis/movie_boxes.h"
 
 #include <bit>
 #include <optional>
@@ -13,34 +11,6 @@ namespace
 {
 
 constexpr int mostElements = 1000;
-
-QByteArray bytesAt(QFile &file, qint64 position, qint64 count)
-{
-    return file.seek(position) ? file.read(count) : QByteArray();
-}
-
-// A box: its length, 1 for a longer length behind the type, or 0 for "to the end"; its type.
-struct Box {
-    quint64 length = 0;
-    QByteArray type;
-};
-
-std::optional<Box> boxAt(QFile &file, qint64 position)
-{
-    constexpr qsizetype shortHeader = 8;
-    constexpr qsizetype longHeader = 16;
-    const QByteArray header = bytesAt(file, position, longHeader);
-    if (header.size() < shortHeader) {
-        return std::nullopt;
-    }
-    Box box{qFromBigEndian<quint32>(header.constData()), header.mid(4, 4)};
-    if (box.length == 0) {
-        box.length = static_cast<quint64>(file.size() - position);
-    } else if (box.length == 1 && header.size() == longHeader) {
-        box.length = qFromBigEndian<quint64>(header.constData() + shortHeader);
-    }
-    return box.length >= shortHeader ? std::optional(box) : std::nullopt;
-}
 
 bool isMovieFile(QFile &file)
 {

@@ -71,6 +71,12 @@ QString HeadlessFace::layoutLabel(int out) const
     return layoutName(sheetLayout(out));
 }
 
+bool HeadlessFace::refusesDamaged() const
+{
+    return m_options.strict ||
+           intValue(m_preferences.prefReadString(QStringLiteral("prefRefuseDamaged"))) != 0;
+}
+
 int HeadlessFace::thumbnailCount(int out) const
 {
     return m_options.count.value_or(

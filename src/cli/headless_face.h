@@ -39,6 +39,7 @@ public:
     int thumbnailCount(int out) const override;
     bool captionShown(const QString &caption) const override;
     bool wantsQuickPictures() const override { return m_options.quick; }
+    bool refusesDamaged() const override;
     bool leavesOutPaths() const override { return m_options.noPaths; }
 
 private:

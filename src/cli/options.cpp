@@ -80,6 +80,9 @@ private:
             add({QStringLiteral("quick")},
                 "Asks the quick tool first, and ffmpeg when it is not sure.");
         }
+        add({QStringLiteral("strict")},
+            "Refuses damaged files, even if their pictures can be decoded. Default: the "
+            "preference.");
         declareList();
         declareJson();
         declareToolOptions();
@@ -221,6 +224,7 @@ private:
             return wrong(m_error);
         }
         options.quick = isSet("quick");
+        options.strict = isSet("strict");
         if (m_command != Command::Info && !readPlanOptions(options)) {
             return wrong(m_error);
         }

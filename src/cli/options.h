@@ -38,6 +38,7 @@ struct Options {
     bool update = false;  // replaces a sheet that a new one would differ from
     bool noPaths = false; // in what the sheets tell of themselves
     bool quick = false;   // key pictures near the instants
+    bool strict = false;  // damaged sources are refused
     bool noTimecode = false;
     std::optional<QSet<QString>> captions; // of captionSwitches()
     QString background;                    // colour texts; empty: the preference

@@ -41,7 +41,12 @@ public:
 protected:
     void rowMade(const Source &source) override
     {
-        print(m_text(source, m_session.controller().table().row(0).dico));
+        const MediaInfoRecord &record = m_session.controller().table().row(0).dico;
+        if (const QString damage = stringIn(record, damageKey);
+            !damage.isEmpty() && !m_options.quiet) {
+            say(damageWarning(source.shown(), damage));
+        }
+        print(m_text(source, record));
         next();
     }
 

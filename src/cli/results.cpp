@@ -4,6 +4,7 @@
 #include "cli/options.h"
 #include "support/numbers.h"
 #include "support/shell_word.h"
+#include "support/variant_values.h"
 
 #include <QFile>
 #include <QJsonArray>
@@ -250,6 +251,11 @@ QString statusWord(SheetOutcome::Status status)
     return {};
 }
 
+QString damageWarning(const QString &source, const QString &damage)
+{
+    return QStringLiteral("warning: %1: %2").arg(source, damage);
+}
+
 QJsonObject sheetJson(const SheetOutcome &outcome)
 {
     QJsonObject object = resultJson(QStringLiteral("source"), outcome.source,
@@ -257,6 +263,7 @@ QJsonObject sheetJson(const SheetOutcome &outcome)
     insertName(object, QStringLiteral("sheet"), QFile::encodeName(outcome.sheet));
     insertAll(object,
               {{QStringLiteral("renamed"), outcome.isRenamed},
+               {QStringLiteral("damaged"), textOrNull(outcome.damage)},
                {QStringLiteral("pictures"), QJsonObject{{QStringLiteral("asked"), outcome.asked},
                                                         {QStringLiteral("drawn"), outcome.drawn}}},
                {QStringLiteral("pictures_moved"), outcome.moved},
@@ -280,6 +287,8 @@ MediaInfoRecord publicRecord(const MediaInfoRecord &record)
 QJsonObject infoJson(const QByteArray &source, const RecordResult &record)
 {
     QJsonObject object = resultJson(QStringLiteral("source"), source, record);
+    object.insert(QStringLiteral("damaged"),
+                  textOrNull(record ? stringIn(*record, damageKey) : QString()));
     object.insert(QStringLiteral("duration"),
                   record ? durationJson(*record) : QJsonValue(QJsonValue::Null));
     object.insert(QStringLiteral("record"),

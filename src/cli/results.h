@@ -27,6 +27,7 @@ struct SheetOutcome {
     QString sheet;
     bool isRenamed = false; // the sheet does not have the source's plain name
     QString reason;
+    QString damage; // what is wrong with the source; null: nothing known
     int asked = 0;
     int moved = 0; // pictures of frames more than two seconds away from their stamps
     int drawn = 0;
@@ -38,6 +39,8 @@ struct SheetOutcome {
 };
 
 QString statusWord(SheetOutcome::Status status);
+// The line on standard error for a damaged source that is used all the same.
+QString damageWarning(const QString &source, const QString &damage);
 QJsonObject sheetJson(const SheetOutcome &outcome);
 
 // The record without what the controller added for itself.

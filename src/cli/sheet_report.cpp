@@ -29,6 +29,7 @@ SheetOutcome repeatedOutcome(const Source &source, const SheetOutcome &first)
         outcome.status = SheetOutcome::Status::Kept;
         outcome.sheet = first.sheet;
         outcome.isRenamed = first.isRenamed;
+        outcome.damage = first.damage;
     } else {
         outcome.status = first.status;
         outcome.reason += QStringLiteral(": ") + first.reason;
@@ -76,6 +77,9 @@ void SheetReport::tellRepeatedBefore(qsizetype number)
 void SheetReport::print(const SheetOutcome &outcome)
 {
     ++m_counts[static_cast<size_t>(outcome.status)];
+    if (!outcome.damage.isEmpty() && !m_options.quiet) {
+        m_streams.message(damageWarning(QString::fromUtf8(outcome.source), outcome.damage));
+    }
     if (!outcome.reason.isEmpty() && (!m_options.quiet || !hasSheet(outcome))) {
         m_streams.message(QStringLiteral("%1: %2: %3")
                               .arg(statusWord(outcome.status), QString::fromUtf8(outcome.source),

@@ -8,6 +8,7 @@
 #include "sheet/composer.h"
 #include "support/files.h"
 #include "support/log.h"
+#include "support/variant_values.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -124,6 +125,7 @@ void SheetRunner::rowFinished(const RowResult &result)
     }
     SheetOutcome outcome = unmade(statusOf(result), current(), result.reason);
     outcome.sheet = result.sheet;
+    outcome.damage = stringIn(m_session.controller().table().row(0).dico, damageKey);
     outcome.asked = result.picturesAsked;
     outcome.moved = result.picturesMoved;
     outcome.drawn = result.picturesDrawn;

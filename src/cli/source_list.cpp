@@ -61,18 +61,11 @@ QList<Source> sourcesOfFolder(const QByteArray &name, const QString &folder,
     return sources;
 }
 
-Source sourceOfFile(const QByteArray &name, const QString &path, const QSet<QString> &extensions)
+Source sourceOfFile(const QByteArray &name, const QString &path)
 {
     QString problem = absoluteName(name).isValidUtf8() ? QString() : linkProblem(path);
     if (problem.isNull()) {
         problem = sourceProblem(path);
-    }
-    if (problem.isNull() && !extensions.contains(pathExtension(path))) {
-        const QString extension = pathExtension(path);
-        problem = extension.isEmpty()
-                      ? QStringLiteral("its name has no extension that tells a video")
-                      : QStringLiteral("'.%1' is no extension of a video that is known here")
-                            .arg(extension);
     }
     return {path, name, problem};
 }
@@ -94,10 +87,10 @@ QList<Source> sourcesOf(const QByteArray &name, const QSet<QString> &extensions)
     // An alias stands for what it leads to, as in a drop.
     const QString target = resolveAlias(given);
     if (target.isNull()) {
-        return {sourceOfFile(name, given, extensions)};
+        return {sourceOfFile(name, given)};
     }
     return QFileInfo(target).isDir() ? sourcesOfFolder(name, target, extensions)
-                                     : QList<Source>{sourceOfFile(name, target, extensions)};
+                                     : QList<Source>{sourceOfFile(name, target)};
 }
 
 } // namespace

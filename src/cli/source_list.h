@@ -24,9 +24,10 @@ struct Source {
     bool isRepeated() const { return sameAs >= 0; }
 };
 
-// In the order of the names, and within a folder by the bytes of the names, so that the same files
-// give the same list on every machine. A source's number is its place in the list. Ends early when
-// `isStopped`, asked before each name, says so.
+// Named files are taken whatever their extension, and those below a named folder that have one of a
+// video. In the order of the names, and within a folder by the bytes of the names, so that the same
+// files give the same list on every machine. A source's number is its place in the list. Ends early
+// when `isStopped`, asked before each name, says so.
 QList<Source> listSources(const QByteArrayList &names, const QSet<QString> &admittedExtensions,
                           const std::function<bool()> &isStopped = nullptr);
 

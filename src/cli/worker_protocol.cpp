@@ -15,6 +15,7 @@ const QString baseKey = QStringLiteral("base");
 const QString statusKey = QStringLiteral("status");
 const QString sheetKey = QStringLiteral("sheet");
 const QString reasonKey = QStringLiteral("reason");
+const QString damagedKey = QStringLiteral("damaged");
 const QString askedKey = QStringLiteral("asked");
 const QString drawnKey = QStringLiteral("drawn");
 const QString wrongColoursKey = QStringLiteral("wrongColors");
@@ -77,6 +78,7 @@ QByteArray outcomeLine(const SheetOutcome &outcome)
     return lineOf({{statusKey, statusWord(outcome.status)},
                    {sheetKey, outcome.sheet},
                    {reasonKey, outcome.reason},
+                   {damagedKey, outcome.damage},
                    {askedKey, outcome.asked},
                    {drawnKey, outcome.drawn},
                    {movedKey, outcome.moved},
@@ -110,6 +112,7 @@ std::optional<SheetOutcome> outcomeIn(const QByteArray &line)
     outcome.status = *status;
     outcome.sheet = object.value(sheetKey).toString();
     outcome.reason = object.value(reasonKey).toString();
+    outcome.damage = object.value(damagedKey).toString();
     outcome.asked = object.value(askedKey).toInt();
     outcome.drawn = object.value(drawnKey).toInt();
     outcome.moved = object.value(movedKey).toInt();

@@ -48,10 +48,11 @@ LeftOut countedLeftOut(const QString &folder, const QStringList &listing,
                                      .arg(others)};
 }
 
-LeftOut wrongType(const QString &path)
+// Whether a drop stands for what is below its first path.
+bool isWalked(const QStringList &dropped)
 {
-    const QString problem = sourceProblem(path);
-    return {path, problem.isNull() ? QStringLiteral("no video by its name") : problem};
+    const QString &first = dropped.first();
+    return QFileInfo(first).isDir() || QFileInfo(resolveAlias(first)).isDir();
 }
 
 // AppleDouble (RFC 1740 appendix B): what other systems leave beside a file on cards and network
@@ -136,20 +137,36 @@ QStringList withAdmittedExtension(const QStringList &paths, const QSet<QString> 
     return admitted;
 }
 
+QStringList admittedOf(const QStringList &dropped, const QStringList &fresh,
+                       const QSet<QString> &extensions)
+{
+    QStringList admitted = withAdmittedExtension(fresh, extensions);
+    if (admitted.size() == fresh.size() || isWalked(dropped)) {
+        return admitted;
+    }
+    admitted = fresh;
+    admitted.removeIf([&](const QString &path) {
+        return !extensions.contains(pathExtension(path)) && !sourceProblem(path).isNull();
+    });
+    return admitted;
+}
+
 QList<LeftOut> leftOutOf(const QStringList &dropped, const QStringList &expanded,
                          const QStringList &closed, const QSet<QString> &extensions)
 {
     QList<LeftOut> left;
-    const QString &first = dropped.first();
-    const QString target = QFileInfo(first).isDir() ? first : resolveAlias(first);
-    if (!QFileInfo(target).isDir()) {
+    if (!isWalked(dropped)) {
         for (const QString &path : expanded) {
-            if (!extensions.contains(pathExtension(path))) {
-                left.append(wrongType(path));
+            const QString problem =
+                extensions.contains(pathExtension(path)) ? QString() : sourceProblem(path);
+            if (!problem.isNull()) {
+                left.append({path, problem});
             }
         }
         return left;
     }
+    const QString &first = dropped.first();
+    const QString target = QFileInfo(first).isDir() ? first : resolveAlias(first);
     for (const QString &beside : dropped.mid(1)) {
         left.append({beside, QStringLiteral("it came together with a folder: take it by itself")});
     }

@@ -27,9 +27,16 @@ QStringList listedBelow(const QString &folder, QStringList *closed);
 // The paths whose extension, in exactly this spelling, is admitted.
 QStringList withAdmittedExtension(const QStringList &paths, const QSet<QString> &extensions);
 
+// The sources of a drop among its paths that are not in the table yet (`fresh`): below a folder the
+// files with an admitted extension. Files that are named one by one are looked at by content,
+// whatever their extension, unless something speaks against them (sourceProblem).
+QStringList admittedOf(const QStringList &dropped, const QStringList &fresh,
+                       const QSet<QString> &extensions);
+
 // What of a drop is not admitted, in words for people: paths beside a folder, which displaces them,
-// folders that could not be read, and files whose names are no videos'; those below a dropped
-// folder are counted in one entry. `expanded` and `closed` are what expandedDrop gave.
+// folders that could not be read, what can't be a source at all, and the files below a folder
+// without a video's extension, which are counted in one entry. `expanded` and `closed` are what
+// expandedDrop gave.
 QList<LeftOut> leftOutOf(const QStringList &dropped, const QStringList &expanded,
                          const QStringList &closed, const QSet<QString> &extensions);
 

@@ -242,6 +242,7 @@ void AnalysisDriver::chooseSource()
     }
     const QString path = takeFromQueue();
     m_reason.clear();
+    m_damage.clear();
     m_sourceState = sourceState(path);
     m_isUnsure = false;
     logLine(QStringLiteral("analysis new file   : %1").arg(path));

@@ -71,8 +71,11 @@ private:
     struct ReportVerdict {
         QString problem;         // null: the report is good
         bool mayBeMovie = false; // the movie framework may read what ffmpeg can't
+        bool isByWords = false;  // ffmpeg's complaints are the only reason
     };
     ReportVerdict verdictOnReport();
+    ReportVerdict verdictOnWords(const QString &output) const;
+    void lookAgain(const ReportVerdict &verdict);
     bool hasDecodedFrame() const;
     DecodedFrame takeDecodedFrame() const;
     Findings gatherFindings() const;
@@ -123,6 +126,7 @@ private:
     DurationClues m_durationClues;
     QTimer m_measuringLimit;
     QString m_reason;            // why the current source makes no row
+    QString m_damage;            // what is wrong with the current source; null: nothing known
     SourceState m_sourceState;   // before it was looked into
     Cancellation m_cancellation; // of the question that is being asked
     OffThread m_asking;          // ends before the rest goes

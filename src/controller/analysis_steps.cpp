@@ -9,6 +9,7 @@
 #include "analysis/refusal.h"
 #include "analysis/report_dialect.h"
 #include "analysis/report_text.h"
+#include "analysis/second_look.h"
 #include "controller/preview.h"
 #include "controller/reasons.h"
 #include "controller/store_keys.h"
@@ -63,16 +64,42 @@ void AnalysisDriver::stepParse()
         return;
     }
     if (!verdict.mayBeMovie) {
-        endParse(verdict.problem);
+        lookAgain(verdict);
         return;
     }
     const auto opens = std::make_shared<bool>(false);
     askThen([this, source, opens] { *opens = m_context.movies.canOpen(source); },
-            [this, opens, problem = verdict.problem] {
-                if (*opens) {
-                    logLine(QStringLiteral("appky > decSkip #1  :-)"));
+            [this, opens, verdict] {
+                if (!*opens) {
+                    lookAgain(verdict);
+                    return;
                 }
-                endParse(*opens ? QString() : problem);
+                logLine(QStringLiteral("appky > decSkip #1  :-)"));
+                endParse(QString());
+            });
+}
+
+// A source that only ffmpeg's complaints speak against is a damaged one when its pictures are
+// sound.
+void AnalysisDriver::lookAgain(const ReportVerdict &verdict)
+{
+    if (!verdict.isByWords) {
+        endParse(verdict.problem);
+        return;
+    }
+    const PreferencesStore &store = m_context.preferences;
+    const auto look = std::make_shared<SecondLook>();
+    askThen([look, source = store.prefReadString(keys::analysisSource),
+             format = store.prefReadString(QStringLiteral("ffFileForceFormatStr")),
+             duration = m_details.duration] { *look = secondLook(source, format, duration); },
+            [this, look, problem = verdict.problem] {
+                if (look->isUsable && hasDecodedFrame() && !m_context.face.refusesDamaged()) {
+                    m_damage = problem;
+                    logLine(QStringLiteral("damaged             : %1").arg(problem));
+                    endParse(QString());
+                } else {
+                    endParse(look->isEncrypted ? reasons::encrypted : problem);
+                }
             });
 }
 
@@ -108,15 +135,32 @@ AnalysisDriver::ReportVerdict AnalysisDriver::verdictOnReport()
         (run.outcome.ending != ToolOutcome::Ending::Exited || run.outcome.exitCode != 0)) {
         return {QStringLiteral("it %1").arg(outcomeText(run.outcome))};
     }
-    if (isFfmpegSuccess(m_retained) ||
-        (hasDecodedFrame() && isFfmpegSuccess(withoutOtherStreams(m_retained)))) {
+    if (isPictureFormat(m_retained)) {
+        // The quick tool does not count frames.
+        const QString last = m_isProbing ? QString() : lastProgressLine(output);
+        if (intValue(after(last, QLatin1String("frame="))) <= 1 &&
+            (m_isProbing || hasDecodedFrame())) {
+            return {stillPicture};
+        }
+    }
+    return verdictOnWords(output);
+}
+
+AnalysisDriver::ReportVerdict AnalysisDriver::verdictOnWords(const QString &output) const
+{
+    const QString shownOnly = withoutOtherStreams(m_retained);
+    if (isFfmpegSuccess(m_retained) || (hasDecodedFrame() && isFfmpegSuccess(shownOnly))) {
         return {};
     }
-    const QString said = refusalReason(output, source);
+    const QString source = m_context.preferences.prefReadString(keys::analysisSource);
+    const RunReport &run = m_context.taskSlots.lastAnalysisRun();
+    const bool isByWords =
+        run.outcome.ending == ToolOutcome::Ending::Exited && showsMovingPicture(m_retained);
+    const QString said = refusalReason(isByWords ? shownOnly : output, source);
     return {said.isNull()
                 ? QStringLiteral("ffmpeg does not accept it (%1)").arg(outcomeText(run.outcome))
                 : said,
-            isMov(source)};
+            isMov(source), isByWords};
 }
 
 // The quick tool writes a header only when it has decoded a frame, ffmpeg in any case.
@@ -228,6 +272,9 @@ AnalysisDriver::NextRun AnalysisDriver::runAfter(const Findings &findings, bool 
         return {};
     }
     m_interlacing = findings.interlacingText;
+    if (!m_damage.isNull()) {
+        merged->record.insert(damageKey, m_damage);
+    }
     if (byMovieFramework) {
         merged->record.insert(QStringLiteral("qt"), QStringLiteral("qt"));
         merged->record.insert(QStringLiteral("decSkip"), 1);
@@ -235,6 +282,7 @@ AnalysisDriver::NextRun AnalysisDriver::runAfter(const Findings &findings, bool 
         return previewOf(merged->record);
     }
     m_durationClues = merged->clues;
+    m_durationClues.isDamaged = !m_damage.isNull();
     m_durationCheck = durationCheck(merged->record, m_durationClues);
     if (m_durationCheck == DurationCheck::Tail && hasProbedTail(merged->record)) {
         m_durationCheck = DurationCheck::None;

@@ -97,7 +97,7 @@ void appDelegate::admit(const QStringList &paths, decltype(&expandedDrop) expand
     const QStringList fresh = withoutDuplicates(expanded);
     m_context.face.leftOut(leftOutOf(paths, expanded, closed, m_admitted),
                            static_cast<int>(expanded.size() - fresh.size()));
-    const QStringList admitted = withAdmittedExtension(fresh, m_admitted);
+    const QStringList admitted = admittedOf(paths, fresh, m_admitted);
     if (admitted.isEmpty()) {
         admitNothing(!fresh.isEmpty());
         return;

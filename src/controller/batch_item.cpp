@@ -26,6 +26,8 @@ QString markPictureName(RowMark mark)
         return QStringLiteral("puceStopped");
     case RowMark::PuceFailure:
         return QStringLiteral("puceFailure");
+    case RowMark::PuceDamaged:
+        return QStringLiteral("puceDamaged");
     }
     return {};
 }
@@ -42,6 +44,16 @@ QString plainText(const StyledText &text)
 QString BatchItem::sourcePath() const
 {
     return stringIn(dico, QStringLiteral("srcPathStr"));
+}
+
+QString BatchItem::damage() const
+{
+    return stringIn(dico, damageKey);
+}
+
+RowMark BatchItem::mark() const
+{
+    return resultat == RowMark::Puce && !damage().isNull() ? RowMark::PuceDamaged : resultat;
 }
 
 QImage BatchItem::img() const

@@ -12,8 +12,16 @@ namespace qv
 {
 
 // The status mark that a row shows, named after its picture.
-enum class RowMark { Puce, PuceCurrent, PuceSuccess, PuceKept, PuceStopped, PuceFailure };
-inline constexpr int rowMarkCount = 6;
+enum class RowMark {
+    Puce,
+    PuceCurrent,
+    PuceSuccess,
+    PuceKept,
+    PuceStopped,
+    PuceFailure,
+    PuceDamaged
+};
+inline constexpr int rowMarkCount = 7;
 QString markPictureName(RowMark mark);
 
 // Styled text: runs of one colour each, font size 11.
@@ -36,6 +44,10 @@ struct BatchItem {
     SourceState state;    // of the file before anybody looked into it
 
     QString sourcePath() const;
+    // What is wrong with a source that is used all the same; null when nothing is known.
+    QString damage() const;
+    // The mark that is shown: a damaged source that waits has one of its own.
+    RowMark mark() const;
     // The preview, read from the file when asked for, so that ten thousand rows hold no pictures;
     // null when the file is missing or no picture.
     QImage img() const;

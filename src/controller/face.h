@@ -75,6 +75,8 @@ public:
     // Whether rows take the key pictures near their instants, which is much faster, instead of the
     // pictures at them. Asked when a source is analysed and when its row begins.
     virtual bool wantsQuickPictures() const = 0;
+    // Whether a damaged source is refused even if ffmpeg gives sound pictures of it.
+    virtual bool refusesDamaged() const { return false; }
     // Whether sheets keep to themselves in which folder their sources are.
     virtual bool leavesOutPaths() const { return false; }
 

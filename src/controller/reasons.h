@@ -14,6 +14,8 @@ inline const QString folderWithoutVideo = QStringLiteral("no video in this folde
 inline const QString folderClosed = QStringLiteral("the folder may not be read (no permission)");
 inline const QString nothingDecoded = QStringLiteral("no picture of it could be decoded");
 
+inline const QString encrypted = QStringLiteral("it is encrypted");
+
 inline QString destinationFull(int freeMegabytes)
 {
     return QStringLiteral("the destination has no space left (%1 MB free)").arg(freeMegabytes);

@@ -43,6 +43,7 @@ QStringList switchKeys()
 }
 
 const QString updateKey = QStringLiteral("update");
+const QString refuseDamagedKey = QStringLiteral("prefRefuseDamaged");
 
 // The stored values over the defaults.
 QVariantMap completed(const QVariantMap &values)
@@ -118,6 +119,7 @@ void showAll(PreferencesPanel &panel, const QVariantMap &values)
         panel.setChecked(key, flagIn(values, key));
     }
     panel.setChecked(updateKey, intIn(values, updateKey) == 1);
+    panel.setChecked(refuseDamagedKey, flagIn(values, refuseDamagedKey));
 }
 
 QVariantMap readAll(const PreferencesPanel &panel)
@@ -137,6 +139,7 @@ QVariantMap readAll(const PreferencesPanel &panel)
         values.insert(key, panel.isChecked(key) ? 1 : 0);
     }
     values.insert(updateKey, panel.isChecked(updateKey) ? 1 : 0);
+    values.insert(refuseDamagedKey, panel.isChecked(refuseDamagedKey) ? 1 : 0);
     return values;
 }
 

@@ -39,7 +39,7 @@ public:
     virtual double borderSize() const = 0;
     virtual void setBorderSize(double points) = 0;
 
-    // The captions' switches, prefTimecode and update.
+    // The captions' switches, prefTimecode, update and prefRefuseDamaged.
     virtual bool isChecked(const QString &key) const = 0;
     virtual void setChecked(const QString &key, bool checked) = 0;
 };

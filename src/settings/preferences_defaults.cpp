@@ -44,7 +44,8 @@ QList<Preference> preferences()
         {"pageVIdentity", 1},
         {"pagePoids", 1},
         {"pageEssence", 1},
-        {"update", 0}, // check for a newer version
+        {"prefRefuseDamaged", 0}, // damaged sources make no rows
+        {"update", 0},            // check for a newer version
         {"prefDefautDstPathStr", expandTilde(QStringLiteral("~/Movies/"))},
     };
 }

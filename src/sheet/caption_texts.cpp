@@ -117,6 +117,9 @@ QString contents(const QVariantMap &input, const QString &path)
                     .arg(localizedCapitalized(QStringLiteral("contents")),
                          codecs.join(QStringLiteral(", ")));
     }
+    if (input.contains(QStringLiteral("damaged"))) {
+        text += QStringLiteral(" - ") + localized(QStringLiteral("damaged"));
+    }
     return text;
 }
 

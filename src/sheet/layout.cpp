@@ -29,6 +29,12 @@ constexpr double lineSpacing = 1.5;
 // Beyond it six columns would have no room left for the pictures.
 constexpr int heroRows = 4;
 
+// Height of a picture in its widths, beyond which its cell has another shape: it stands in the
+// middle of a cell of limited height, or of one with room for the stamp.
+constexpr double tallestPicture = 16;
+constexpr double flattestPicture = 1.0 / 16;
+constexpr double limitedCellHeight = 4; // in cell widths
+
 // Ratios outside are reports gone wrong, not pictures.
 constexpr float narrowestAspect = 0.05F;
 constexpr float widestAspect = 20.0F;
@@ -91,6 +97,11 @@ double stillHeightPerWidth(const SheetMeasures &measures)
     return usable ? ratio : double(maximumStillHeight) / maximumStillWidth;
 }
 
+double cellHeightPerWidth(double picture)
+{
+    return picture > tallestPicture ? limitedCellHeight : std::max(picture, flattestPicture);
+}
+
 void setSizes(SheetGeometry &sheet, const SheetMeasures &measures)
 {
     const double s = measures.scale;
@@ -104,7 +115,8 @@ void setSizes(SheetGeometry &sheet, const SheetMeasures &measures)
 
     const int columns = columnsOf(measures.layout);
     const double cellWidth = (sheet.width - (columns + 1) * sheet.gap) / columns;
-    sheet.cell = QSizeF(cellWidth, cellWidth * stillHeightPerWidth(measures));
+    sheet.pictureHeightPerWidth = stillHeightPerWidth(measures);
+    sheet.cell = QSizeF(cellWidth, cellWidth * cellHeightPerWidth(sheet.pictureHeightPerWidth));
 }
 
 // Gives the height of the block.
@@ -225,6 +237,17 @@ StillSize stillSize(int width, int height, const QString &displayAspect)
         traceSize("size def", width, height);
     }
     return {roundedUpToEven(width), roundedUpToEven(height)};
+}
+
+QRectF pictureInCell(const SheetGeometry &sheet, const QRectF &cell)
+{
+    const double shape = sheet.pictureHeightPerWidth;
+    if (shape == cellHeightPerWidth(shape)) {
+        return cell;
+    }
+    QRectF picture(QPointF(), QSizeF(1, shape).scaled(cell.size(), Qt::KeepAspectRatio));
+    picture.moveCenter(cell.center());
+    return picture;
 }
 
 SheetGeometry sheetGeometry(const SheetMeasures &measures)

@@ -44,6 +44,7 @@ struct SheetGeometry {
     double captionFont = 0;
     double timecodeFont = 0;
     QSizeF cell;
+    double pictureHeightPerWidth = 1; // of the stills
     QRectF title;
     std::vector<QRectF> captionLabels; // one a caption line, then its value
     std::vector<QRectF> captionValues;
@@ -63,5 +64,9 @@ struct SheetMeasures {
     double stillHeight = 0;
 };
 SheetGeometry sheetGeometry(const SheetMeasures &measures);
+
+// Where the picture is in a cell, its border included: it fills the cell, unless its shape is out
+// of the bounds for cells.
+QRectF pictureInCell(const SheetGeometry &sheet, const QRectF &cell);
 
 } // namespace qv

@@ -185,18 +185,20 @@ void paintTimecode(QPainter &painter, const SheetGeometry &sheet, const QRectF &
     painter.restore();
 }
 
-// A cell in device pixels: its frame, and inside it the picture.
+// A cell in device pixels, and the picture in it.
 struct DeviceCell {
-    QRect frame;
+    QRect frame; // the whole cell
     QRect picture;
 };
 
 DeviceCell deviceCell(const QPainter &painter, const SheetGeometry &sheet, int i)
 {
-    const QRect frame = deviceRect(painter, sheet.cells[static_cast<std::size_t>(i)]);
+    const QRectF &cell = sheet.cells[static_cast<std::size_t>(i)];
+    const QRect frame = deviceRect(painter, cell);
     const int border = deviceBorder(painter, sheet.border);
-    QRect picture = frame.adjusted(border, border, -border, -border);
-    // A ribbon of a film leaves nothing between its borders.
+    QRect picture =
+        deviceRect(painter, pictureInCell(sheet, cell)).adjusted(border, border, -border, -border);
+    // A very narrow picture leaves nothing between its borders.
     picture.setSize(picture.size().expandedTo(QSize(1, 1)));
     return {frame, picture};
 }

@@ -192,10 +192,17 @@ QString BatchModel::reason(int row) const
                                                                      : QString();
 }
 
+QString BatchModel::damage(int row) const
+{
+    const BatchItem *item = this->item(row);
+    const QString damage = item == nullptr ? QString() : item->damage();
+    return damage.isNull() ? QString() : reasonText(damage);
+}
+
 QString BatchModel::statusWords(int row) const
 {
     const BatchItem *item = this->item(row);
-    switch (item == nullptr ? RowMark::Puce : item->resultat) {
+    switch (item == nullptr ? RowMark::Puce : item->mark()) {
     case RowMark::Puce:
         break;
     case RowMark::PuceCurrent:
@@ -208,6 +215,8 @@ QString BatchModel::statusWords(int row) const
         return localized(QStringLiteral("btStopped"));
     case RowMark::PuceFailure:
         return localized(QStringLiteral("btFailedWhy")).arg(reasonText(item->reason));
+    case RowMark::PuceDamaged:
+        return localized(QStringLiteral("btDamagedWhy")).arg(damage(row));
     }
     return localized(QStringLiteral("btWaiting"));
 }
@@ -331,8 +340,9 @@ QString BatchModel::description(int row, int column) const
         return path + QLatin1Char('\n') + statusWords(row) + QStringLiteral(": ") +
                reasonText(item(row)->reason);
     }
-    return column == Mark || !reason(row).isEmpty() ? path + QLatin1Char('\n') + statusWords(row)
-                                                    : path;
+    const bool hasMore =
+        column == Mark || !reason(row).isEmpty() || item(row)->mark() == RowMark::PuceDamaged;
+    return hasMore ? path + QLatin1Char('\n') + statusWords(row) : path;
 }
 
 bool BatchModel::setData(const QModelIndex &index, const QVariant &value, int role)

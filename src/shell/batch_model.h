@@ -34,7 +34,10 @@ public:
     QString sheet(int row) const;
     // Why a row failed; empty for all others.
     QString reason(int row) const;
-    // "Waiting", "In progress", "Done", "Kept", "Stopped" or "Failed: why".
+    // What is wrong with a row's source that is used all the same; null when nothing is known.
+    QString damage(int row) const;
+    // "Waiting", "Waiting: what is wrong", "In progress", "Done", "Kept", "Stopped" or "Failed:
+    // why".
     QString statusWords(int row) const;
     // The preview fitted into the box of device-independent pixels; null when there is none.
     QPixmap preview(int row, const QSize &box, qreal devicePixelRatio) const;

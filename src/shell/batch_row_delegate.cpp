@@ -14,7 +14,7 @@ namespace
 {
 
 constexpr double captionPoints = 11;
-constexpr int captionLineCount = 4; // why there is no new sheet is the fourth
+constexpr int captionLineCount = 4; // the fourth: why there is no new sheet, or what is wrong
 constexpr int padding = 6;
 constexpr double previewAspectShown = 16.0 / 9.0;
 constexpr int frameOpacity = 60; // of 255
@@ -202,7 +202,7 @@ void BatchRowDelegate::paint(QPainter *painter, const QStyleOptionViewItem &opti
                           QString::number(item->order));
         break;
     case BatchModel::Mark:
-        paintMark(cell, item->resultat);
+        paintMark(cell, item->mark());
         break;
     case BatchModel::Preview:
         paintPreview(cell);
@@ -252,6 +252,8 @@ void BatchRowDelegate::paintCaption(const Cell &cell, const BatchItem &item) con
                              item.resultat == RowMark::PuceStopped;
     if (madeNoSheet) {
         lines.append({m_model.statusWords(cell.index.row()), QStringLiteral("silver")});
+    } else if (const QString damage = m_model.damage(cell.index.row()); !damage.isNull()) {
+        lines.append({damage, QStringLiteral("silver")});
     }
     const QFont font = captionFont(cell.option.font);
     const int height = QFontMetrics(font).height();

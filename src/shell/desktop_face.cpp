@@ -310,6 +310,11 @@ int DesktopFace::thumbnailCount(int out) const
     return m_widgets.window.controls().thumbnailCount(static_cast<int>(sheetLayout(out)));
 }
 
+bool DesktopFace::refusesDamaged() const
+{
+    return intValue(m_widgets.preferences.prefReadString(QStringLiteral("prefRefuseDamaged"))) != 0;
+}
+
 bool DesktopFace::captionShown(const QString &caption) const
 {
     return isCaptionOn(m_widgets.preferences, caption);

@@ -67,6 +67,7 @@ public:
     QString layoutLabel(int out) const override;
     int thumbnailCount(int out) const override;
     bool captionShown(const QString &caption) const override;
+    bool refusesDamaged() const override;
     bool wantsQuickPictures() const override { return m_widgets.memory.wantsQuickPictures(); }
     QStringList chooseSources(const QString &title, const QStringList &extensions) override;
     void chooseDestination() override;

@@ -250,8 +250,11 @@ QLayout *bottomRow(PreferencesControls &controls)
     for (const char *text : {"prefCancel", "prefReset", "prefSave"}) {
         controls.buttons->addSegment(waiting(text));
     }
+    auto *general = new QVBoxLayout;
+    general->addWidget(switchFor(controls, "prefRefuseDamaged", "prefRefuseDamagedBox"));
+    general->addWidget(switchFor(controls, "update", "prefUpdate"));
     auto *row = new QHBoxLayout;
-    row->addWidget(switchFor(controls, "update", "prefUpdate"));
+    row->addLayout(general);
     row->addStretch();
     row->addWidget(controls.buttons);
     return row;

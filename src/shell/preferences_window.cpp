@@ -48,6 +48,11 @@ bool isSheet(const QDialog *dialog)
     return dialog->isVisible() && dialog->isModal();
 }
 
+bool isCaptionSwitch(const QString &key)
+{
+    return key != updateKey && key != QLatin1String("prefRefuseDamaged");
+}
+
 } // namespace
 
 PreferencesWindow::PreferencesWindow(PreferencesStore &store, QWidget *parent)
@@ -198,7 +203,7 @@ void PreferencesWindow::applyPreset(int preset)
     {
         const QScopedValueRollback<bool> setting(m_setting, true);
         for (auto it = m_controls.switches.cbegin(); it != m_controls.switches.cend(); ++it) {
-            if (it.key() != updateKey) {
+            if (isCaptionSwitch(it.key())) {
                 it.value()->setChecked(isTickedByPreset(it.key(), preset));
             }
         }
@@ -223,7 +228,7 @@ void PreferencesWindow::describeCaptions()
     const int preset = selectedSegment(presetKey);
     bool isPreset = true;
     for (auto it = m_controls.switches.cbegin(); it != m_controls.switches.cend(); ++it) {
-        isPreset = isPreset && (it.key() == updateKey ||
+        isPreset = isPreset && (!isCaptionSwitch(it.key()) ||
                                 it.value()->isChecked() == isTickedByPreset(it.key(), preset));
     }
     if (isPreset) {

@@ -2,6 +2,7 @@
 
 #include "analysis/refusal.h"
 #include "analysis/report_files.h"
+#include "analysis/second_look.h"
 #include "support/bundle.h"
 #include "support/localized_strings.h"
 
@@ -95,6 +96,33 @@ TEST(RefusalReason, OtherwiseQuotesTheLastLineThatNamesAProblem)
     }
     EXPECT_TRUE(refusalReason("all is well", {}).isNull());
     EXPECT_LE(refusalReason("error " + QString(100000, u'x'), {}).size(), 200);
+}
+
+TEST(PictureCheck, TakesAPictureForSoundWhenItsDecoderMetNoErrorBeforeIt)
+{
+    const QString start = "[h264 @ 0x1] [error] no frame!\n" // while the streams are looked for
+                          "[info]   Stream #0:1 -> #0:0 (av1 (libdav1d) -> wrapped_avframe (x))\n";
+    const QString picture = "[Parsed_showinfo_0 @ 0x2] [info] n: 0 pts: 1 pts_time:0.04 pos: 1\n";
+    const QString error = "[libdav1d @ 0x3] [error] Error parsing OBU data\n";
+    const struct {
+        QString report;
+        int sound;
+        int unsound;
+    } rows[] = {
+        {picture, 0, 0}, // not decoded by a known decoder
+        {start, 0, 0},
+        {start + picture + picture, 2, 0},
+        {start + "[mpegts @ 0x4] [error] PES packet size mismatch\n" + picture, 1, 0},
+        {start + error, 0, 1},
+        {start + picture + error + picture + picture + picture + picture, 2, 3}, // delayed ones
+        {start + "[av1 @ 0x3] [info] concealing 1 DC, 1 AC, 1 MV errors\n" + picture, 0, 1},
+        {start + "[error] Error while decoding stream #0:1: Invalid data\n" + picture, 0, 1},
+    };
+    for (const auto &row : rows) {
+        const PictureCheck check = pictureCheck(row.report);
+        EXPECT_EQ(check.sound, row.sound) << row.report.toStdString();
+        EXPECT_EQ(check.unsound, row.unsound) << row.report.toStdString();
+    }
 }
 
 TEST(FieldOrder, IsReadFromAStreamHeader)

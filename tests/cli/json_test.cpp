@@ -65,8 +65,13 @@ void collectFields(const QJsonObject &object, const Fields &types, const QString
 TEST_F(CommandTest, JsonHasTheFieldsOfTheDocumentWhateverBecameOfTheSource)
 {
     const QByteArray good = make("good \xff.mp4");
-    const QByteArrayList sources{
-        good, good, make("all-refuse.mp4"), path("missing.mp4"), "", make("picture-missing.mp4")};
+    const QByteArrayList sources{good,
+                                 good,
+                                 make("all-refuse.mp4"),
+                                 path("missing.mp4"),
+                                 "",
+                                 make("picture-missing.mp4"),
+                                 make("analysis-damaged.mp4")};
     const Ran sheets = this->sheets(sources);
     const Ran info = run(QByteArrayList{"info", "--json"} + sources);
     const Ran plan = run(QByteArrayList{"plan", "--json"} + sources);
@@ -74,8 +79,8 @@ TEST_F(CommandTest, JsonHasTheFieldsOfTheDocumentWhateverBecameOfTheSource)
     this->sheets({"--no-paths", make("secret folder/a.mp4")});
     EXPECT_FALSE(contentOf(path("out/a.jpg")).contains("secret"));
     const Ran told = run({"read", "--json", "--quiet", sheet, good, path("out/a.jpg")});
-    EXPECT_EQ(sheets.told("status"), words("made kept skipped skipped skipped failed"));
-    EXPECT_EQ(info.told("status"), words("ok ok skipped skipped skipped ok"));
+    EXPECT_EQ(sheets.told("status"), words("made kept skipped skipped skipped failed made"));
+    EXPECT_EQ(info.told("status"), words("ok ok skipped skipped skipped ok ok"));
     EXPECT_EQ(plan.told("status"), info.told("status"));
     EXPECT_EQ(told.told("status"), words("ok skipped ok"));
     const QMap<QString, Fields> documented = documentedFields();

@@ -91,14 +91,25 @@ TEST_F(AdmissionTest, AnAliasInTheFirstPlaceIsAdmittedAsWhatItLeadsTo)
 
 TEST_F(AdmissionTest, OnlyWrongTypesAreAnsweredWithAnAlert)
 {
-    EXPECT_TRUE(admit({"a.txt", "b"}));
+    source("folder/a.txt");
+    m_controller->draggedFiles({path("folder")});
+    ASSERT_TRUE(waitForGate());
     EXPECT_EQ(refusals(), 1);
-    EXPECT_EQ(m_face.ends, QStringList{"analysis"});
+    writeFile(path("empty.txt"), "");
+    m_controller->draggedFiles({path("empty.txt")});
+    EXPECT_EQ(refusals(), 2);
+    EXPECT_EQ(m_face.ends, (QStringList{"analysis", "analysis"}));
     EXPECT_EQ(m_controller->window().dropImage, "dndApp");
     QDir().mkpath(path("bare"));
     m_controller->draggedFiles({path("bare"), source("loose.mp4")});
     EXPECT_TRUE(m_controller->isGateOpen());
-    EXPECT_EQ(refusals(), 1) << "an empty folder has no wrong types";
+    EXPECT_EQ(refusals(), 2) << "an empty folder has no wrong types";
+}
+
+TEST_F(AdmissionTest, FilesNamedOneByOneAreTakenWhateverTheirExtension)
+{
+    EXPECT_TRUE(admit({"a.txt", "b"}));
+    EXPECT_EQ(rows(), (QStringList{"1 a.txt", "2 b"}));
 }
 
 TEST_F(AdmissionTest, ASourceIsAdmittedOnceHoweverOftenItIsDropped)

@@ -315,7 +315,12 @@ Run understand(const Texts &arguments)
         std::find(arguments.begin(), arguments.end(), "yuv4mpegpipe") != arguments.end();
     const bool picture = name.rfind("img", 0) == 0 && name.size() >= 9;
     const bool measuring = std::find(arguments.begin(), arguments.end(), "copy") != arguments.end();
-    run.phase = analysis ? "analysis" : picture ? "picture" : measuring ? "measure" : "preview";
+    const bool look = std::find(arguments.begin(), arguments.end(), "nokey") != arguments.end();
+    run.phase = analysis    ? "analysis"
+                : picture   ? "picture"
+                : measuring ? "measure"
+                : look      ? "look"
+                            : "preview";
     run.index = picture ? std::atoi(name.c_str() + 3) : -1;
     run.selectsIntra = std::any_of(arguments.begin(), arguments.end(), [](const std::string &a) {
         return a.find("pict_type") != std::string::npos;
@@ -391,6 +396,7 @@ void printReport(const Run &run)
                 "  Stream #0:0[0x1](und): Video: h264 (High), yuv420p, 640x360 [SAR 1:1 DAR 16:9], "
                 "700 kb/s, 25 fps, 25 tbr, 12800 tbn (default)\n"
                 "  Stream #0:1[0x2](eng): Audio: aac (LC), 48000 Hz, stereo, fltp, 96 kb/s\n"
+                "  Stream #0:0 -> #0:0 (h264 (native) -> wrapped_avframe (native))\n"
                 "Output #0, null, to 'pipe:':\n"
                 "frame=   10 fps=0.0 q=-0.0 size=1k time=00:00:00.40 bitrate=N/A speed=9x\n");
 }
@@ -493,6 +499,12 @@ int actAsFfmpeg(const Texts &arguments, const std::string &filter = "Parsed_show
         for (int i = 0; i < 20000; ++i) {
             writeTo(STDERR_FILENO, "frame=1 time=00:00:01.00 bitrate=N/A and so on and so on\r");
         }
+    }
+    if (behaviour == "damaged") {
+        writeTo(STDERR_FILENO, "[h264 @ 0x1] [error] error while decoding MB 1 1\n");
+    }
+    if (run.phase == "look") {
+        noteInstant(0);
     }
     if (run.phase == "picture") {
         noteInstant(filter, behaviour == "far" && run.selectsIntra ? 100 : 0);

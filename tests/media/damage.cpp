@@ -18,10 +18,9 @@ Sources damageSources()
         changed("damage/noise.mp4", "", noise(200000), {.refusal = "not a video"}),
         changed("damage/noise.mpg", "", noise(200000), {.refusal = "video"}),
         changed("damage/zeros.mov", "", zeros(200000), {.refusal = "not a video"}),
-        // ffmpeg takes it for a film of one frame, and so does the sheet.
         {.name = "damage/photo.mp4",
          .from = "streams/cover.jpg",
-         .picture = {.size = "600x600", .seconds = 0, .clock = false}},
+         .expect = {.refusal = "still picture"}},
         changed("damage/table of contents.m4v", "containers/h264 aac.mp4", cut(0, 0.001),
                 {.refusal = "incomplete"}),
 
@@ -53,6 +52,10 @@ Sources damageSources()
         changed("damage/starts within a group.mpg", "containers/mpeg2 mp2.mpeg", cut(0.3, 1),
                 {.seconds = 8.4, .clockStart = 3.6, .offFrame = 0.34}, {.size = "720x576"}),
 
+        made("damage/encrypted.mp4",
+             "$clock $x264 -encryption_scheme cenc-aes-ctr -encryption_key "
+             "00112233445566778899aabbccddeeff -encryption_kid 00112233445566778899aabbccddeeff",
+             {}, {.refusal = "encrypted"}),
         changed("damage/flipped bits.ts", "containers/h264 aac.ts", flips(0.4, 0.6, 40),
                 {.strays = 3}),
         changed("damage/flipped bits.mp4", "damage/index first.mp4", flips(0.4, 0.6, 40),

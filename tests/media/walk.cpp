@@ -156,8 +156,9 @@ std::vector<SeenCell> cellsOf(const Seen &seen, double tick)
     const QImage sheet(seen.sheet);
     std::vector<SeenCell> cells;
     for (std::size_t i = 0; i < std::min(plan.pictures.size(), seen.instants.size()); ++i) {
-        cells.push_back({seen.instants.at(i), readClock(sheet, geometry.cells[i], tick),
-                         readColours(sheet, geometry.cells[i])});
+        const auto picture = qv::pictureInCell(geometry, geometry.cells[i]);
+        cells.push_back(
+            {seen.instants.at(i), readClock(sheet, picture, tick), readColours(sheet, picture)});
     }
     return cells;
 }

@@ -90,6 +90,27 @@ TEST(SheetGeometry, FillsTheWidthWithCellsAndEqualGaps)
     EXPECT_EQ(sheet.height, 54 + 2 * 24 + 3 * 341 + 21);
 }
 
+TEST(SheetGeometry, LimitsTheCellsOfVeryTallAndVeryWidePicturesOnly)
+{
+    const struct {
+        double width;
+        double height;
+        double cellShape; // height by width
+    } rows[] = {{1280, 720, 0.5625}, {96, 1440, 15}, {4, 960, 4}, {1280, 6, 0.0625}};
+    for (const auto &row : rows) {
+        SheetMeasures measures = measuresOf(1, 6);
+        measures.stillWidth = row.width;
+        measures.stillHeight = row.height;
+        const SheetGeometry sheet = sheetGeometry(measures);
+        EXPECT_NEAR(sheet.cell.height() / sheet.cell.width(), row.cellShape, 1e-9);
+        const QRectF &cell = sheet.cells.back();
+        const QRectF picture = pictureInCell(sheet, cell);
+        EXPECT_NEAR(picture.height() / picture.width(), row.height / row.width, 1e-6);
+        EXPECT_EQ(picture.united(cell), cell);
+        EXPECT_EQ(picture == cell, row.height / row.width == row.cellShape);
+    }
+}
+
 TEST(SheetGeometry, KeepsRoomForPicturesWhateverTheNumbersSay)
 {
     const double nan = std::nan("");

@@ -151,6 +151,10 @@ TEST_F(BatchModelTest, SaysInWordsWhatIsWithARow)
     EXPECT_EQ(text(model, 1, BatchModel::Mark, Qt::AccessibleTextRole), "In progress");
     EXPECT_EQ(text(model, 2, BatchModel::Mark, Qt::AccessibleTextRole), "Done");
     EXPECT_EQ(text(model, 3, BatchModel::Mark, Qt::AccessibleTextRole), "Waiting");
+    row(3).dico.insert("damaged", "no sound pictures");
+    EXPECT_EQ(text(model, 3, BatchModel::Mark, Qt::AccessibleTextRole),
+              "Waiting: no sound pictures");
+    EXPECT_EQ(row(3).mark(), RowMark::PuceDamaged);
     row(3).resultat = RowMark::PuceStopped;
     EXPECT_EQ(text(model, 3, BatchModel::Mark, Qt::AccessibleTextRole), "Stopped");
     row(2).isQuick = true;

@@ -107,7 +107,7 @@ TEST_F(DesktopTest, MakesSheetsOfWhatIsDropped)
 {
     ASSERT_TRUE(start());
     Q_EMIT m_desktop->window().dropView().performDrag(
-        sources({"one.mp4", "analysis-refuse.mp4", "two.mp4", "notes.txt"}));
+        sources({"one.mp4", "analysis-refuse.mp4", "two.mp4", "notes.all-refuse.txt"}));
     EXPECT_FALSE(m_desktop->window().dropView().acceptsDrops());
     ASSERT_TRUE(waitUntil([this] { return controller().isGateOpen(); }));
     EXPECT_TRUE(waitUntil([this] { return m_desktop->window().isDrawerOpen(); }));

@@ -55,6 +55,7 @@ protected:
                 {"pagePoids", 0},
                 {"pageEssence", 0},
                 {"update", 1},
+                {"prefRefuseDamaged", 1},
                 {destination, path("films")}};
     }
 
@@ -366,10 +367,11 @@ TEST_F(PreferencesWindowTest, SaysWhatIsWrongWithTheFolder)
 TEST_F(PreferencesWindowTest, LeadsTheKeyboardFromTopToBottom)
 {
     open();
-    const QStringList order{destination,      "prefColor",     "pageBkgColor",    "prefBorderColor",
-                            "prefBorderSize", "prefLimitBig",  "prefLimitMed",    "prefLimitMin",
-                            "prefLimitMix",   "prefDpi",       "prefCheckMatrix", "pageName",
-                            "prefTimecode",   "previewLayout", "update",          "buttons"};
+    const QStringList order{
+        destination,       "prefColor",    "pageBkgColor", "prefBorderColor", "prefBorderSize",
+        "prefLimitBig",    "prefLimitMed", "prefLimitMin", "prefLimitMix",    "prefDpi",
+        "prefCheckMatrix", "pageName",     "prefTimecode", "previewLayout",   "prefRefuseDamaged",
+        "update",          "buttons"};
     QStringList visited;
     for (QWidget *widget = controls().destination->edit();
          !visited.contains("buttons") && visited.size() < 200;
