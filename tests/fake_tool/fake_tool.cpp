@@ -504,7 +504,7 @@ int actAsFfmpeg(const Texts &arguments, const std::string &filter = "Parsed_show
         writeTo(STDERR_FILENO, "[h264 @ 0x1] [error] error while decoding MB 1 1\n");
     }
     if (run.phase == "look") {
-        noteInstant(0);
+        noteInstant("Parsed_showinfo_1", 0);
     }
     if (run.phase == "picture") {
         noteInstant(filter, behaviour == "far" && run.selectsIntra ? 100 : 0);
