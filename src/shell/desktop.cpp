@@ -47,7 +47,8 @@ Desktop::Desktop(std::unique_ptr<Workspace> workspace, std::unique_ptr<FileChoos
     m_face = std::make_unique<DesktopFace>(
         DesktopFace::Widgets{*m_window, *m_menus, *m_preferencesWindow, m_preferences, m_memory,
                              *m_chooser, *m_workspace, *m_help});
-    m_controller = std::make_unique<appDelegate>(m_preferences, *m_face, m_movies, Placement{.toolsPerRow = QThread::idealThreadCount()});
+    m_controller = std::make_unique<appDelegate>(
+        m_preferences, *m_face, m_movies, Placement{.toolsPerRow = QThread::idealThreadCount()});
     m_drawer = new BatchDrawer(*m_controller, *m_workspace, m_window.get());
     m_window->setDrawer(m_drawer);
     m_face->setController(*m_controller, *m_drawer);
