@@ -15,8 +15,8 @@ QString reportWithoutPath(const QString &report, const QString &sourcePath);
 // film called "Trial and Error" is no failure, and one called "Stream #0:0: Video: h264" no stream.
 QString reportWithoutNames(const QString &report, const QString &sourcePath);
 
-// Why the source's container, as ffmpeg reports it, is none that may be opened (openableFormats): a
-// playlist, or no media at all. A null text when it may, and when the report names none.
+// Why the container that ffmpeg reports may not be opened (openableFormats): it is a playlist, or
+// no media. Null when it may be opened, or when the report names no container.
 QString containerRefusal(const QString &report);
 
 // Whether the source is of a format for single pictures or animations, such as PNG or GIF: a single

@@ -15,7 +15,7 @@ namespace qv
 namespace
 {
 
-// What is printed of a source: its record, or why there is none.
+// Makes the text that is printed for a source, from its record or the reason why it has no record.
 using RecordText = std::function<QByteArray(const Source &, const RecordResult &)>;
 
 // Analyses each source and prints what is made of its record.

@@ -45,7 +45,7 @@ QJsonObject sheetJson(const SheetOutcome &outcome);
 
 // The record without what the controller added for itself.
 MediaInfoRecord publicRecord(const MediaInfoRecord &record);
-// Null when there is none, for the reason given.
+// A source's record, or the reason why it was skipped.
 using RecordResult = tl::expected<MediaInfoRecord, QString>;
 QJsonObject infoJson(const QByteArray &source, const RecordResult &record);
 // One "key: value" a line.

@@ -36,7 +36,8 @@ private:
 
 SheetOutcome unmade(SheetOutcome::Status status, const Source &source, const QString &reason);
 
-// What becomes of a source that nobody needs to look into: it is none, or its sheet is there.
+// The outcome of a source that needs no analysis: it is unusable, or its sheet exists. Else
+// nothing.
 std::optional<SheetOutcome> settledOutcome(HeadlessSession &session, const Options &options,
                                            const Source &source, RunNames &names);
 

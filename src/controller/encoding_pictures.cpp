@@ -185,7 +185,7 @@ void EncodingDriver::showPictureProgress()
     m_context.windowChanged();
 }
 
-// What the runs told of the stills. False when the row has failed.
+// Takes over the instants and the reason from the runs. False when the row has failed.
 bool EncodingDriver::notePictures()
 {
     const PicturesTaken &taken = m_pictures.taken();

@@ -23,7 +23,7 @@ constexpr qsizetype xmpPacketLimit = 65000;
 // The text as a packet carries it: characters that XML can't hold are replaced.
 QString xmpText(const QString &text);
 
-// The packet, or why there is none.
+// The packet, or the reason why it can't be made.
 tl::expected<QByteArray, QString> encodedXmp(const XmpTexts &texts);
 
 // What a packet from anywhere says in plain texts of those three kinds; lists and structures are
@@ -33,8 +33,8 @@ tl::expected<XmpTexts, QString> decodedXmp(const QByteArray &packet);
 // An encoded JPEG or PNG picture with the packet in it, its pixels untouched; or why it can't be.
 tl::expected<QByteArray, QString> withXmp(const QByteArray &picture, const QByteArray &packet);
 
-// The packet in a JPEG or PNG file, found without reading pixels; or why there is none. `file` is
-// the name as the system has it.
+// The packet in a JPEG or PNG file, found without reading pixels; or the reason why it has no
+// packet. `file` is the name as the system has it.
 tl::expected<QByteArray, QString> xmpPacketIn(const QByteArray &file);
 
 } // namespace qv
