@@ -102,3 +102,20 @@ TEST_F(PicturesTest, TheMovieFrameworksToolTakesAllAtOnceAndWithoutItTheRowFails
     EXPECT_EQ(arguments.mid(6, 2), (QStringList{"-tc", "0:00:07.500-0:00:30.000-0:01:00.000"}));
     EXPECT_EQ(arguments.mid(8), (QStringList{"-y", "-o", path("out/Quorvantel/analysis-refuse")}));
 }
+
+TEST_F(PicturesTest, SeveralToolsWorkAtOnceAndPauseAndStopAreForAll)
+{
+    const QString name = "picture-hang.mp4";
+    ASSERT_TRUE(admit({name}));
+    m_face.thumbnails = 9;
+    m_controller->setToolsPerRow(2);
+    m_controller->iba_batchGoBt();
+    ASSERT_TRUE(waitForRun("picture 0 " + name));
+    ASSERT_TRUE(waitForRun("picture 5 " + name)) << "the other tool's first";
+    m_controller->iba_taskStopBt(StopControl::pauseSegment);
+    EXPECT_FALSE(m_controller->window().stop.offersPause());
+    m_controller->iba_taskStopBt(StopControl::stopSegment);
+    ASSERT_TRUE(waitForBatch());
+    EXPECT_EQ(markOf(0), RowMark::PuceStopped);
+    EXPECT_EQ(filesInOut(), QStringList());
+}
