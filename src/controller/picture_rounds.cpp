@@ -44,9 +44,9 @@ bool isSamePicture(const QString &file, const QString &other)
                                                                       : a.exists() == b.exists();
 }
 
-QString trialFile(const QString &folder)
+QString trialFile(const QString &still)
 {
-    return appendPath(folder, QStringLiteral("trial.jpg"));
+    return withoutExtension(still) + QStringLiteral(".trial.jpg");
 }
 
 } // namespace
@@ -109,7 +109,7 @@ void PictureRounds::endTrial()
         return;
     }
     const Still &still = m_stills[*std::exchange(m_trial, std::nullopt)];
-    const QString file = trialFile(m_job.stillsFolder);
+    const QString file = trialFile(still.file);
     if (!isSamePicture(still.file, file)) {
         logLine(QStringLiteral("picture             : #%1 differs when all frames are decoded")
                     .arg(still.index));
@@ -222,9 +222,9 @@ std::vector<PictureRounds::Run> PictureRounds::nextRuns()
         runs.back().stills.push_back(together.stills[static_cast<std::size_t>(i)]);
     }
     if (m_trial) {
-        QStringList all =
-            withDisplayColours(tellingInstant(m_stills[*m_trial].planned), m_job.record);
-        all.last() = trialFile(m_job.stillsFolder);
+        const Still &still = m_stills[*m_trial];
+        QStringList all = withDisplayColours(tellingInstant(still.planned), m_job.record);
+        all.last() = trialFile(still.file);
         runs.push_back({{PictureShot{-1, all, 0, false}}, {}});
     }
     return runs;

@@ -15,7 +15,7 @@ struct RunReport {
     QMap<int, double> instants; // of the pictures that it told, by index, seconds
 };
 
-// Characters or bytes that are kept of a run's output to explain a failure.
+// Characters that are kept of the output of a run of one picture, to explain a failure.
 inline constexpr qsizetype tailLength = 65536;
 
 } // namespace qv

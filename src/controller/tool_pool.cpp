@@ -6,6 +6,13 @@
 
 namespace qv
 {
+namespace
+{
+
+// Bytes that are kept of a run's output: it may take as many pictures as a dozen runs of one each.
+constexpr qsizetype keptOutput = 16 * tailLength;
+
+} // namespace
 
 ToolPool::~ToolPool()
 {
@@ -125,7 +132,7 @@ std::size_t ToolPool::numberOf(const taskLauncher &tool) const
 void ToolPool::didReceiveNewData(taskLauncher &tool, const QByteArray &data)
 {
     QByteArray &kept = m_runs[numberOf(tool)].printed;
-    kept = (kept + data).right(tailLength);
+    kept = (kept + data).right(keptOutput);
     if (printed) {
         printed();
     }

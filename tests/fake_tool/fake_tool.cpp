@@ -25,7 +25,8 @@
 //   <phase>-<behaviour>[-<index>], phase analysis, preview, picture or all, of quickThumbs probe or
 //   quick; index of the picture.
 //   Behaviours: hang, crash, silent (prints nothing), garbage, missing (no output file),
-//   intra (no file while intra frames are selected), slow, flood, refuse, cut (measure: crashes
+//   intra (no file while intra frames are selected), open (another picture while only intra
+//   frames are decoded), slow, flood, refuse, cut (measure: crashes
 //   when it has printed)
 //   "duration-N" sets the seconds that the report states.
 // FAKE_TOOL_LOG names a file that gets a line "phase index source" per run; FAKE_TOOL_PICTURE one
@@ -294,6 +295,7 @@ struct Run {
     std::string stem; // of the source's name
     std::string output;
     bool selectsIntra = false;
+    bool decodesIntraOnly = false;
 };
 
 std::string lastComponent(const std::string &path)
@@ -322,6 +324,8 @@ Run understand(const Texts &arguments)
                 : look      ? "look"
                             : "preview";
     run.index = picture ? std::atoi(name.c_str() + 3) : -1;
+    run.decodesIntraOnly =
+        std::find(arguments.begin(), arguments.end(), "nointra") != arguments.end();
     run.selectsIntra = std::any_of(arguments.begin(), arguments.end(), [](const std::string &a) {
         return a.find("pict_type") != std::string::npos;
     });
@@ -416,6 +420,9 @@ void writeOutput(const Run &run)
     if (picture != nullptr) {
         file << std::ifstream(picture, std::ios::binary).rdbuf();
         file << run.index;
+        if (run.decodesIntraOnly && behaviourOf(run) == "open") {
+            file << "another";
+        }
     } else {
         file << "no picture at all";
     }
@@ -532,6 +539,9 @@ int takeTogether(const Texts &arguments)
     int status = 0;
     for (size_t i = 0; i < outputs.size(); ++i) {
         outputs[i].insert(outputs[i].begin(), {"-i", *source});
+        if (std::find(arguments.begin(), arguments.end(), "nointra") != arguments.end()) {
+            outputs[i].insert(outputs[i].begin(), {"-skip_frame", "nointra"});
+        }
         status = std::max(status, actAsFfmpeg(outputs[i], "showinfo@" + std::to_string(i)));
     }
     return status;
