@@ -273,7 +273,7 @@ private:
         return arguments;
     }
 
-    // Null when there is none.
+    // Null when the options agree.
     QString contradiction(const Options &options) const
     {
         if (int{isSet("keep")} + int{options.replace} + int{options.update} > 1) {

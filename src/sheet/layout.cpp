@@ -29,8 +29,8 @@ constexpr double lineSpacing = 1.5;
 // Beyond it six columns would have no room left for the pictures.
 constexpr int heroRows = 4;
 
-// Height of a picture in its widths, beyond which its cell has another shape: it stands in the
-// middle of a cell of limited height, or of one with room for the stamp.
+// The largest ratio of height to width of a picture that fills its cell. A taller one is centred in
+// a cell of limited height, with room for the stamp.
 constexpr double tallestPicture = 16;
 constexpr double flattestPicture = 1.0 / 16;
 constexpr double limitedCellHeight = 4; // in cell widths

@@ -195,7 +195,7 @@ public:
         });
     }
 
-    // Of a path; empty when there is none.
+    // The mark of a path; empty when the packet has no mark.
     QByteArray mark(const char *name)
     {
         return checked(name, [](const QString &text, bool &isGood) {

@@ -40,8 +40,8 @@ public:
 
     QString text() const;
     void setText(const QString &text);
-    // Says that the text stands in for a saved folder that is missing, until it is changed; null:
-    // it stands for itself.
+    // Shows that the saved folder is missing and another one is used, until the text changes. Null
+    // ends that.
     void showMissing(const QString &savedFolder);
     QString missing() const { return m_missing; }
     // Looks again whether the folder is there.
