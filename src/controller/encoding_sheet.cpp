@@ -10,7 +10,6 @@
 #include "sheet/composer.h"
 #include "sheet/extraction_plan.h"
 #include "sheet/stills_folder.h"
-#include "sheet/text_painter.h"
 #include "support/bundle.h"
 #include "support/dates.h"
 #include "support/diagnostics.h"
@@ -47,11 +46,12 @@ void EncodingDriver::composeRow()
         noteInstants(m_context.taskSlots.lastEncodingRun().instants);
     }
     QDir(m_row.stills).mkdir(lastPathComponent(growingSheetFolder()));
-    prepareTexts(); // fonts are loaded by this thread
+    const QVariantMap display = displayOfRow();
+    prepareSheet(display); // fonts are loaded by this thread
     using Composed = tl::expected<ComposedSheet, QString>;
     const auto composed = std::make_shared<Composed>();
     m_composing.run(
-        [composed, dpi = m_row.dpi, display = displayOfRow(), provenance = provenanceOfRow()] {
+        [composed, dpi = m_row.dpi, display, provenance = provenanceOfRow()] {
             *composed = sheetPicture(dpi, display, provenance);
         },
         [this, composed] { takeSheet(*composed); });

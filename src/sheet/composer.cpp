@@ -7,7 +7,9 @@
 #include "sheet/layout.h"
 #include "sheet/sheet_painter.h"
 #include "sheet/still_reader.h"
+#include "sheet/text_painter.h"
 #include "support/files.h"
+#include "support/localized_strings.h"
 #include "support/log.h"
 #include "support/numbers.h"
 #include "support/variant_values.h"
@@ -254,6 +256,16 @@ CaptionColors captionColors(const QColor &background, const QColor &border)
 QString sheetExtension(int dpi)
 {
     return dpi == 0 ? QStringLiteral("jpg") : QStringLiteral("png");
+}
+
+void prepareSheet(const QVariantMap &display)
+{
+    QStringList texts{stringIn(display, QStringLiteral("name"))};
+    for (const SheetCaption &caption : captionsIn(display)) {
+        texts << localized(caption.key) << caption.text;
+    }
+    prepareTexts();
+    loadFontsFor(texts);
 }
 
 QSize sheetPixels(int dpi, const QVariantMap &display)

@@ -30,6 +30,10 @@ tl::expected<ComposedSheet, QString>
 sheetPicture(int dpi, const QVariantMap &display,
              const std::optional<Provenance> &provenance = std::nullopt);
 
+// Loads the fonts that the sheet needs. To be called on the main thread before the sheet is drawn
+// on another one.
+void prepareSheet(const QVariantMap &display);
+
 // Width and height of the sheet's bitmap; empty when it can't be drawn.
 QSize sheetPixels(int dpi, const QVariantMap &display);
 // The size of stills beyond which the sheet gets no sharper, in their shape and not above wTh x

@@ -28,34 +28,87 @@ constexpr double largestFontSize = 1000;
 constexpr double shadowThreshold = 0.8;
 constexpr int longestText = 2000;
 
+const QString textFamily = QStringLiteral("Noto Sans");
+const QString textFontFile = QStringLiteral("NotoSans-Regular.ttf");
+
+QDir fontFolder()
+{
+    return QDir(Bundle::main().resourcePath() + QStringLiteral("/fonts"));
+}
+
 QStringList bundleFontFiles()
 {
-    const QDir folder(Bundle::main().resourcePath() + QStringLiteral("/fonts"));
     const QStringList patterns{QStringLiteral("*.ttf"), QStringLiteral("*.otf"),
                                QStringLiteral("*.ttc")};
-    QStringList files;
-    for (const QString &name : folder.entryList(patterns, QDir::Files | QDir::Readable)) {
-        // The font is read again whenever it falls out of a cache, also when a link to it has gone.
-        files << QFileInfo(folder.filePath(name)).canonicalFilePath();
-    }
-    return files;
+    return fontFolder().entryList(patterns, QDir::Files | QDir::Readable);
 }
 
-QStringList loadedFamilies()
+// The families in a font file of the bundle.
+QStringList loadedFont(const QString &name)
 {
-    QStringList families{QStringLiteral("Noto Sans")};
-    for (const QString &file : bundleFontFiles()) {
-        families << QFontDatabase::applicationFontFamilies(QFontDatabase::addApplicationFont(file));
-    }
-    families.removeDuplicates();
+    // The font is read again whenever it falls out of a cache, also when a link to it has gone.
+    const QString file = QFileInfo(fontFolder().filePath(name)).canonicalFilePath();
+    return QFontDatabase::applicationFontFamilies(QFontDatabase::addApplicationFont(file));
+}
+
+bool hasTextFont()
+{
+    static const bool isLoaded = loadedFont(textFontFile).contains(textFamily);
+    return isLoaded;
+}
+
+// First choice first. Qt reads the whole character map of each font file that it loads, so this
+// takes some 15 ms of processor time.
+QStringList allFamilies()
+{
+    static const QStringList families = [] {
+        QStringList found{textFamily};
+        const bool hasText = hasTextFont();
+        for (const QString &name : bundleFontFiles()) {
+            if (!hasText || name != textFontFile) {
+                found << loadedFont(name);
+            }
+        }
+        found.removeDuplicates();
+        return found;
+    }();
     return families;
 }
 
-// First choice first; the bundle's fonts are loaded once.
-QStringList fontFamilies()
+// Scripts for which Qt chooses the text font whatever other families are named after it.
+bool isOfTextScript(char32_t character)
 {
-    static const QStringList families = loadedFamilies();
-    return families;
+    switch (QChar::script(character)) {
+    case QChar::Script_Common:
+    case QChar::Script_Inherited:
+    case QChar::Script_Latin:
+    case QChar::Script_Greek:
+    case QChar::Script_Cyrillic:
+        return true;
+    default:
+        return false;
+    }
+}
+
+// Whether the text font alone draws the text as all fonts together would.
+bool needsOnlyTextFont(const QString &text)
+{
+    if (!hasTextFont()) {
+        return false;
+    }
+    QFont font(textFamily);
+    font.setStyleStrategy(QFont::NoFontMerging);
+    const QFontMetricsF metrics(font);
+    const QList<uint> characters = text.toUcs4();
+    return std::all_of(characters.begin(), characters.end(), [&](uint character) {
+        const bool isPlain = character >= ' ' && character <= '~';
+        return isPlain || (isOfTextScript(character) && metrics.inFontUcs4(character));
+    });
+}
+
+QStringList familiesFor(const QString &text)
+{
+    return needsOnlyTextFont(text) ? QStringList(textFamily) : allFamilies();
 }
 
 Qt::Alignment alignmentOf(QChar letter)
@@ -76,7 +129,7 @@ QFont sheetFont(double size)
 {
     const double pixels = size >= 0 ? std::min(size, largestFontSize) : fallbackFontSize;
     QFont font;
-    font.setFamilies(fontFamilies());
+    font.setFamilies(hasTextFont() ? QStringList(textFamily) : allFamilies());
     font.setPixelSize(std::max(1, static_cast<int>(std::lround(pixels))));
     // Glyph widths that follow the size exactly keep a layout equal at every scale.
     font.setHintingPreference(QFont::PreferNoHinting);
@@ -102,9 +155,8 @@ QString singleLine(const QString &text)
 class Line
 {
 public:
-    Line(const QString &text, const TextAttributes &attributes, const QRectF &rect)
-        : m_metrics(attributes.font),
-          m_layout(m_metrics.elidedText(text, Qt::ElideRight, rect.width()), attributes.font)
+    Line(const QString &text, const QFont &font, Qt::Alignment alignment, const QRectF &rect)
+        : m_metrics(font), m_layout(m_metrics.elidedText(text, Qt::ElideRight, rect.width()), font)
     {
         QTextOption option(Qt::AlignLeft | Qt::AlignAbsolute);
         option.setWrapMode(QTextOption::NoWrap);
@@ -116,7 +168,7 @@ public:
         m_line = m_layout.createLine();
         m_line.setNumColumns(static_cast<int>(m_layout.text().size()));
         m_layout.endLayout();
-        place(rect, attributes.alignment);
+        place(rect, alignment);
     }
 
     QRectF extent() const { return {m_origin, QSizeF(m_line.naturalTextWidth(), m_line.height())}; }
@@ -159,6 +211,13 @@ void prepareTexts()
              textAttributes(16, Qt::white, QChar(u'l')));
 }
 
+void loadFontsFor(const QStringList &texts)
+{
+    for (const QString &text : texts) {
+        familiesFor(singleLine(text));
+    }
+}
+
 TextAttributes textAttributes(double size, const QColor &color, QChar alignment)
 {
     TextAttributes attributes;
@@ -180,7 +239,10 @@ void drawText(QPainter &painter, const QRectF &rect, const QString &text,
     if (text.isEmpty() || rect.isEmpty()) {
         return;
     }
-    const Line line(singleLine(text), attributes, rect);
+    const QString shown = singleLine(text);
+    QFont font = attributes.font;
+    font.setFamilies(familiesFor(shown));
+    const Line line(shown, font, attributes.alignment, rect);
     painter.save();
     if (attributes.shadow) {
         drawShadow(painter, line.extent(), [&](QPainter &mask) { line.draw(mask); });

@@ -5,13 +5,14 @@
 #include <QPainter>
 #include <QRectF>
 #include <QString>
+#include <QStringList>
 
 // Text drawn into a rectangle: one line, cut at the tail, with a soft shadow below bright text.
 namespace qv
 {
 
 struct TextAttributes {
-    QFont font;
+    QFont font; // drawText() adds the families that its text needs
     QColor color;
     Qt::Alignment alignment;
     bool shadow = false; // black, alpha 0.6, 1.5 below, blur radius 5
@@ -25,8 +26,11 @@ TextAttributes textAttributes(double size, const QColor &color, QChar alignment)
 void drawText(QPainter &painter, const QRectF &rect, const QString &text,
               const TextAttributes &attributes);
 
-// Loads the fonts and makes ready to draw with them: some tens of milliseconds that are best spent
-// while a tool works.
+// Loads the text font and prepares drawing with it, which is best done while a tool works.
 void prepareTexts();
+
+// Loads the other fonts if one of the texts needs them. To be called on the main thread before the
+// texts are drawn on another one.
+void loadFontsFor(const QStringList &texts);
 
 } // namespace qv

@@ -5,7 +5,6 @@
 #include "sheet/caption_texts.h"
 #include "sheet/composer.h"
 #include "sheet/extraction_plan.h"
-#include "sheet/text_painter.h"
 #include "shell/choice_labels.h"
 #include "support/files.h"
 #include "support/localized_strings.h"
@@ -130,7 +129,7 @@ void SheetPreview::draw()
     const auto drawing = std::make_shared<Drawing>();
     drawing->asked = static_cast<int>(shown.value(QStringLiteral("th")).toStringList().size());
     drawing->sheet = sheetPixels(dpi, shown);
-    prepareTexts(); // fonts are loaded by the window's own thread
+    prepareSheet(shown); // fonts are loaded by the window's own thread
     m_drawing.run(
         [drawing, dpi, shown, width = drawnWidth(drawing->sheet), ratio = devicePixelRatioF()] {
             drawing->picture = drawSheetAtWidth(dpi, shown, width, &drawing->stills);
