@@ -8,7 +8,7 @@
 namespace qv
 {
 
-// At best quality and with colour at full resolution, with the picture's density and profile.
+// At best quality, colour at full resolution, over black, with the picture's density and profile.
 QByteArray encodeJpeg(const QImage &picture);
 
 // One palette of at most 256 colours; pixels less than half opaque become transparent.

@@ -43,13 +43,14 @@ struct FileType {
     bool transparency = false;
     QByteArray (*encoder)(const QImage &) = nullptr;
     bool carriesXmp = false;
+    bool flattens = false; // the encoder itself puts pictures with alpha over black
 };
 
 FileType fileType(const QString &extension)
 {
     const QString type = extension.toLower();
     if (type == QLatin1String("jpg") || type == QLatin1String("jpeg")) {
-        return {{}, false, encodeJpeg, true};
+        return {{}, false, encodeJpeg, true, true};
     }
     if (type == QLatin1String("png")) {
         return {"png", true, nullptr, true};
@@ -134,7 +135,7 @@ QByteArray pluginEncoded(const QImage &bitmap, const FileType &type)
 
 QByteArray encoded(const QImage &bitmap, const FileType &type)
 {
-    const QImage source = type.transparency ? bitmap : withoutAlpha(bitmap);
+    const QImage source = type.transparency || type.flattens ? bitmap : withoutAlpha(bitmap);
     return type.encoder ? type.encoder(source) : pluginEncoded(source, type);
 }
 

@@ -17,7 +17,9 @@ namespace
 {
 
 constexpr int bestQuality = 100;
-constexpr int components = 3;
+constexpr int components = 4; // the last one is ignored
+// How QRgb lies in memory.
+constexpr J_COLOR_SPACE pixelOrder = Q_BYTE_ORDER == Q_LITTLE_ENDIAN ? JCS_EXT_BGRX : JCS_EXT_XRGB;
 constexpr int dotsPerInch = 1; // JFIF's code of the density unit
 
 struct ErrorManager {
@@ -48,7 +50,7 @@ void setParameters(jpeg_compress_struct &codec, const QImage &picture)
     codec.image_width = static_cast<JDIMENSION>(picture.width());
     codec.image_height = static_cast<JDIMENSION>(picture.height());
     codec.input_components = components;
-    codec.in_color_space = JCS_RGB;
+    codec.in_color_space = pixelOrder;
     jpeg_set_defaults(&codec);
     jpeg_set_quality(&codec, bestQuality, TRUE);
     codec.comp_info[0].h_samp_factor = 1;
@@ -96,7 +98,10 @@ QByteArray encodeJpeg(const QImage &picture)
     if (picture.isNull()) {
         return {};
     }
-    const QImage pixels = picture.convertToFormat(QImage::Format_RGB888);
+    // Premultiplied components are those over black.
+    const QImage pixels = picture.format() == QImage::Format_RGB32
+                              ? picture
+                              : picture.convertToFormat(QImage::Format_ARGB32_Premultiplied);
     const QByteArray profile = picture.colorSpace().iccProfile();
     Encoded encoded;
     if (!compress(pixels, profile, encoded)) {
