@@ -10,6 +10,7 @@
 #include <mutex>
 #include <sched.h>
 #include <thread>
+#include <vector>
 
 namespace qv
 {
@@ -78,19 +79,46 @@ private:
         return std::clamp<std::size_t>(std::min(worthwhile, processors), 1, mostWorkers);
     }
 
-    // Each worker takes a stretch of the film: neighbours can share what decoding up to them costs.
-    void work(const Film &film, Worker &firstWorker)
+    // Where the workers begin: neighbours share what decoding up to them costs, so none begins
+    // between two instants that follow the same key picture.
+    std::vector<std::size_t> beginnings(const Film &film) const
     {
         const std::size_t workers = workerCount(film);
         const std::size_t count = m_request.instants.size();
-        std::vector<std::thread> threads;
+        std::vector<std::size_t> found{0};
         for (std::size_t i = 1; i < workers; ++i) {
-            threads.emplace_back(
-                [this, &film, begin = i * count / workers, end = (i + 1) * count / workers] {
-                    workApart(film, begin, end);
-                });
+            std::size_t begin = i * count / workers;
+            while (begin < count && followsSameKey(film, begin)) {
+                ++begin;
+            }
+            if (begin > found.back() && begin < count) {
+                found.push_back(begin);
+            }
         }
-        takeStretch(firstWorker, 0, count / workers);
+        return found;
+    }
+
+    // As the instant before; false where the container has no list of key pictures.
+    bool followsSameKey(const Film &film, std::size_t index) const
+    {
+        if (!film.hasIndex()) {
+            return false;
+        }
+        const auto key = film.keysAround(m_request.instants[index]).before;
+        return key && key == film.keysAround(m_request.instants[index - 1]).before;
+    }
+
+    void work(const Film &film, Worker &firstWorker)
+    {
+        std::vector<std::size_t> borders = beginnings(film);
+        borders.push_back(m_request.instants.size());
+        std::vector<std::thread> threads;
+        for (std::size_t i = 1; i + 1 < borders.size(); ++i) {
+            threads.emplace_back([this, &film, begin = borders[i], end = borders[i + 1]] {
+                workApart(film, begin, end);
+            });
+        }
+        takeStretch(firstWorker, borders[0], borders[1]);
         for (std::thread &thread : threads) {
             thread.join();
         }
