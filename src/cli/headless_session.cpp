@@ -68,9 +68,14 @@ HeadlessSession::start(const Options &options)
     setLocalizationTable(QStringLiteral("Localized"));
     session->loadPreferences();
     session->m_face = std::make_unique<HeadlessFace>(session->m_options, *session->m_preferences);
-    session->m_controller =
-        std::make_unique<appDelegate>(*session->m_preferences, *session->m_face, session->m_movies,
-                                      Placement{options.output.isEmpty(), true, true});
+    const bool makesSheets =
+        options.command == Command::Sheet || options.command == Command::Worker;
+    session->m_controller = std::make_unique<appDelegate>(
+        *session->m_preferences, *session->m_face, session->m_movies,
+        Placement{.ownSubfolder = options.output.isEmpty(),
+                  .stillsInTemporaryFolder = true,
+                  .yieldsToOthers = true,
+                  .quickPicturesFollow = makesSheets && options.quick});
     return session;
 }
 

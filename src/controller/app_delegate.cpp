@@ -30,6 +30,7 @@ appDelegate::appDelegate(PreferencesStore &preferences, Face &face, MovieFramewo
       m_analysis(m_context), m_encoding(m_context),
       m_admitted(qv::admittedExtensions(Bundle::main().documentExtensions()))
 {
+    m_taskSlots.setPicturesFollow(placement.quickPicturesFollow);
     m_taskSlots.analysisRunEnded = [this] { m_analysis.analysisLater(); };
     m_taskSlots.encodingRunEnded = [this] { m_encoding.encSend(keys::stepProcesses); };
     m_analysis.resumePausedBatch = [this] { resumeAfterAdmission(); };

@@ -24,6 +24,8 @@ struct Placement {
     bool stillsInTemporaryFolder = false;
     // Where a file of others has a sheet's name, the sheet gets another one without a question.
     bool yieldsToOthers = false;
+    // A row's key pictures are taken as soon as its source is analysed.
+    bool quickPicturesFollow = false;
     // How many tools may take a row's pictures at once.
     int toolsPerRow = 1;
 };

@@ -46,6 +46,7 @@ TaskSlots::~TaskSlots()
 
 void TaskSlots::endAll()
 {
+    m_keptProbe.endTool();
     m_pictures.endAll();
     for (Slot *slot : {&m_encoding, &m_analysis}) {
         if (slot->taskClass) {
@@ -83,7 +84,7 @@ int TaskSlots::tasklauncherStart(const QStringList &argsArray, float progressMax
     // Names and tags in any script stand in the tools' output, and text chunks must be ASCII; so
     // the bytes are taken and decoded here.
     slot.taskClass->dontConvertDataToString(true);
-    const int code = slot.taskClass->launchTasksWithArguments(argsArray);
+    const int code = launch(slot, argsArray, outputFolder);
     if (code != taskLauncher::Launched) {
         logLine(QStringLiteral("tlStart launch error:-( = %1 (from: %2)")
                     .arg(QString::number(code), argsArray.join(QLatin1Char(' '))));
@@ -94,9 +95,25 @@ int TaskSlots::tasklauncherStart(const QStringList &argsArray, float progressMax
     return 1;
 }
 
+int TaskSlots::launch(Slot &slot, const QStringList &command, const QString &outputFolder)
+{
+    taskLauncher &launcher = *slot.taskClass;
+    if (auto tool = m_keptProbe.takeFor(command, outputFolder);
+        tool && launcher.continueTool(std::move(*tool), command.mid(1)) == taskLauncher::Launched) {
+        return taskLauncher::Launched;
+    }
+    if (&slot != &m_analysis || !m_keptProbe.mayStay(command)) {
+        return launcher.launchTasksWithArguments(command);
+    }
+    slot.command = command;
+    launcher.allowWaiting();
+    return launcher.launchTasksWithArguments(KeptProbe::stayingCommand(command));
+}
+
 void TaskSlots::startPictures(std::vector<QStringList> commands, int atOnce,
                               const QString &outputFolder)
 {
+    m_keptProbe.endTool();
     m_encoding.controls.wheelSpinning = true;
     m_encoding.controls.stopShown = true;
     m_pictures.start(std::move(commands), atOnce, outputFolder);
@@ -240,6 +257,9 @@ void TaskSlots::taskLauncherDone(taskLauncher *launcher)
         slot.taskClass->setDelegate(nullptr);
         slot.taskClass->tasklauncherTerminate();
         slot.report.outcome = slot.taskClass->outcome();
+        if (auto tool = slot.taskClass->takeWaitingTool()) {
+            m_keptProbe.keep(slot.command, std::move(tool));
+        }
         // It may be the one that is calling.
         slot.taskClass.release()->deleteLater();
     }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "controller/kept_probe.h"
 #include "controller/progress_readers.h"
 #include "controller/tool_pool.h"
 #include "controller/window_state.h"
@@ -43,6 +44,9 @@ public:
     int tasklauncherStart(const QStringList &argsArray, float progressMaxValueFloat, int parseInt,
                           const RunControls &controls, bool isTaskOther,
                           const QString &outputFolder = {});
+
+    // Whether a source's pictures are taken as soon as it is analysed: the quick tool then stays.
+    void setPicturesFollow(bool follow) { m_keptProbe.setAllowed(follow); }
 
     // Runs the commands in the encoding's pool, so many at once. The pool reports the runs. Its
     // tools may write in the temporary folder and in `outputFolder`.
@@ -88,6 +92,7 @@ private:
         std::optional<double> taskPreviousTime; // of the run's progress; nothing before the first
         QByteArray undecoded;                   // the begin of a character whose rest is to come
         QString pendingLine;
+        QStringList command; // of a tool that may stay
         RunReport report;
     };
 
@@ -96,6 +101,7 @@ private:
     void taskLauncherTaskDidResume(taskLauncher &launcher) override;
     void taskLauncherTaskDidEnd(taskLauncher &launcher) override;
 
+    int launch(Slot &slot, const QStringList &command, const QString &outputFolder);
     Slot &slotOf(const taskLauncher *launcher);
     void prepareControls(Slot &slot, const RunControls &controls);
     void takeText(Slot &slot, const QString &text);
@@ -110,6 +116,7 @@ private:
     Slot m_encoding;
     Slot m_analysis;
     ToolPool m_pictures;
+    KeptProbe m_keptProbe;
     QString m_analysisOutput;
     QString m_progressActionStrBeforePause;
 };

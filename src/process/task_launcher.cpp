@@ -12,6 +12,7 @@
 #include <csignal>
 #include <ctime>
 #include <fcntl.h>
+#include <sys/socket.h>
 #include <unistd.h>
 
 namespace qv
@@ -42,6 +43,34 @@ QByteArray chunkOf(int fd)
     }
     chunk.truncate(n);
     return chunk;
+}
+
+// Two connected sockets. Writing to a pipe whose reader has died would raise SIGPIPE.
+struct SocketPair {
+    FileDescriptor ours;
+    FileDescriptor theirs;
+
+    static SocketPair create()
+    {
+        int sockets[2] = {-1, -1};
+        ::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, sockets);
+        return {FileDescriptor(sockets[0]), FileDescriptor(sockets[1])};
+    }
+};
+
+// Each argument ended by NUL, and an empty one. False when not all could be sent at once.
+bool sendArguments(const FileDescriptor &socket, const QStringList &arguments)
+{
+    QByteArray message;
+    for (const QString &argument : arguments) {
+        if (argument.isEmpty()) {
+            return false;
+        }
+        message += QFile::encodeName(argument) + '\0';
+    }
+    message += '\0';
+    return ::send(socket.get(), message.constData(), static_cast<size_t>(message.size()),
+                  MSG_NOSIGNAL | MSG_DONTWAIT) == message.size();
 }
 
 bool isAscii(const QByteArray &data)
@@ -102,10 +131,29 @@ int taskLauncher::launchTasksWithArguments(const QStringList &arguments)
         m_tasks->clear();
         return result;
     }
+    startListening();
+    return Launched;
+}
+
+void taskLauncher::startListening()
+{
     startReading(m_stdErr);
     startReading(m_output);
     m_watch.sawOutput();
     m_watchTimer.start(IdleWatch::askInterval());
+}
+
+int taskLauncher::continueTool(WaitingTool tool, const QStringList &arguments)
+{
+    m_tasks.emplace();
+    if (!tool.process.isRunning() || !sendArguments(tool.input, arguments)) {
+        return CannotStart;
+    }
+    m_isRunning = true;
+    m_tasks->push_back(std::move(tool.process));
+    m_output.handle = std::move(tool.output);
+    m_stdErr.handle = std::move(tool.error);
+    startListening();
     return Launched;
 }
 
@@ -114,6 +162,14 @@ int taskLauncher::createTasks(const QList<QStringList> &groups)
 {
     Pipe error = Pipe::create();
     FileDescriptor input;
+    if (m_mayWait && groups.size() == 1) {
+        SocketPair sockets = SocketPair::create();
+        if (!sockets.ours.isOpen()) {
+            return CannotStart;
+        }
+        m_toolInput = std::move(sockets.ours);
+        input = std::move(sockets.theirs);
+    }
     for (qsizetype i = 0; i < groups.size(); ++i) {
         Pipe output = Pipe::create();
         if (!output.readEnd.isOpen() || !error.readEnd.isOpen()) {
@@ -158,6 +214,10 @@ void taskLauncher::gotData(Stream &stream)
         atEndOfFile(stream);
         return;
     }
+    if (isWaitingMark(stream, data)) {
+        endAsWaiting();
+        return;
+    }
     m_watch.sawOutput();
     m_printed += data.size();
     if (m_printed > toolOutputLimit) {
@@ -187,6 +247,27 @@ void taskLauncher::deliver(const QByteArray &data)
         return;
     }
     sendNotificationWithString(QString::fromLatin1(data));
+}
+
+bool taskLauncher::isWaitingMark(const Stream &stream, const QByteArray &data) const
+{
+    return m_toolInput.isOpen() && &stream == &m_output && data == "waiting\n";
+}
+
+// What the tool has printed before it began to wait is in the pipe.
+void taskLauncher::endAsWaiting()
+{
+    drain(m_stdErr);
+    if (!m_isRunning) {
+        return;
+    }
+    m_outcome.ending = ToolOutcome::Ending::Exited;
+    m_hasEnded = true;
+    stopListening();
+    m_waiting.emplace(WaitingTool{std::move(m_tasks->back()), std::move(m_toolInput),
+                                  std::move(m_output.handle), std::move(m_stdErr.handle)});
+    m_tasks->clear();
+    tasklauncherTerminate();
 }
 
 // A stream may close long before its process ends, and the process may end while the other stream

@@ -9,6 +9,7 @@
 
 #include <memory>
 #include <optional>
+#include <utility>
 #include <vector>
 
 // One tool, or a pipeline of tools, run without blocking the event loop.
@@ -16,6 +17,15 @@ namespace qv
 {
 
 class taskLauncher;
+
+// A tool that has done one command and waits for another one on its standard input. It is killed
+// and reaped with this.
+struct WaitingTool {
+    ChildProcess process;
+    FileDescriptor input;
+    FileDescriptor output;
+    FileDescriptor error;
+};
 
 // What a run tells, in this order; everything on the event loop's thread.
 class TaskLauncherDelegate
@@ -75,6 +85,16 @@ public:
     // Before the launch: a folder beside the temporary one that the tools may write in.
     void setOutputFolder(const QString &folder) { m_outputFolder = folder; }
 
+    // Before the launch of a single tool: it may stay after its work, which it announces by the
+    // line "waiting" as the first text on its standard output. The run then ends as with exit code
+    // 0.
+    void allowWaiting() { m_mayWait = true; }
+    // The tool that waits after such an end; nothing when there is none, or it was taken before.
+    std::optional<WaitingTool> takeWaitingTool() { return std::exchange(m_waiting, std::nullopt); }
+    // In place of a launch: the tool goes on with these arguments. CannotStart when it has ended
+    // meanwhile, or can't take so many; the command may then be launched.
+    int continueTool(WaitingTool tool, const QStringList &arguments);
+
     // One of LaunchResult. After a failure nothing is reported to the delegate.
     int launchTasksWithArguments(const QStringList &arguments);
 
@@ -101,6 +121,9 @@ private:
         bool atEnd = false;
     };
 
+    void startListening();
+    bool isWaitingMark(const Stream &stream, const QByteArray &data) const;
+    void endAsWaiting();
     int createTasks(const QList<QStringList> &groups);
     void startReading(Stream &stream);
     void gotData(Stream &stream);
@@ -121,6 +144,9 @@ private:
     Stream m_stdErr;
     TaskLauncherDelegate *m_delegate = nullptr;
     QString m_outputFolder;
+    bool m_mayWait = false;
+    FileDescriptor m_toolInput; // of a tool that may wait
+    std::optional<WaitingTool> m_waiting;
     bool m_alreadyNotified = false;
     bool m_isRunning = false;
     int m_terminationStatus = 0;

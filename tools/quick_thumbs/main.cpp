@@ -4,6 +4,7 @@
 #include "quick_thumbs/libav.h"
 #include "quick_thumbs/pictures.h"
 #include "quick_thumbs/probe.h"
+#include "quick_thumbs/second_command.h"
 #include "thumbs/arguments.h"
 #include "thumbs/watchdog.h"
 
@@ -23,6 +24,24 @@ void keepMemory()
     ::mallopt(M_TRIM_THRESHOLD, largest);
 }
 
+bool takeMorePictures(const std::string &source)
+{
+    const auto pictures = qv::secondCommand(source);
+    if (!pictures) {
+        std::fprintf(stderr, "quickThumbs: %s\n", pictures.error().c_str());
+        return false;
+    }
+    return !*pictures || qv::makePictures(**pictures);
+}
+
+bool run(const qv::Request &request)
+{
+    if (request.kind != qv::Request::Kind::Probe) {
+        return qv::makePictures(request.pictures);
+    }
+    return qv::probe(request) && (!request.stays || takeMorePictures(request.pictures.source));
+}
+
 } // namespace
 
 int main(int argc, char **argv)
@@ -36,9 +55,7 @@ int main(int argc, char **argv)
     qv::watchdog::start("quickThumbs");
     keepMemory();
     av_log_set_level(AV_LOG_FATAL);
-    const bool done = request->kind == qv::Request::Kind::Probe
-                          ? qv::probe(*request)
-                          : qv::makePictures(request->pictures);
+    const bool done = run(*request);
     std::fflush(nullptr);
     // Taking the libraries down takes longer than a picture.
     std::_Exit(done ? 0 : 1);

@@ -23,7 +23,7 @@ const char *usage(Tool tool)
                : "usage: quickThumbs -i SOURCE -w WIDTH -h HEIGHT -tc H:MM:SS[.F]"
                  "[-H:MM:SS[.F]...] [-y] [-flat] -o BASE\n"
                  "       quickThumbs -probe SOURCE [-frame FILE] [-w WIDTH -tc CODES [-y] -o "
-                 "PICTURE]\n"
+                 "PICTURE] [-stay]\n"
                  "\n"
                  "Takes the key picture nearest to each time code. BASE is a folder that gets "
                  "img00.jpg,\n"
@@ -33,7 +33,10 @@ const char *usage(Tool tool)
                  "debug report would\n"
                  "say of the source; FILE gets the header of its decoded frames, PICTURE the key "
                  "picture after the\n"
-                 "first of the time codes that lies within it.\n";
+                 "first of the time codes that lies within it. -stay then prints \"waiting\" and "
+                 "takes the pictures of a\n"
+                 "second command from standard input: its arguments, each ended by NUL, and an "
+                 "empty one.\n";
 }
 
 namespace
@@ -99,10 +102,11 @@ const Grammar &grammarOf(Tool tool)
                                {"-h", Value::One},     {"-tc", Value::One},
                                {"-o", Value::One},     {"-y", Value::None},
                                {"-probe", Value::One}, {"-decoders", Value::None}};
-    static const Grammar quick{
-        {"-i", Value::One},     {"-w", Value::One},     {"-h", Value::One},
-        {"-tc", Value::One},    {"-o", Value::One},     {"-y", Value::None},
-        {"-probe", Value::One}, {"-frame", Value::One}, {"-flat", Value::None}};
+    static const Grammar quick{{"-i", Value::One},     {"-w", Value::One},
+                               {"-h", Value::One},     {"-tc", Value::One},
+                               {"-o", Value::One},     {"-y", Value::None},
+                               {"-probe", Value::One}, {"-frame", Value::One},
+                               {"-flat", Value::None}, {"-stay", Value::None}};
     return tool == Tool::Movie ? movie : quick;
 }
 
@@ -166,6 +170,7 @@ tl::expected<Request, std::string> picturesRequest(const Options &options)
 tl::expected<Request, std::string> probeRequest(const Options &options)
 {
     Request request{Request::Kind::Probe, {}, {}};
+    request.stays = options.count("-stay") > 0;
     request.pictures.source = options.at("-probe");
     if (const auto frame = options.find("-frame"); frame != options.end()) {
         request.frameFile = frame->second;
@@ -191,7 +196,8 @@ bool standsAlone(const Options &options, Tool tool)
     const bool hasPicture = options.count("-o") > 0;
     for (const auto &[name, value] : options) {
         const bool isPicture = name == "-w" || name == "-tc" || name == "-o" || name == "-y";
-        if (name != "-probe" && name != "-frame" && !(isPicture && hasPicture)) {
+        const bool isOfProbe = name == "-probe" || name == "-frame" || name == "-stay";
+        if (!isOfProbe && !(isPicture && hasPicture)) {
             return false;
         }
     }

@@ -28,6 +28,7 @@ struct Request {
     // of the instants that lies within the source, as high as the source's shape makes it.
     PicturesRequest pictures;
     std::string frameFile; // of a probe: gets the header of the decoded frames
+    bool stays = false;    // a probe: waits for a second command
 };
 
 const char *usage(Tool tool);

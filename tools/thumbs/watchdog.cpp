@@ -14,11 +14,12 @@ namespace
 
 constexpr std::chrono::milliseconds tick(50);
 constexpr double tickSeconds = 0.05;
+constexpr int never = std::numeric_limits<int>::max();
 
 std::atomic<int> g_ticks = 0;
 std::atomic<int> g_limit = 0;
 std::atomic<const char *> g_doing = "starting";
-std::atomic<int> g_resultLimit = std::numeric_limits<int>::max();
+std::atomic<int> g_resultLimit = never;
 std::atomic<const char *> g_result = "";
 const char *g_tool = "";
 
@@ -66,6 +67,12 @@ void allow(double seconds, const char *doing)
 {
     g_doing = doing;
     g_limit = ticksFromNow(seconds);
+}
+
+void rest()
+{
+    g_limit = never;
+    g_resultLimit = never;
 }
 
 void expect(double seconds, const char *result)

@@ -15,6 +15,9 @@ double now();
 // seconds. `doing` must be a literal.
 void allow(double seconds, const char *doing);
 
+// Nothing is expected until one of the others is called.
+void rest();
+
 // The same for a result: however much goes on meanwhile, as in a source that is read without end,
 // the process ends unless this is called again. Without a call nothing is expected.
 void expect(double seconds, const char *result);
