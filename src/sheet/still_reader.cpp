@@ -1,5 +1,9 @@
 #include "sheet/still_reader.h"
 
+#include "sheet/jpeg_decoder.h"
+
+#include <QBuffer>
+#include <QFile>
 #include <QFileInfo>
 #include <QImageReader>
 
@@ -25,11 +29,24 @@ bool isUsable(const QSize &size)
 
 // A pipe under the name of a still would never answer. A still of 50 megapixels at best quality
 // takes less.
-bool isUsableFile(const QString &path)
+QByteArray usableBytes(const QString &path)
 {
     constexpr qint64 largestFile = 128 << 20;
-    const QFileInfo file(path);
-    return !path.isEmpty() && file.isFile() && file.size() <= largestFile;
+    const QFileInfo info(path);
+    if (path.isEmpty() || !info.isFile() || info.size() > largestFile) {
+        return {};
+    }
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.read(info.size()) : QByteArray();
+}
+
+// The pictures that our own decoder leaves out, as those in shades of grey.
+QImage decodedByPlugin(QByteArray bytes, const QSize &size)
+{
+    QBuffer buffer(&bytes);
+    QImageReader reader(&buffer, "jpeg");
+    reader.setScaledSize(size);
+    return reader.read();
 }
 
 int scaledSide(int side, int eighths)
@@ -53,24 +70,19 @@ QSize decodedSize(const QSize &full, const QSize &wanted)
 
 QImage readStill(const QString &path, const QSize &wanted)
 {
-    if (wanted.isEmpty() || !isUsableFile(path)) {
-        return {};
-    }
-    QImageReader reader(path, "jpeg");
-    const QSize full = reader.size();
+    const QByteArray bytes = wanted.isEmpty() ? QByteArray() : usableBytes(path);
+    const QSize full = jpegSize(bytes);
     if (!isUsable(full)) {
         return {};
     }
-    reader.setScaledSize(decodedSize(full, wanted));
-    return reader.read();
+    const QSize size = decodedSize(full, wanted);
+    const QImage picture = decodeJpeg(bytes, size);
+    return picture.isNull() ? decodedByPlugin(bytes, size) : picture;
 }
 
 QSize readStillSize(const QString &path)
 {
-    if (!isUsableFile(path)) {
-        return {};
-    }
-    const QSize size = QImageReader(path, "jpeg").size();
+    const QSize size = jpegSize(usableBytes(path));
     return isUsable(size) ? size : QSize();
 }
 

@@ -11,6 +11,7 @@
 
 #include <cstdio>
 #include <cstring>
+#include <malloc.h>
 #include <memory>
 #include <unistd.h>
 
@@ -42,6 +43,16 @@ private:
     std::unique_ptr<qv::ScratchFolder> m_folder;
 };
 
+// Each picture of a sheet takes buffers of the same sizes, on threads that follow each other: given
+// back to the system, each would cost its page faults again.
+void keepMemory()
+{
+    constexpr int largest = 32 << 20;
+    ::mallopt(M_MMAP_THRESHOLD, largest);
+    ::mallopt(M_TRIM_THRESHOLD, largest);
+    ::mallopt(M_ARENA_MAX, 1);
+}
+
 std::unique_ptr<QCoreApplication> makeApplication(bool needsFonts, int &argc, char **argv)
 {
     if (!needsFonts) {
@@ -60,6 +71,7 @@ int main(int argc, char **argv)
         std::fwrite(line.constData(), 1, static_cast<size_t>(line.size()), stdout);
         return std::fflush(stdout) == 0 ? qv::AllDone : qv::CannotWork;
     }
+    keepMemory();
     const int input = qv::platform::keptStandardInput();
     qv::platform::prepareStandardStreams();
     QByteArrayList arguments;
