@@ -28,7 +28,7 @@ protected:
     bool admitLarge(const QString &name)
     {
         constexpr qint64 large = 20'000'000;
-        makeController({});
+        makeController(m_placement);
         forgetRuns();
         QFile::resize(source(name), large);
         m_controller->draggedFiles({path(name)});
@@ -58,6 +58,7 @@ protected:
         return phases.join(' ').toStdString();
     }
 
+    Placement m_placement;
     QVariantMap m_stamps; // of the pictures of the sheet that was drawn last
 };
 
@@ -73,6 +74,30 @@ TEST_F(QuickPicturesTest, TakesAllInOneRunAndStampsThemWithWhenTheyAre)
     EXPECT_EQ(result.picturesDrawn, 3);
     EXPECT_EQ(stamps(), (QStringList{"0:00:09", "0:00:32", "0:01:02"}));
     EXPECT_FALSE(QImage(result.sheet).isNull());
+}
+
+TEST_F(QuickPicturesTest, TheToolThatDescribedASourceTakesItsPicturesWhereTheyFollow)
+{
+    m_placement.stillsInTemporaryFolder = true;
+    m_placement.quickPicturesFollow = true;
+    const struct {
+        QString name;
+        const char *phases;
+    } rows[] = {
+        {"a", "probe kept"},
+        {"quick-gone", "probe quick"}, // has ended before it is asked
+        {"quick-crash", "probe kept picture picture picture"},
+        {"probe-crash", "probe analysis preview quick"},
+    };
+    for (const auto &row : rows) {
+        const RowResult result = made(row.name + ".duration-90.mp4");
+        EXPECT_EQ(phases(), row.phases);
+        EXPECT_EQ(result.picturesDrawn, 3) << result.reason.toStdString();
+        EXPECT_EQ(result.isQuick, row.name != "quick-crash");
+    }
+    ASSERT_TRUE(admitLarge("b.duration-90.mp4"));
+    m_controller.reset();
+    EXPECT_TRUE(hasNoChildren()) << "the tool waits for a batch that never comes";
 }
 
 TEST_F(QuickPicturesTest, WithoutTheToolOrTheWishTheRoadIsTheExactOne)

@@ -592,7 +592,28 @@ void takeAll(Run run, const std::string &behaviour, std::string codes)
     }
 }
 
-int actAsQuickThumbs(const Texts &arguments)
+// The arguments of a second command, as the tool gets them; none when it leaves before.
+Texts awaitCommand(bool leaves)
+{
+    if (leaves) {
+        close(STDIN_FILENO);
+    }
+    writeTo(STDOUT_FILENO, "waiting\n");
+    Texts arguments(1);
+    for (char c = 0; read(STDIN_FILENO, &c, 1) == 1;) {
+        if (c != '\0') {
+            arguments.back() += c;
+        } else if (arguments.back().empty()) {
+            break;
+        } else {
+            arguments.emplace_back();
+        }
+    }
+    arguments.pop_back();
+    return arguments;
+}
+
+int actAsQuickThumbs(const Texts &arguments, const std::string &logged = "")
 {
     Run run;
     run.phase = arguments.empty() || arguments[0] != "-probe" ? "quick" : "probe";
@@ -600,7 +621,9 @@ int actAsQuickThumbs(const Texts &arguments)
     run.stem = lastComponent(run.source);
     run.output = valueOf(arguments, "-o");
     const std::string behaviour = behaviourOf(run);
-    logRun(run);
+    Run log = run;
+    log.phase = logged.empty() ? run.phase : logged;
+    logRun(log);
     if (const auto status = misbehave(run, behaviour)) {
         return *status;
     }
@@ -609,6 +632,11 @@ int actAsQuickThumbs(const Texts &arguments)
     }
     if (run.phase == "probe") {
         describe(run, arguments);
+        if (arguments.back() == "-stay") {
+            run.phase = "quick";
+            const Texts next = awaitCommand(behaviourOf(run) == "gone");
+            return next.empty() ? 0 : actAsQuickThumbs(next, "kept");
+        }
     } else {
         takeAll(run, behaviour, valueOf(arguments, "-tc"));
     }
