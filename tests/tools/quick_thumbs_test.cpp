@@ -199,3 +199,34 @@ TEST_F(QuickThumbsTest, AddsTheKeyPictureBehindTheFirstInstantWithinTheSource)
         QFile::remove(path("seen.jpg"));
     }
 }
+
+TEST_F(QuickThumbsTest, StaysForOneMoreCommandForPicturesOfTheSameSource)
+{
+    const QString source = film("a.mp4", traffic(), "-g 5 -pix_fmt yuv420p");
+    write("b.mp4", read("a.mp4"));
+    const auto command = [](const QByteArrayList &arguments) {
+        return arguments.join('\0') + '\0';
+    };
+    const QByteArray wanted =
+        command({"-w", "96", "-h", "64", "-tc", "0:00:00.5-0:00:02.5", "-o", "out"});
+    const QByteArray ofSource = command({"-i", source.toUtf8()}) + wanted;
+    const struct {
+        QByteArray input;
+        int status;
+        QStringList colours;
+    } rows[] = {
+        {ofSource + '\0', 0, {"red", "blue"}},
+        {"", 0, {}},
+        {ofSource, 0, {}}, // no end
+        {command({"-i", path("b.mp4").toUtf8()}) + wanted + '\0', 1, {}},
+        {command({"-probe", source.toUtf8(), ""}), 1, {}},
+        {QByteArray(2 << 20, 'x'), 0, {}},
+    };
+    for (const auto &row : rows) {
+        QDir(path("out")).removeRecursively();
+        const Ran ran = run(builtTool(m_tool), {"-probe", source, "-stay"}, row.input);
+        EXPECT_EQ(ran.status, row.status) << ran.err.constData();
+        EXPECT_TRUE(ran.out.startsWith("waiting\n"));
+        EXPECT_EQ(coloursIn("out"), row.colours);
+    }
+}

@@ -21,12 +21,14 @@ protected:
         QByteArray err;
     };
     // In the test's folder.
-    Ran run(const QString &program, const QStringList &arguments) const
+    Ran run(const QString &program, const QStringList &arguments,
+            const QByteArray &input = {}) const
     {
         QProcess process;
         process.setWorkingDirectory(m_folder.path());
-        process.setStandardInputFile(QProcess::nullDevice());
         process.start(program, arguments);
+        process.write(input);
+        process.closeWriteChannel();
         EXPECT_TRUE(process.waitForFinished(30000)) << "no end";
         EXPECT_EQ(process.exitStatus(), QProcess::NormalExit);
         return {process.exitCode(), process.readAllStandardOutput(),
