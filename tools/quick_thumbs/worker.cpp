@@ -22,6 +22,11 @@ bool isSame(std::optional<double> a, double b)
     return a && std::abs(*a - b) < rounding;
 }
 
+bool isWithin(double reach, double a, double b)
+{
+    return std::abs(a - b) <= reach + rounding;
+}
+
 } // namespace
 
 tl::expected<std::unique_ptr<Worker>, std::string> Worker::create(std::unique_ptr<Film> film,
@@ -58,8 +63,10 @@ double Worker::reach(std::size_t index) const
 
 void Worker::leaveOut(std::size_t index)
 {
-    const auto key = m_keys.nearest(m_request.instants[index], reach(index));
-    m_used = key ? std::optional(key->time) : std::nullopt;
+    const double instant = m_request.instants[index];
+    const auto key = m_keys.nearest(instant, reach(index));
+    m_used =
+        key && isWithin(reach(index), key->time, instant) ? std::optional(key->time) : std::nullopt;
 }
 
 std::optional<Worker::Taken> Worker::takeKeyFrom(double first, double last)
@@ -93,7 +100,7 @@ tl::expected<Worker::Taken, std::string> Worker::take(std::size_t index)
 std::optional<Worker::Taken> Worker::byKeyPicture(double instant, double reach)
 {
     const auto key = m_keys.nearest(instant, reach);
-    if (!key || std::abs(key->time - instant) > reach + rounding || isSame(m_used, key->time)) {
+    if (!key || !isWithin(reach, key->time, instant) || isSame(m_used, key->time)) {
         return std::nullopt;
     }
     auto taken = decodedAlone(*key);
