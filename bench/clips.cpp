@@ -100,6 +100,30 @@ QString makeRecording(const QString &folder)
     return repeated(folder, QStringLiteral("recording.mpg"), piece, 54);
 }
 
+QString makeShow(const QString &folder)
+{
+    return made(folder, QStringLiteral("show-720p.mp4"),
+                words(QStringLiteral("-f lavfi -i testsrc2=s=1280x720:r=25:d=120 -f lavfi -i "
+                                     "sine=f=330:d=120")),
+                QStringLiteral("-c:v libx264 -pix_fmt yuv420p -c:a aac"));
+}
+
+QString makeSmallClip(const QString &folder)
+{
+    return made(folder, QStringLiteral("small.mp4"),
+                words(QStringLiteral("-f lavfi -i testsrc2=s=320x240:r=25:d=3")),
+                QStringLiteral("-c:v libx264 -pix_fmt yuv420p"));
+}
+
+QString makeLongPhoneClip(const QString &folder)
+{
+    const QString whole = phoneRecording(folder, 1);
+    return whole.isEmpty()
+               ? QString()
+               : made(folder, QStringLiteral("phone-12s.mp4"), {QStringLiteral("-i"), whole},
+                      QStringLiteral("-c copy -metadata:s:v rotate=90"));
+}
+
 QStringList makePhoneClips(const QString &folder, int count)
 {
     QStringList clips;
@@ -118,6 +142,34 @@ QStringList makePhoneClips(const QString &folder, int count)
         clips.append(clip);
     }
     return clips;
+}
+
+const std::vector<Clip> &sheetClips()
+{
+    static const std::vector<Clip> clips{
+        {"film", "10 min of 1080p, key frames 3 s past the tens",
+         [](const QString &folder) { return makeFilm(folder, 3); }},
+        {"film-tens", "the same, key frames on the tens",
+         [](const QString &folder) { return makeFilm(folder, 0); }},
+        {"show", "2 min of 720p, x264's key frames", makeShow},
+        {"hevc", "2 min of 4K HEVC, 10 bits", make4kFilm},
+        {"recording", "1 h of MPEG-2", makeRecording},
+        {"phone-12", "12 s phone clip", makeLongPhoneClip},
+        {"phone-8", "8 s phone clip",
+         [](const QString &folder) { return makePhoneClips(folder, 16).value(15); }},
+        {"small", "3 s of 320x240", makeSmallClip},
+    };
+    return clips;
+}
+
+QString makeClip(const QString &folder, const char *name)
+{
+    for (const Clip &clip : sheetClips()) {
+        if (qstrcmp(clip.name, name) == 0) {
+            return clip.make(folder);
+        }
+    }
+    return {};
 }
 
 } // namespace bench

@@ -3,6 +3,9 @@
 #include <QString>
 #include <QStringList>
 
+#include <functional>
+#include <vector>
+
 // Films to measure with. ffmpeg makes each at the first call; it stays in the folder. All give its
 // path, or a null one when it can't be made.
 namespace bench
@@ -18,7 +21,23 @@ QString make4kFilm(const QString &folder);
 QString make8kFilm(const QString &folder);
 // An hour of interlaced MPEG-2, 720 x 576, as a recorder writes it.
 QString makeRecording(const QString &folder);
+// Two minutes of 1280 x 720 as x264 encodes it when nothing is asked for.
+QString makeShow(const QString &folder);
+// Three seconds of 320 x 240, in the same way.
+QString makeSmallClip(const QString &folder);
+// An upright clip of 12 seconds with a key frame every second, as telephones make them.
+QString makeLongPhoneClip(const QString &folder);
 // Upright clips of 3 to 8 seconds, as telephones make them; empty when one can't be made.
 QStringList makePhoneClips(const QString &folder, int count);
+
+// The clips that whole sheets are measured with.
+struct Clip {
+    const char *name;  // of its rows
+    const char *title; // for tables
+    std::function<QString(const QString &folder)> make;
+};
+const std::vector<Clip> &sheetClips();
+// The path of the clip with that name.
+QString makeClip(const QString &folder, const char *name);
 
 } // namespace bench

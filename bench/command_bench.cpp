@@ -1,19 +1,15 @@
 // The command as a whole, against the bare work that it drives. Each figure is a ratio or a
 // difference within this run; the program fails when one misses its bound.
 //
-// command_bench <folder for clips>
+// command_bench [--list] [--row NAME]... FOLDER-FOR-CLIPS
 
-#include "clips.h"
 #include "measuring.h"
+#include "rows.h"
 
 #include <QByteArray>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QJsonObject>
-#include <QProcess>
 #include <QTemporaryDir>
 
 #include <algorithm>
@@ -40,73 +36,7 @@ bool startUp()
     const double help = timeOf({builtCommand(), QStringLiteral("sheet"), QStringLiteral("--help")});
     std::printf("start-up: /bin/true %.1f ms, --version %.1f ms, sheet --help %.1f ms\n", bare,
                 version, help);
-    return atMost("--version less /bin/true, ms", version - bare, 30);
-}
-
-// ---- a whole sheet
-
-QList<QStringList> plannedCommands(const QString &film, const QString &stills)
-{
-    QProcess plan;
-    plan.start(builtCommand(), {QStringLiteral("plan"), QStringLiteral("--json"), film});
-    plan.waitForFinished(-1);
-    const QJsonObject object = QJsonDocument::fromJson(plan.readAllStandardOutput()).object();
-    QList<QStringList> commands;
-    const QJsonArray pictures = object.value(QStringLiteral("pictures")).toArray();
-    for (const QJsonValue &picture : pictures) {
-        QStringList command;
-        const QJsonArray arguments = picture[QStringLiteral("arguments")].toArray();
-        for (const QJsonValue &argument : arguments) {
-            command.append(argument.toString());
-        }
-        command.last() = stills + QStringLiteral("/img%1.jpg").arg(commands.size());
-        commands.append(command);
-    }
-    return commands;
-}
-
-// The commands as a shell script, as somebody would write the loop by hand.
-QString loopScript(const QString &folder, const QList<QStringList> &commands)
-{
-    const QString path = folder + QStringLiteral("/loop.sh");
-    QFile script(path);
-    if (script.open(QIODevice::WriteOnly)) {
-        for (const QStringList &command : commands) {
-            script.write("'" + command.join(QStringLiteral("' '")).toUtf8() + "' || exit 1\n");
-        }
-    }
-    return path;
-}
-
-bool wholeSheet(const QString &folder, int phase)
-{
-    const QString film = makeFilm(folder, phase);
-    const QTemporaryDir scratch;
-    const QList<QStringList> commands = plannedCommands(film, scratch.path());
-    const QString script = loopScript(scratch.path(), commands);
-    const QStringList sheet{
-        builtCommand(),       QStringLiteral("sheet"), QStringLiteral("--replace"),
-        QStringLiteral("-o"), scratch.path(),          film};
-    const QStringList info{builtCommand(), QStringLiteral("info"), film};
-    std::vector<double> loops;
-    std::vector<double> sheets;
-    std::vector<double> infos;
-    bool good = true;
-    for (int i = 0; i < 5; ++i) {
-        const Measured loop = run({QStringLiteral("/bin/sh"), script});
-        const Measured whole = run(sheet);
-        good = good && loop.status == 0 && whole.status == 0;
-        loops.push_back(loop.milliseconds);
-        sheets.push_back(whole.milliseconds);
-        infos.push_back(run(info).milliseconds);
-    }
-    const double loop = median(loops);
-    const double analysis = median(infos);
-    std::printf(
-        "whole sheet, key frames %d s past the tens: %lld commands in a shell loop %.0f ms, "
-        "the command %.0f ms, of which its analysis %.0f ms\n",
-        phase, static_cast<long long>(commands.size()), loop, median(sheets), analysis);
-    return atMost("(sheet less analysis) / loop", (median(sheets) - analysis) / loop, 1.05) && good;
+    return atMost(QStringLiteral("start-up: `--version` less `/bin/true`, ms"), version - bare, 30);
 }
 
 // ---- many sources
@@ -142,14 +72,14 @@ bool manySources()
     std::printf("memory: 10 sources %ld kB, 1000 sources %ld kB (%.1f s)\n", few.peakKilobytes,
                 many.peakKilobytes, many.milliseconds / 1000);
     const bool memory =
-        atMost("growth from 10 to 1000 sources, MB",
+        atMost(QStringLiteral("memory: growth from 10 to 1000 sources, MB"),
                static_cast<double>(many.peakKilobytes - few.peakKilobytes) / 1024, 20) &&
         few.status == 0 && many.status == 0;
     const Measured thousand = runOver("empty", 1000, "");
     const Measured tenThousand = runOver("empty", 10000, "");
     std::printf("refusals: 1000 empty files %.0f ms, 10000 %.0f ms\n", thousand.milliseconds,
                 tenThousand.milliseconds);
-    return atMost("10000 refusals / 1000 refusals",
+    return atMost(QStringLiteral("10000 refusals / 1000 refusals"),
                   tenThousand.milliseconds / thousand.milliseconds, 15) &&
            memory;
 }
@@ -235,8 +165,9 @@ bool betweenTools()
     const auto found = gaps(times);
     std::printf("between two tools: a bare loop takes %.2f ms\n", bare);
     for (const auto &[kind, values] : found) {
-        const QByteArray what = kind.toUtf8() + ", more than bare, ms";
-        good = atMost(what.constData(), median(values) - bare, 2) && good;
+        good = atMost(kind + QStringLiteral(", more than a bare loop, ms"), median(values) - bare,
+                      2) &&
+               good;
     }
     return good && !found.empty();
 }
@@ -245,15 +176,7 @@ bool betweenTools()
 
 int main(int argc, char **argv)
 {
-    if (argc != 2) {
-        std::fprintf(stderr, "usage: command_bench FOLDER\n");
-        return 2;
-    }
-    const QString folder = QString::fromLocal8Bit(argv[1]);
-    QDir().mkpath(folder);
-    std::setvbuf(stdout, nullptr, _IOLBF, 0);
-    const bool results[] = {startUp(), wholeSheet(folder, 3), wholeSheet(folder, 0), betweenTools(),
-                            manySources()};
-    return std::all_of(std::begin(results), std::end(results), [](bool good) { return good; }) ? 0
-                                                                                               : 1;
+    return runRows(readOptions(argc, argv), {{QStringLiteral("start-up"), startUp},
+                                             {QStringLiteral("between-tools"), betweenTools},
+                                             {QStringLiteral("many-sources"), manySources}});
 }

@@ -24,10 +24,35 @@ namespace
 const QString builtBundle = QStringLiteral(QV_BUILT_BUNDLE);
 const QString fakeTool = QStringLiteral(QV_FAKE_TOOL);
 
-bool tell(const char *what, double value, const char *kind, double bound, bool good)
+struct Figure {
+    QString what;
+    QString value;
+    QString bound;
+};
+
+std::vector<Figure> &figures()
 {
-    std::printf("  %-46s %8.3f  (%s %.3f)%s\n", what, value, kind, bound, good ? "" : "  MISSED");
-    return good;
+    static std::vector<Figure> all;
+    return all;
+}
+
+QString numberText(double value)
+{
+    return QString::number(value, 'g', 3);
+}
+
+bool keep(const QString &what, const QString &value, const QString &bound, bool isGood)
+{
+    const QString shown = isGood ? value : value + QStringLiteral(", missed");
+    std::printf("  %s: %s (%s)\n", qUtf8Printable(what), qUtf8Printable(shown),
+                qUtf8Printable(bound));
+    figures().push_back({what, shown, bound});
+    return isGood;
+}
+
+double milliseconds(const timeval &time)
+{
+    return static_cast<double>(time.tv_sec) * 1e3 + static_cast<double>(time.tv_usec) / 1e3;
 }
 
 } // namespace
@@ -57,6 +82,8 @@ Measured run(const QStringList &command)
         int status = 0;
         ::wait4(pid, &status, 0, &usage);
         measured.milliseconds = static_cast<double>(clock.nsecsElapsed()) / 1e6;
+        measured.processorMilliseconds =
+            milliseconds(usage.ru_utime) + milliseconds(usage.ru_stime);
         measured.peakKilobytes = usage.ru_maxrss;
         measured.status = WIFEXITED(status) ? WEXITSTATUS(status) : 128;
     }
@@ -82,14 +109,41 @@ double medianTime(int times, const std::function<double()> &measure)
     return median(values);
 }
 
-bool atMost(const char *what, double value, double bound)
+bool atMost(const QString &what, double value, double bound)
 {
-    return tell(what, value, "at most", bound, value <= bound);
+    return keep(what, numberText(value), numberText(bound), value <= bound);
 }
 
-bool atLeast(const char *what, double value, double bound)
+bool atLeast(const QString &what, double value, double bound)
 {
-    return tell(what, value, "at least", bound, value >= bound);
+    return keep(what, numberText(value), QStringLiteral("at least ") + numberText(bound),
+                value >= bound);
+}
+
+bool ratioAtMost(const QString &what, double over, double under, const char *unit, double bound)
+{
+    const double ratio = over / under;
+    const QString text = QStringLiteral("%1 / %2 %3: %4")
+                             .arg(QString::number(over, 'f', 0), QString::number(under, 'f', 0),
+                                  QLatin1String(unit), QString::number(ratio, 'f', 3));
+    return keep(what, text, numberText(bound), ratio <= bound);
+}
+
+void note(const QString &what, const QString &figure)
+{
+    keep(what, figure, {}, true);
+}
+
+void printTable()
+{
+    if (figures().empty()) {
+        return;
+    }
+    std::printf("\n| what | figure | bound |\n|---|---|---|\n");
+    for (const Figure &figure : figures()) {
+        std::printf("| %s | %s | %s |\n", qUtf8Printable(figure.what), qUtf8Printable(figure.value),
+                    qUtf8Printable(figure.bound));
+    }
 }
 
 QString builtCommand()

@@ -12,8 +12,9 @@ namespace bench
 
 struct Measured {
     double milliseconds = 0;
-    long peakKilobytes = 0; // not below this process's own memory
-    int status = -1;        // exit status; 128 when it crashed, -1 when it could not be started
+    double processorMilliseconds = 0; // user and system, with all children that were waited for
+    long peakKilobytes = 0;           // not below this process's own memory
+    int status = -1; // exit status; 128 when it crashed, -1 when it could not be started
 };
 
 // Runs a command with its output thrown away.
@@ -23,9 +24,15 @@ double median(std::vector<double> values);
 // Of that many measurements.
 double medianTime(int times, const std::function<double()> &measure);
 
-// Prints the figure with its bound; false when it misses it.
-bool atMost(const char *what, double value, double bound);
-bool atLeast(const char *what, double value, double bound);
+// Prints the figure with its bound and keeps it for the table; false when it misses the bound.
+bool atMost(const QString &what, double value, double bound);
+bool atLeast(const QString &what, double value, double bound);
+// The same for a quotient. `unit` is that of both values.
+bool ratioAtMost(const QString &what, double over, double under, const char *unit, double bound);
+// A figure without a bound.
+void note(const QString &what, const QString &figure);
+// Prints all figures so far, if any, as a Markdown table.
+void printTable();
 
 // Of the bundle that the build made.
 QString builtCommand();

@@ -54,8 +54,9 @@ int main()
     const double none = bench::median(times[0]);
     std::printf("a program's start and end: %.3f ms; confined by: %s\n", none,
                 qPrintable(qv::confinementText()));
-    const bool limits = bench::atMost("limits, ms more", bench::median(times[1]) - none, bound);
-    const bool all =
-        bench::atMost("limits and confinement, ms more", bench::median(times[2]) - none, bound);
+    const bool limits =
+        bench::atMost(QStringLiteral("limits, ms more"), bench::median(times[1]) - none, bound);
+    const bool all = bench::atMost(QStringLiteral("limits and confinement, ms more"),
+                                   bench::median(times[2]) - none, bound);
     return limits && all ? 0 : 1;
 }

@@ -126,5 +126,6 @@ int main(int argc, char **argv)
     const double other = bench::median(theirs);
     std::printf("archive of %lld MB: unzip %.0f ms, ours %.0f ms\n",
                 static_cast<long long>(QFileInfo(archive).size() >> 20), other, own);
-    return bench::atMost("unpacking / unzip", own / other, bound) && isWhole ? 0 : 1;
+    return bench::atMost(QStringLiteral("unpacking / unzip"), own / other, bound) && isWhole ? 0
+                                                                                             : 1;
 }
