@@ -35,17 +35,6 @@ QString made(const QString &folder, const QString &name, const QStringList &inpu
     return clip;
 }
 
-QString repeated(const QString &folder, const QString &name, const QString &piece, int times)
-{
-    if (piece.isEmpty()) {
-        return {};
-    }
-    return made(
-        folder, name,
-        {QStringLiteral("-stream_loop"), QString::number(times - 1), QStringLiteral("-i"), piece},
-        QStringLiteral("-map 0 -c copy"));
-}
-
 QString phoneRecording(const QString &folder, int number)
 {
     static const char *const scenes[] = {"testsrc2=s=1920x1080:r=30",
@@ -59,6 +48,25 @@ QString phoneRecording(const QString &folder, int number)
 }
 
 } // namespace
+
+QString makePiece(const QString &folder, const QString &name, const QString &scene,
+                  const QString &options)
+{
+    return made(folder, name,
+                {QStringLiteral("-f"), QStringLiteral("lavfi"), QStringLiteral("-i"), scene},
+                options);
+}
+
+QString makeRepeated(const QString &folder, const QString &name, const QString &piece, int times)
+{
+    if (piece.isEmpty()) {
+        return {};
+    }
+    return made(
+        folder, name,
+        {QStringLiteral("-stream_loop"), QString::number(times - 1), QStringLiteral("-i"), piece},
+        QStringLiteral("-map 0 -c copy"));
+}
 
 QString makeFilm(const QString &folder, int phase)
 {
@@ -76,7 +84,7 @@ QString make4kFilm(const QString &folder)
              words(QStringLiteral("-f lavfi -i testsrc2=s=3840x2160:r=25:d=20")),
              QStringLiteral("-c:v libx265 -preset ultrafast -pix_fmt yuv420p10le -tag:v hvc1 "
                             "-x265-params keyint=125:min-keyint=125:scenecut=0:log-level=error"));
-    return repeated(folder, QStringLiteral("film-4k.mp4"), piece, 6);
+    return makeRepeated(folder, QStringLiteral("film-4k.mp4"), piece, 6);
 }
 
 QString make8kFilm(const QString &folder)
@@ -97,7 +105,7 @@ QString makeRecording(const QString &folder)
              QStringLiteral("-vf interlace,setdar=16/9 -c:v mpeg2video -flags +ildct+ilme -b:v "
                             "1500k -maxrate 2500k -bufsize 1835k -g 12 -bf 2 -c:a mp2 -b:a 96k "
                             "-f mpeg"));
-    return repeated(folder, QStringLiteral("recording.mpg"), piece, 54);
+    return makeRepeated(folder, QStringLiteral("recording.mpg"), piece, 54);
 }
 
 QString makeShow(const QString &folder)

@@ -30,6 +30,12 @@ QString makeLongPhoneClip(const QString &folder);
 // Upright clips of 3 to 8 seconds, as telephones make them; empty when one can't be made.
 QStringList makePhoneClips(const QString &folder, int count);
 
+// What ffmpeg makes of that synthetic scene with those options.
+QString makePiece(const QString &folder, const QString &name, const QString &scene,
+                  const QString &options);
+// The piece that many times, one after the other.
+QString makeRepeated(const QString &folder, const QString &name, const QString &piece, int times);
+
 // The clips that whole sheets are measured with.
 struct Clip {
     const char *name;  // of its rows

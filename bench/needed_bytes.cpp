@@ -114,4 +114,15 @@ std::optional<NeededBytes> neededBytes(const QString &source, const std::vector<
     return needed;
 }
 
+double keyPictureBytes(const QString &source)
+{
+    double bytes = 0;
+    int count = 0;
+    for (const Packet &packet : videoPackets(source)) {
+        bytes += packet.isKey ? static_cast<double>(packet.size) : 0;
+        count += packet.isKey ? 1 : 0;
+    }
+    return count == 0 ? 0 : bytes / count;
+}
+
 } // namespace bench

@@ -17,4 +17,7 @@ struct NeededBytes {
 // `shown` are the pictures' instants, seconds from the source's start. Nothing when ffprobe fails.
 std::optional<NeededBytes> neededBytes(const QString &source, const std::vector<double> &shown);
 
+// Mean size of the source's key pictures; 0 when ffprobe finds none.
+double keyPictureBytes(const QString &source);
+
 } // namespace bench

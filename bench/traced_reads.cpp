@@ -198,6 +198,11 @@ TracedReads traceReads(const QStringList &command, const QString &file)
     return traced;
 }
 
+double kernelBytesRead()
+{
+    return static_cast<double>(kernelCounter("rchar"));
+}
+
 qint64 bytesFetched(const QStringList &command, const QString &file)
 {
     const int descriptor = ::open(QFile::encodeName(file).constData(), O_RDONLY | O_CLOEXEC);

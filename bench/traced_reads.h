@@ -23,6 +23,9 @@ struct TracedReads {
 // this process has no other children.
 TracedReads traceReads(const QStringList &command, const QString &file);
 
+// That this process has read so far, with all children that were waited for (rchar).
+double kernelBytesRead();
+
 // Bytes that came from the disk while the command ran, none of the file being in the page cache
 // when it began; read-ahead included. Negative when the command fails.
 qint64 bytesFetched(const QStringList &command, const QString &file);
