@@ -5,8 +5,7 @@
 #include <QStringList>
 
 #include <algorithm>
-#include <functional>
-#include <numeric>
+#include <limits>
 
 namespace bench
 {
@@ -22,24 +21,21 @@ double decodedPictures(const SourceFacts &facts)
                : sheetPictures;
 }
 
-std::vector<double> byteFeatures(const SourceFacts &facts)
+double grownBytes(const SourceFacts &facts, Grows grows)
 {
     const double group = facts.bytes / facts.duration * std::min(facts.keyInterval, facts.duration);
-    return {1, sheetPictures * facts.keyBytes, sheetPictures * group};
+    return sheetPictures * (grows == Grows::WithKeyPictures ? facts.keyBytes : group);
 }
 
-std::vector<double> fitted(const std::vector<MeasuredSource> &measured,
-                           const std::function<bool(const SourceFacts &)> &isMeant,
-                           const std::function<std::vector<double>(const SourceFacts &)> &features,
-                           double Cost::*value)
+std::vector<MeasuredSource> withCells(const std::vector<MeasuredSource> &measured, bool isDense)
 {
-    std::vector<Observation> observations;
+    std::vector<MeasuredSource> found;
     for (const MeasuredSource &source : measured) {
-        if (isMeant(source.facts)) {
-            observations.push_back({features(source.facts), source.cost.*value});
+        if (source.facts.isDense() == isDense) {
+            found.push_back(source);
         }
     }
-    return observations.empty() ? std::vector<double>() : nonNegativeFit(observations);
+    return found;
 }
 
 double meanOf(const std::vector<MeasuredSource> &measured, double Cost::*value)
@@ -67,11 +63,6 @@ QString number(double value, int digits)
     return QString::number(value, 'f', digits);
 }
 
-const char *nameOf(bool isDense)
-{
-    return isDense ? "dense" : "sparse";
-}
-
 } // namespace
 
 bool SourceFacts::isStream() const
@@ -88,23 +79,45 @@ std::vector<double> CapacityModel::processorFeatures(const SourceFacts &facts) c
     return features;
 }
 
+std::vector<double> CapacityModel::byteFeatures(const SourceFacts &facts, Grows grows) const
+{
+    std::vector<double> features{facts.isStream() ? 0.0 : 1.0, facts.isStream() ? 1.0 : 0.0};
+    for (const QString &kind : m_kinds) {
+        features.push_back(kind == facts.kind ? grownBytes(facts, grows) : 0);
+    }
+    return features;
+}
+
+void CapacityModel::fitBytes(Cells &cells, const std::vector<MeasuredSource> &measured) const
+{
+    double leastError = std::numeric_limits<double>::infinity();
+    for (const Grows grows : {Grows::WithKeyPictures, Grows::WithGroups}) {
+        std::vector<Observation> observations;
+        for (const MeasuredSource &source : measured) {
+            observations.push_back({byteFeatures(source.facts, grows), source.cost.sourceBytes});
+        }
+        const std::vector<double> factors = nonNegativeFit(observations);
+        const double error = squaredErrors(observations, factors);
+        if (error < leastError) {
+            leastError = error;
+            cells.bytes = factors;
+            cells.grows = grows;
+        }
+    }
+}
+
 CapacityModel::CapacityModel(const std::vector<MeasuredSource> &measured)
     : m_kinds(kindsOf(measured)), m_otherBytes(meanOf(measured, &Cost::otherBytes)),
       m_sheetBytes(meanOf(measured, &Cost::sheetBytes))
 {
     for (const bool isDense : {false, true}) {
-        m_processor[isDense] = fitted(
-            measured, [&](const SourceFacts &facts) { return facts.isDense() == isDense; },
-            [&](const SourceFacts &facts) { return processorFeatures(facts); },
-            &Cost::processorSeconds);
-        for (const bool isStream : {false, true}) {
-            m_bytes[isDense][isStream] = fitted(
-                measured,
-                [&](const SourceFacts &facts) {
-                    return facts.isDense() == isDense && facts.isStream() == isStream;
-                },
-                byteFeatures, &Cost::sourceBytes);
+        const std::vector<MeasuredSource> alike = withCells(measured, isDense);
+        std::vector<Observation> times;
+        for (const MeasuredSource &source : alike) {
+            times.push_back({processorFeatures(source.facts), source.cost.processorSeconds});
         }
+        m_cells[isDense].processor = nonNegativeFit(times);
+        fitBytes(m_cells[isDense], alike);
     }
     std::vector<Observation> reads;
     for (const MeasuredSource &source : measured) {
@@ -115,40 +128,41 @@ CapacityModel::CapacityModel(const std::vector<MeasuredSource> &measured)
 
 Cost CapacityModel::costOf(const SourceFacts &facts) const
 {
+    const Cells &cells = m_cells[facts.isDense()];
     Cost cost;
-    cost.processorSeconds = weightedSum(m_processor[facts.isDense()], processorFeatures(facts));
-    cost.sourceBytes = weightedSum(m_bytes[facts.isDense()][facts.isStream()], byteFeatures(facts));
+    cost.processorSeconds = weightedSum(cells.processor, processorFeatures(facts));
+    cost.sourceBytes = weightedSum(cells.bytes, byteFeatures(facts, cells.grows));
     cost.sourceReads = weightedSum(m_reads, {1, cost.sourceBytes});
     cost.otherBytes = m_otherBytes;
     cost.sheetBytes = m_sheetBytes;
     return cost;
 }
 
+QString CapacityModel::perKind(const std::vector<double> &factors, std::size_t first,
+                               double scale) const
+{
+    QStringList texts;
+    for (std::size_t i = 0; i < m_kinds.size(); ++i) {
+        texts.append(m_kinds[i] + QLatin1Char(' ') + number(factors[first + i] * scale, 2));
+    }
+    return texts.join(QStringLiteral(", "));
+}
+
 QString CapacityModel::text() const
 {
-    QStringList lines{QStringLiteral("| cells | `a`, s | `k`, ms a megapixel |"),
-                      QStringLiteral("|---|---|---|")};
+    QStringList lines{
+        QStringLiteral("| cells | `a`, s | `k`, ms | `b` with an index, kB | without, kB | `B` | "
+                       "`c` |"),
+        QStringLiteral("|---|---|---|---|---|---|---|")};
     for (const bool isDense : {false, true}) {
-        const std::vector<double> &factors = m_processor[isDense];
-        QStringList kinds;
-        for (std::size_t i = 0; i < m_kinds.size(); ++i) {
-            kinds.append(QStringLiteral("%1 %2").arg(m_kinds[i], number(factors[i + 1] * 1e3, 2)));
-        }
-        lines.append(QStringLiteral("| %1 | %2 | %3 |")
-                         .arg(QLatin1String(nameOf(isDense)), number(factors[0], 3),
-                              kinds.join(QStringLiteral(", "))));
-    }
-    lines.append({QString(), QStringLiteral("| cells | container | `b`, kB | `c` | `d` |"),
-                  QStringLiteral("|---|---|---|---|---|")});
-    for (const bool isDense : {false, true}) {
-        for (const bool isStream : {false, true}) {
-            const std::vector<double> &factors = m_bytes[isDense][isStream];
-            lines.append(QStringLiteral("| %1 | %2 | %3 | %4 | %5 |")
-                             .arg(QLatin1String(nameOf(isDense)),
-                                  QLatin1String(isStream ? "without index" : "with index"),
-                                  number(factors[0] / 1e3, 0), number(factors[1], 2),
-                                  number(factors[2], 2)));
-        }
+        const Cells &cells = m_cells[isDense];
+        lines.append(QStringLiteral("| %1 | %2 | %3 | %4 | %5 | %6 | %7 |")
+                         .arg(isDense ? QStringLiteral("dense") : QStringLiteral("sparse"),
+                              number(cells.processor[0], 3), perKind(cells.processor, 1, 1e3),
+                              number(cells.bytes[0] / 1e3, 0), number(cells.bytes[1] / 1e3, 0),
+                              cells.grows == Grows::WithGroups ? QStringLiteral("group")
+                                                               : QStringLiteral("key picture"),
+                              perKind(cells.bytes, 2, 1)));
     }
     lines.append(
         {QString(), QStringLiteral("Read calls: %1 + %2 a MB. Other reads: %3 kB. Sheet: %4 kB.")

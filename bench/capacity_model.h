@@ -40,6 +40,10 @@ struct MeasuredSource {
     Cost cost;
 };
 
+// Which bytes of a source the bytes read grow with: those of the key pictures before the cells, or
+// of the whole groups of pictures.
+enum class Grows { WithKeyPictures, WithGroups };
+
 // The factors of one road.
 class CapacityModel
 {
@@ -51,12 +55,19 @@ public:
     QString text() const;
 
 private:
+    struct Cells {
+        std::vector<double> processor;
+        std::vector<double> bytes;
+        Grows grows = Grows::WithKeyPictures;
+    };
+
     std::vector<double> processorFeatures(const SourceFacts &facts) const;
+    std::vector<double> byteFeatures(const SourceFacts &facts, Grows grows) const;
+    void fitBytes(Cells &cells, const std::vector<MeasuredSource> &measured) const;
+    QString perKind(const std::vector<double> &factors, std::size_t first, double scale) const;
 
     std::vector<QString> m_kinds;
-    std::array<std::vector<double>, 2> m_processor; // by isDense
-    // By isDense, then isStream.
-    std::array<std::array<std::vector<double>, 2>, 2> m_bytes;
+    std::array<Cells, 2> m_cells; // by isDense
     std::vector<double> m_reads;
     double m_otherBytes = 0;
     double m_sheetBytes = 0;

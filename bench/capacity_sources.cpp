@@ -30,7 +30,7 @@ const Kind kinds[] = {
     {"hevc-mp4", "-c:v libx265 -preset ultrafast -tag:v hvc1",
      "-x265-params keyint=25:min-keyint=25:scenecut=0:log-level=error",
      "-x265-params keyint=300:scenecut=0:log-level=error"},
-    {"mpeg2-mpg", "-c:v mpeg2video -q:v 5", "-g 25", "-g 300"},
+    {"mpeg2-mpg", "-c:v mpeg2video -q:v 5 -maxrate 15M -bufsize 4M", "-g 25", "-g 300"},
     {"mpeg4-avi", "-c:v mpeg4 -q:v 5", "-g 25", "-g 300"},
     {"vp9-webm", "-c:v libvpx-vp9 -deadline realtime -cpu-used 8 -b:v 1500k",
      "-g 25 -keyint_min 25", "-g 300"},

@@ -71,17 +71,6 @@ Matrix normalEquations(const std::vector<Observation> &observations,
     return matrix;
 }
 
-double squaredErrors(const std::vector<Observation> &observations,
-                     const std::vector<double> &factors)
-{
-    double sum = 0;
-    for (const Observation &observation : observations) {
-        const double error = weightedSum(factors, observation.features) / observation.value - 1;
-        sum += error * error;
-    }
-    return sum;
-}
-
 std::vector<std::size_t> chosenBy(unsigned mask, const std::vector<double> &scale)
 {
     std::vector<std::size_t> chosen;
@@ -94,6 +83,17 @@ std::vector<std::size_t> chosenBy(unsigned mask, const std::vector<double> &scal
 }
 
 } // namespace
+
+double squaredErrors(const std::vector<Observation> &observations,
+                     const std::vector<double> &factors)
+{
+    double sum = 0;
+    for (const Observation &observation : observations) {
+        const double error = weightedSum(factors, observation.features) / observation.value - 1;
+        sum += error * error;
+    }
+    return sum;
+}
 
 double weightedSum(const std::vector<double> &factors, const std::vector<double> &features)
 {

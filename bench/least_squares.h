@@ -15,6 +15,10 @@ struct Observation {
 // relative errors count. All observations have the same features, at most a dozen.
 std::vector<double> nonNegativeFit(const std::vector<Observation> &observations);
 
+// Sum of the squares of the relative errors.
+double squaredErrors(const std::vector<Observation> &observations,
+                     const std::vector<double> &factors);
+
 double weightedSum(const std::vector<double> &factors, const std::vector<double> &features);
 
 } // namespace bench
