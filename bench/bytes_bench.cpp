@@ -9,6 +9,7 @@
 #include "rows.h"
 #include "traced_reads.h"
 
+#include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -75,13 +76,15 @@ std::vector<double> shownInstants(const QStringList &sheet)
     return shown;
 }
 
-void addLine(const Clip &clip, const char *what, const TracedReads &traced, qint64 fetched,
-             const QString &needed, const QString &ratio)
+void addLine(const Clip &clip, const QString &source, const char *what, const TracedReads &traced,
+             qint64 fetched, const QString &needed, const QString &ratio)
 {
-    table().lines.append({QLatin1String(clip.title), QLatin1String(what),
-                          QString::number(traced.source.calls), kilobytes(traced.source.bytes),
-                          kilobytes(fetched), QString::number(traced.kernel.calls),
-                          kilobytes(traced.kernel.bytes), needed, ratio});
+    table().lines.append({QStringLiteral("%1 (%2)").arg(QLatin1String(clip.title),
+                                                        kilobytes(QFileInfo(source).size())),
+                          QLatin1String(what), QString::number(traced.source.calls),
+                          kilobytes(traced.source.bytes), kilobytes(fetched),
+                          QString::number(traced.kernel.calls), kilobytes(traced.kernel.bytes),
+                          needed, ratio});
     std::printf("  %s\n", qUtf8Printable(table().lines.last().join(QStringLiteral(" | "))));
 }
 
@@ -99,7 +102,7 @@ bool sheetReads(const Clip &clip, const QString &source, const Road &road)
     const qint64 needs = needed->pictures + needed->index;
     const double ratio = static_cast<double>(traced.source.bytes) / static_cast<double>(needs);
     const bool isGood = ratio <= bound;
-    addLine(clip, road.name, traced, fetched,
+    addLine(clip, source, road.name, traced, fetched,
             QStringLiteral("%1 + %2").arg(kilobytes(needed->pictures), kilobytes(needed->index)),
             QString::number(ratio, 'f', 2) + (isGood ? QString() : QStringLiteral(", missed")));
     return isGood;
@@ -114,7 +117,7 @@ bool analysisReads(const Clip &clip, const QString &source, const char *what,
     if (!isWhole(traced) || fetched < 0) {
         return false;
     }
-    addLine(clip, what, traced, fetched, {}, {});
+    addLine(clip, source, what, traced, fetched, {}, {});
     return true;
 }
 
@@ -131,11 +134,12 @@ bool clipReads(const Options &options, const Clip &clip)
 
 void printReads()
 {
-    std::printf("\nSizes in kB; bound of the last column: %.0f\n\n"
-                "| clip | what | reads of the source | their bytes | fetched | all reads | their "
-                "bytes | needed: pictures + index | bytes of the source / needed |\n"
-                "|---|---|---|---|---|---|---|---|---|\n",
-                bound);
+    std::printf(
+        "\nSizes in kB; bound of the last column: %.0f\n\n"
+        "| clip (size) | what | reads of the source | their bytes | fetched | all reads | their "
+        "bytes | needed: pictures + index | bytes of the source / needed |\n"
+        "|---|---|---|---|---|---|---|---|---|\n",
+        bound);
     for (const QStringList &line : table().lines) {
         std::printf("| %s |\n", qUtf8Printable(line.join(QStringLiteral(" | "))));
     }

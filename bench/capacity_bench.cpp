@@ -112,6 +112,8 @@ bool measureSource(const Options &options, const QStringList &road, const Capaci
     cost.otherBytes = batch.cost.otherBytes / copies - cost.sourceBytes;
     cost.sheetBytes = batch.cost.sheetBytes / copies;
     measured.push_back({source.facts, cost});
+    std::printf("  %s: %.2f s, %.1f MB\n", qUtf8Printable(QFileInfo(source.path).fileName()),
+                cost.processorSeconds, cost.sourceBytes / 1e6);
     return true;
 }
 

@@ -116,6 +116,21 @@ QString makeShow(const QString &folder)
                 QStringLiteral("-c:v libx264 -pix_fmt yuv420p -c:a aac"));
 }
 
+QString makeTransportStream(const QString &folder)
+{
+    const QString show = makeShow(folder);
+    return show.isEmpty() ? QString()
+                          : made(folder, QStringLiteral("show-720p.ts"),
+                                 {QStringLiteral("-i"), show}, QStringLiteral("-c copy"));
+}
+
+QString makeMatroskaClip(const QString &folder)
+{
+    return made(folder, QStringLiteral("one-key.mkv"),
+                words(QStringLiteral("-f lavfi -i testsrc2=s=1280x720:r=25:d=6")),
+                QStringLiteral("-c:v libx264 -pix_fmt yuv420p"));
+}
+
 QString makeSmallClip(const QString &folder)
 {
     return made(folder, QStringLiteral("small.mp4"),
@@ -166,6 +181,8 @@ const std::vector<Clip> &sheetClips()
         {"phone-8", "8 s phone clip",
          [](const QString &folder) { return makePhoneClips(folder, 16).value(15); }},
         {"small", "3 s of 320x240", makeSmallClip},
+        {"transport", "2 min of 720p as a transport stream", makeTransportStream},
+        {"matroska", "6 s of 720p in Matroska, one key frame", makeMatroskaClip},
     };
     return clips;
 }

@@ -23,7 +23,11 @@ QString make8kFilm(const QString &folder);
 QString makeRecording(const QString &folder);
 // Two minutes of 1280 x 720 as x264 encodes it when nothing is asked for.
 QString makeShow(const QString &folder);
-// Three seconds of 320 x 240, in the same way.
+// The same as a transport stream, which has no index.
+QString makeTransportStream(const QString &folder);
+// Six seconds of 720p in Matroska with a single key frame.
+QString makeMatroskaClip(const QString &folder);
+// Three seconds of 320 x 240, as x264 encodes them when nothing is asked for.
 QString makeSmallClip(const QString &folder);
 // An upright clip of 12 seconds with a key frame every second, as telephones make them.
 QString makeLongPhoneClip(const QString &folder);

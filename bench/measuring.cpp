@@ -25,10 +25,17 @@ const QString builtBundle = QStringLiteral(QV_BUILT_BUNDLE);
 const QString fakeTool = QStringLiteral(QV_FAKE_TOOL);
 
 struct Figure {
+    QString row;
     QString what;
     QString value;
     QString bound;
 };
+
+QString &currentRow()
+{
+    static QString row;
+    return row;
+}
 
 std::vector<Figure> &figures()
 {
@@ -46,7 +53,7 @@ bool keep(const QString &what, const QString &value, const QString &bound, bool 
     const QString shown = isGood ? value : value + QStringLiteral(", missed");
     std::printf("  %s: %s (%s)\n", qUtf8Printable(what), qUtf8Printable(shown),
                 qUtf8Printable(bound));
-    figures().push_back({what, shown, bound});
+    figures().push_back({currentRow(), what, shown, bound});
     return isGood;
 }
 
@@ -107,6 +114,11 @@ double medianTime(int times, const std::function<double()> &measure)
         values.push_back(measure());
     }
     return median(values);
+}
+
+void setRow(const QString &name)
+{
+    currentRow() = name;
 }
 
 bool atMost(const QString &what, double value, double bound)

@@ -24,6 +24,8 @@ double median(std::vector<double> values);
 // Of that many measurements.
 double medianTime(int times, const std::function<double()> &measure);
 
+// The row that the next figures belong to.
+void setRow(const QString &name);
 // Prints the figure with its bound and keeps it for the table; false when it misses the bound.
 bool atMost(const QString &what, double value, double bound);
 bool atLeast(const QString &what, double value, double bound);

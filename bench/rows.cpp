@@ -83,6 +83,7 @@ int runRows(const Options &options, const std::vector<Row> &rows)
             continue;
         }
         std::printf("%s\n", qUtf8Printable(row.name));
+        setRow(row.name);
         isGood = (options.lists || row.measure()) && isGood;
     }
     printTable();
