@@ -151,9 +151,10 @@ void printTable()
     if (figures().empty()) {
         return;
     }
-    std::printf("\n| what | figure | bound |\n|---|---|---|\n");
+    std::printf("\n| row | what | figure | bound |\n|---|---|---|---|\n");
     for (const Figure &figure : figures()) {
-        std::printf("| %s | %s | %s |\n", qUtf8Printable(figure.what), qUtf8Printable(figure.value),
+        std::printf("| `%s` | %s | %s | %s |\n", qUtf8Printable(figure.row),
+                    qUtf8Printable(figure.what), qUtf8Printable(figure.value),
                     qUtf8Printable(figure.bound));
     }
 }
