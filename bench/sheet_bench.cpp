@@ -128,7 +128,7 @@ bool phoneClips(const Options &options)
 {
     const int count = options.flags.contains(allClipsFlag) ? allClips : fewClips;
     const QTemporaryDir scratch;
-    const QStringList clips = makePhoneClips(options.folder, allClips).mid(0, count);
+    const QStringList clips = makePhoneClips(options.folder, count);
     std::vector<Plan> plans;
     for (const QString &clip : clips) {
         plans.push_back(planOf(clip));
