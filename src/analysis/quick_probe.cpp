@@ -44,19 +44,26 @@ bool hasQuickTool()
     return QFileInfo(toolPath()).isExecutable();
 }
 
+QString lastProbeLine(const QString &report, const QString &name)
+{
+    const QRegularExpression line(QStringLiteral("^%1 +: (.*)$").arg(name),
+                                  QRegularExpression::MultilineOption);
+    QString said;
+    auto match = line.globalMatch(report);
+    while (match.hasNext()) {
+        said = match.next().captured(1);
+    }
+    return said;
+}
+
 std::optional<double> quickTail(const QString &report)
 {
     // tail           : 600.000 50
-    static const QRegularExpression line(QStringLiteral("^tail +: (\\d{1,9}\\.\\d{3}) (\\d{1,6})$"),
-                                         QRegularExpression::MultilineOption);
-    auto match = line.globalMatch(report);
-    std::optional<double> end;
-    while (match.hasNext()) {
-        const QRegularExpressionMatch found = match.next();
-        end = intValue(found.captured(2)) > 0 ? std::optional(doubleValue(found.captured(1)))
-                                              : std::nullopt;
-    }
-    return end;
+    static const QRegularExpression shape(QStringLiteral("^(\\d{1,9}\\.\\d{3}) (\\d{1,6})$"));
+    const QRegularExpressionMatch found =
+        shape.match(lastProbeLine(report, QStringLiteral("tail")));
+    return intValue(found.captured(2)) > 0 ? std::optional(doubleValue(found.captured(1)))
+                                           : std::nullopt;
 }
 
 } // namespace qv

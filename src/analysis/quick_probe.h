@@ -22,4 +22,8 @@ bool hasQuickTool();
 // Nothing when it did not look, or met no picture there.
 std::optional<double> quickTail(const QString &report);
 
+// What the tool's last line of that name ("tail") says; metadata may have lines like it before.
+// Null when there is none.
+QString lastProbeLine(const QString &report, const QString &name);
+
 } // namespace qv

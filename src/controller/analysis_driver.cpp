@@ -282,7 +282,7 @@ void AnalysisDriver::describe()
     QFile::remove(analysisFrameFile());
     const bool isForced =
         !m_context.preferences.prefReadString(QStringLiteral("ffFileForceFormatStr")).isEmpty();
-    m_isProbing = !m_isUnsure && !isForced && m_context.face.wantsQuickPictures() && hasQuickTool();
+    m_isProbing = !m_isUnsure && !isForced && !m_context.face.refusesDamaged() && hasQuickTool();
     launch(m_isProbing ? probeArguments() : ffmpegArguments());
 }
 

@@ -427,6 +427,9 @@ bool AnalysisDriver::makeRow(NewRow &row)
     item.src = rowCaption(row.record, row.source);
     item.dico = std::move(row.record);
     item.state = m_sourceState;
+    if (m_isProbing) {
+        item.listed = listedPictures(m_retained);
+    }
     m_context.table.add(std::move(item));
     m_context.window.drawerOpen = true;
     m_context.face.rowsChanged();

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "analysis/listed_pictures.h"
 #include "analysis/media_info_record.h"
 #include "sheet/provenance.h"
 
@@ -41,7 +42,8 @@ struct BatchItem {
     StyledText src;       // caption
     QString reason;       // why the row made no sheet; null otherwise
     bool isQuick = false; // its sheet shows key pictures
-    SourceState state;    // of the file before anybody looked into it
+    ListedPictures listed;
+    SourceState state; // of the file before anybody looked into it
 
     QString sourcePath() const;
     // What is wrong with a source that is used all the same; null when nothing is known.

@@ -77,7 +77,8 @@ bool isWanted(const QByteArray &theme)
     return false;
 }
 
-// In the first call the command goes over the themes of the tests that are to run.
+} // namespace
+
 const Walk &theWalk()
 {
     static const Walk walk([] {
@@ -92,6 +93,9 @@ const Walk &theWalk()
     }());
     return walk;
 }
+
+namespace
+{
 
 std::string textOf(const Seen &seen, const char *key)
 {
@@ -230,6 +234,7 @@ TEST_P(MediaCorpus, IsTheSameToTheQuickToolAndItsPicturesAreOfTheirStamps)
         << quick.reason.toStdString();
     EXPECT_EQ(quick.record, m_seen.record);
     EXPECT_EQ(quick.duration, m_seen.duration);
+    EXPECT_EQ(quick.damage.toStdString(), m_seen.damage.toStdString());
     if (quick.isRow()) {
         EXPECT_GE(quick.drawn, m_seen.drawn);
         if (m_source.picture.clock) {

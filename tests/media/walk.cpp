@@ -4,6 +4,7 @@
 #include "media/parallel.h"
 #include "sheet/extraction_plan.h"
 
+#include <QDir>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QProcess>
@@ -33,6 +34,28 @@ QStringList sheetArguments(const QString &theme, bool quick)
                        QFile::decodeName(corpusFolder()) + u'/' + theme};
 }
 
+// The program in a bundle that lacks the quick tool, so that ffmpeg describes every source.
+QString programWithoutQuickTool()
+{
+    const QFileInfo program(QStringLiteral(QV_CLI_PROGRAM));
+    const QString contents = program.dir().absoluteFilePath(QStringLiteral(".."));
+    const QString bundle = sheetsFolder() + QStringLiteral("/Plain.app/Contents/");
+    QDir().mkpath(bundle + QStringLiteral("MacOS"));
+    QDir().mkpath(bundle + QStringLiteral("Resources/tools"));
+    const QString copy = bundle + QStringLiteral("MacOS/") + program.fileName();
+    QFile::copy(program.filePath(), copy);
+    for (const QString &folder :
+         {QString(), QStringLiteral("Resources/"), QStringLiteral("Resources/tools/")}) {
+        const QDir from(contents + u'/' + folder);
+        for (const QString &name : from.entryList(QDir::AllEntries | QDir::NoDotAndDotDot)) {
+            if (!name.startsWith(QStringLiteral("quickThumbs"))) {
+                QFile::link(from.absoluteFilePath(name), bundle + folder + name);
+            }
+        }
+    }
+    return copy;
+}
+
 QStringList infoArguments(const QString &theme, bool quick)
 {
     const QStringList options = quick ? QStringList{"--quick"} : QStringList();
@@ -41,6 +64,7 @@ QStringList infoArguments(const QString &theme, bool quick)
 }
 
 struct Run {
+    QString program;
     QStringList arguments;
     QByteArray output;
     QString problem;
@@ -49,7 +73,7 @@ struct Run {
 void execute(Run &run)
 {
     QProcess process;
-    process.start(QStringLiteral(QV_CLI_PROGRAM), run.arguments);
+    process.start(run.program, run.arguments);
     const bool ended = process.waitForFinished(patience);
     run.output = process.readAllStandardOutput();
     // 1: some source was skipped or failed.
@@ -94,14 +118,16 @@ qv::SheetGeometry geometryOf(const qv::ExtractionPlan &plan)
 
 Walk::Walk(const QStringList &themes) : m_problems(makeCorpus())
 {
+    const QString program = QStringLiteral(QV_CLI_PROGRAM);
+    const QString plain = programWithoutQuickTool();
     std::vector<Run> runs;
     std::vector<QHash<QByteArray, QJsonObject> *> results;
     for (const bool quick : {false, true}) {
         Told &told = quick ? m_quick : m_exact;
         for (const QString &theme : themes) {
-            runs.push_back({sheetArguments(theme, quick), {}, {}});
+            runs.push_back({program, sheetArguments(theme, quick), {}, {}});
             results.push_back(&told.sheets);
-            runs.push_back({infoArguments(theme, quick), {}, {}});
+            runs.push_back({quick ? program : plain, infoArguments(theme, quick), {}, {}});
             results.push_back(&told.records);
         }
     }
@@ -142,6 +168,7 @@ Seen Walk::seenIn(const Told &told, const Source &source)
     }
     const QJsonObject info = told.records.value(name);
     seen.record = info.value("record").toObject().toVariantMap();
+    seen.damage = info.value("damaged").toString();
     seen.duration = info.value("duration").toDouble();
     return seen;
 }

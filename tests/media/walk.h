@@ -14,7 +14,8 @@ struct Seen {
     QString reason;
     QString sheet; // its path
     int drawn = 0;
-    QVariantMap record;
+    QVariantMap record; // described by ffmpeg, on the quick road by the quick tool
+    QString damage;
     bool hasWrongColours = false;
     double duration = 0;          // as told beside the record, seconds
     QString road;                 // "exact", "quick"
@@ -52,5 +53,8 @@ private:
     Told m_exact;
     Told m_quick;
 };
+
+// In the first call the command goes over the themes of the tests that are to run.
+const Walk &theWalk();
 
 std::vector<SeenCell> cellsOf(const Seen &seen, double tick);

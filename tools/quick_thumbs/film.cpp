@@ -275,6 +275,37 @@ Film::Around Film::keysAround(double instant) const
             keyTime(av_index_search_timestamp(m_video, ticks + 1, 0))};
 }
 
+std::vector<double> Film::listedKeys(std::size_t most) const
+{
+    std::vector<double> keys;
+    const int count = hasIndex() ? avformat_index_get_entries_count(m_video) : 0;
+    for (int i = 0; i < count; ++i) {
+        if (const auto time = keyTime(i)) {
+            if (keys.size() == most) {
+                return {};
+            }
+            keys.push_back(*time);
+        }
+    }
+    return keys;
+}
+
+// The list of a fragmented file grows beyond the pictures that its header counts.
+bool Film::listsAll() const
+{
+    const std::int64_t counted = m_video->nb_frames;
+    return (isOfKind("mov,") || isOfKind("avi")) && counted > 1 &&
+           avformat_index_get_entries_count(m_video) == counted;
+}
+
+std::optional<double> Film::lastListed() const
+{
+    const int count = avformat_index_get_entries_count(m_video);
+    const AVIndexEntry *last = count > 0 ? avformat_index_get_entry(m_video, count - 1) : nullptr;
+    const auto time = last != nullptr ? sinceStart(last->timestamp) : std::nullopt;
+    return time ? std::optional(*time + listedAhead()) : std::nullopt;
+}
+
 double Film::frameDuration() const
 {
     const AVRational rate =

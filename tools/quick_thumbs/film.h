@@ -6,6 +6,7 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace qv
 {
@@ -53,6 +54,12 @@ public:
         std::optional<double> after;
     };
     Around keysAround(double instant) const;
+    // The list itself, in order; nothing when it has more entries than `most`.
+    std::vector<double> listedKeys(std::size_t most) const;
+    // Whether the list has all pictures, not only key pictures or what has been read so far.
+    bool listsAll() const;
+    // When the last picture of the list is shown, good to a frame or two.
+    std::optional<double> lastListed() const;
     double frameDuration() const; // seconds; a guess when the rate is unknown
 
 private:

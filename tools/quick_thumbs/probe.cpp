@@ -3,6 +3,7 @@
 #include "quick_thumbs/decoder.h"
 #include "quick_thumbs/film.h"
 #include "quick_thumbs/frame_header.h"
+#include "quick_thumbs/groups.h"
 #include "quick_thumbs/report_log.h"
 #include "quick_thumbs/tail.h"
 #include "quick_thumbs/worker.h"
@@ -28,6 +29,9 @@ constexpr double largestJump = 10;
 
 // How far behind its instant the picture beside the probe may stand.
 constexpr double previewReach = 12;
+
+// Where a source has more, one is near every instant.
+constexpr std::size_t mostKeys = 512;
 
 class Probe
 {
@@ -129,7 +133,9 @@ private:
         writeHeader();
         if (const auto tail = tailOf(*m_film)) {
             std::fprintf(stderr, "tail           : %.3f %d\n", tail->end, tail->pictures);
+            printLast(*tail);
         }
+        printKeys();
         if (!m_request.pictures.destination.empty()) {
             makePreview();
         }
@@ -143,6 +149,35 @@ private:
         if (std::FILE *file = std::fopen(m_request.frameFile.c_str(), "wb")) {
             std::fprintf(file, "%s\n", m_header->c_str());
             std::fclose(file);
+        }
+    }
+
+    // Where the end is without pictures, the list tells which the last one is.
+    void printLast(const Tail &tail) const
+    {
+        const auto last = m_film->listsAll() ? m_film->lastListed() : std::nullopt;
+        if (last && tail.pictures == 0) {
+            std::fprintf(stderr, "last           : %.6f\n", *last);
+        }
+    }
+
+    void printKeys() const
+    {
+        const std::vector<double> keys = m_film->listedKeys(mostKeys);
+        if (keys.empty()) {
+            return;
+        }
+        std::string line = "keys           :";
+        for (const double key : keys) {
+            line += ' ' + std::to_string(key);
+        }
+        std::fprintf(stderr, "%s\n", line.c_str());
+        if (m_film->listsAll()) {
+            std::fputs("list           : whole\n", stderr);
+        }
+        if (const Groups groups = groupsOf(*m_film, keys); groups != Groups::Unknown) {
+            std::fprintf(stderr, "groups         : %s\n",
+                         groups == Groups::Closed ? "closed" : "open");
         }
     }
 
