@@ -304,6 +304,7 @@ void EncodingDriver::startRow()
     m_row.dpi = intIn(work, QStringLiteral("dpi")).value_or(item != nullptr ? item->dpi : 0);
     logLine(QStringLiteral("out                 = %1 (%2)")
                 .arg(QString::number(m_row.out), m_context.face.layoutLabel(m_row.out)));
+    m_row.listed = item != nullptr ? item->listed : ListedPictures();
     m_row.wishesQuick = m_context.face.wantsQuickPictures();
     m_row.isQuick = m_row.wishesQuick && hasQuickTool() &&
                     intIn(work, QStringLiteral("decSkip")).value_or(0) == 0;

@@ -103,6 +103,7 @@ private:
     void noteInstants(const QMap<int, double> &shown);
     bool continuePictures();
     void takePictures();
+    IntraOnly intraOnlyOfRow(const QVariantMap &record) const;
     void showPictureProgress();
     bool notePictures();
     void noteMovieFailure();
@@ -158,6 +159,7 @@ private:
         double interval = 0;    // seconds between two stills
         double fps = 0;         // 0: unknown
         double duration = 0;
+        ListedPictures listed;
         bool hasWrongColours = false;
         SourceState state; // of the source when its analysis began
         QDateTime started;

@@ -158,9 +158,10 @@ void EncodingDriver::takePictures()
     }
     job.stillsFolder = m_row.stills;
     job.clues = {m_row.interval, m_row.fps, true,
-                 seeksToKeyFrames(stringIn(record, QStringLiteral("wrapper")))};
+                 seeksToKeyFrames(stringIn(record, QStringLiteral("wrapper"))), m_row.listed.last};
+    job.listed = m_row.listed;
     job.record = record;
-    job.intraOnly = intraOnlyDecoding(record);
+    job.intraOnly = intraOnlyOfRow(record);
     job.tools = m_context.placement.toolsPerRow;
     job.mostPerRun = mostPicturesPerRun(record);
     m_row.takesPictures = true;
@@ -168,6 +169,16 @@ void EncodingDriver::takePictures()
     m_pictures.take(std::move(job));
     // The tools work now; the composer's fonts can be loaded meanwhile.
     QMetaObject::invokeMethod(this, prepareTexts, Qt::QueuedConnection);
+}
+
+// With what the container's list tells of the groups of pictures, nothing needs to be tried.
+IntraOnly EncodingDriver::intraOnlyOfRow(const QVariantMap &record) const
+{
+    const IntraOnly found = intraOnlyDecoding(record);
+    if (found != IntraOnly::Tried || m_row.listed.groups == Groups::Unknown) {
+        return found;
+    }
+    return m_row.listed.groups == Groups::Closed ? IntraOnly::Yes : IntraOnly::No;
 }
 
 void EncodingDriver::showPictureProgress()

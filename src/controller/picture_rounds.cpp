@@ -22,14 +22,8 @@ namespace
 // idle limit for each still.
 constexpr int hungRunsLimit = 3;
 
-// Starting a tool costs as much as some pictures whose other frames aren't decoded.
-constexpr int fewestPerRun = 4;
-
 // Seconds by which a frame may be farther from its cell's instant than half a row of cells.
 constexpr double farAway = 2;
-
-// What a planned run looks at from its instant on, seconds.
-constexpr double plannedLength = 12;
 
 bool hasArrived(const QString &file)
 {
@@ -42,11 +36,6 @@ bool isSamePicture(const QString &file, const QString &other)
     QFile b(other);
     return a.open(QIODevice::ReadOnly) && b.open(QIODevice::ReadOnly) ? a.readAll() == b.readAll()
                                                                       : a.exists() == b.exists();
-}
-
-QString trialFile(const QString &still)
-{
-    return withoutExtension(still) + QStringLiteral(".trial.jpg");
 }
 
 } // namespace
@@ -74,18 +63,47 @@ void PictureRounds::take(PictureJob job)
     m_hungRuns = 0;
     m_couldSeek = m_job.clues.canSeek;
     for (auto it = m_job.planned.cbegin(); it != m_job.planned.cend(); ++it) {
-        Still still;
-        still.index = it.key();
-        still.planned = it.value();
-        still.file = pictureFile(m_job.stillsFolder, it.key());
-        still.instant = plannedInstant(it.value());
         const auto next = std::next(it);
-        still.next = next == m_job.planned.cend() ? std::numeric_limits<double>::infinity()
-                                                  : plannedInstant(*next);
-        m_stills.push_back(still);
+        m_stills.push_back(newStill(it.key(), it.value(),
+                                    next == m_job.planned.cend()
+                                        ? std::numeric_limits<double>::infinity()
+                                        : plannedInstant(*next)));
     }
+    m_scout.reset();
     beginTrial();
     startRound();
+}
+
+PictureRounds::Still PictureRounds::newStill(int index, const QStringList &planned,
+                                             double next) const
+{
+    Still still;
+    still.index = index;
+    still.planned = planned;
+    still.file = pictureFile(m_job.stillsFolder, index);
+    still.instant = plannedInstant(planned);
+    still.next = next;
+    if (!mayHaveKey(still)) {
+        still.stage = Stage::Attempts;
+        still.attempt = 1;
+    }
+    return still;
+}
+
+// Without a key picture in its cell the planned run would leave nothing, or a picture of a later
+// cell.
+bool PictureRounds::mayHaveKey(const Still &still) const
+{
+    if (isBehindLast(still.planned, m_job.clues)) {
+        return false;
+    }
+    const auto behind = m_job.listed.keyBehind(still.instant);
+    if (!behind || !m_job.clues.seeksToKeys || !anyFrameAttempt(still.planned)) {
+        return true;
+    }
+    const QList<float> &keys = m_job.listed.keys;
+    return *behind < keys.size() &&
+           keys.at(*behind) < std::min(still.next, still.instant + plannedLength);
 }
 
 // Below so many stills, decoding one of them twice costs more than is won.
@@ -96,11 +114,17 @@ void PictureRounds::beginTrial()
     if (m_job.intraOnly != IntraOnly::Tried) {
         return;
     }
-    if (m_stills.size() < fewest || !anyFrameAttempt(m_stills.front().planned)) {
+    std::vector<std::size_t> selecting;
+    for (std::size_t i = 0; i < m_stills.size(); ++i) {
+        if (m_stills[i].stage == Stage::Planned && anyFrameAttempt(m_stills[i].planned)) {
+            selecting.push_back(i);
+        }
+    }
+    if (selecting.size() < fewest) {
         m_job.intraOnly = IntraOnly::No;
         return;
     }
-    m_trial = m_stills.size() / 2;
+    m_trial = selecting[selecting.size() / 2];
 }
 
 void PictureRounds::endTrial()
@@ -109,7 +133,7 @@ void PictureRounds::endTrial()
         return;
     }
     const Still &still = m_stills[*std::exchange(m_trial, std::nullopt)];
-    const QString file = trialFile(still.file);
+    const QString file = trialFile(still);
     if (!isSamePicture(still.file, file)) {
         logLine(QStringLiteral("picture             : #%1 differs when all frames are decoded")
                     .arg(still.index));
@@ -123,9 +147,7 @@ void PictureRounds::forgetStills()
 {
     for (Still &still : m_stills) {
         rmCocoa(still.file);
-        still.stage = Stage::Planned;
-        still.attempt = 0;
-        still.shown.reset();
+        still = newStill(still.index, still.planned, still.next);
     }
 }
 
@@ -137,7 +159,7 @@ int PictureRounds::settled() const
     int count = static_cast<int>(std::count_if(m_stills.begin(), m_stills.end(), isSettled));
     for (std::size_t i = 0; i < m_runs.size(); ++i) {
         const Run &run = m_runs[i];
-        if (!run.stills.empty() && run.stills.front()->stage == Stage::Planned) {
+        if (!run.stills.empty() && run.stills.front()->runs == 1) {
             count += picturesTold(QString::fromUtf8(m_taskSlots.pictures().printedBy(i)));
         }
     }
@@ -151,6 +173,7 @@ void PictureRounds::startRound()
     m_runs.clear();
     if (!m_taken.failure) {
         forgetSeeking();
+        sendScout();
         m_runs = nextRuns();
     }
     if (m_runs.empty()) {
@@ -174,6 +197,7 @@ void PictureRounds::forgetSeeking()
     for (Still &still : m_stills) {
         if (still.stage == Stage::Attempts) {
             still.attempt = 1;
+            still.firstAttempt = 1;
         }
     }
 }
@@ -188,46 +212,51 @@ void PictureRounds::end()
     m_taskSlots.picturesDone();
 }
 
-// Pictures are spread over the tools; those that must be alone get runs of their own.
-std::vector<PictureRounds::Run> PictureRounds::nextRuns()
+// What the first of them takes several runs to find out need not be found out for each.
+void PictureRounds::sendScout()
 {
-    std::vector<Run> runs;
-    Run together;
+    constexpr std::ptrdiff_t fewest = 3;
+    if (m_scout || !m_job.clues.canSeek) {
+        return;
+    }
+    const auto isMissing = [this](const Still &still) {
+        return still.stage == Stage::Attempts && still.attempt == 1 && !still.isAlone &&
+               !m_job.listed.keyBehind(still.instant) && !isBehindLast(still.planned, m_job.clues);
+    };
+    const auto end = std::find_if_not(m_stills.rbegin(), m_stills.rend(), isMissing);
+    const auto scout = end.base();
+    if (m_stills.end() - scout < fewest) {
+        return;
+    }
+    m_scout = static_cast<std::size_t>(scout - m_stills.begin());
+    std::for_each(scout + 1, m_stills.end(), [](Still &still) { still.waits = true; });
+}
+
+// The others go on from the attempt that gave it, or from the first. The last attempt looks far
+// back after all around the instant has been looked through.
+void PictureRounds::noteEndOf(const Still &scout)
+{
+    if (!m_scout || &scout != &m_stills[*m_scout]) {
+        return;
+    }
+    if (scout.shown && *scout.shown < scout.instant &&
+        scout.attempt == attemptCount(scout.planned, m_job.clues)) {
+        m_job.clues.lastSeen = scout.shown;
+    }
+    const int found = m_job.clues.lastSeen ? 1 : scout.attempt;
     for (Still &still : m_stills) {
-        const auto shot = nextShot(still);
-        if (!shot) {
-            continue;
-        }
-        if (still.isAlone || shot->takesLast) {
-            runs.push_back({{*shot}, {&still}});
-        } else {
-            together.shots.push_back(*shot);
-            together.stills.push_back(&still);
+        if (std::exchange(still.waits, false)) {
+            still.firstAttempt = found;
         }
     }
-    const int count = static_cast<int>(together.shots.size());
-    const int share = (count + m_job.tools - 1) / m_job.tools;
-    const int perRun = std::min(
-        std::max(share, m_job.intraOnly != IntraOnly::No ? fewestPerRun : 1), m_job.mostPerRun);
-    const bool isShared = count >= m_job.tools && count > 1 && m_job.mostPerRun > 1;
-    for (int i = 0; i < count; ++i) {
-        if (i % perRun == 0) {
-            runs.emplace_back();
-        }
-        PictureShot &shot = together.shots[static_cast<std::size_t>(i)];
-        if (isShared) {
-            shot.arguments = decodingInOneThread(shot.arguments);
-        }
-        runs.back().shots.push_back(std::move(shot));
-        runs.back().stills.push_back(together.stills[static_cast<std::size_t>(i)]);
-    }
-    if (m_trial) {
-        const Still &still = m_stills[*m_trial];
-        QStringList all = withDisplayColours(tellingInstant(still.planned), m_job.record);
-        all.last() = trialFile(still.file);
-        runs.push_back({{PictureShot{-1, all, 0, false}}, {}});
-    }
-    return runs;
+}
+
+// In the list of attempts, which is begun anew at its end.
+int PictureRounds::attemptNumber(const Still &still) const
+{
+    const int count = attemptCount(still.planned, m_job.clues);
+    return still.attempt > count ? still.attempt
+                                 : (still.firstAttempt + still.attempt - 2) % count + 1;
 }
 
 // Nothing when the still is settled.
@@ -236,6 +265,8 @@ std::optional<PictureShot> PictureRounds::nextShot(Still &still)
     auto shot = shotOf(still);
     if (!shot && still.stage == Stage::Attempts) {
         logLine(QStringLiteral("picture             :-( #%1 given up").arg(still.index));
+        still.attempt = 1;
+        noteEndOf(still);
     }
     if (!shot) {
         still.stage = Stage::Done;
@@ -254,11 +285,11 @@ std::optional<PictureShot> PictureRounds::shotOf(const Still &still) const
     };
     switch (still.stage) {
     case Stage::Planned:
-        return PictureShot{0, plannedCommand(still), still.instant, false};
+        return plannedShot(still);
     case Stage::AsPlanned:
         return PictureShot{0, tellingInstant(still.planned), still.instant, false};
     case Stage::Attempts: {
-        const auto attempt = nextAttempt(still.planned, still.attempt, m_job.clues);
+        const auto attempt = nextAttempt(still.planned, attemptNumber(still), m_job.clues);
         return attempt ? std::optional(shot(*attempt)) : std::nullopt;
     }
     case Stage::Nearer:
@@ -267,6 +298,16 @@ std::optional<PictureShot> PictureRounds::shotOf(const Still &still) const
         break;
     }
     return {};
+}
+
+PictureShot PictureRounds::plannedShot(const Still &still) const
+{
+    const auto key = m_job.listed.nextKey(still.instant);
+    if (key && m_job.intraOnly == IntraOnly::Yes && anyFrameAttempt(still.planned)) {
+        const PictureAttempt attempt = keyFrameAttempt(still.planned, key->instant, key->length);
+        return PictureShot{0, attempt.arguments, attempt.seek, false};
+    }
+    return PictureShot{0, plannedCommand(still), still.instant, false};
 }
 
 QStringList PictureRounds::plannedCommand(const Still &still) const
@@ -325,9 +366,13 @@ void PictureRounds::settleShot(Still &still, const Run &run, int shot, const Run
     const auto told = pictureInstant(report.tail, taken.takesLast ? Taken::Last : Taken::First,
                                      wasAlone ? std::nullopt : std::optional(shot));
     const auto shown = told ? std::optional(taken.seek + *told) : std::nullopt;
-    // The other frames would have ended a planned run by then.
-    const bool isBeyond = still.stage == Stage::Planned && told && *told >= plannedLength;
-    if (hasArrived(still.file) && !isBeyond) {
+    // The other frames would have ended a planned run by then; and a seek may have missed a key
+    // frame.
+    constexpr double someFrames = 0.2;
+    const bool isOther =
+        still.stage == Stage::Planned && shown &&
+        (*shown >= still.instant + plannedLength || *shown < still.instant - someFrames);
+    if (hasArrived(still.file) && !isOther) {
         noteArrival(still, shown);
     } else {
         noteMissing(still, wasAlone, report);
@@ -336,15 +381,19 @@ void PictureRounds::settleShot(Still &still, const Run &run, int shot, const Run
 
 void PictureRounds::noteArrival(Still &still, std::optional<double> shown)
 {
-    if (still.stage == Stage::Nearer) {
-        ++still.attempt;
-    } else {
-        still.stage = Stage::Nearer;
-        still.attempt = 1;
-    }
     if (shown) {
         still.shown = shown;
     }
+    if (still.stage == Stage::Nearer) {
+        ++still.attempt;
+        return;
+    }
+    if (still.stage == Stage::Attempts) {
+        noteEndOf(still);
+    }
+    still.stage = Stage::Nearer;
+    still.attempt = 1;
+    still.firstAttempt = 1;
 }
 
 void PictureRounds::noteMissing(Still &still, bool wasAlone, const RunReport &report)

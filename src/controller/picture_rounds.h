@@ -1,5 +1,6 @@
 #pragma once
 
+#include "analysis/listed_pictures.h"
 #include "controller/task_slots.h"
 #include "sheet/picture_attempts.h"
 #include "sheet/picture_run.h"
@@ -23,6 +24,7 @@ struct PictureJob {
     QString stillsFolder;
     QVariantMap record; // of the source: its colours
     AttemptClues clues;
+    ListedPictures listed;
     IntraOnly intraOnly = IntraOnly::No; // in the first round, where a run selects intra frames
     int tools = 1;                       // at once
     int mostPerRun = 1;                  // pictures
@@ -53,6 +55,9 @@ public:
     const PicturesTaken &taken() const { return m_taken; }
 
 private:
+    // What a planned run looks at from its instant on, seconds.
+    static constexpr double plannedLength = 12;
+
     enum class Stage { Planned, AsPlanned, Attempts, Nearer, Done };
     struct Still {
         int index = 0;
@@ -62,6 +67,8 @@ private:
         double next = 0; // the next cell's instant; infinite for the last
         Stage stage = Stage::Planned;
         int attempt = 0;      // in its stage, from 1
+        int firstAttempt = 1; // of the stage Attempts
+        bool waits = false;   // for the scout
         int runs = 0;         // so far
         bool isAlone = false; // not in a run with others, one of which crashes or hangs
         std::optional<double> shown;
@@ -71,15 +78,26 @@ private:
         std::vector<Still *> stills;
     };
 
+    Still newStill(int index, const QStringList &planned, double next) const;
+    bool mayHaveKey(const Still &still) const;
+    static QString trialFile(const Still &still);
     void startRound();
     void beginTrial();
     void endTrial();
     void forgetStills();
+    void sendScout();
+    void noteEndOf(const Still &scout);
+    int attemptNumber(const Still &still) const;
     std::vector<Run> nextRuns();
+    std::vector<Run> spread(std::vector<Run> units) const;
+    bool takesAnyFrame(const Still &still) const;
+    bool isInGroupOf(const Still &still, const Still &other) const;
+    void shareInput(Run &group) const;
     void end();
     std::optional<PictureShot> nextShot(Still &still);
     std::optional<PictureShot> shotOf(const Still &still) const;
     std::optional<PictureShot> nearerShot(const Still &still) const;
+    PictureShot plannedShot(const Still &still) const;
     QStringList plannedCommand(const Still &still) const;
     void runEnded(std::size_t number, const RunReport &report);
     void settleShot(Still &still, const Run &run, int shot, const RunReport &report);
@@ -98,6 +116,8 @@ private:
     bool m_couldSeek = true; // in the round before
     // The still that is taken with all frames decoded, too, to see whether that changes it.
     std::optional<std::size_t> m_trial;
+    // The first of those that are missing up to the end: how it is found tells how the others are.
+    std::optional<std::size_t> m_scout;
 };
 
 } // namespace qv

@@ -1,8 +1,12 @@
 #include "sheet/picture_attempts.h"
 
+#include "sheet/picture_run.h"
 #include "support/numbers.h"
 
 #include <algorithm>
+#include <array>
+#include <cmath>
+#include <span>
 #include <vector>
 
 namespace qv
@@ -14,6 +18,7 @@ namespace
 const QString teller = QStringLiteral("showinfo=checksum=0,");
 
 constexpr double usualLength = 12; // seconds that a planned run looks at
+constexpr double farthest = 3600;  // seconds to look back
 
 const QString seekOption = QStringLiteral("-ss");
 const QString lengthOption = QStringLiteral("-t");
@@ -41,6 +46,11 @@ QString plainFilter(const QStringList &arguments)
     return filter.remove(intraSelector());
 }
 
+bool isSparse(const AttemptClues &clues)
+{
+    return clues.fps > 0 && clues.fps < 1;
+}
+
 // The run over other seconds and with another selector.
 QStringList run(const QStringList &planned, double from, double seconds, const QString &selector)
 {
@@ -62,10 +72,8 @@ QStringList keepingLast(QStringList arguments)
 // An hour of other frames would take minutes.
 QStringList decodingKeysOnly(QStringList arguments)
 {
-    const qsizetype source = std::max<qsizetype>(0, arguments.indexOf(QStringLiteral("-i")));
-    arguments.insert(source, QStringLiteral("nokey"));
-    arguments.insert(source, QStringLiteral("-skip_frame"));
-    return arguments;
+    return insertedBeforeInput(std::move(arguments),
+                               {QStringLiteral("-skip_frame"), QStringLiteral("nokey")});
 }
 
 QStringList without(QStringList arguments, const QString &option)
@@ -88,38 +96,126 @@ QStringList decodingUpTo(const QStringList &planned)
     return arguments;
 }
 
+// ---- ways to look for a picture
+
+enum class Look {
+    AnyFrame,           // at the instant
+    HalfASecondEarlier, // any frame
+    TwoSecondsEarlier,
+    WithRunUp,        // the frame at the instant, decoded from half a minute before
+    LastBefore,       // the last intra frame of the minute before
+    Ahead,            // any frame of the minute after
+    LastOfHourBefore, // key frames only: of one picture under a song
+    FromTheStart,     // the frame at the instant, decoded from the start
+    LastPicture,      // of the source
+};
+
+constexpr std::array seekingToKeys{Look::AnyFrame,          Look::HalfASecondEarlier,
+                                   Look::TwoSecondsEarlier, Look::WithRunUp,
+                                   Look::LastBefore,        Look::Ahead,
+                                   Look::LastOfHourBefore};
+// The first frames behind a seek may lack those that they build on.
+constexpr std::array seekingAnywhere{
+    Look::WithRunUp,  Look::AnyFrame, Look::HalfASecondEarlier, Look::TwoSecondsEarlier,
+    Look::LastBefore, Look::Ahead,    Look::LastOfHourBefore};
+constexpr std::array notSeeking{Look::FromTheStart};
+constexpr std::array behindLast{Look::LastPicture, Look::LastBefore, Look::LastOfHourBefore};
+constexpr std::array behindLastSeen{Look::LastOfHourBefore, Look::LastPicture, Look::Ahead};
+
+std::span<const Look> looksFor(const QStringList &planned, const AttemptClues &clues)
+{
+    if (!clues.canSeek) {
+        return notSeeking;
+    }
+    if (isBehindLast(planned, clues)) {
+        return behindLast;
+    }
+    if (clues.lastSeen && plannedInstant(planned) > *clues.lastSeen) {
+        return behindLastSeen;
+    }
+    return clues.seeksToKeys ? std::span<const Look>(seekingToKeys) : seekingAnywhere;
+}
+
+// Seconds that are looked through before and behind an instant: of a source with less than a frame
+// a second a whole interval.
+double reachOf(const AttemptClues &clues)
+{
+    constexpr double nearby = 60;
+    return isSparse(clues) ? std::clamp(clues.interval, nearby, farthest) : nearby;
+}
+
+PictureAttempt anyFrameEarlier(const QStringList &planned, double seconds)
+{
+    const double from = std::max(0.0, plannedInstant(planned) - seconds);
+    return {run(planned, from, usualLength, QString()), from, false};
+}
+
+PictureAttempt lastBefore(const QStringList &planned, const AttemptClues &clues)
+{
+    const double instant = plannedInstant(planned);
+    const double from = std::max(0.0, instant - reachOf(clues));
+    const QString selector = isSparse(clues) ? QString() : intraSelector();
+    return {keepingLast(run(planned, from, instant - from, selector)), from, true};
+}
+
+// Nothing when the minute before reaches as far.
+std::optional<PictureAttempt> lastOfHourBefore(const QStringList &planned,
+                                               const AttemptClues &clues)
+{
+    const double instant = plannedInstant(planned);
+    const double from = std::max(0.0, instant - farthest);
+    if (from >= std::max(0.0, instant - reachOf(clues))) {
+        return {};
+    }
+    return PictureAttempt{
+        keepingLast(decodingKeysOnly(run(planned, from, instant - from, intraSelector()))), from,
+        true};
+}
+
+PictureAttempt lastPicture(const QStringList &planned, double last)
+{
+    constexpr double someFrames = 0.25;
+    const double from = std::max(0.0, last - someFrames);
+    return {keepingLast(run(planned, from, usualLength, QString())), from, true};
+}
+
+// Nothing when it would be the planned run again, or another one's.
+std::optional<PictureAttempt> attemptBy(Look look, const QStringList &planned,
+                                        const AttemptClues &clues)
+{
+    constexpr double half = 0.5;
+    constexpr double two = 2;
+    const double instant = plannedInstant(planned);
+    switch (look) {
+    case Look::AnyFrame:
+        return anyFrameAttempt(planned);
+    case Look::HalfASecondEarlier:
+        return anyFrameEarlier(planned, half);
+    case Look::TwoSecondsEarlier:
+        return anyFrameEarlier(planned, two);
+    case Look::WithRunUp:
+        return runUpAttempt(planned);
+    case Look::LastBefore:
+        return lastBefore(planned, clues);
+    case Look::Ahead:
+        return PictureAttempt{run(planned, instant, reachOf(clues), QString()), instant, false};
+    case Look::LastOfHourBefore:
+        return lastOfHourBefore(planned, clues);
+    case Look::FromTheStart:
+        return PictureAttempt{decodingUpTo(planned), instant, false};
+    case Look::LastPicture:
+        return lastPicture(planned, clues.last.value_or(clues.lastSeen.value_or(instant)));
+    }
+    return {};
+}
+
 std::vector<PictureAttempt> attempts(const QStringList &planned, const AttemptClues &clues)
 {
-    constexpr double slightlyEarlier = 0.5;
-    constexpr double muchEarlier = 2;
-    constexpr double nearby = 60;
-    constexpr double farthest = 3600;
-
-    const double instant = plannedInstant(planned);
-    if (!clues.canSeek) {
-        return {{decodingUpTo(planned), instant, false}};
-    }
-    const bool isSparse = clues.fps > 0 && clues.fps < 1;
-    const double reach = isSparse ? std::clamp(clues.interval, nearby, farthest) : nearby;
-    const double reachedBack = std::max(0.0, instant - reach);
-
     std::vector<PictureAttempt> list;
-    if (const auto any = anyFrameAttempt(planned)) {
-        list.push_back(*any);
-    }
-    for (const double earlier : {slightlyEarlier, muchEarlier}) {
-        const double from = std::max(0.0, instant - earlier);
-        list.push_back({run(planned, from, usualLength, QString()), from, false});
-    }
-    list.insert(clues.seeksToKeys ? list.end() : list.begin(), runUpAttempt(planned));
-    list.push_back({keepingLast(run(planned, reachedBack, instant - reachedBack,
-                                    isSparse ? QString() : intraSelector())),
-                    reachedBack, true});
-    list.push_back({run(planned, instant, reach, QString()), instant, false});
-    if (const double from = std::max(0.0, instant - farthest); from < reachedBack) {
-        list.push_back(
-            {keepingLast(decodingKeysOnly(run(planned, from, instant - from, intraSelector()))),
-             from, true});
+    for (const Look look : looksFor(planned, clues)) {
+        if (const auto attempt = attemptBy(look, planned, clues)) {
+            list.push_back(*attempt);
+        }
     }
     return list;
 }
@@ -166,6 +262,17 @@ std::optional<PictureAttempt> nextAttempt(const QStringList &plannedArguments, i
     return list[static_cast<std::size_t>(attempt) - 1];
 }
 
+int attemptCount(const QStringList &plannedArguments, const AttemptClues &clues)
+{
+    return static_cast<int>(attempts(plannedArguments, clues).size());
+}
+
+bool isBehindLast(const QStringList &plannedArguments, const AttemptClues &clues)
+{
+    constexpr double someFrames = 0.5;
+    return clues.last && plannedInstant(plannedArguments) > *clues.last + someFrames;
+}
+
 PictureAttempt runUpAttempt(const QStringList &plannedArguments)
 {
     constexpr double longestRunUp = 30;
@@ -185,6 +292,30 @@ std::optional<PictureAttempt> anyFrameAttempt(const QStringList &plannedArgument
     return PictureAttempt{
         with(plannedArguments, filterOption, teller + plainFilter(plannedArguments)),
         plannedInstant(plannedArguments), false};
+}
+
+PictureAttempt keyFrameAttempt(const QStringList &plannedArguments, double key, double length)
+{
+    // ffmpeg goes back by up to 0.13 s where frames are reordered.
+    constexpr double wellBehind = 0.3;
+    constexpr double hundredths = 100;
+    const double seek =
+        std::round((key + std::min(wellBehind, length / 2)) * hundredths) / hundredths;
+    // Frames of negative times, as those before the seek's, would be dropped.
+    const QStringList command =
+        with(run(plannedArguments, seek, usualLength, QString()), filterOption,
+             teller + QStringLiteral("setpts=PTS-STARTPTS,") + plainFilter(plannedArguments));
+    return {insertedBeforeInput(command, {QStringLiteral("-noaccurate_seek")}), seek, false};
+}
+
+PictureAttempt anyFrameWithin(const QStringList &plannedArguments, double from, double until)
+{
+    constexpr double rounding = 0.0005; // of times in ffmpeg
+    // Filters may look ahead. Frames would be filtered even after the picture has been written.
+    const double ahead = std::max(0.0, plannedInstant(plannedArguments) - from - rounding);
+    return {run(plannedArguments, from, until - from,
+                QStringLiteral("select=gte(t\\,%1)*lt(selected_n\\,3),").arg(fixedText(ahead, 4))),
+            from, false};
 }
 
 } // namespace qv

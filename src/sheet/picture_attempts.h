@@ -20,6 +20,9 @@ struct AttemptClues {
     double fps = 0;      // 0: unknown
     bool canSeek = true; // false: ffmpeg said that it can't seek in this source
     bool seeksToKeys = true;
+    std::optional<double> last = {}; // second of the last picture
+    // Of one behind which nothing was found near a later instant.
+    std::optional<double> lastSeen = {};
 };
 
 struct PictureAttempt {
@@ -37,18 +40,26 @@ double plannedInstant(const QStringList &plannedArguments);
 // The planned command with a filter that prints the time of the frame.
 QStringList tellingInstant(const QStringList &plannedArguments);
 
-// The command to try when a run left no file: any frame at the instant; somewhat earlier; the frame
-// at the instant with a run-up, which comes first where seeks end anywhere; the last key frame of
-// the minute before; any frame of the minute after; the last key frame of the hour before, as of
-// one picture under a song. A source with less than a frame a second is looked through for a whole
-// interval on both sides. Where ffmpeg can't seek, the source is decoded from its start. Nothing
-// when all has been tried. `attempt` counts from 1.
+// The command to try when a run left no file; what is tried, and in which order, depends on the
+// clues. Nothing when all has been tried. `attempt` counts from 1.
 std::optional<PictureAttempt> nextAttempt(const QStringList &plannedArguments, int attempt,
                                           const AttemptClues &clues);
+int attemptCount(const QStringList &plannedArguments, const AttemptClues &clues);
+
+// Whether the instant lies behind the last picture, so that this one has to do.
+bool isBehindLast(const QStringList &plannedArguments, const AttemptClues &clues);
 
 // The command that takes whatever frame stands at the instant instead of the next intra frame;
 // nothing when the planned one does so already.
 std::optional<PictureAttempt> anyFrameAttempt(const QStringList &plannedArguments);
+
+// The key picture at `key`, which may be off by two frames, when the next one is `length` seconds
+// behind it. Reads from that picture on, where the planned run reads the group before it.
+PictureAttempt keyFrameAttempt(const QStringList &plannedArguments, double key, double length);
+
+// The frame at the instant, from a run over the seconds from `from` to `until`, which hold the
+// instant.
+PictureAttempt anyFrameWithin(const QStringList &plannedArguments, double from, double until);
 
 // The command that begins half a minute earlier and takes the frame that stands at the instant.
 PictureAttempt runUpAttempt(const QStringList &plannedArguments);

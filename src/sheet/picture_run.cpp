@@ -22,6 +22,8 @@ qsizetype inputEnd(const QStringList &arguments)
     return input < 0 ? -1 : std::min(input + 2, arguments.size());
 }
 
+} // namespace
+
 QStringList insertedBeforeInput(QStringList arguments, const QStringList &options)
 {
     const qsizetype input = arguments.indexOf(inputOption);
@@ -31,8 +33,6 @@ QStringList insertedBeforeInput(QStringList arguments, const QStringList &option
     return arguments;
 }
 
-} // namespace
-
 QStringList pictureRun(const std::vector<PictureShot> &shots,
                        const std::function<QString(int)> &tellerName)
 {
@@ -41,18 +41,28 @@ QStringList pictureRun(const std::vector<PictureShot> &shots,
     }
     QStringList inputs;
     QStringList outputs;
+    QStringList lastInput;
+    int input = -1;
     for (int i = 0; const PictureShot &shot : shots) {
         const QStringList &arguments = shot.arguments;
         const qsizetype end = inputEnd(arguments);
-        inputs += arguments.mid(1, end - 1);
+        if (lastInput != arguments.mid(1, end - 1)) {
+            lastInput = arguments.mid(1, end - 1);
+            inputs += lastInput;
+            ++input;
+        }
         QStringList output = arguments.mid(end);
         if (const qsizetype filter = output.indexOf(QStringLiteral("-vf")) + 1; filter > 0) {
             output[filter].replace(teller, tellerName(i) + u'=');
         }
-        outputs += QStringList{QStringLiteral("-map"), QStringLiteral("%1:V:0").arg(i)} + output;
+        outputs += QStringList{QStringLiteral("-map"), QStringLiteral("%1:V:0").arg(input),
+                               QStringLiteral("-threads"), QStringLiteral("1")} +
+                   output;
         ++i;
     }
-    return shots.front().arguments.first(1) + inputs + outputs;
+    // Threads of filters and encoders, of which each picture has its own, cost more than they give.
+    return shots.front().arguments.first(1) +
+           QStringList{QStringLiteral("-filter_threads"), QStringLiteral("1")} + inputs + outputs;
 }
 
 IntraOnly intraOnlyDecoding(const QVariantMap &record)
@@ -81,6 +91,12 @@ QStringList decodingInOneThread(QStringList arguments)
 {
     return insertedBeforeInput(std::move(arguments),
                                {QStringLiteral("-threads"), QStringLiteral("1")});
+}
+
+bool isSmallToDecode(const QVariantMap &record)
+{
+    constexpr qint64 pixels = 640 * 360;
+    return qint64{sourceWidth(record)} * sourceHeight(record) <= pixels;
 }
 
 int mostPicturesPerRun(const QVariantMap &record)

@@ -7,8 +7,8 @@
 #include <functional>
 #include <vector>
 
-// One run of ffmpeg that takes several pictures of a source. Each has its own input, and comes out
-// as in a run of its own, byte for byte.
+// One run of ffmpeg that takes several pictures of a source. Each comes out as in a run of its own,
+// byte for byte. Neighbours with the same input options share an input.
 namespace qv
 {
 
@@ -25,6 +25,9 @@ struct PictureShot {
 QStringList pictureRun(const std::vector<PictureShot> &shots,
                        const std::function<QString(int)> &tellerName);
 
+// The command with options for its input.
+QStringList insertedBeforeInput(QStringList arguments, const QStringList &options);
+
 // Whether a decoder that leaves out all but intra frames gives the same ones. By decoder, scan type
 // and container (bench/README.md); `record` is the source's.
 enum class IntraOnly {
@@ -38,6 +41,8 @@ QStringList decodingIntraOnly(QStringList arguments);
 // The command with one thread for the decoder. Decoders that are alone in their process use the
 // other processors, where several processes have them already.
 QStringList decodingInOneThread(QStringList arguments);
+// Whether starting more threads would take longer than they save.
+bool isSmallToDecode(const QVariantMap &record);
 
 // How many pictures one run may take, so that its decoders keep to some hundred megabytes; 1 where
 // a run of several might choose another stream.

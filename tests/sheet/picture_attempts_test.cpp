@@ -64,6 +64,16 @@ TEST(PictureAttempts, LookEverFartherFromTheInstant)
          {900, 1.0 / 60, true, true},
          {"8999.50+12 ", "8998.00+12 ", "8970.00+42 select=gte(t\\,30),", "8100.00+900  last",
           "9000.00+900 ", "5400.00+3600 select=eq(pict_type\\,I), last"}},
+        // Sound that is longer than the picture.
+        {"90.00",
+         intra,
+         {10, 25, true, true, 60.0},
+         {"59.75+12  last", "30.00+60 select=eq(pict_type\\,I), last",
+          "0.00+90 select=eq(pict_type\\,I), last"}},
+        {"9000.00",
+         intra,
+         {10, 25, true, true, {}, 60.0},
+         {"5400.00+3600 select=eq(pict_type\\,I), last", "59.75+12  last", "9000.00+60 "}},
     };
     for (const auto &row : rows) {
         QStringList got;
