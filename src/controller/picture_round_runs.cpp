@@ -91,8 +91,8 @@ bool PictureRounds::takesAnyFrame(const Still &still) const
 bool PictureRounds::isInGroupOf(const Still &still, const Still &other) const
 {
     const auto behind = m_job.listed.keyBehind(still.instant);
-    return behind && behind == m_job.listed.keyBehind(other.instant) && takesAnyFrame(still) &&
-           takesAnyFrame(other);
+    return hasOneVideo(m_job.record) && behind && behind == m_job.listed.keyBehind(other.instant) &&
+           takesAnyFrame(still) && takesAnyFrame(other);
 }
 
 void PictureRounds::shareInput(Run &group) const

@@ -216,6 +216,9 @@ void PictureRounds::end()
 void PictureRounds::sendScout()
 {
     constexpr std::ptrdiff_t fewest = 3;
+    if (m_scout && m_stills[*m_scout].stage == Stage::Done) {
+        endScouting(1);
+    }
     if (m_scout || !m_job.clues.canSeek) {
         return;
     }
@@ -243,7 +246,11 @@ void PictureRounds::noteEndOf(const Still &scout)
         scout.attempt == attemptCount(scout.planned, m_job.clues)) {
         m_job.clues.lastSeen = scout.shown;
     }
-    const int found = m_job.clues.lastSeen ? 1 : scout.attempt;
+    endScouting(m_job.clues.lastSeen ? 1 : scout.attempt);
+}
+
+void PictureRounds::endScouting(int found)
+{
     for (Still &still : m_stills) {
         if (std::exchange(still.waits, false)) {
             still.firstAttempt = found;

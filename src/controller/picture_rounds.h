@@ -87,6 +87,7 @@ private:
     void forgetStills();
     void sendScout();
     void noteEndOf(const Still &scout);
+    void endScouting(int found);
     int attemptNumber(const Still &still) const;
     std::vector<Run> nextRuns();
     std::vector<Run> spread(std::vector<Run> units) const;

@@ -1,12 +1,10 @@
 #include "sheet/jpeg_decoder.h"
 
+#include "sheet/jpeg_errors.h"
+
 #include <QtMath>
 
 #include <algorithm>
-#include <csetjmp>
-#include <cstdio>
-
-#include <jpeglib.h>
 
 namespace qv
 {
@@ -16,18 +14,6 @@ namespace
 constexpr unsigned blockSide = 8;
 // How QRgb lies in memory.
 constexpr J_COLOR_SPACE pixelOrder = Q_BYTE_ORDER == Q_LITTLE_ENDIAN ? JCS_EXT_BGRA : JCS_EXT_ARGB;
-
-struct ErrorManager {
-    jpeg_error_mgr base;
-    jmp_buf leave;
-};
-
-[[noreturn]] void leaveOnError(j_common_ptr codec)
-{
-    longjmp(reinterpret_cast<ErrorManager *>(codec->err)->leave, 1);
-}
-
-void stayQuiet(j_common_ptr) {}
 
 void begin(jpeg_decompress_struct &codec, const QByteArray &bytes)
 {
@@ -54,10 +40,8 @@ unsigned eighthsFor(const jpeg_decompress_struct &codec, const QSize &size)
 template <typename Visit> bool withDecoder(const QByteArray &bytes, const Visit &visit)
 {
     jpeg_decompress_struct codec;
-    ErrorManager errors;
-    codec.err = jpeg_std_error(&errors.base);
-    errors.base.error_exit = leaveOnError;
-    errors.base.output_message = stayQuiet;
+    JpegErrors errors;
+    codec.err = jumpingErrors(errors);
     if (setjmp(errors.leave) != 0) {
         jpeg_destroy_decompress(&codec);
         return false;

@@ -1,12 +1,9 @@
 #include "sheet/image_encoders.h"
+#include "sheet/jpeg_errors.h"
 
 #include <QColorSpace>
 
-#include <csetjmp>
-#include <cstdio>
 #include <cstdlib>
-
-#include <jpeglib.h>
 
 // The image plug-in halves the resolution of colour at every quality, which smears coloured texts
 // and thin borders.
@@ -21,18 +18,6 @@ constexpr int components = 4; // the last one is ignored
 // How QRgb lies in memory.
 constexpr J_COLOR_SPACE pixelOrder = Q_BYTE_ORDER == Q_LITTLE_ENDIAN ? JCS_EXT_BGRX : JCS_EXT_XRGB;
 constexpr int dotsPerInch = 1; // JFIF's code of the density unit
-
-struct ErrorManager {
-    jpeg_error_mgr base;
-    jmp_buf leave;
-};
-
-[[noreturn]] void leaveOnError(j_common_ptr codec)
-{
-    longjmp(reinterpret_cast<ErrorManager *>(codec->err)->leave, 1);
-}
-
-void stayQuiet(j_common_ptr) {}
 
 struct Encoded {
     unsigned char *bytes = nullptr;
@@ -65,10 +50,8 @@ void setParameters(jpeg_compress_struct &codec, const QImage &picture)
 bool compress(const QImage &pixels, const QByteArray &profile, Encoded &encoded)
 {
     jpeg_compress_struct codec;
-    ErrorManager errors;
-    codec.err = jpeg_std_error(&errors.base);
-    errors.base.error_exit = leaveOnError;
-    errors.base.output_message = stayQuiet;
+    JpegErrors errors;
+    codec.err = jumpingErrors(errors);
     if (setjmp(errors.leave) != 0) {
         jpeg_destroy_compress(&codec);
         return false;

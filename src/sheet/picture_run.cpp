@@ -99,12 +99,16 @@ bool isSmallToDecode(const QVariantMap &record)
     return qint64{sourceWidth(record)} * sourceHeight(record) <= pixels;
 }
 
+bool hasOneVideo(const QVariantMap &record)
+{
+    return !record.contains(QStringLiteral("v1_codec"));
+}
+
 int mostPicturesPerRun(const QVariantMap &record)
 {
     constexpr qint64 pixelsPerRun = 16'000'000;
     const qint64 pixels = qint64{sourceWidth(record)} * sourceHeight(record);
-    const bool hasOtherVideo = record.contains(QStringLiteral("v1_codec"));
-    return hasOtherVideo || pixels <= 0
+    return !hasOneVideo(record) || pixels <= 0
                ? 1
                : static_cast<int>(std::clamp<qint64>(pixelsPerRun / pixels, 1, 16));
 }

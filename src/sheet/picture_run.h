@@ -44,6 +44,9 @@ QStringList decodingInOneThread(QStringList arguments);
 // Whether starting more threads would take longer than they save.
 bool isSmallToDecode(const QVariantMap &record);
 
+// Whether a run of several pictures takes the same stream as a run of one would.
+bool hasOneVideo(const QVariantMap &record);
+
 // How many pictures one run may take, so that its decoders keep to some hundred megabytes; 1 where
 // a run of several might choose another stream.
 int mostPicturesPerRun(const QVariantMap &record);
