@@ -57,7 +57,7 @@ public:
         }
     }
 
-    // How many pictures were the same; those that differ are told.
+    // Returns the number of equal pictures and reports those that differ.
     int compareIntraOnly(const QString &name)
     {
         const IntraOnly intra = intraOnlyDecoding(m_record);

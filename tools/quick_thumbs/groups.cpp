@@ -23,7 +23,7 @@ std::size_t lengthSize(const AVCodecParameters &parameters)
     return hasLengths ? std::size_t{parameters.extradata[4]} % 4 + 1 : 0;
 }
 
-// The type of the first slice's unit; 0 when there is none.
+// The unit type of the first slice; 0 without a slice.
 int sliceBehindLengths(std::span<const std::uint8_t> bytes, std::size_t lengthSize)
 {
     while (bytes.size() > lengthSize) {
