@@ -7,6 +7,8 @@
 #include "support/files.h"
 #include "support/log.h"
 
+#include <QFile>
+
 #include <algorithm>
 #include <cerrno>
 #include <csignal>
