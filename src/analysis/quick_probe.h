@@ -23,7 +23,7 @@ bool hasQuickTool();
 std::optional<double> quickTail(const QString &report);
 
 // What the tool's last line of that name ("tail") says; metadata may have lines like it before.
-// Null when there is none.
+// Null without such a line.
 QString lastProbeLine(const QString &report, const QString &name);
 
 } // namespace qv

@@ -89,7 +89,7 @@ public:
     // line "waiting" as the first text on its standard output. The run then ends as with exit code
     // 0.
     void allowWaiting() { m_mayWait = true; }
-    // The tool that waits after such an end; nothing when there is none, or it was taken before.
+    // The tool that waits after such an end; nothing if it has ended or was taken before.
     std::optional<WaitingTool> takeWaitingTool() { return std::exchange(m_waiting, std::nullopt); }
     // In place of a launch: the tool goes on with these arguments. CannotStart when it has ended
     // meanwhile, or can't take so many; the command may then be launched.
