@@ -11,6 +11,7 @@
 #include "support/sanitized.h"
 
 #include <QImage>
+#include <QTemporaryDir>
 
 #include <netinet/in.h>
 #include <sys/socket.h>
@@ -229,19 +230,17 @@ ToolOutcome outcomeOf(const QStringList &steps, const ToolLimits &limits, int ou
 
 TEST(ToolLimitsTest, AToolThatUsesTooMuchIsEndedAndItIsToldWhy)
 {
-    const QString file = QDir::tempPath() + "/filled";
-    ToolLimits limits;
-    limits.processorTime = 1;
-    limits.fileSize = 3 << 20;
-    EXPECT_EQ(outcomeText(outcomeOf({"spin=20000"}, limits)),
+    EXPECT_EQ(outcomeText(outcomeOf({"spin=20000"}, {.processorTime = 1})),
               "computed for more than 1 s and was ended");
-    EXPECT_EQ(outcomeText(outcomeOf({"fill=" + file}, limits)), "wrote a file of more than 3 MB");
+    const QTemporaryDir folder;
+    const QString file = folder.filePath("filled");
+    EXPECT_EQ(outcomeText(outcomeOf({"fill=" + file}, {.fileSize = 3 << 20})),
+              "wrote a file of more than 3 MB");
     EXPECT_EQ(QFileInfo(file).size(), 3 << 20);
-    QFile::remove(file);
     if (isSanitized) {
         GTEST_SKIP() << "the sanitizer reserves all memory";
     }
-    limits.memory = quint64{1} << 30;
+    const ToolLimits limits{.memory = quint64{1} << 30};
     EXPECT_EQ(outcomeText(outcomeOf({"allocate=2000"}, limits)),
               "used more than 1024 MB of memory");
     EXPECT_EQ(outcomeText(outcomeOf({"allocate=100", "exit=1"}, limits)),
