@@ -16,7 +16,7 @@ struct ListedPictures {
     QList<float> keys;    // in order; empty when unknown, or too many
     bool isWhole = false; // every picture is listed; else some key pictures may be missing
     Groups groups = Groups::Unknown; // that begin with the key pictures
-    std::optional<double> last;      // of all pictures, where sound goes on behind it
+    std::optional<double> last;      // of all pictures
 
     // The position among the keys of the first one at or behind the instant. Nothing when there may
     // be others near it that are not listed.

@@ -83,6 +83,13 @@ AVStream *shownStream(const AVFormatContext &format)
     return moves ? shown : nullptr;
 }
 
+bool isVideoOrSound(const AVStream &stream)
+{
+    const AVMediaType type = stream.codecpar->codec_type;
+    const bool isCover = (stream.disposition & AV_DISPOSITION_ATTACHED_PIC) != 0;
+    return type == AVMEDIA_TYPE_AUDIO || (type == AVMEDIA_TYPE_VIDEO && !isCover);
+}
+
 tl::expected<FormatPtr, std::string> openedFormat(const std::string &path, int debug)
 {
     if (isSpecial(path)) {
@@ -181,10 +188,7 @@ bool Film::seekToAny(double instant)
 {
     for (unsigned i = 0; i < m_format->nb_streams; ++i) {
         AVStream *stream = m_format->streams[i];
-        const AVMediaType type = stream->codecpar->codec_type;
-        const bool isCover = (stream->disposition & AV_DISPOSITION_ATTACHED_PIC) != 0;
-        const bool isRead = type == AVMEDIA_TYPE_AUDIO || (type == AVMEDIA_TYPE_VIDEO && !isCover);
-        stream->discard = isRead ? AVDISCARD_DEFAULT : AVDISCARD_ALL;
+        stream->discard = isVideoOrSound(*stream) ? AVDISCARD_DEFAULT : AVDISCARD_ALL;
     }
     return seek(instant, AVSEEK_FLAG_BACKWARD | AVSEEK_FLAG_ANY);
 }
@@ -296,6 +300,11 @@ bool Film::listsAll() const
     const std::int64_t counted = m_video->nb_frames;
     return (isOfKind("mov,") || isOfKind("avi")) && counted > 1 &&
            avformat_index_get_entries_count(m_video) == counted;
+}
+
+bool Film::isReadByList() const
+{
+    return isOfKind("mov,") && listsAll();
 }
 
 std::optional<double> Film::lastListed() const

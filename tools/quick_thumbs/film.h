@@ -58,6 +58,8 @@ public:
     std::vector<double> listedKeys(std::size_t most) const;
     // Whether the list has all pictures, not only key pictures or what has been read so far.
     bool listsAll() const;
+    // Whether that list, with those of the sound, is all that packets are read by.
+    bool isReadByList() const;
     // When the last picture of the list is shown, good to a frame or two.
     std::optional<double> lastListed() const;
     double frameDuration() const; // seconds; a guess when the rate is unknown
@@ -78,6 +80,9 @@ private:
     double m_start = 0;
     bool m_isAtEnd = false;
 };
+
+// Whether the stream is a moving picture or sound.
+bool isVideoOrSound(const AVStream &stream);
 
 // The source without what is known of its streams. `debug` is the libraries' FF_FDEBUG_TS or 0.
 tl::expected<FormatPtr, std::string> openedFormat(const std::string &path, int debug = 0);

@@ -132,7 +132,9 @@ private:
     {
         writeHeader();
         if (const auto tail = tailOf(*m_film)) {
-            std::fprintf(stderr, "tail           : %.3f %d\n", tail->end, tail->pictures);
+            if (tail->isWhole) {
+                std::fprintf(stderr, "tail           : %.3f %d\n", tail->end, tail->pictures);
+            }
             printLast(*tail);
         }
         printKeys();
@@ -152,11 +154,15 @@ private:
         }
     }
 
-    // Where the end is without pictures, the list tells which the last one is.
+    // Sound may go on behind it. A list that ends before its container does lacks fragments.
     void printLast(const Tail &tail) const
     {
+        constexpr double rounding = 0.1;
+        constexpr double endTolerance = 3;
         const auto last = m_film->listsAll() ? m_film->lastListed() : std::nullopt;
-        if (last && tail.pictures == 0) {
+        const bool isLast = last && tail.latest <= *last + rounding &&
+                            (!tail.isWhole || tail.end >= m_film->duration() - endTolerance);
+        if (isLast) {
             std::fprintf(stderr, "last           : %.6f\n", *last);
         }
     }

@@ -23,27 +23,96 @@ double endOf(const AVPacket &packet, const AVStream &stream, double start)
                      start;
 }
 
-} // namespace
-
-std::optional<Tail> tailOf(Film &film)
+double beginOf(const Film &film)
 {
-    const double claimed = film.duration();
-    const bool wasFoundThere = film.format().duration_estimation_method == AVFMT_DURATION_FROM_PTS;
-    if (claimed <= 0 || wasFoundThere ||
-        !film.seekToAny(std::floor(std::max(0.0, claimed - tailLength)))) {
+    return std::floor(std::max(0.0, film.duration() - tailLength));
+}
+
+// Of a stream whose packets are all listed; nothing when the file doesn't hold them.
+std::optional<double> listedEnd(AVStream &stream, std::int64_t fileSize)
+{
+    const AVIndexEntry *entry = nullptr;
+    const int count = avformat_index_get_entries_count(&stream);
+    for (int i = 0; i < count; ++i) {
+        entry = avformat_index_get_entry(&stream, i);
+        if (entry->pos < 0 || entry->pos + entry->size > fileSize) {
+            return std::nullopt;
+        }
+    }
+    if (entry == nullptr) {
+        return std::nullopt;
+    }
+    // The last packet lasts up to the end of its stream.
+    return seconds(std::max(entry->timestamp, stream.duration), stream.time_base);
+}
+
+int picturesListed(AVStream &video, double from)
+{
+    int pictures = 0;
+    for (int i = avformat_index_get_entries_count(&video) - 1; i >= 0; --i, ++pictures) {
+        const AVIndexEntry *entry = avformat_index_get_entry(&video, i);
+        if (seconds(entry->timestamp, video.time_base) < from) {
+            break;
+        }
+    }
+    return pictures;
+}
+
+std::optional<Tail> listedTail(const Film &film)
+{
+    if (!film.isReadByList()) {
+        return std::nullopt;
+    }
+    const AVFormatContext &format = film.format();
+    Tail tail{.isWhole = true};
+    for (unsigned i = 0; i < format.nb_streams; ++i) {
+        AVStream &stream = *format.streams[i];
+        if (!isVideoOrSound(stream)) {
+            continue;
+        }
+        const auto end = listedEnd(stream, avio_size(format.pb));
+        if (!end) {
+            return std::nullopt;
+        }
+        tail.end = std::max(tail.end, *end - film.start());
+    }
+    tail.pictures =
+        picturesListed(*format.streams[film.video().index], beginOf(film) + film.start());
+    return tail;
+}
+
+std::optional<Tail> readTail(Film &film)
+{
+    if (!film.seekToAny(beginOf(film))) {
         return std::nullopt;
     }
     Tail tail;
     for (int i = 0; i < mostPackets; ++i) {
         const PacketPtr packet = film.nextOfAny();
         if (!packet) {
+            tail.isWhole = true;
             return tail;
         }
         const AVStream &stream = *film.format().streams[packet->stream_index];
         tail.end = std::max(tail.end, endOf(*packet, stream, film.start()));
-        tail.pictures += packet->stream_index == film.video().index ? 1 : 0;
+        if (packet->stream_index == film.video().index) {
+            ++tail.pictures;
+            tail.latest = std::max(tail.latest, film.timeOf(*packet).value_or(0));
+        }
     }
-    return std::nullopt;
+    return tail;
+}
+
+} // namespace
+
+std::optional<Tail> tailOf(Film &film)
+{
+    const bool wasFoundThere = film.format().duration_estimation_method == AVFMT_DURATION_FROM_PTS;
+    if (film.duration() <= 0 || wasFoundThere) {
+        return std::nullopt;
+    }
+    const auto tail = listedTail(film);
+    return tail ? tail : readTail(film);
 }
 
 } // namespace qv

@@ -8,12 +8,15 @@ namespace qv
 {
 
 struct Tail {
-    double end = 0;   // seconds from the source's start at which the last packet ends
-    int pictures = 0; // how many there are near the end
+    double end = 0;       // seconds from the source's start at which the last packet ends
+    int pictures = 0;     // how many there are near the end
+    double latest = 0;    // when the last of them is shown; 0 when it is not known
+    bool isWhole = false; // everything up to the end has been looked at
 };
 
-// What stands where the source is said to end, by reading its last seconds. Nothing when no
-// duration is claimed or the container is one whose duration was found by doing so.
+// What stands where the source is said to end: by the list of packets where the container has a
+// whole one, else by reading the last seconds. Nothing when no duration is claimed or the container
+// is one whose duration was found by doing so.
 std::optional<Tail> tailOf(Film &film);
 
 } // namespace qv
