@@ -7,6 +7,7 @@
 #include <cstring>
 #include <string_view>
 #include <sys/stat.h>
+#include <utility>
 
 namespace qv
 {
@@ -18,6 +19,8 @@ constexpr double readLimit = 20;
 
 // By how many frames decoding may run ahead of display (ITU-T H.264 and H.265).
 constexpr int mostReordered = 16;
+
+constexpr std::int64_t behindEverything = std::int64_t{1} << 61; // of a clock's ticks
 
 // A pipe would be waited for.
 bool isSpecial(const std::string &path)
@@ -195,10 +198,36 @@ bool Film::seekToAny(double instant)
 
 bool Film::seek(double instant, int flags)
 {
+    const std::int64_t ticks = ticksOf(instant);
+    completeList(ticks);
+    return seekToTicks(ticks, flags);
+}
+
+bool Film::seekToTicks(std::int64_t ticks, int flags)
+{
     watchdog::allow(readLimit, "seeking");
     m_isAtEnd = false;
-    const double ticks = (instant + m_start) / av_q2d(m_video->time_base);
-    return av_seek_frame(m_format.get(), m_video->index, std::llround(ticks), flags) >= 0;
+    return av_seek_frame(m_format.get(), m_video->index, ticks, flags) >= 0;
+}
+
+// At each seek to or behind the last key picture that Matroska lists, libavformat reads on to the
+// end, to look for more. An entry behind the end keeps it from doing so more than once.
+void Film::completeList(std::int64_t wanted)
+{
+    if (m_isListComplete || !isOfKind("matroska")) {
+        return;
+    }
+    if (!std::exchange(m_isListLoaded, true)) {
+        seekToTicks(0, AVSEEK_FLAG_BACKWARD);
+    }
+    const int count = avformat_index_get_entries_count(m_video);
+    if (count == 0 || wanted < avformat_index_get_entry(m_video, count - 1)->timestamp) {
+        return;
+    }
+    m_isListComplete = seekToTicks(behindEverything, AVSEEK_FLAG_BACKWARD);
+    if (m_isListComplete) {
+        av_add_index_entry(m_video, 0, behindEverything, 0, 0, 0);
+    }
 }
 
 PacketPtr Film::next()
@@ -223,6 +252,11 @@ PacketPtr Film::nextOfAny()
         m_isAtEnd = read != AVERROR(EAGAIN);
     }
     return nullptr;
+}
+
+std::int64_t Film::ticksOf(double instant) const
+{
+    return std::llround((instant + m_start) / av_q2d(m_video->time_base));
 }
 
 std::optional<double> Film::sinceStart(std::int64_t stamp) const
@@ -273,8 +307,7 @@ std::optional<double> Film::keyTime(int entry) const
 
 Film::Around Film::keysAround(double instant) const
 {
-    const double listed = instant - listedAhead() + m_start;
-    const auto ticks = std::llround(listed / av_q2d(m_video->time_base));
+    const std::int64_t ticks = ticksOf(instant - listedAhead());
     return {keyTime(av_index_search_timestamp(m_video, ticks, AVSEEK_FLAG_BACKWARD)),
             keyTime(av_index_search_timestamp(m_video, ticks + 1, 0))};
 }

@@ -56,6 +56,10 @@ public:
     Around keysAround(double instant) const;
     // The list itself, in order; nothing when it has more entries than `most`.
     std::vector<double> listedKeys(std::size_t most) const;
+    // Matroska's list is read at the first seek; beyond its end it takes reading the pictures.
+    void readListTo(double instant) { completeList(ticksOf(instant)); }
+    // Whether no key picture is missing in the list; Matroska's is completed by a seek to the end.
+    bool listsAllKeys() const { return m_isListComplete || listsAll(); }
     // Whether the list has all pictures, not only key pictures or what has been read so far.
     bool listsAll() const;
     // Whether that list, with those of the sound, is all that packets are read by.
@@ -69,6 +73,9 @@ private:
     bool takeOver(const Film &first);
     bool lookForVideo();
     bool seek(double instant, int flags);
+    bool seekToTicks(std::int64_t ticks, int flags);
+    void completeList(std::int64_t wanted);
+    std::int64_t ticksOf(double instant) const;
     std::optional<double> sinceStart(std::int64_t stamp) const;
     std::optional<double> keyTime(int entry) const;
     double listedAhead() const;
@@ -79,6 +86,8 @@ private:
     const AVStream *m_parameters = nullptr; // of the first opening
     double m_start = 0;
     bool m_isAtEnd = false;
+    bool m_isListLoaded = false;
+    bool m_isListComplete = false;
 };
 
 // Whether the stream is a moving picture or sound.

@@ -64,10 +64,20 @@ std::optional<KeyPicture> KeySearch::next(double instant, double limit)
     return isNear && m_film.seekToListed(*listed) ? firstFrom(anywhere, limit) : std::nullopt;
 }
 
+// Some containers read their list at the first seek, or as far as a seek goes.
+void KeySearch::readList(double instant)
+{
+    const bool isRead = m_hasSought && m_film.hasIndex() &&
+                        (m_film.listsAllKeys() || m_film.keysAround(instant).after.has_value());
+    if (!isRead) {
+        m_hasSought = true;
+        m_film.seek(instant);
+    }
+}
+
 std::optional<KeyPicture> KeySearch::nearest(double instant, double reach)
 {
-    // Some containers read their list at the first seek.
-    m_film.seek(instant);
+    readList(instant);
     if (!m_film.hasIndex()) {
         return nearestRead(instant, reach);
     }
@@ -100,7 +110,7 @@ KeySearch::Neighbours KeySearch::readAround(double from, double instant, double 
 
 std::optional<double> KeySearch::before(double instant, std::optional<double> known)
 {
-    m_film.seek(instant);
+    readList(instant);
     if (m_film.hasIndex()) {
         return m_film.keysAround(instant).before;
     }

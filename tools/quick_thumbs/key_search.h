@@ -23,6 +23,7 @@ public:
     std::optional<KeyPicture> next(double instant, double limit);
 
 private:
+    void readList(double instant);
     struct Neighbours {
         std::optional<KeyPicture> before;
         std::optional<KeyPicture> after;
@@ -33,6 +34,7 @@ private:
     std::optional<KeyPicture> keyOf(PacketPtr packet, double time);
 
     Film &m_film;
+    bool m_hasSought = false;
     double m_distance = 0.6; // the longest one seen between an instant and the key before it
 };
 

@@ -52,6 +52,7 @@ public:
         if (!film) {
             return fail(film.error());
         }
+        (*film)->readListTo(m_request.instants.back());
         const Film &first = **film; // the first worker keeps it until all are done
         auto worker = Worker::create(std::move(*film), m_request);
         if (!worker) {

@@ -135,7 +135,9 @@ private:
             if (tail->isWhole) {
                 std::fprintf(stderr, "tail           : %.3f %d\n", tail->end, tail->pictures);
             }
-            printLast(*tail);
+            if (const auto last = lastPictureOf(*m_film, *tail)) {
+                std::fprintf(stderr, "last           : %.6f\n", *last);
+            }
         }
         printKeys();
         if (!m_request.pictures.destination.empty()) {
@@ -151,19 +153,6 @@ private:
         if (std::FILE *file = std::fopen(m_request.frameFile.c_str(), "wb")) {
             std::fprintf(file, "%s\n", m_header->c_str());
             std::fclose(file);
-        }
-    }
-
-    // Sound may go on behind it. A list that ends before its container does lacks fragments.
-    void printLast(const Tail &tail) const
-    {
-        constexpr double rounding = 0.1;
-        constexpr double endTolerance = 3;
-        const auto last = m_film->listsAll() ? m_film->lastListed() : std::nullopt;
-        const bool isLast = last && tail.latest <= *last + rounding &&
-                            (!tail.isWhole || tail.end >= m_film->duration() - endTolerance);
-        if (isLast) {
-            std::fprintf(stderr, "last           : %.6f\n", *last);
         }
     }
 

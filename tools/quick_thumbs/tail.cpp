@@ -103,6 +103,20 @@ std::optional<Tail> readTail(Film &film)
     return tail;
 }
 
+// Reads from the last key picture to the end.
+std::optional<double> lastRead(Film &film)
+{
+    const auto key = film.keysAround(film.duration()).before;
+    film.readOnlyVideo();
+    std::optional<double> last;
+    if (key && film.seekToListed(*key)) {
+        while (const PacketPtr packet = film.next()) {
+            last = std::max(last.value_or(0), film.timeOf(*packet).value_or(0));
+        }
+    }
+    return last;
+}
+
 } // namespace
 
 std::optional<Tail> tailOf(Film &film)
@@ -113,6 +127,22 @@ std::optional<Tail> tailOf(Film &film)
     }
     const auto tail = listedTail(film);
     return tail ? tail : readTail(film);
+}
+
+std::optional<double> lastPictureOf(Film &film, const Tail &tail)
+{
+    constexpr double rounding = 0.1;
+    constexpr double endTolerance = 3;
+    // A list that ends before its container does lacks fragments.
+    if (tail.isWhole && tail.end < film.duration() - endTolerance) {
+        return std::nullopt;
+    }
+    if (film.listsAll()) {
+        const auto last = film.lastListed();
+        return last && tail.latest <= *last + rounding ? last : std::nullopt;
+    }
+    const bool endsBefore = tail.isWhole && tail.pictures == 0;
+    return endsBefore && film.listsAllKeys() ? lastRead(film) : std::nullopt;
 }
 
 } // namespace qv

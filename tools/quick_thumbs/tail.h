@@ -19,4 +19,7 @@ struct Tail {
 // is one whose duration was found by doing so.
 std::optional<Tail> tailOf(Film &film);
 
+// When the last picture is shown, behind which sound may go on. Nothing when it is not known.
+std::optional<double> lastPictureOf(Film &film, const Tail &tail);
+
 } // namespace qv
