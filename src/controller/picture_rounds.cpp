@@ -280,7 +280,8 @@ std::optional<PictureShot> PictureRounds::nextShot(Still &still)
         return {};
     }
     shot->index = still.index;
-    shot->arguments = withDisplayColours(shot->arguments, m_job.record);
+    shot->arguments =
+        withoutLookingAtEnd(withDisplayColours(shot->arguments, m_job.record), m_job.record);
     ++still.runs;
     return shot;
 }
@@ -312,7 +313,9 @@ PictureShot PictureRounds::plannedShot(const Still &still) const
     const auto key = m_job.listed.nextKey(still.instant);
     if (key && m_job.intraOnly == IntraOnly::Yes && anyFrameAttempt(still.planned)) {
         const PictureAttempt attempt = keyFrameAttempt(still.planned, key->instant, key->length);
-        return PictureShot{0, attempt.arguments, attempt.seek, false};
+        return PictureShot{
+            0, isKnownByHead(m_job.record) ? readingHeadOnly(attempt.arguments) : attempt.arguments,
+            attempt.seek, false};
     }
     return PictureShot{0, plannedCommand(still), still.instant, false};
 }

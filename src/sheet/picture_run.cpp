@@ -39,6 +39,8 @@ QStringList pictureRun(const std::vector<PictureShot> &shots,
     if (shots.size() == 1) {
         return shots.front().arguments;
     }
+    // The inputs of such a run are read ahead, each by a thread.
+    const QStringList shortQueue{QStringLiteral("-thread_queue_size"), QStringLiteral("1")};
     QStringList inputs;
     QStringList outputs;
     QStringList lastInput;
@@ -48,7 +50,7 @@ QStringList pictureRun(const std::vector<PictureShot> &shots,
         const qsizetype end = inputEnd(arguments);
         if (lastInput != arguments.mid(1, end - 1)) {
             lastInput = arguments.mid(1, end - 1);
-            inputs += lastInput;
+            inputs += shortQueue + lastInput;
             ++input;
         }
         QStringList output = arguments.mid(end);
@@ -91,6 +93,28 @@ QStringList decodingInOneThread(QStringList arguments)
 {
     return insertedBeforeInput(std::move(arguments),
                                {QStringLiteral("-threads"), QStringLiteral("1")});
+}
+
+QStringList withoutLookingAtEnd(QStringList arguments, const QVariantMap &record)
+{
+    const QString wrapper = stringIn(record, QStringLiteral("wrapper"));
+    const bool isStream = wrapper == QLatin1String("mpegts") || wrapper == QLatin1String("mpeg");
+    return isStream ? insertedBeforeInput(
+                          std::move(arguments),
+                          {QStringLiteral("-skip_estimate_duration_from_pts"), QStringLiteral("1")})
+                    : arguments;
+}
+
+// Without reading on, ffmpeg takes zero for the source's start.
+bool isKnownByHead(const QVariantMap &record)
+{
+    return stringIn(record, QStringLiteral("wrapper")).startsWith(QLatin1String("mov,")) &&
+           numberIn(record, QStringLiteral("w_offset")) == 0.0;
+}
+
+QStringList readingHeadOnly(QStringList arguments)
+{
+    return insertedBeforeInput(std::move(arguments), {QStringLiteral("-nofind_stream_info")});
 }
 
 bool isSmallToDecode(const QVariantMap &record)

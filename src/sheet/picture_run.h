@@ -41,6 +41,13 @@ QStringList decodingIntraOnly(QStringList arguments);
 // The command with one thread for the decoder. Decoders that are alone in their process use the
 // other processors, where several processes have them already.
 QStringList decodingInOneThread(QStringList arguments);
+// The command for a container whose end ffmpeg would read at each opening, to know its duration.
+QStringList withoutLookingAtEnd(QStringList arguments, const QVariantMap &record);
+// Whether the head of the container says all that ffmpeg must know to seek in it, and the command
+// that does not read on to find out. Without pictures read, the decoder does not know how many it
+// must hold back, so only its first one is sure.
+bool isKnownByHead(const QVariantMap &record);
+QStringList readingHeadOnly(QStringList arguments);
 // Whether starting more threads would take longer than they save.
 bool isSmallToDecode(const QVariantMap &record);
 
