@@ -77,7 +77,10 @@ public:
             if (key && i % 2 == 0) {
                 const PictureAttempt attempt =
                     keyFrameAttempt(m_planned[i], key->instant, key->length);
-                shots.push_back({0, attempt.arguments, attempt.seek, false});
+                shots.push_back({0,
+                                 isKnownByHead(m_record) ? readingHeadOnly(attempt.arguments)
+                                                         : attempt.arguments,
+                                 attempt.seek, false});
             } else {
                 shots.push_back({0, decodingIntraOnly(telling), instant, false});
             }
@@ -123,7 +126,8 @@ private:
             return 0;
         }
         for (PictureShot &shot : shots) {
-            shot.arguments = withDisplayColours(shot.arguments, m_record);
+            shot.arguments =
+                withoutLookingAtEnd(withDisplayColours(shot.arguments, m_record), m_record);
         }
         const QString said = output(pictureRun(shots, tellerName));
         int same = 0;
