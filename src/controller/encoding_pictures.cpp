@@ -162,6 +162,7 @@ void EncodingDriver::takePictures()
     job.listed = m_row.listed;
     job.record = record;
     job.intraOnly = intraOnlyOfRow(record);
+    job.startsAtKeys = mayStartAtKeys(record, m_row.listed.groups == Groups::Closed);
     job.tools = m_context.placement.toolsPerRow;
     job.mostPerRun = mostPicturesPerRun(record);
     m_row.takesPictures = true;

@@ -58,8 +58,8 @@ std::vector<PictureRounds::Run> PictureRounds::spread(std::vector<Run> units) co
 {
     const int count = static_cast<int>(units.size());
     const int share = (count + m_job.tools - 1) / m_job.tools;
-    const int perRun = std::min(
-        std::max(share, m_job.intraOnly != IntraOnly::No ? fewestPerRun : 1), m_job.mostPerRun);
+    const bool areShort = m_job.intraOnly != IntraOnly::No || m_job.startsAtKeys;
+    const int perRun = std::min(std::max(share, areShort ? fewestPerRun : 1), m_job.mostPerRun);
     const bool isShared = count >= m_job.tools && count > 1 && m_job.mostPerRun > 1;
     const bool inOneThread = isShared || isSmallToDecode(m_job.record);
     std::vector<Run> runs;

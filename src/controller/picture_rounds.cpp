@@ -311,7 +311,7 @@ std::optional<PictureShot> PictureRounds::shotOf(const Still &still) const
 PictureShot PictureRounds::plannedShot(const Still &still) const
 {
     const auto key = m_job.listed.nextKey(still.instant);
-    if (key && m_job.intraOnly == IntraOnly::Yes && anyFrameAttempt(still.planned)) {
+    if (key && m_job.startsAtKeys && anyFrameAttempt(still.planned)) {
         const PictureAttempt attempt = keyFrameAttempt(still.planned, key->instant, key->length);
         return PictureShot{
             0, isKnownByHead(m_job.record) ? readingHeadOnly(attempt.arguments) : attempt.arguments,
@@ -422,7 +422,7 @@ void PictureRounds::noteMissing(Still &still, bool wasAlone, const RunReport &re
         still.isAlone = true;
         still.stage = still.stage == Stage::Planned ? Stage::AsPlanned : still.stage;
     } else if (still.stage == Stage::Planned &&
-               plannedCommand(still) != tellingInstant(still.planned)) {
+               plannedShot(still).arguments != tellingInstant(still.planned)) {
         still.stage = Stage::AsPlanned;
     } else if (still.stage != Stage::Attempts) {
         still.stage = Stage::Attempts;

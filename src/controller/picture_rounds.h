@@ -26,6 +26,7 @@ struct PictureJob {
     AttemptClues clues;
     ListedPictures listed;
     IntraOnly intraOnly = IntraOnly::No; // in the first round, where a run selects intra frames
+    bool startsAtKeys = false;           // in the first round, where they are listed
     int tools = 1;                       // at once
     int mostPerRun = 1;                  // pictures
 };

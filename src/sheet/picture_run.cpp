@@ -15,6 +15,25 @@ namespace
 const QString inputOption = QStringLiteral("-i");
 const QString teller = QStringLiteral("showinfo="); // without a name
 
+const QString h264 = QStringLiteral("h264");
+// Their intra frames come out as they do among the others.
+constexpr std::array provenAlone{"hevc", "mpeg4", "mpeg2video", "mpeg1video", "vp8"};
+// Their key pictures do when decoding begins with them.
+constexpr std::array provenFirst{"vp9", "av1"};
+
+template <std::size_t Count>
+bool isOneOf(const std::array<const char *, Count> &names, const QString &codec)
+{
+    return std::any_of(names.begin(), names.end(),
+                       [&](const char *name) { return codec == QLatin1String(name); });
+}
+
+// Fields are taken apart with the help of the frames around, which would be others.
+bool isEligible(const QVariantMap &record)
+{
+    return isProgressive(record) && seeksToKeyFrames(stringIn(record, QStringLiteral("wrapper")));
+}
+
 // Behind the input's path.
 qsizetype inputEnd(const QStringList &arguments)
 {
@@ -69,18 +88,21 @@ QStringList pictureRun(const std::vector<PictureShot> &shots,
 
 IntraOnly intraOnlyDecoding(const QVariantMap &record)
 {
-    static const std::array proven{"hevc", "mpeg4", "mpeg2video", "mpeg1video", "vp8"};
-    if (!isProgressive(record) || !seeksToKeyFrames(stringIn(record, QStringLiteral("wrapper")))) {
+    const QString codec = stringIn(record, QStringLiteral("v0_codec"));
+    if (!isEligible(record)) {
         return IntraOnly::No;
     }
+    return codec == h264                 ? IntraOnly::Tried
+           : isOneOf(provenAlone, codec) ? IntraOnly::Yes
+                                         : IntraOnly::No;
+}
+
+bool mayStartAtKeys(const QVariantMap &record, bool areClosed)
+{
     const QString codec = stringIn(record, QStringLiteral("v0_codec"));
-    if (codec == QLatin1String("h264")) {
-        return IntraOnly::Tried;
-    }
-    const bool isProven = std::any_of(proven.begin(), proven.end(), [&](const char *name) {
-        return codec == QLatin1String(name);
-    });
-    return isProven ? IntraOnly::Yes : IntraOnly::No;
+    const bool isKnown =
+        codec == h264 ? areClosed : isOneOf(provenAlone, codec) || isOneOf(provenFirst, codec);
+    return isEligible(record) && isKnown;
 }
 
 QStringList decodingIntraOnly(QStringList arguments)

@@ -38,6 +38,9 @@ enum class IntraOnly {
 IntraOnly intraOnlyDecoding(const QVariantMap &record);
 // The command with that option; for one that selects intra frames.
 QStringList decodingIntraOnly(QStringList arguments);
+// Whether a run that begins at a listed key picture shows the same frame as the planned run, which
+// decodes the group before it. `areClosed`: the groups of pictures are known to be closed.
+bool mayStartAtKeys(const QVariantMap &record, bool areClosed);
 // The command with one thread for the decoder. Decoders that are alone in their process use the
 // other processors, where several processes have them already.
 QStringList decodingInOneThread(QStringList arguments);

@@ -61,20 +61,25 @@ public:
     int compareIntraOnly(const QString &name)
     {
         const IntraOnly intra = intraOnlyDecoding(m_record);
-        const bool isUsed = intra == IntraOnly::Yes ||
-                            (intra == IntraOnly::Tried && m_listed.groups == Groups::Closed);
+        const bool areClosed = m_listed.groups == Groups::Closed;
+        const bool isAlone = intra == IntraOnly::Yes || (intra == IntraOnly::Tried && areClosed);
+        const bool isFirst = mayStartAtKeys(m_record, areClosed);
         std::vector<PictureShot> shots;
         std::vector<QStringList> alone;
         constexpr std::size_t few = 5; // every so many of the planned ones
-        for (std::size_t i = 1; isUsed && i < m_planned.size(); i += few) {
+        for (std::size_t i = 1; (isAlone || isFirst) && i < m_planned.size(); i += few) {
             const QStringList telling = tellingInstant(m_planned[i]);
             if (!anyFrameAttempt(telling)) {
                 continue;
             }
             const double instant = plannedInstant(telling);
             const auto key = m_listed.nextKey(instant);
+            const bool startsAtKey = key && isFirst && (i % 2 == 0 || !isAlone);
+            if (!startsAtKey && !isAlone) {
+                continue;
+            }
             alone.push_back(telling);
-            if (key && i % 2 == 0) {
+            if (startsAtKey) {
                 const PictureAttempt attempt =
                     keyFrameAttempt(m_planned[i], key->instant, key->length);
                 shots.push_back({0,
