@@ -1,8 +1,6 @@
 #pragma once
 
-#include "quick_thumbs/decoder.h"
-
-#include <optional>
+#include "quick_thumbs/key_scan.h"
 
 namespace qv
 {
@@ -11,7 +9,7 @@ namespace qv
 class KeySearch
 {
 public:
-    explicit KeySearch(Film &film) : m_film(film) {}
+    explicit KeySearch(Film &film) : m_film(film), m_scan(film) {}
 
     // The key picture nearest to the instant; of a film without an index it is looked for up to
     // `reach` seconds behind it. Nothing when there is none.
@@ -23,19 +21,11 @@ public:
     std::optional<KeyPicture> next(double instant, double limit);
 
 private:
-    void readList(double instant);
-    struct Neighbours {
-        std::optional<KeyPicture> before;
-        std::optional<KeyPicture> after;
-    };
-    Neighbours readAround(double from, double instant, double limit);
-    std::optional<KeyPicture> firstFrom(double instant, double limit);
-    std::optional<KeyPicture> nearestRead(double instant, double reach);
-    std::optional<KeyPicture> keyOf(PacketPtr packet, double time);
+    bool hasList(double instant);
 
     Film &m_film;
+    KeyScan m_scan; // without a list
     bool m_hasSought = false;
-    double m_distance = 0.6; // the longest one seen between an instant and the key before it
 };
 
 } // namespace qv
