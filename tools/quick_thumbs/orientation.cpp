@@ -4,8 +4,11 @@ extern "C" {
 #include <libavutil/display.h>
 }
 
+#include <algorithm>
 #include <cmath>
+#include <cstddef>
 #include <cstring>
+#include <utility>
 
 namespace qv
 {
@@ -23,6 +26,50 @@ double clockwiseTurn(const std::int32_t *matrix)
 bool isNear(double a, double b)
 {
     return std::abs(a - b) < 1;
+}
+
+// Where the pixels of an upright picture are in the stored one.
+struct Source {
+    const std::uint8_t *first = nullptr; // the upper left one
+    std::ptrdiff_t right = 0;            // bytes to the next one of the row
+    std::ptrdiff_t down = 0;             // bytes to the one below
+};
+
+Source sourceOf(const Picture &picture, const Orientation &orientation)
+{
+    const int width = orientation.swapsSides ? picture.height : picture.width;
+    const int height = orientation.swapsSides ? picture.width : picture.height;
+    Source source{picture.pixels.data(), static_cast<std::ptrdiff_t>(picture.pixelSize()),
+                  static_cast<std::ptrdiff_t>(picture.stride())};
+    if (orientation.swapsSides) {
+        std::swap(source.right, source.down);
+    }
+    if (orientation.mirrorsX) {
+        source.first += (width - 1) * source.right;
+        source.right = -source.right;
+    }
+    if (orientation.mirrorsY) {
+        source.first += (height - 1) * source.down;
+        source.down = -source.down;
+    }
+    return source;
+}
+
+// In bands of rows: where sides are swapped, a column of a band is one cache line of the source.
+template <std::ptrdiff_t Size> void copyPixels(const Source &source, Picture &to)
+{
+    constexpr int band = 16;
+    const auto stride = static_cast<std::ptrdiff_t>(to.stride());
+    for (int top = 0; top < to.height; top += band) {
+        const int rows = std::min(band, to.height - top);
+        for (int x = 0; x < to.width; ++x) {
+            const std::uint8_t *from = source.first + x * source.right + top * source.down;
+            std::uint8_t *pixel = to.row(top) + x * Size;
+            for (int y = 0; y < rows; ++y, from += source.down, pixel += stride) {
+                std::memcpy(pixel, from, Size);
+            }
+        }
+    }
 }
 
 } // namespace
@@ -56,21 +103,16 @@ Picture oriented(const Picture &picture, const Orientation &orientation)
     if (orientation.isPlain()) {
         return picture;
     }
-    Picture turned = picture;
-    turned.width = orientation.swapsSides ? picture.height : picture.width;
-    turned.height = orientation.swapsSides ? picture.width : picture.height;
-    const std::size_t size = picture.pixelSize();
-    for (int y = 0; y < turned.height; ++y) {
-        std::uint8_t *to = turned.row(y);
-        for (int x = 0; x < turned.width; ++x, to += size) {
-            const int fromX = orientation.mirrorsX ? turned.width - 1 - x : x;
-            const int fromY = orientation.mirrorsY ? turned.height - 1 - y : y;
-            const std::uint8_t *from =
-                orientation.swapsSides
-                    ? picture.row(fromX) + static_cast<std::size_t>(fromY) * size
-                    : picture.row(fromY) + static_cast<std::size_t>(fromX) * size;
-            std::memcpy(to, from, size);
-        }
+    Picture turned{picture.width, picture.height, {}, picture.order, picture.hasFineColours};
+    if (orientation.swapsSides) {
+        std::swap(turned.width, turned.height);
+    }
+    turned.pixels.resize(picture.pixels.size());
+    const Source source = sourceOf(picture, orientation);
+    if (picture.pixelSize() == 4) {
+        copyPixels<4>(source, turned);
+    } else {
+        copyPixels<3>(source, turned);
     }
     return turned;
 }
