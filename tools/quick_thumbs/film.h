@@ -64,6 +64,8 @@ public:
     bool listsAll() const;
     // Whether that list, with those of the sound, is all that packets are read by.
     bool isReadByList() const;
+    // Whether what has been read of it changes nothing for what is read next.
+    bool isAsNew() const { return isReadByList() || m_isListComplete; }
     // When the last picture of the list is shown, good to a frame or two.
     std::optional<double> lastListed() const;
     double frameDuration() const; // seconds; a guess when the rate is unknown

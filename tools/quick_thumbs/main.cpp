@@ -24,14 +24,14 @@ void keepMemory()
     ::mallopt(M_TRIM_THRESHOLD, largest);
 }
 
-bool takeMorePictures(const std::string &source)
+bool takeMorePictures(const std::string &source, std::unique_ptr<qv::Film> film)
 {
     const auto pictures = qv::secondCommand(source);
     if (!pictures) {
         std::fprintf(stderr, "quickThumbs: %s\n", pictures.error().c_str());
         return false;
     }
-    return !*pictures || qv::makePictures(**pictures);
+    return !*pictures || qv::makePictures(**pictures, std::move(film));
 }
 
 bool run(const qv::Request &request)
@@ -39,7 +39,9 @@ bool run(const qv::Request &request)
     if (request.kind != qv::Request::Kind::Probe) {
         return qv::makePictures(request.pictures);
     }
-    return qv::probe(request) && (!request.stays || takeMorePictures(request.pictures.source));
+    qv::Probed probed = qv::probe(request);
+    return probed.isSure &&
+           (!request.stays || takeMorePictures(request.pictures.source, std::move(probed.film)));
 }
 
 } // namespace

@@ -42,13 +42,13 @@ class PictureRun
 public:
     explicit PictureRun(const PicturesRequest &request) : m_request(request), m_files(request) {}
 
-    bool run()
+    bool run(std::unique_ptr<Film> opened)
     {
         if (const std::string problem = m_files.prepare(); !problem.empty()) {
             return fail(problem);
         }
         watchdog::expect(pictureLimit, "a picture");
-        auto film = Film::open(m_request.source);
+        auto film = opened && opened->isAsNew() ? std::move(opened) : Film::open(m_request.source);
         if (!film) {
             return fail(film.error());
         }
@@ -175,9 +175,9 @@ private:
 
 } // namespace
 
-bool makePictures(const PicturesRequest &request)
+bool makePictures(const PicturesRequest &request, std::unique_ptr<Film> film)
 {
-    return PictureRun(request).run();
+    return PictureRun(request).run(std::move(film));
 }
 
 } // namespace qv

@@ -56,6 +56,8 @@ public:
         return problem;
     }
 
+    std::unique_ptr<Film> releaseFilm() { return std::move(m_film); }
+
 private:
     std::string describe()
     {
@@ -198,8 +200,11 @@ private:
         picture.height =
             std::clamp(static_cast<int>(picture.width / *m_shape), 1, 16 * picture.width);
         auto worker = Worker::create(std::move(m_film), picture);
-        const auto taken =
-            worker ? (*worker)->takeKeyFrom(*instant, *instant + previewReach) : std::nullopt;
+        if (!worker) {
+            return;
+        }
+        const auto taken = (*worker)->takeKeyFrom(*instant, *instant + previewReach);
+        m_film = (*worker)->release();
         if (taken) {
             writePicture(taken->picture, picture.destination, picture.overwrite);
         }
@@ -214,13 +219,15 @@ private:
 
 } // namespace
 
-bool probe(const Request &request)
+Probed probe(const Request &request)
 {
-    const std::string problem = Probe(request).run();
+    Probe probe(request);
+    const std::string problem = probe.run();
     if (!problem.empty()) {
         std::fprintf(stderr, "quickThumbs: %s\n", problem.c_str());
+        return {};
     }
-    return problem.empty();
+    return {true, probe.releaseFilm()};
 }
 
 } // namespace qv

@@ -31,6 +31,8 @@ public:
     // The first key picture between these seconds, if its decoder calls it one: that is by what
     // ffmpeg would pick it.
     std::optional<Taken> takeKeyFrom(double first, double last);
+    // The end of the worker: its film.
+    std::unique_ptr<Film> release() { return std::move(m_film); }
     // The key picture that another worker takes for this instant is not free any more.
     void leaveOut(std::size_t index);
 
