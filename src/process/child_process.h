@@ -49,8 +49,9 @@ struct ToolOutcome {
     Ending ending = Ending::NotStarted;
     int exitCode = 0; // of Exited
     int signal = 0;   // of Crashed
+    int error = 0;    // of NotStarted: the system's number
     // The limit that ended it, or what prevented its start, in words. May be empty.
-    QString cause;
+    QString cause{};
 };
 // In words for people: "died by signal 11", "neither printed nor computed for 60 s and was ended".
 QString outcomeText(const ToolOutcome &outcome);
@@ -100,9 +101,6 @@ private:
     bool m_ended = false;
     ToolOutcome m_outcome;
 };
-
-// Bytes: output limit for a runaway tool.
-inline constexpr qsizetype toolOutputLimit = 64 * 1024 * 1024;
 
 // Seconds without output and without processor use after which a tool counts as hung.
 double toolIdleLimit();

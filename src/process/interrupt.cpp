@@ -1,6 +1,6 @@
 #include "process/interrupt.h"
 
-#include "process/tool_run.h"
+#include "process/cancellation.h"
 
 #include <cerrno>
 #include <fcntl.h>

@@ -1,31 +1,18 @@
 #pragma once
 
-#include "process/child_process.h"
+#include "process/event_loop_run.h"
 
 #include <QObject>
-#include <QSocketNotifier>
 #include <QStringList>
-#include <QTimer>
 
 #include <memory>
 #include <optional>
-#include <utility>
-#include <vector>
 
 // One tool, or a pipeline of tools, run without blocking the event loop.
 namespace qv
 {
 
 class taskLauncher;
-
-// A tool that has done one command and waits for another one on its standard input. It is killed
-// and reaped with this.
-struct WaitingTool {
-    ChildProcess process;
-    FileDescriptor input;
-    FileDescriptor output;
-    FileDescriptor error;
-};
 
 // What a run tells, in this order; everything on the event loop's thread.
 class TaskLauncherDelegate
@@ -90,7 +77,7 @@ public:
     // 0.
     void allowWaiting() { m_mayWait = true; }
     // The tool that waits after such an end; nothing if it has ended or was taken before.
-    std::optional<WaitingTool> takeWaitingTool() { return std::exchange(m_waiting, std::nullopt); }
+    std::optional<WaitingTool> takeWaitingTool() { return m_run.takeWaitingTool(); }
     // In place of a launch: the tool goes on with these arguments. CannotStart when it has ended
     // meanwhile, or can't take so many; the command may then be launched.
     int continueTool(WaitingTool tool, const QStringList &arguments);
@@ -115,51 +102,25 @@ public:
     std::shared_ptr<const int> uid();
 
 private:
-    struct Stream {
-        FileDescriptor handle;
-        std::unique_ptr<QSocketNotifier> notifier;
-        bool atEnd = false;
-    };
-
-    void startListening();
-    bool isWaitingMark(const Stream &stream, const QByteArray &data) const;
-    void endAsWaiting();
-    int createTasks(const QList<QStringList> &groups);
-    void startReading(Stream &stream);
-    void gotData(Stream &stream);
-    void endEndless();
-    void drain(Stream &stream);
-    void atEndOfFile(Stream &stream);
-    void pollForExit();
-    void watch();
-    void endNaturally();
+    int launchTools(const QList<QStringList> &groups);
     void deliver(const QByteArray &data);
     void sendNotificationWithString(const QString &text);
     void sendNotificationWithData(const QByteArray &data);
+    void ended(const ToolReport &report);
     void notifyThatTaskEnded();
-    void stopListening();
 
-    std::optional<std::vector<ChildProcess>> m_tasks; // in pipe order; missing before the launch
-    Stream m_output;
-    Stream m_stdErr;
+    EventLoopRun m_run;
     TaskLauncherDelegate *m_delegate = nullptr;
     QString m_outputFolder;
     bool m_mayWait = false;
-    FileDescriptor m_toolInput; // of a tool that may wait
-    std::optional<WaitingTool> m_waiting;
+    bool m_hasTasks = false; // from the launch on, even if it failed
     bool m_alreadyNotified = false;
     bool m_isRunning = false;
     int m_terminationStatus = 0;
     bool m_isSuspended = false;
-    bool m_hasEnded = false; // by itself
     bool m_isRaw = false;
-    bool m_hung = false;
-    qsizetype m_printed = 0;
     std::shared_ptr<const int> m_nuid;
     ToolOutcome m_outcome;
-    IdleWatch m_watch;
-    QTimer m_watchTimer;
-    QTimer m_exitTimer;
 };
 
 } // namespace qv

@@ -1,7 +1,7 @@
 #include "process/tool_run.h"
 
 #include "process/argument_array.h"
-#include "process/child_process.h"
+#include "process/blocking_run.h"
 #include "process/tool_environment.h"
 #include "process/tool_request.h"
 #include "support/alerts.h"
@@ -11,153 +11,18 @@
 
 #include <QStringDecoder>
 
-#include <atomic>
+#include <algorithm>
 #include <cerrno>
-#include <csignal>
 #include <cstdio>
-#include <functional>
 #include <optional>
 #include <poll.h>
 #include <pthread.h>
-#include <sys/ioctl.h>
-#include <unistd.h>
 #include <utility>
-#include <vector>
 
 namespace qv
 {
 namespace
 {
-
-constexpr size_t readSize = 65536;
-
-std::atomic<bool> g_interrupted = false;
-thread_local std::optional<Cancellation> t_cancellation;
-
-// Milliseconds, at most, until a run on another thread sees that it is to end.
-constexpr int endingInterval = 100;
-
-bool isToEnd()
-{
-    return g_interrupted || (t_cancellation && t_cancellation->isCancelled());
-}
-
-// One read; nothing at the end of the stream.
-std::optional<QByteArray> readChunk(int fd)
-{
-    QByteArray chunk(readSize, Qt::Uninitialized);
-    ssize_t n = 0;
-    do {
-        n = ::read(fd, chunk.data(), readSize);
-    } while (n < 0 && errno == EINTR);
-    if (n <= 0) {
-        return std::nullopt;
-    }
-    chunk.truncate(n);
-    return chunk;
-}
-
-bool waitForInput(int fd, int milliseconds)
-{
-    pollfd request{fd, POLLIN, 0};
-    return ::poll(&request, 1, milliseconds) > 0;
-}
-
-// In the pipe.
-int waitingBytes(int fd)
-{
-    int bytes = 0;
-    return ::ioctl(fd, FIONREAD, &bytes) == 0 ? bytes : 0;
-}
-
-// The processes of one blocking run.
-class BlockingRun
-{
-public:
-    // False (logged) when the tool can't be started; the caller then gives nothing.
-    bool start(const SpawnRequest &request)
-    {
-        auto child = ChildProcess::spawn(request);
-        if (!child) {
-            logLine(QStringLiteral("task                :-( %1: %2")
-                        .arg(request.command.value(0), child.error().text()));
-            return false;
-        }
-        m_children.push_back(std::move(*child));
-        return true;
-    }
-
-    void readToEnd(int fd, const std::function<void(const QByteArray &)> &take)
-    {
-        // Once killed it is not waited for: a child of the tool may hold the stream open for ever.
-        qsizetype total = 0;
-        while (true) {
-            if (!waitForInput(fd, std::min(IdleWatch::askInterval(), endingInterval))) {
-                if (killIfNeeded()) {
-                    return;
-                }
-                continue;
-            }
-            const auto chunk = readChunk(fd);
-            if (!chunk) {
-                return;
-            }
-            m_watch.sawOutput();
-            take(*chunk);
-            total += chunk->size();
-            if (isToEnd() || total > toolOutputLimit) {
-                kill();
-                return;
-            }
-        }
-    }
-
-    QByteArray readToEnd(int fd)
-    {
-        QByteArray output;
-        readToEnd(fd, [&](const QByteArray &chunk) { output += chunk; });
-        return output;
-    }
-
-    // What it prints stays in the pipe, but is a sign of life.
-    void waitForEnd(int fd)
-    {
-        int printed = 0;
-        for (int wait = 1; m_children.back().isRunning(); wait = std::min(wait * 2, 50)) {
-            ::poll(nullptr, 0, wait);
-            if (const int before = std::exchange(printed, waitingBytes(fd)); printed != before) {
-                m_watch.sawOutput();
-            }
-            killIfNeeded();
-        }
-    }
-
-private:
-    bool killIfNeeded()
-    {
-        quint64 ticks = 0;
-        for (const ChildProcess &child : m_children) {
-            ticks += child.processorTicks();
-        }
-        if (!m_watch.isHung(ticks) && !isToEnd()) {
-            return false;
-        }
-        kill();
-        return true;
-    }
-
-    void kill()
-    {
-        logLine(QStringLiteral("task                :-( hung, endless or interrupted, killed"));
-        for (ChildProcess &child : m_children) {
-            child.sendSignal(SIGKILL);
-        }
-        m_watch.sawOutput();
-    }
-
-    std::vector<ChildProcess> m_children;
-    IdleWatch m_watch;
-};
 
 // Null unless the bytes are UTF-8.
 QString decodedUtf8(const QByteArray &bytes)
@@ -209,36 +74,10 @@ std::optional<OnePipe> onePipe(const QStringList &arguments)
     return tools.first.size() < 2 ? std::nullopt : std::optional(tools);
 }
 
-// The first tool sees an open, silent input rather than the application's.
-struct OnePipeEnds {
-    Pipe silence = Pipe::create();
-    Pipe between = Pipe::create();
-    Pipe result = Pipe::create();
-
-    bool areOpen() const
-    {
-        return silence.readEnd.isOpen() && between.readEnd.isOpen() && result.readEnd.isOpen();
-    }
-};
-
-bool startTools(BlockingRun &run, const OnePipe &tools, OnePipeEnds &pipes, ErrorText errorText)
+// Gets "nothing" when the tools can't be started.
+QString outputText(const ToolCommand &command)
 {
-    const int error = errorText == ErrorText::Merged ? pipes.result.writeEnd.get() : -1;
-    const bool isPiped = !tools.second.isEmpty();
-    SpawnRequest first = toolRequest(tools.first);
-    first.standardInput = pipes.silence.readEnd.get();
-    first.standardOutput = (isPiped ? pipes.between : pipes.result).writeEnd.get();
-    first.standardError = isPiped ? -1 : error;
-    if (!run.start(first)) {
-        return false;
-    }
-    pipes.between.writeEnd.close();
-    SpawnRequest second = toolRequest(tools.second);
-    second.environment = applicationEnvironment();
-    second.standardInput = pipes.between.readEnd.get();
-    second.standardOutput = pipes.result.writeEnd.get();
-    second.standardError = error;
-    return !isPiped || run.start(second);
+    return outputText(outputOfTool(command).value_or(QByteArray()));
 }
 
 // The folder that a command line is to work in; empty: the application's.
@@ -252,15 +91,16 @@ QString enteredFolder(const QString &wanted)
     return folder;
 }
 
-// One read of what the pipe holds by now: this is for answers that fit into its buffer.
-QString shortAnswer(int fd)
+// Doesn't read meanwhile: this is for answers that fit into the pipe's buffer.
+void waitForExit(ToolProcess &tool)
 {
-    const bool isThere = waitForInput(fd, 0);
-    QString text = decodedUtf8(isThere ? readChunk(fd).value_or(QByteArray()) : QByteArray());
-    if (text.endsWith(QLatin1Char('\n'))) {
-        text.chop(1);
+    for (int wait = 1; !tool.isOver() && !tool.hasExited(); wait = std::min(wait * 2, 50)) {
+        ::poll(nullptr, 0, wait);
+        tool.enforceRules();
     }
-    return text;
+    if (tool.isOver()) {
+        logEarlyEnd();
+    }
 }
 
 // What the blocking runner's thread works on; process-wide, hence one run at a time.
@@ -285,19 +125,12 @@ QString eightBitText(const QByteArray &chunk)
 void *runShellOnThread(void *inputReadEnd)
 {
     BlockingRunnerSlots &shared = runnerSlots();
-    t_cancellation = shared.cancellation;
-    Pipe output = Pipe::create();
-    BlockingRun run;
-    const QStringList command =
-        QStringList{QStringLiteral("/bin/sh"), QStringLiteral("-c")} + shared.arguments;
-    const int out = output.writeEnd.get();
-    if (!output.readEnd.isOpen() ||
-        !run.start(
-            {command, applicationEnvironment(), *static_cast<int *>(inputReadEnd), out, out, {}})) {
-        return nullptr;
-    }
-    output.writeEnd.close();
-    run.readToEnd(output.readEnd.get(), [&](const QByteArray &chunk) {
+    const CancellableRuns runs(shared.cancellation.value_or(Cancellation()));
+    SpawnRequest shell;
+    shell.command = QStringList{QStringLiteral("/bin/sh"), QStringLiteral("-c")} + shared.arguments;
+    shell.environment = applicationEnvironment();
+    shell.standardInput = *static_cast<int *>(inputReadEnd);
+    outputOfTool({{shell}, ErrorText::Merged}, [&](ToolStream, const QByteArray &chunk) {
         shared.text += eightBitText(chunk);
         logLine(QStringLiteral("str release"));
     });
@@ -316,14 +149,18 @@ QString taskArray1PipeMax(const QStringList &arguments, ErrorText errorText)
     if (!tools) {
         return {};
     }
-    OnePipeEnds pipes;
-    BlockingRun run;
-    if (!pipes.areOpen() || !startTools(run, *tools, pipes, errorText)) {
+    // The first tool sees an open, silent input rather than the application's.
+    const Pipe silence = Pipe::create();
+    if (!silence.readEnd.isOpen()) {
         return {};
     }
-    pipes.between.readEnd.close();
-    pipes.result.writeEnd.close();
-    return outputText(run.readToEnd(pipes.result.readEnd.get()));
+    ToolCommand command{{toolRequest(tools->first)}, errorText};
+    command.tools.front().standardInput = silence.readEnd.get();
+    if (!tools->second.isEmpty()) {
+        command.tools.push_back(toolRequest(tools->second));
+        command.tools.back().environment = applicationEnvironment();
+    }
+    return outputText(command);
 }
 
 QString taskArrayPipes(const QStringList &arguments)
@@ -343,41 +180,29 @@ QString taskArrayPipes(const QStringList &arguments)
             return {};
         }
     }
-    BlockingRun run;
-    FileDescriptor input;
-    for (qsizetype i = 0; i < groups->size(); ++i) {
-        Pipe output = Pipe::create();
-        const bool last = i + 1 == groups->size();
-        SpawnRequest request = toolRequest(groups->at(i));
-        request.standardInput = input.get();
-        request.standardOutput = output.writeEnd.get();
-        request.standardError = last ? output.writeEnd.get() : -1;
-        if (!output.readEnd.isOpen() || !run.start(request)) {
-            return {};
-        }
-        input = std::move(output.readEnd);
+    ToolCommand command;
+    for (const QStringList &group : *groups) {
+        command.tools.push_back(toolRequest(group));
     }
-    return outputText(run.readToEnd(input.get()));
+    return outputText(command);
 }
 
 QString taskWithStr(const QString &commandLine, const QString &workingFolder)
 {
-    Pipe result = Pipe::create();
-    if (!result.readEnd.isOpen()) {
+    SpawnRequest shell;
+    shell.command = {QStringLiteral("/bin/sh"), QStringLiteral("-c"), commandLine};
+    shell.environment = toolEnvironment();
+    shell.workingFolder = enteredFolder(workingFolder);
+    auto tool = startBlockingTool({{shell}, ErrorText::Inherited});
+    if (!tool) {
         return {};
     }
-    BlockingRun run;
-    if (!run.start({{QStringLiteral("/bin/sh"), QStringLiteral("-c"), commandLine},
-                    toolEnvironment(),
-                    -1,
-                    result.writeEnd.get(),
-                    -1,
-                    enteredFolder(workingFolder)})) {
-        return {};
+    waitForExit(*tool);
+    tool->read(ToolStream::Output);
+    QString text = decodedUtf8(tool->report().output);
+    if (text.endsWith(QLatin1Char('\n'))) {
+        text.chop(1);
     }
-    result.writeEnd.close();
-    run.waitForEnd(result.readEnd.get());
-    const QString text = shortAnswer(result.readEnd.get());
     if (!text.isNull() && text.isEmpty()) {
         logLine(QStringLiteral("stringOutput        :-/ '%1'").arg(text));
     }
@@ -412,7 +237,7 @@ QString taskBloquante::verbose(const QStringList &arguments)
 {
     logLine(QStringLiteral("verboseStr argsArray : %1").arg(arguments.join(QLatin1Char(' '))));
     BlockingRunnerSlots &shared = runnerSlots();
-    shared = {arguments, {}, t_cancellation};
+    shared = {arguments, {}, currentCancellation()};
     Pipe input = Pipe::create();
     int inputEnd = input.readEnd.get();
     pthread_t thread{};
@@ -430,21 +255,6 @@ QString taskBloquante::verbose(const QStringList &arguments)
     }
     logLine(QStringLiteral("newstr def : %1").arg(text));
     return text.isEmpty() ? QString() : text;
-}
-
-void setBlockingRunsInterrupted(bool interrupted)
-{
-    g_interrupted = interrupted;
-}
-
-CancellableRuns::CancellableRuns(Cancellation cancellation)
-    : m_before(std::exchange(t_cancellation, std::move(cancellation)))
-{
-}
-
-CancellableRuns::~CancellableRuns()
-{
-    t_cancellation = std::move(m_before);
 }
 
 } // namespace qv

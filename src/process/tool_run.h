@@ -1,11 +1,10 @@
 #pragma once
 
+#include "process/cancellation.h"
+#include "process/tool_process.h"
+
 #include <QString>
 #include <QStringList>
-
-#include <atomic>
-#include <memory>
-#include <optional>
 
 // Tools run to their end on the calling thread. The result is everything that was printed, as one
 // text, or a null text when there was nothing or it was not UTF-8; never an empty one. Exit
@@ -14,8 +13,6 @@
 // output: it is killed, with all that it has started (not that of taskWithStr, which ends first).
 namespace qv
 {
-
-enum class ErrorText { Inherited, Merged };
 
 // One tool, or two joined by exactly one "|". Only the first gets the tool environment.
 QString taskArray1PipeMax(const QStringList &arguments, ErrorText errorText);
@@ -35,35 +32,6 @@ class taskBloquante
 {
 public:
     static QString verbose(const QStringList &arguments);
-};
-
-// While set, the blocking run in progress ends, and every later one as soon as it starts: the
-// process is asked to stop. May be called from a signal handler.
-void setBlockingRunsInterrupted(bool interrupted);
-
-// Ends the blocking runs of one piece of work from another thread. Copies share their state.
-class Cancellation
-{
-public:
-    void cancel() { *m_isCancelled = true; }
-    bool isCancelled() const { return *m_isCancelled; }
-
-private:
-    std::shared_ptr<std::atomic<bool>> m_isCancelled = std::make_shared<std::atomic<bool>>(false);
-};
-
-// While it exists, the blocking runs of this thread end when the cancellation is requested, and
-// later ones as soon as they start.
-class CancellableRuns
-{
-public:
-    explicit CancellableRuns(Cancellation cancellation);
-    ~CancellableRuns();
-    CancellableRuns(const CancellableRuns &) = delete;
-    CancellableRuns &operator=(const CancellableRuns &) = delete;
-
-private:
-    std::optional<Cancellation> m_before;
 };
 
 } // namespace qv

@@ -96,8 +96,8 @@ bool isEndedByOthers(const ToolOutcome &outcome)
 QString startRefusal(const QString &program, const Bundle &offered,
                      const std::atomic<bool> &isCancelled)
 {
-    const ProgramRun trial = runProgram({program, QStringLiteral("--version")}, isCancelled);
-    if (trial.startError == EACCES) {
+    const ToolReport trial = runProgram({program, QStringLiteral("--version")}, isCancelled);
+    if (trial.outcome.error == EACCES) {
         // The volume is mounted without the right to execute.
         return QStringLiteral("the new version can't be tried, because programs in %1 may not be "
                               "executed")
@@ -105,13 +105,13 @@ QString startRefusal(const QString &program, const Bundle &offered,
     }
     if (isEndedByOthers(trial.outcome)) {
         return QStringLiteral("the new version could not be tried: its trial start %1")
-            .arg(trial.text());
+            .arg(programEndText(trial.outcome));
     }
-    if (!trial.hasAnswered() || trial.outcome.exitCode != 0) {
+    if (trial.outcome.ending != ToolOutcome::Ending::Exited || trial.outcome.exitCode != 0) {
         return QStringLiteral("the new version does not start on this system (%1)")
-            .arg(trial.text());
+            .arg(programEndText(trial.outcome));
     }
-    const QStringList words = QString::fromUtf8(trial.printed).simplified().split(QLatin1Char(' '));
+    const QStringList words = QString::fromUtf8(trial.output).simplified().split(QLatin1Char(' '));
     return words.contains(offered.version())
                ? QString()
                : QStringLiteral("the program in the archive is not version %1")

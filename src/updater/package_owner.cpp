@@ -62,14 +62,14 @@ tl::expected<QString, QString> askedOwner(const QString &path, const std::atomic
         if (!QFileInfo::exists(program)) {
             continue;
         }
-        const ProgramRun run = runProgram(query.command, isCancelled);
-        if (!run.hasAnswered()) {
+        const ToolReport run = runProgram(query.command, isCancelled);
+        if (run.outcome.ending != ToolOutcome::Ending::Exited) {
             return tl::make_unexpected(
                 QStringLiteral("it is unknown whether this copy belongs to a package of the "
                                "system: %1 did not answer (%2)")
-                    .arg(lastPathComponent(program), run.text()));
+                    .arg(lastPathComponent(program), programEndText(run.outcome)));
         }
-        if (const QString owner = query.owner(QString::fromUtf8(run.printed)); !owner.isEmpty()) {
+        if (const QString owner = query.owner(QString::fromUtf8(run.output)); !owner.isEmpty()) {
             return owner;
         }
     }

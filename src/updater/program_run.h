@@ -1,6 +1,6 @@
 #pragma once
 
-#include "process/child_process.h"
+#include "process/tool_process.h"
 
 #include <atomic>
 
@@ -9,19 +9,14 @@
 namespace qv
 {
 
-struct ProgramRun {
-    ToolOutcome outcome;  // Stopped: by the flag
-    int startError = 0;   // of NotStarted: the system's error number
-    QString cause{};      // of Hung: why it was ended, unless it was idle
-    QByteArray printed{}; // on both standard streams
+// Runs the program in the application's own environment and waits for its end, on any thread. The
+// output has both standard streams. A program that neither prints nor computes for the idle limit,
+// runs for two minutes, or prints more than a megabyte is ended (Hung); the flag ends it as
+// Stopped.
+ToolReport runProgram(const QStringList &command, const std::atomic<bool> &isCancelled);
 
-    bool hasAnswered() const { return outcome.ending == ToolOutcome::Ending::Exited; }
-    // How it ended, in words for people: "died by signal 11 (Segmentation fault)".
-    QString text() const;
-};
-
-// Runs the program in the application's own environment and waits for its end, on any thread. A
-// program that neither prints nor computes for the idle limit is ended.
-ProgramRun runProgram(const QStringList &command, const std::atomic<bool> &isCancelled);
+// How it ended, in words for people: "died by signal 11 (Segmentation fault)", "No such file or
+// directory".
+QString programEndText(const ToolOutcome &outcome);
 
 } // namespace qv
