@@ -68,7 +68,7 @@ QJsonValue roadOf(const SheetOutcome &outcome)
     if (outcome.status != SheetOutcome::Status::Made) {
         return QJsonValue::Null;
     }
-    return roadName(outcome.quick);
+    return roadName(outcome.isQuick);
 }
 
 QJsonArray instantsJson(const QList<double> &instants)
@@ -261,17 +261,17 @@ QJsonObject sheetJson(const SheetOutcome &outcome)
     QJsonObject object = resultJson(QStringLiteral("source"), outcome.source,
                                     statusWord(outcome.status), outcome.reason);
     insertName(object, QStringLiteral("sheet"), QFile::encodeName(outcome.sheet));
-    insertAll(object,
-              {{QStringLiteral("renamed"), outcome.isRenamed},
-               {QStringLiteral("damaged"), textOrNull(outcome.damage)},
-               {QStringLiteral("pictures"), QJsonObject{{QStringLiteral("asked"), outcome.asked},
-                                                        {QStringLiteral("drawn"), outcome.drawn}}},
-               {QStringLiteral("pictures_moved"), outcome.moved},
-               {QStringLiteral("wrong_colors"), outcome.hasWrongColours},
-               {QStringLiteral("road"), roadOf(outcome)},
-               {QStringLiteral("instants"), instantsOf(outcome)},
-               {QStringLiteral("duration"), roundedSeconds(outcome.duration)},
-               {QStringLiteral("seconds"), outcome.seconds}});
+    insertAll(object, {{QStringLiteral("renamed"), outcome.isRenamed},
+                       {QStringLiteral("damaged"), textOrNull(outcome.damage)},
+                       {QStringLiteral("pictures"),
+                        QJsonObject{{QStringLiteral("asked"), outcome.picturesAsked},
+                                    {QStringLiteral("drawn"), outcome.picturesDrawn}}},
+                       {QStringLiteral("pictures_moved"), outcome.picturesMoved},
+                       {QStringLiteral("wrong_colors"), outcome.hasWrongColours},
+                       {QStringLiteral("road"), roadOf(outcome)},
+                       {QStringLiteral("instants"), instantsOf(outcome)},
+                       {QStringLiteral("duration"), roundedSeconds(outcome.duration)},
+                       {QStringLiteral("seconds"), outcome.seconds}});
     return object;
 }
 

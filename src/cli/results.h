@@ -2,6 +2,7 @@
 
 #include "analysis/media_info_record.h"
 #include "cli/streams.h"
+#include "controller/face.h"
 #include "sheet/extraction_plan.h"
 #include "sheet/layout.h"
 #include "sheet/provenance.h"
@@ -19,23 +20,13 @@ namespace qv
 // Rises when a field changes its meaning or goes; new ones may come at any time.
 constexpr int jsonSchema = 1;
 
-struct SheetOutcome {
+struct SheetOutcome : SheetResult {
     enum class Status { Made, Kept, Skipped, Failed };
     Status status = Status::Failed;
-    QByteArray source;    // as the user named it
-    qsizetype number = 0; // of the source
-    QString sheet;
+    QByteArray source;      // as the user named it
+    qsizetype number = 0;   // of the source
     bool isRenamed = false; // the sheet does not have the source's plain name
-    QString reason;
-    QString damage; // what is wrong with the source; null: nothing known
-    int asked = 0;
-    int moved = 0; // pictures of frames more than two seconds away from their stamps
-    int drawn = 0;
-    bool hasWrongColours = false; // Dolby Vision without a compatible base layer
-    bool quick = false;           // made of key pictures
-    QList<double> instants;       // of its pictures, seconds
-    double duration = 0;          // seconds of the source
-    double seconds = 0;           // that it took
+    QString damage;         // what is wrong with the source; null: nothing known
 };
 
 QString statusWord(SheetOutcome::Status status);

@@ -124,20 +124,14 @@ void SheetRunner::rowFinished(const RowResult &result)
         return;
     }
     SheetOutcome outcome = unmade(statusOf(result), current(), result.reason);
-    outcome.sheet = result.sheet;
+    static_cast<SheetResult &>(outcome) = result;
     outcome.damage = stringIn(m_session.controller().table().row(0).dico, damageKey);
-    outcome.asked = result.picturesAsked;
-    outcome.moved = result.picturesMoved;
-    outcome.drawn = result.picturesDrawn;
-    outcome.hasWrongColours = result.hasWrongColours;
-    outcome.quick = result.isQuick;
-    outcome.instants = result.instants;
-    outcome.duration = result.duration;
     outcome.seconds = secondsOnCurrent();
-    if (outcome.status == SheetOutcome::Status::Made && outcome.drawn < outcome.asked) {
+    if (outcome.status == SheetOutcome::Status::Made &&
+        outcome.picturesDrawn < outcome.picturesAsked) {
         addRemark(outcome, QStringLiteral("%1 of %2 pictures could not be taken")
-                               .arg(outcome.asked - outcome.drawn)
-                               .arg(outcome.asked));
+                               .arg(outcome.picturesAsked - outcome.picturesDrawn)
+                               .arg(outcome.picturesAsked));
     }
     if (outcome.status == SheetOutcome::Status::Made && outcome.hasWrongColours) {
         addRemark(outcome, QStringLiteral("its colors can't be shown: Dolby Vision without a "

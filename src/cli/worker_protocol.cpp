@@ -79,11 +79,11 @@ QByteArray outcomeLine(const SheetOutcome &outcome)
                    {sheetKey, outcome.sheet},
                    {reasonKey, outcome.reason},
                    {damagedKey, outcome.damage},
-                   {askedKey, outcome.asked},
-                   {drawnKey, outcome.drawn},
-                   {movedKey, outcome.moved},
+                   {askedKey, outcome.picturesAsked},
+                   {drawnKey, outcome.picturesDrawn},
+                   {movedKey, outcome.picturesMoved},
                    {wrongColoursKey, outcome.hasWrongColours},
-                   {quickKey, outcome.quick},
+                   {quickKey, outcome.isQuick},
                    {instantsKey, arrayOf(outcome.instants)},
                    {durationKey, outcome.duration},
                    {secondsKey, outcome.seconds}});
@@ -113,11 +113,11 @@ std::optional<SheetOutcome> outcomeIn(const QByteArray &line)
     outcome.sheet = object.value(sheetKey).toString();
     outcome.reason = object.value(reasonKey).toString();
     outcome.damage = object.value(damagedKey).toString();
-    outcome.asked = object.value(askedKey).toInt();
-    outcome.drawn = object.value(drawnKey).toInt();
-    outcome.moved = object.value(movedKey).toInt();
+    outcome.picturesAsked = object.value(askedKey).toInt();
+    outcome.picturesDrawn = object.value(drawnKey).toInt();
+    outcome.picturesMoved = object.value(movedKey).toInt();
     outcome.hasWrongColours = object.value(wrongColoursKey).toBool();
-    outcome.quick = object.value(quickKey).toBool();
+    outcome.isQuick = object.value(quickKey).toBool();
     const QJsonArray instants = object.value(instantsKey).toArray();
     for (const auto &instant : instants) {
         outcome.instants.append(instant.toDouble());

@@ -11,12 +11,9 @@
 namespace qv
 {
 
-// How one row's encoding ended.
-struct RowResult {
-    enum class Status { Made, Kept, Failed, Stopped };
-    Status status = Status::Failed;
-    QString source;
-    QString sheet;  // of Made and Kept; empty otherwise
+// What became of one source's sheet.
+struct SheetResult {
+    QString sheet;  // its path when it was made or kept; empty otherwise
     QString reason; // for people; empty when made
     int picturesAsked = 0;
     int picturesDrawn = 0;
@@ -25,7 +22,14 @@ struct RowResult {
     bool isQuick = false;         // its stills are key pictures, and their stamps say of when
     bool hasWrongColours = false; // Dolby Vision without a compatible base layer
     double duration = 0;          // of the source, seconds
-    double seconds = 0;           // that the row took
+    double seconds = 0;           // that it took
+};
+
+// How one row's encoding ended.
+struct RowResult : SheetResult {
+    enum class Status { Made, Kept, Failed, Stopped };
+    Status status = Status::Failed;
+    QString source;
 };
 
 // A path, or a folder for several paths below it, that was not admitted.
