@@ -8,7 +8,6 @@
 #include "support/log.h"
 
 #include <algorithm>
-#include <ctime>
 
 namespace qv
 {
@@ -31,17 +30,6 @@ bool isAscii(const QByteArray &data)
 }
 
 } // namespace
-
-TaskBroadcast &TaskBroadcast::instance()
-{
-    static TaskBroadcast broadcast;
-    return broadcast;
-}
-
-void TaskBroadcast::post(const QString &name, const std::shared_ptr<const int> &identifier)
-{
-    Q_EMIT posted(name, identifier);
-}
 
 taskLauncher::taskLauncher(QObject *parent) : QObject(parent)
 {
@@ -145,7 +133,6 @@ void taskLauncher::ended(const ToolReport &report)
 {
     using Ending = ToolOutcome::Ending;
     m_isRunning = false;
-    disconnect(&TaskBroadcast::instance(), nullptr, this, nullptr);
     m_outcome = report.outcome;
     if (m_outcome.ending == Ending::Hung) {
         logLine(QStringLiteral("taskLauncher        :-( %1, killed")
@@ -189,28 +176,6 @@ void taskLauncher::resume()
     if (m_delegate != nullptr) {
         m_delegate->taskLauncherTaskDidResume(*this);
     }
-}
-
-std::shared_ptr<const int> taskLauncher::uid()
-{
-    if (m_nuid) {
-        return m_nuid;
-    }
-    m_nuid = std::make_shared<const int>(static_cast<int>(std::time(nullptr)));
-    connect(&TaskBroadcast::instance(), &TaskBroadcast::posted, this,
-            [this](const QString &name, const std::shared_ptr<const int> &identifier) {
-                if (identifier != m_nuid) {
-                    return;
-                }
-                if (name == QLatin1String("fabKillTasks")) {
-                    tasklauncherTerminate();
-                } else if (name == QLatin1String("fabPauseTasks")) {
-                    suspend();
-                } else if (name == QLatin1String("fabResumeTasks")) {
-                    resume();
-                }
-            });
-    return m_nuid;
 }
 
 } // namespace qv

@@ -5,7 +5,6 @@
 #include <QObject>
 #include <QStringList>
 
-#include <memory>
 #include <optional>
 
 // One tool, or a pipeline of tools, run without blocking the event loop.
@@ -27,20 +26,6 @@ public:
     virtual void taskLauncherTaskDidResume(taskLauncher &) {}
     // Once, whatever the cause. The launcher may be given up here with deleteLater().
     virtual void taskLauncherTaskDidEnd(taskLauncher &) {}
-};
-
-// Wishes to whichever launcher answers to an identifier: "fabKillTasks", "fabPauseTasks",
-// "fabResumeTasks". The identifier is compared as an object, not by its number.
-class TaskBroadcast : public QObject
-{
-    Q_OBJECT
-
-public:
-    static TaskBroadcast &instance();
-    void post(const QString &name, const std::shared_ptr<const int> &identifier);
-
-Q_SIGNALS:
-    void posted(const QString &name, const std::shared_ptr<const int> &identifier);
 };
 
 // For one launch only.
@@ -98,9 +83,6 @@ public:
     // The same, told apart: exited, crashed, stopped, hung.
     ToolOutcome outcome() const { return m_outcome; }
 
-    // The identifier under which TaskBroadcast reaches this launcher, made at the first call.
-    std::shared_ptr<const int> uid();
-
 private:
     int launchTools(const QList<QStringList> &groups);
     void deliver(const QByteArray &data);
@@ -119,7 +101,6 @@ private:
     int m_terminationStatus = 0;
     bool m_isSuspended = false;
     bool m_isRaw = false;
-    std::shared_ptr<const int> m_nuid;
     ToolOutcome m_outcome;
 };
 

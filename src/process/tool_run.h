@@ -10,7 +10,7 @@
 // text, or a null text when there was nothing or it was not UTF-8; never an empty one. Exit
 // statuses are not looked at. A tool that neither prints nor computes for the idle limit is
 // terminated, and what it printed until then counts. Nobody waits for a tool that has closed its
-// output: it is killed, with all that it has started (not that of taskWithStr, which ends first).
+// output: it is killed, with all that it has started.
 namespace qv
 {
 
@@ -19,19 +19,5 @@ QString taskArray1PipeMax(const QStringList &arguments, ErrorText errorText);
 
 // A pipeline of any length; the last tool's error text is merged.
 QString taskArrayPipes(const QStringList &arguments);
-
-// A shell command line, in a working folder when one is given. One final newline is removed.
-QString taskWithStr(const QString &commandLine, const QString &workingFolder);
-
-// Only "|" is ever judged safe.
-bool isStringSafe4Task(const QString &text);
-
-// A shell command line (further elements are its positional parameters) run on a second thread
-// that the caller joins; 8-bit text, error text merged. Not reentrant.
-class taskBloquante
-{
-public:
-    static QString verbose(const QStringList &arguments);
-};
 
 } // namespace qv

@@ -3,8 +3,8 @@
 #include "settings/color_text.h"
 #include "settings/preferences_store.h"
 #include "sheet/caption_texts.h"
-#include "sheet/image_export.h"
 #include "sheet/layout.h"
+#include "sheet/picture_file.h"
 #include "sheet/sheet_painter.h"
 #include "sheet/still_reader.h"
 #include "sheet/text_painter.h"
@@ -214,7 +214,7 @@ tl::expected<ComposedSheet, QString> composed(int dpi, const QVariantMap &displa
     }
     const QString path = QStringLiteral("%1.%2").arg(base, sheetExtension(dpi));
     const QByteArray packet = provenance ? xmpPacket(*provenance) : QByteArray();
-    if (const auto written = imgWrite(sheet->bitmap, path, packet); !written) {
+    if (const auto written = writePicture(sheet->bitmap, path, packet); !written) {
         return tl::make_unexpected(
             QStringLiteral("the sheet can't be written: %1: %2").arg(path, written.error()));
     }

@@ -1,4 +1,4 @@
-#include "sheet/image_encoders.h"
+#include "sheet/jpeg_encoder.h"
 #include "sheet/jpeg_errors.h"
 
 #include <QColorSpace>

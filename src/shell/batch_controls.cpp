@@ -435,11 +435,6 @@ void BatchControls::setThumbnailCount(int out, int count)
     offerCounts();
 }
 
-bool BatchControls::wantsQuickPictures() const
-{
-    return m_quick->isChecked();
-}
-
 void BatchControls::setQuickPictures(bool quick)
 {
     m_quick->setChecked(quick);

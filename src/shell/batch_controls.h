@@ -47,7 +47,6 @@ public:
     void setThumbnailCount(int out, int count);
 
     // Whether the stills may be the key pictures nearest to their instants.
-    bool wantsQuickPictures() const;
     void setQuickPictures(bool quick);
 
     QPushButton *goButton() const { return m_go; }

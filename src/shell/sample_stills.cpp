@@ -1,6 +1,6 @@
 #include "shell/sample_stills.h"
 
-#include "sheet/image_export.h"
+#include "sheet/picture_file.h"
 #include "support/files.h"
 
 #include <QLinearGradient>
@@ -215,7 +215,7 @@ void SampleStills::makeNext()
     const QImage still = sampleStill(m_made);
     const QImage small =
         still.scaled(smallStillSize, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
-    if (!imgWrite(still, path(m_made)) || !imgWrite(small, smallPath(m_made))) {
+    if (!writePicture(still, path(m_made)) || !writePicture(small, smallPath(m_made))) {
         m_idle.stop();
         Q_EMIT failed();
         return;

@@ -65,9 +65,6 @@ float folderSize(const QString &path);
 // file system keeps no birth time. Null when missing.
 QString creationDateText(const QString &path);
 
-// 0 transport stream, 1 program stream whose first clock reference is zero, 2 AC-3.
-bool hasContainerHeader(const QString &path, int kind);
-
 // The recorder bundle (".eyetv") that directly holds the path, or the path itself.
 QString EyetvBundle(const QString &path);
 // The folder that holds the source, seen past recorder bundles and editor projects.

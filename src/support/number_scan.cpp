@@ -1,20 +1,13 @@
 #include "support/number_scan.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <limits>
-#include <numeric>
 
 namespace qv::numberScan
 {
 namespace
 {
-
-// 43, 61, 73, 79, 97, 103, 151, 163, 173 and 193 are left out: sheets made so far depend on it.
-constexpr std::array listedPrimes{1,   2,   3,   5,   7,   11,  13,  17,  19,  23,  29,  31,  37,
-                                  41,  47,  53,  59,  67,  71,  83,  89,  101, 107, 109, 113, 127,
-                                  131, 137, 139, 149, 157, 167, 179, 181, 191, 197, 199};
 
 bool isDigit(QChar c)
 {
@@ -96,35 +89,6 @@ qint64 integerAt(const QString &text, qsizetype start)
         value = value * 10 + (text[i].unicode() - u'0');
     }
     return isNegative ? -value : value;
-}
-
-bool dividesBoth(qint64 divisor, qint64 a, qint64 b)
-{
-    return divisor != 0 && a % divisor == 0 && b % divisor == 0;
-}
-
-int smallestCommonDivisor(qint64 a, qint64 b, qint64 low, qint64 high)
-{
-    // Divisors come in pairs below and above the square root, so the walk is short for any range.
-    const qint64 common = std::gcd(a, b);
-    const qint64 from = std::max<qint64>(low, 1);
-    qint64 best = high;
-    for (qint64 d = 1; d * d <= common; ++d) {
-        if (common % d != 0) {
-            continue;
-        }
-        for (const qint64 divisor : {d, common / d}) {
-            best = divisor >= from ? std::min(best, divisor) : best;
-        }
-    }
-    return best < high ? static_cast<int>(best) : 0;
-}
-
-int largestListedPrime(qint64 a, qint64 b)
-{
-    const auto found = std::find_if(listedPrimes.rbegin(), listedPrimes.rend(),
-                                    [&](int prime) { return dividesBoth(prime, a, b); });
-    return found == listedPrimes.rend() ? 1 : *found;
 }
 
 } // namespace qv::numberScan

@@ -2,7 +2,8 @@
 
 #include "support/log.h"
 #include "support/number_scan.h"
-#include "support/variant_values.h"
+
+#include <QStringList>
 
 #include <algorithm>
 #include <charconv>
@@ -18,32 +19,6 @@ int saturated(qint64 value)
 {
     return static_cast<int>(std::clamp<qint64>(value, std::numeric_limits<int>::min(),
                                                std::numeric_limits<int>::max()));
-}
-
-// NaN has no place in an order.
-QVariant asSortable(const QVariant &value)
-{
-    if (!isNumberType(value)) {
-        return str2Float(value.toString());
-    }
-    return std::isnan(value.toDouble()) ? QVariant(0.0F) : value;
-}
-
-struct DivisorRange {
-    QString name;
-    qint64 low;
-    qint64 high; // not in it
-};
-
-// Near the target first, then below, then above.
-std::array<DivisorRange, 3> divisorRanges(int target)
-{
-    const double t = target;
-    const qint64 nearLow = truncatedToInt(t / 1.5 + 0.5);
-    const qint64 nearHigh = truncatedToInt(t * 1.5);
-    return {{{QStringLiteral("~"), nearLow, nearHigh},
-             {QStringLiteral("<"), truncatedToInt(t * 0.5), truncatedToInt(t / 1.5)},
-             {QStringLiteral(">"), nearHigh, 2 * qint64(target)}}};
 }
 
 float powerOfTen(int exponent)
@@ -97,11 +72,6 @@ float narrowedToFloat(double value)
     return fits ? static_cast<float>(value) : 0.0F;
 }
 
-int str2Int(const QString &text)
-{
-    return truncatedToInt(double(str2Float(text)));
-}
-
 int intValue(const QString &text)
 {
     return saturated(numberScan::integerAt(text, numberScan::pastBlanks(text)));
@@ -115,68 +85,6 @@ double doubleValue(const QString &text)
 float floatValue(const QString &text)
 {
     return narrowedToFloat(doubleValue(text));
-}
-
-float quotedStr2Float(const QString &text)
-{
-    return text.isEmpty() ? 0.0F : str2Float(text.mid(1, std::max<qsizetype>(text.size() - 2, 0)));
-}
-
-QVariantList numbersSorted(const QVariantList &values)
-{
-    QVariantList numbers;
-    numbers.reserve(values.size());
-    for (const QVariant &value : values) {
-        logDebug([&] { return QStringLiteral("numbersSorted       : %1").arg(value.toString()); });
-        numbers.append(asSortable(value));
-    }
-    std::stable_sort(numbers.begin(), numbers.end(), [](const QVariant &a, const QVariant &b) {
-        return a.toDouble() < b.toDouble();
-    });
-    return numbers;
-}
-
-int nbsSousMultipleCommun(int a, int b, int target)
-{
-    const auto answer = [](int divisor) {
-        logLine(QStringLiteral("nbsSousMultipleCommun: fin %1").arg(divisor));
-        return divisor;
-    };
-    if (numberScan::dividesBoth(target, a, b)) {
-        return answer(target);
-    }
-    for (const DivisorRange &range : divisorRanges(target)) {
-        if (const int d = numberScan::smallestCommonDivisor(a, b, range.low, range.high)) {
-            return answer(d);
-        }
-        logDebug([&] {
-            return QStringLiteral("nbsSousMultipleCommun: pass range %1 %2")
-                .arg(range.name, QString::number(target));
-        });
-    }
-    logDebug([] { return QStringLiteral("nbsSousMultipleCommun: pass range nb 1ers"); });
-    return answer(numberScan::largestListedPrime(a, b));
-}
-
-int nbMultipleArrondi(int n, int m)
-{
-    if (m == 0) {
-        return n;
-    }
-    const qint64 remainder = qint64(n) % m;
-    if (remainder == 0) {
-        return n;
-    }
-    const qint64 lower = n - remainder;
-    logDebug([&] { return QStringLiteral("arrondiInferieur     : %1").arg(lower); });
-    const bool down = m / 2 > remainder;
-    logDebug([&] {
-        return down ? QStringLiteral("nbMultipleArrondi    : arrondir en-dessous")
-                    : QStringLiteral("nbMultipleArrondi    : arrondir au dessus");
-    });
-    const int rounded = saturated(down ? lower : lower + m);
-    logLine(QStringLiteral("nbMultipleArrondi    :-) %1").arg(rounded));
-    return rounded;
 }
 
 float nbArrondi(float x, int decimals)
@@ -195,20 +103,6 @@ float nbArrondi(float x, int decimals)
     return rounded;
 }
 
-float nbTrimmed(float x, int decimals)
-{
-    const float scale = powerOfTen(decimals);
-    const float scaled = x * scale;
-    float trimmed = std::isfinite(x) ? x : 0.0F;
-    if (std::isfinite(scaled)) {
-        trimmed = std::trunc(scaled) / scale;
-    }
-    logDebug([&] {
-        return QStringLiteral("nbTrimmed           : %1").arg(fixedText(double(trimmed), 6));
-    });
-    return trimmed;
-}
-
 float versionStr2Float(const QString &text)
 {
     const QStringList fields = text.split(u'.');
@@ -217,23 +111,6 @@ float versionStr2Float(const QString &text)
     value += floatValue(fields.value(2)) / 100 / 100;
     logDebug([&] { return QStringLiteral("returnedFloat %1").arg(fixedText(double(value), 6)); });
     return std::isfinite(value) ? value : 0.0F;
-}
-
-QString ASTID(const QString &text, const QString &delimiter, int index)
-{
-    constexpr int secondToLast = 666;
-    constexpr int last = 777;
-    const bool isNumber =
-        QString::number(intValue(text)) == text || fixedText(double(floatValue(text)), 6) == text;
-    if (isNumber || delimiter.isEmpty() || !text.contains(delimiter)) {
-        return text.isNull() ? QLatin1String("") : text;
-    }
-    const QStringList fields = text.split(delimiter);
-    qsizetype wanted = index;
-    if (index == secondToLast || index == last) {
-        wanted = fields.size() - (index == last ? 1 : 2);
-    }
-    return fields.value(wanted, text);
 }
 
 } // namespace qv

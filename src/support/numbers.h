@@ -1,9 +1,6 @@
 #pragma once
 
 #include <QString>
-#include <QVariantList>
-
-#include <array>
 
 // Numbers out of the texts that tools print, and numbers into the short texts of a sheet. Nothing
 // here fails: what can't be read gives the value that each declaration names. A missing (null)
@@ -16,8 +13,6 @@ namespace qv
 float str2Float(const QString &text);
 // The same in double precision, for values that a float would round (tick counts, 59.94).
 double str2Double(const QString &text);
-// str2Float, truncated toward zero; saturates at the range of int.
-int str2Int(const QString &text);
 // Truncated toward zero; saturates at the range of int, 0 for what is no number.
 int truncatedToInt(double value);
 // As a float; 0 for what is beyond the range of floats.
@@ -27,25 +22,11 @@ int intValue(const QString &text);
 // Leading decimal number after leading blanks ("12.5 kb/s" gives 12.5); 0 when there is none.
 double doubleValue(const QString &text);
 float floatValue(const QString &text);
-// The number between quotes: the text without its first and last character. 0 for an empty text.
-float quotedStr2Float(const QString &text);
-// Ascending; texts among the values are read with str2Float. Empty for an empty list.
-QVariantList numbersSorted(const QVariantList &values);
-
 // "16:9" or "1.777" as a ratio; 1.0 when missing or nearer to zero than 0.1.
 float fractionStr2Float(const QString &text);
-// A ratio as "16:9", "4:3", "1:1" or a reduced fraction of thousandths.
-QString float2FractionStr(float ratio);
-// Reduced by the primes up to 17.
-std::array<int, 2> reduceFraction(int a, int b);
-// A divisor of both a and b in the neighbourhood of target (not 0); 1 in the worst case.
-int nbsSousMultipleCommun(int a, int b, int target);
-// n rounded to a multiple of m (not 0); from m / 2, a whole number, it rounds up.
-int nbMultipleArrondi(int n, int m);
-// x rounded, and x truncated, to a number of decimals. To 0 decimals a negative x is rounded toward
-// zero: -2.7 gives -2.
+// x rounded to a number of decimals. To 0 decimals a negative x is rounded toward zero: -2.7 gives
+// -2.
 float nbArrondi(float x, int decimals);
-float nbTrimmed(float x, int decimals);
 
 // With that many decimals (100 at most), as C prints "%.2f" whatever the locale: what lies exactly
 // half-way goes to the even digit, so 0.625 gives "0.62".
@@ -58,14 +39,8 @@ float timecodeStr2Float(const QString &text);
 QString float2TimecodeStr(double seconds, int decimals);
 // A duration in whole seconds for people: 3725 gives 1h02'05".
 QString durationText(int seconds);
-// The reverse; any other text gives its leading integer.
-int hmsStr2Int(const QString &text);
 
 // "10.6.8" gives 10.0608.
 float versionStr2Float(const QString &text);
-
-// One field of a delimited text: a zero-based index, 666 the second-to-last, 777 the last. The text
-// itself when it is a plain number, lacks the delimiter, or has no such field.
-QString ASTID(const QString &text, const QString &delimiter, int index);
 
 } // namespace qv

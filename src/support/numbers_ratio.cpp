@@ -3,6 +3,8 @@
 
 #include "support/log.h"
 
+#include <QStringList>
+
 #include <cmath>
 
 namespace qv
@@ -13,11 +15,6 @@ namespace
 bool isNearZero(float value)
 {
     return std::abs(double(value)) < 0.1;
-}
-
-bool isNear(float value, double anchor)
-{
-    return std::abs(double(value) - anchor) <= 0.02;
 }
 
 float unfoldedRatio(const QString &text)
@@ -41,38 +38,6 @@ float fractionStr2Float(const QString &text)
     }
     const float value = unfoldedRatio(text);
     return !std::isfinite(value) || isNearZero(value) ? 1.0F : value;
-}
-
-std::array<int, 2> reduceFraction(int a, int b)
-{
-    if (a == 0 && b == 0) {
-        return {1, 1};
-    }
-    for (const int divisor : {2, 3, 5, 7, 11, 13, 17}) {
-        while (a % divisor == 0 && b % divisor == 0) {
-            a /= divisor;
-            b /= divisor;
-        }
-    }
-    return {a, b};
-}
-
-QString float2FractionStr(float ratio)
-{
-    if (!std::isfinite(ratio) || isNearZero(ratio) || isNear(ratio, 1.0)) {
-        return QStringLiteral("1:1");
-    }
-    if (isNear(ratio, 1.33)) {
-        return QStringLiteral("4:3");
-    }
-    if (isNear(ratio, 1.77)) {
-        return QStringLiteral("16:9");
-    }
-    const auto [numerator, denominator] =
-        reduceFraction(truncatedToInt(double(ratio * 1000)), 1000);
-    const QString text = QStringLiteral("%1:%2").arg(numerator).arg(denominator);
-    logLine(QStringLiteral("float2FractionStr : %1 (<-%2)").arg(text, fixedText(double(ratio), 3)));
-    return text;
 }
 
 } // namespace qv

@@ -4,6 +4,8 @@
 #include "support/alerts.h"
 #include "support/log.h"
 
+#include <QStringList>
+
 #include <algorithm>
 #include <cmath>
 
@@ -105,19 +107,6 @@ QString durationText(int seconds)
     const int whole = std::max(seconds, 0);
     return QStringLiteral("%1h%2'%3\"")
         .arg(QString::number(whole / 3600), twoDigits(whole / 60 % 60), twoDigits(whole % 60));
-}
-
-int hmsStr2Int(const QString &text)
-{
-    const qsizetype h = text.indexOf(u'h');
-    if (h < 0 || !text.contains(u'\'') || !text.contains(u'"')) {
-        return intValue(text);
-    }
-    const QString afterHours = text.mid(h + 1);
-    const QString minutes = afterHours.section(u'\'', 0, 0);
-    const QString seconds = afterHours.section(u'\'', 1).section(u'"', 0, 0);
-    return truncatedToInt(3600.0 * intValue(text.left(h)) + 60.0 * intValue(minutes) +
-                          intValue(seconds));
 }
 
 } // namespace qv

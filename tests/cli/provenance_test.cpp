@@ -2,7 +2,7 @@
 
 #include "cli/command_test.h"
 
-#include "sheet/image_export.h"
+#include "sheet/picture_file.h"
 #include "sheet/provenance.h"
 
 #include <QDateTime>
@@ -67,7 +67,7 @@ TEST_F(CommandTest, AnUpdateMakesAnewOnlyWhatWouldDiffer)
         auto carried = readProvenance(path("out/a.jpg"));
         ASSERT_TRUE(carried);
         change(*carried);
-        ASSERT_TRUE(imgWrite(QImage(sheet), sheet, xmpPacket(*carried)));
+        ASSERT_TRUE(writePicture(QImage(sheet), sheet, xmpPacket(*carried)));
     };
     const qint64 modified = QFileInfo(QString::fromUtf8(source)).lastModified().toMSecsSinceEpoch();
     using Change = std::function<void()>;

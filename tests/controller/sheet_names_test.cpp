@@ -4,7 +4,7 @@
 #include "controller/sheet_delivery.h"
 #include "controller/sheet_names.h"
 #include "controller/sheet_owner.h"
-#include "sheet/image_export.h"
+#include "sheet/picture_file.h"
 #include "support/files.h"
 
 using namespace qv;
@@ -34,7 +34,7 @@ protected:
         QImage picture(8, 8, QImage::Format_RGB32);
         picture.fill(Qt::red);
         QDir().mkpath(path("out"));
-        ASSERT_TRUE(imgWrite(picture, path("out/" + name), xmpPacket(made)));
+        ASSERT_TRUE(writePicture(picture, path("out/" + name), xmpPacket(made)));
     }
 
     QStringList namesOf(const QStringList &sources) const
@@ -106,7 +106,7 @@ TEST_F(SheetNamesTest, ASourceHasThePlainNameUnlessAFileOfOthersHasIt)
         };
     };
     const auto picture = [&](const QString &name) {
-        imgSwatch(Qt::red, path("out/" + name), 8, 8);
+        writePicture(emptyBitmap(8, 8, 0, false), path("out/" + name));
     };
     const auto folder = [&](const QString &name) { QDir().mkpath(path("out/" + name)); };
     const auto brokenLink = [&](const QString &name) { QFile::link("none", path("out/" + name)); };

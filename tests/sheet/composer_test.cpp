@@ -96,7 +96,7 @@ TEST_F(Composer, PutsEachStillIntoItsOwnCell)
     const QList<QColor> colors{Qt::red, Qt::green, Qt::blue, Qt::yellow};
     makeStills(colors);
     ASSERT_TRUE(QFile::remove(stillPath(1)));
-    ASSERT_TRUE(test::saveBytes(stillPath(2), "no picture"));
+    writeFile(stillPath(2), "no picture");
     int drawn = 0;
     const QImage sheet = drawSheet(0, display(1, 4), &drawn);
     EXPECT_EQ(drawn, 2);
@@ -166,7 +166,7 @@ TEST_F(Composer, ShowsTheHeaviestStillLargeInTheMixedLayout)
 {
     makeStills(QList<QColor>(6, Qt::red));
     ASSERT_TRUE(test::savePicture(stillPath(4), QSize(1280, 720), Qt::blue));
-    ASSERT_TRUE(test::saveBytes(stillPath(5), QByteArray(500000, 'x')));
+    writeFile(stillPath(5), QByteArray(500000, 'x'));
     const QImage sheet = drawSheet(0, display(3, 6));
     EXPECT_TRUE(isNear(sheet.pixelColor(480, 200), Qt::blue));
     EXPECT_TRUE(isNear(sheet.pixelColor(cellOf(3, 6, 4).center()), Qt::blue));
@@ -197,7 +197,7 @@ TEST_F(Composer, SkipsStillsThatWouldHarm)
     const qsizetype frame = bytes.indexOf("\xff\xc0");
     ASSERT_GT(frame, 0);
     bytes.replace(frame + 5, 4, "\xff\xdc\xff\xdc"); // 65,500 x 65,500 pixels
-    ASSERT_TRUE(test::saveBytes(stillPath(1), bytes));
+    writeFile(stillPath(1), bytes);
     // Only one decoder may see what a tool wrote.
     ASSERT_TRUE(QImage(stillPath(2)).save(stillPath(2), "PNG"));
     int drawn = 0;

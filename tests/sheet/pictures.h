@@ -1,7 +1,6 @@
 #pragma once
 
 #include <QColor>
-#include <QFile>
 #include <QImage>
 #include <QString>
 #include <QTemporaryDir>
@@ -18,12 +17,6 @@ inline bool savePicture(const QString &path, const QSize &size, const QColor &co
     QImage picture(size, QImage::Format_RGB32);
     picture.fill(color);
     return picture.save(path, nullptr, 95);
-}
-
-inline bool saveBytes(const QString &path, const QByteArray &bytes)
-{
-    QFile file(path);
-    return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size();
 }
 
 inline bool isNear(const QColor &a, const QColor &b, int tolerance = 12)

@@ -27,26 +27,6 @@ TEST_F(FileFactsTest, SizesComeInUnitsAndFoldersInWholeMebibytes)
     }
 }
 
-TEST_F(FileFactsTest, ContainersAreToldByTheirFirstBytes)
-{
-    const QByteArray pack("\x00\x00\x01\xba\x44\x00\x04\x00\x04\x01\x00", 11);
-    const QByteArray laterPack("\x00\x00\x01\xba\x44\x00\x04\x00\x04\x02\x00", 11);
-    const struct {
-        QByteArray bytes;
-        int kind;
-        bool matches;
-    } cases[] = {
-        {"Gxx", 0, true},         {QByteArray(4, '\0') + "G", 0, false},
-        {pack, 1, true},          {laterPack, 1, false},
-        {"\x0bwx", 2, true},      {"\x0bx", 2, false},
-        {pack.left(9), 1, false}, {"", 0, false},
-    };
-    for (const auto &c : cases) {
-        EXPECT_EQ(hasContainerHeader(make("stream", c.bytes), c.kind), c.matches)
-            << c.bytes.toHex().toStdString();
-    }
-}
-
 TEST_F(PathNamesTest, SourcesInsideBundlesAreNamedAfterTheBundle)
 {
     const struct {

@@ -22,11 +22,6 @@ protected:
     {
         ASSERT_TRUE(QFile::link(target, at(name)));
     }
-    static QByteArray contentOf(const QString &path)
-    {
-        QFile file(path);
-        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("(none)");
-    }
 
     LogCapture m_log;
 };

@@ -1,25 +1,19 @@
-#include "sheet/image_export.h"
+#include "published/image_export.h"
 
-#include "sheet/image_encoders.h"
-#include "sheet/xmp_packet.h"
+#include "published/image_encoders.h"
 #include "support/files.h"
 #include "support/log.h"
 #include "support/numbers.h"
-#include "support/whole_write.h"
 
 #include <QBuffer>
 #include <QColorSpace>
-#include <QFile>
 #include <QFileInfo>
 #include <QImageReader>
 #include <QImageWriter>
+#include <QPainter>
 
 #include <algorithm>
-#include <cerrno>
-#include <cmath>
-#include <fcntl.h>
 #include <optional>
-#include <unistd.h>
 
 namespace qv
 {
@@ -27,75 +21,13 @@ namespace qv
 namespace
 {
 
-constexpr double pointsPerInch = 72;
-constexpr double metersPerInch = 0.0254;
-constexpr double highestResolution = 100000;
-constexpr int largestSide = 65500; // what JPEG files can hold
-constexpr qint64 largestArea = 1LL << 28;
-
-// Of 100. Measured on noisy pictures: a third of the time of 45 for a file that is 14 % larger.
-constexpr int pngCompression = 30;
-
 enum class Fit { Stretch = 0, Bands = 1, Crop = 2, Inside = -1, Cover = -2 };
 
-struct FileType {
-    QByteArray writer; // of the image plug-ins; empty for our own encoders
-    bool transparency = false;
-    QByteArray (*encoder)(const QImage &) = nullptr;
-    bool carriesXmp = false;
-    bool flattens = false; // the encoder itself puts pictures with alpha over black
-};
-
-FileType fileType(const QString &extension)
+QByteArray encodeByPlugin(const QImage &bitmap, const QByteArray &format)
 {
-    const QString type = extension.toLower();
-    if (type == QLatin1String("jpg") || type == QLatin1String("jpeg")) {
-        return {{}, false, encodeJpeg, true, true};
-    }
-    if (type == QLatin1String("png")) {
-        return {"png", true, nullptr, true};
-    }
-    if (type == QLatin1String("tif") || type == QLatin1String("tiff")) {
-        return {"tiff", true, nullptr};
-    }
-    if (type == QLatin1String("bmp")) {
-        return {"bmp", false, nullptr};
-    }
-    if (type == QLatin1String("gif")) {
-        return {{}, true, encodeGif};
-    }
-    if (type == QLatin1String("jp2") || type == QLatin1String("jpx")) {
-        return {{}, false, encodeJpeg2000};
-    }
-    return {"jpeg", false, nullptr};
-}
-
-bool isUsableSize(int width, int height)
-{
-    return width > 0 && height > 0 && width <= largestSide && height <= largestSide &&
-           static_cast<qint64>(width) * height <= largestArea;
-}
-
-int dotsPerMeter(double resolution)
-{
-    const bool usable = resolution > 0 && resolution <= highestResolution;
-    return static_cast<int>(std::lround((usable ? resolution : pointsPerInch) / metersPerInch));
-}
-
-QImage emptyBitmap(int width, int height, double resolution, bool keepTransparency)
-{
-    if (!isUsableSize(width, height)) {
-        return {};
-    }
-    QImage bitmap(width, height, QImage::Format_ARGB32_Premultiplied);
-    if (bitmap.isNull()) {
-        return {};
-    }
-    bitmap.fill(keepTransparency ? Qt::transparent : Qt::black);
-    bitmap.setDotsPerMeterX(dotsPerMeter(resolution));
-    bitmap.setDotsPerMeterY(dotsPerMeter(resolution));
-    bitmap.setColorSpace(QColorSpace(QColorSpace::SRgb));
-    return bitmap;
+    QBuffer buffer;
+    buffer.open(QIODevice::WriteOnly);
+    return QImageWriter(&buffer, format).write(bitmap) ? buffer.data() : QByteArray();
 }
 
 // `part` of the picture over `target`. Scaled by area first, since a painter's own scaling skips
@@ -122,59 +54,33 @@ QImage withoutAlpha(const QImage &bitmap)
     return opaque;
 }
 
-QByteArray pluginEncoded(const QImage &bitmap, const FileType &type)
+bool isSheetFormat(const QString &type)
 {
-    QBuffer buffer;
-    buffer.open(QIODevice::WriteOnly);
-    QImageWriter writer(&buffer, type.writer);
-    if (type.writer == "png") {
-        writer.setCompression(pngCompression);
-    }
-    return writer.write(bitmap) ? buffer.data() : QByteArray();
+    return type == QLatin1String("jpg") || type == QLatin1String("jpeg") ||
+           type == QLatin1String("png");
 }
 
-QByteArray encoded(const QImage &bitmap, const FileType &type)
+// In a format that sheets don't have, by the file's extension in lower case.
+QByteArray encoded(const QImage &bitmap, const QString &type)
 {
-    const QImage source = type.transparency || type.flattens ? bitmap : withoutAlpha(bitmap);
-    return type.encoder ? type.encoder(source) : pluginEncoded(source, type);
+    if (type == QLatin1String("gif")) {
+        return encodeGif(bitmap);
+    }
+    if (type == QLatin1String("tif") || type == QLatin1String("tiff")) {
+        return encodeByPlugin(bitmap, "tiff");
+    }
+    const QImage opaque = withoutAlpha(bitmap);
+    if (type == QLatin1String("jp2") || type == QLatin1String("jpx")) {
+        return encodeJpeg2000(opaque);
+    }
+    return encodeByPlugin(opaque, type == QLatin1String("bmp") ? "bmp" : "jpeg");
 }
 
-// A picture that can't carry the packet is still a good one.
-QByteArray carrying(const QByteArray &picture, const QByteArray &packet)
+bool keepsTransparency(const QString &path)
 {
-    const auto carrier = withXmp(picture, packet);
-    if (!carrier) {
-        logLine(QStringLiteral("sheet metadata      :-( ") + carrier.error());
-    }
-    return carrier.value_or(picture);
-}
-
-// Never a device or a pipe that the path may lead to.
-void removeWritten(const QString &path)
-{
-    const QFileInfo info(path);
-    if (info.isFile() || info.isSymLink()) {
-        QFile::remove(path);
-    }
-}
-
-// Without Qt's file, which does not say why it wrote less than it was given.
-tl::expected<void, QString> writeWhole(const QString &path, const QByteArray &bytes)
-{
-    const int file =
-        ::open(QFile::encodeName(path).constData(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
-    if (file < 0) {
-        return tl::make_unexpected(qt_error_string(errno));
-    }
-    int error = writeAll(file, bytes.constData(), static_cast<std::size_t>(bytes.size()));
-    if (::close(file) != 0 && error == 0) {
-        error = errno;
-    }
-    if (error == 0) {
-        return {};
-    }
-    removeWritten(path);
-    return tl::make_unexpected(qt_error_string(error));
+    const QString type = pathExtension(path).toLower();
+    return type == QLatin1String("png") || type == QLatin1String("gif") ||
+           type == QLatin1String("tif") || type == QLatin1String("tiff");
 }
 
 QImage readPicture(const QString &path)
@@ -185,7 +91,7 @@ QImage readPicture(const QString &path)
     QImageReader reader(path);
     reader.setDecideFormatFromContent(true);
     const QSize size = reader.size();
-    if (size.isValid() && !isUsableSize(size.width(), size.height())) {
+    if (size.isValid() && !isPictureSize(size.width(), size.height())) {
         return {};
     }
     return reader.read();
@@ -213,7 +119,8 @@ QSize divided(const QSize &size, double factor)
     constexpr double roundingSlack = 1e-9;
     const auto side = [&](int length) {
         const double quotient = length / factor;
-        const double bounded = std::min(quotient * (1 + roundingSlack), double(largestSide) + 1);
+        const double bounded =
+            std::min(quotient * (1 + roundingSlack), double(largestPictureSide) + 1);
         return std::max(1, static_cast<int>(bounded));
     };
     return {side(size.width()), side(size.height())};
@@ -304,34 +211,14 @@ QImage imgRender(const QImage &picture, int width, int height, double resolution
     return bitmap;
 }
 
-QImage imgRender(const Drawing &drawing, int width, int height, double resolution,
-                 bool keepTransparency)
-{
-    QImage bitmap = emptyBitmap(width, height, resolution, keepTransparency);
-    if (!bitmap.isNull() && !drawing.size.isEmpty() && drawing.paint) {
-        QPainter painter(&bitmap);
-        painter.scale(width / drawing.size.width(), height / drawing.size.height());
-        drawing.paint(painter);
-    }
-    return bitmap;
-}
-
 tl::expected<void, QString> imgWrite(const QImage &bitmap, const QString &path,
                                      const QByteArray &xmpPacket)
 {
-    const QString file = expandTilde(path);
-    if (bitmap.isNull() || file.isEmpty()) {
-        return tl::make_unexpected(QStringLiteral("there is nothing to write"));
+    const QString type = pathExtension(path).toLower();
+    if (bitmap.isNull() || isSheetFormat(type)) {
+        return writePicture(bitmap, path, xmpPacket);
     }
-    const FileType type = fileType(pathExtension(file));
-    const QByteArray bytes = encoded(bitmap, type);
-    if (bytes.isEmpty()) {
-        return tl::make_unexpected(QStringLiteral("the picture can't be encoded"));
-    }
-    const bool isCarrier = type.carriesXmp && !xmpPacket.isEmpty();
-    const auto written = writeWhole(file, isCarrier ? carrying(bytes, xmpPacket) : bytes);
-    logDebug([] { return QStringLiteral("imgExport - fin"); });
-    return written;
+    return writeEncoded(encoded(bitmap, type), path);
 }
 
 bool imgExport(const QString &source, const QString &destination, int width, int height,
@@ -343,7 +230,7 @@ bool imgExport(const QString &source, const QString &destination, int width, int
         return QStringLiteral("imgExport - deb : %1 = %2").arg(file, exists);
     });
     const std::optional<Fit> fit = fitOf(mode);
-    if (!fit || !isUsableSize(width, height)) {
+    if (!fit || !isPictureSize(width, height)) {
         return false;
     }
     const QImage picture = readPicture(file);
@@ -353,7 +240,7 @@ bool imgExport(const QString &source, const QString &destination, int width, int
     logDebug([&] {
         return QStringLiteral("img size : %1 x %2").arg(picture.width()).arg(picture.height());
     });
-    const bool transparency = keepsTransparency(pathExtension(destination));
+    const bool transparency = keepsTransparency(destination);
     const QImage bitmap =
         renderFitted(picture, *fit, QSize(width, height), resolution, transparency);
     const QString rep = QStringLiteral("rep=%1 x %2").arg(bitmap.width()).arg(bitmap.height());
@@ -369,14 +256,8 @@ bool imgSwatch(const QColor &color, const QString &path, int width, int height)
     const Drawing swatch{QSizeF(100, 100), [&](QPainter &painter) {
                              painter.fillRect(QRectF(0, 0, 100, 100), color);
                          }};
-    const bool transparency = keepsTransparency(pathExtension(path));
-    return imgWrite(imgRender(swatch, width, height, pointsPerInch, transparency), path)
-        .has_value();
-}
-
-bool keepsTransparency(const QString &extension)
-{
-    return fileType(extension).transparency;
+    const bool transparency = keepsTransparency(path);
+    return imgWrite(imgRender(swatch, width, height, 0, transparency), path).has_value();
 }
 
 } // namespace qv

@@ -1,4 +1,4 @@
-#include "support/byte_search.h"
+#include "published/byte_search.h"
 
 #include "support/log.h"
 

@@ -1,4 +1,4 @@
-#include "sheet/image_encoders.h"
+#include "published/image_encoders.h"
 
 #include <gif_lib.h>
 
