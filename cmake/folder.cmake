@@ -14,13 +14,23 @@ function(qv_precompile target)
   endif()
 endfunction()
 
+# The C++ files of this folder and of these sub-folders.
+function(qv_sources variable)
+  set(patterns *.cpp *.h)
+  foreach(folder ${ARGN})
+    list(APPEND patterns ${folder}/*.cpp ${folder}/*.h)
+  endforeach()
+  list(TRANSFORM patterns PREPEND ${CMAKE_CURRENT_SOURCE_DIR}/)
+  file(GLOB sources CONFIGURE_DEPENDS ${patterns})
+  set(${variable} ${sources} PARENT_SCOPE)
+endfunction()
+
 # One library target a folder: qv_folder(<name> DEPENDS <folders and libraries...>
-# [PRECOMPILE <headers that most of its files include...>]).
+# [FOLDERS <sub-folders...>] [PRECOMPILE <headers that most of its files include...>]).
 # Every source of the folder belongs to it, so a new file needs no line here.
 function(qv_folder name)
-  cmake_parse_arguments(ARG "" "" "DEPENDS;PRECOMPILE" ${ARGN})
-  file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp
-       ${CMAKE_CURRENT_SOURCE_DIR}/*.h)
+  cmake_parse_arguments(ARG "" "" "DEPENDS;FOLDERS;PRECOMPILE" ${ARGN})
+  qv_sources(sources ${ARG_FOLDERS})
   if(NOT sources)
     return()
   endif()
@@ -30,15 +40,14 @@ function(qv_folder name)
   qv_precompile(qv_${name} ${ARG_PRECOMPILE})
 endfunction()
 
-# qv_test(<folder> DEPENDS <...> [MAIN <library with main()>]): one test program a folder, run
+# qv_test(<folder> DEPENDS <...> [FOLDERS <sub-folders...>] [MAIN <library with main()>]): one test program a folder, run
 # through CTest.
 function(qv_test name)
-  cmake_parse_arguments(ARG "" "MAIN" "DEPENDS" ${ARGN})
+  cmake_parse_arguments(ARG "" "MAIN" "DEPENDS;FOLDERS" ${ARGN})
   if(NOT ARG_MAIN)
     set(ARG_MAIN qv_test_main)
   endif()
-  file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp
-       ${CMAKE_CURRENT_SOURCE_DIR}/*.h)
+  qv_sources(sources ${ARG_FOLDERS})
   if(NOT sources)
     return()
   endif()

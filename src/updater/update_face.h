@@ -1,6 +1,6 @@
 #pragma once
 
-#include "updater/web_utils.h"
+#include "updater/web/web_utils.h"
 
 #include <QString>
 

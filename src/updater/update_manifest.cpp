@@ -1,6 +1,6 @@
 #include "updater/update_manifest.h"
 
-#include "updater/zip_plan.h"
+#include "updater/archive/zip_plan.h"
 
 #include <QList>
 

@@ -8,7 +8,7 @@
 #include "support/log.h"
 #include "support/numbers.h"
 #include "support/variant_values.h"
-#include "updater/add_on_versions.h"
+#include "updater/install/add_on_versions.h"
 #include "updater/update_reply.h"
 
 #include <QPointer>

@@ -4,12 +4,12 @@
 #include "settings/preferences_store.h"
 #include "support/bundle.h"
 #include "support/off_thread.h"
-#include "updater/application_archive.h"
-#include "updater/application_install.h"
-#include "updater/package_owner.h"
+#include "updater/archive/application_archive.h"
+#include "updater/install/application_install.h"
+#include "updater/install/package_owner.h"
 #include "updater/update_face.h"
 #include "updater/update_service.h"
-#include "updater/web_utils.h"
+#include "updater/web/web_utils.h"
 
 #include <QObject>
 #include <QVariantMap>

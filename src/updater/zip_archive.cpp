@@ -2,9 +2,9 @@
 
 #include "process/child_process.h"
 #include "support/log.h"
-#include "updater/zip_extraction.h"
-#include "updater/zip_plan.h"
-#include "updater/zip_reader.h"
+#include "updater/archive/zip_extraction.h"
+#include "updater/archive/zip_plan.h"
+#include "updater/archive/zip_reader.h"
 
 #include <QFile>
 

@@ -1,7 +1,7 @@
 #include "fuzz_input.h"
 
 #include "support/variant_values.h"
-#include "updater/application_archive.h"
+#include "updater/archive/application_archive.h"
 #include "updater/update_reply.h"
 #include "updater/update_service.h"
 

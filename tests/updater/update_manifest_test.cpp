@@ -1,6 +1,6 @@
 #include "updater/update_manifest.h"
 
-#include "signing_key.h"
+#include "updater/signing_key.h"
 
 #include <QProcess>
 #include <QTemporaryDir>

@@ -2,9 +2,9 @@
 
 #include "common/test_bundle.h"
 #include "support/localized_strings.h"
-#include "updater/package_owner.h"
+#include "updater/install/package_owner.h"
 
-#include "small_application.h"
+#include "updater/small_application.h"
 
 #include <gmock/gmock.h>
 

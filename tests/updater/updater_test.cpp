@@ -10,10 +10,10 @@
 #include "web_server/certificates.h"
 #include "web_server/web_server.h"
 
-#include "recording_update_face.h"
-#include "signing_key.h"
-#include "small_application.h"
-#include "zip_bytes.h"
+#include "updater/archive/zip_bytes.h"
+#include "updater/recording_update_face.h"
+#include "updater/signing_key.h"
+#include "updater/small_application.h"
 
 #include <QNetworkProxy>
 #include <QProcess>
