@@ -79,12 +79,8 @@ public:
     // When the event loop has ended, for whatever reason.
     void applicationWillTerminate();
 
-    // Where a source's sheet goes.
-    QString sheetPath(const QString &sourcePath, int dpi)
-    {
-        return m_encoding.sheetPath(sourcePath, dpi);
-    }
-    // The same without extension; and that of one source settled by another process.
+    // Where a source's sheet goes, without extension; and that of one source settled by another
+    // process.
     QString sheetBase(const QString &sourcePath) { return m_encoding.sheetBase(sourcePath); }
     void giveSheetBase(const QString &sourcePath, const QString &base)
     {

@@ -160,11 +160,6 @@ QString EncodingDriver::sheetBase(const QString &sourcePath)
     return m_names.baseFor(sourcePath, destinationFolder());
 }
 
-QString EncodingDriver::sheetPath(const QString &sourcePath, int dpi)
-{
-    return sheetBase(sourcePath) + QLatin1Char('.') + sheetExtension(dpi);
-}
-
 // ---- choosing rows
 
 void EncodingDriver::encBatch()

@@ -57,10 +57,9 @@ public:
     bool resume();
     bool isPaused() const { return m_gate.isPaused(); }
 
-    // The folder that the sheets go into, and a source's sheet in it (without and with extension).
+    // The folder that the sheets go into, and a source's sheet in it, without extension.
     QString destinationFolder() const;
     QString sheetBase(const QString &sourcePath);
-    QString sheetPath(const QString &sourcePath, int dpi);
     void giveSheetBase(const QString &sourcePath, const QString &base)
     {
         m_names.give(sourcePath, base);

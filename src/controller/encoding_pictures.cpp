@@ -12,8 +12,6 @@
 #include "support/numbers.h"
 #include "support/variant_values.h"
 
-#include <QFileInfo>
-
 #include <cmath>
 
 namespace qv
@@ -21,15 +19,7 @@ namespace qv
 namespace
 {
 
-// Seconds between a frame and its planned instant from which on it is told.
-constexpr double farAway = 2;
-
 const QString pendingKey = QStringLiteral("appkyThFf");
-
-bool hasArrived(const QString &file)
-{
-    return QFileInfo(file).size() > 0;
-}
 
 } // namespace
 
@@ -85,7 +75,7 @@ bool EncodingDriver::hasQuickFailed() const
         return false;
     }
     for (int i = 0; i < m_row.asked; ++i) {
-        if (!hasArrived(pictureFile(m_row.stills, i))) {
+        if (!hasPicture(pictureFile(m_row.stills, i))) {
             return true;
         }
     }
@@ -213,7 +203,7 @@ bool EncodingDriver::notePictures()
 // How far the frame of a still is from its planned instant.
 void EncodingDriver::noteShown(int index, double shown, double planned)
 {
-    if (std::abs(shown - planned) <= farAway) {
+    if (std::abs(shown - planned) <= farFromPlan) {
         m_row.moved.remove(index);
         return;
     }

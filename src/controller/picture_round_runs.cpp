@@ -79,9 +79,11 @@ std::vector<PictureRounds::Run> PictureRounds::spread(std::vector<Run> units) co
     return runs;
 }
 
-bool PictureRounds::takesAnyFrame(const Still &still) const
+// In the first attempt, which decodes up to it from the key picture or, where a seek may end
+// anywhere, with a run-up.
+bool PictureRounds::takesFrameAtInstant(const Still &still) const
 {
-    return m_job.clues.seeksToKeys && m_job.clues.canSeek && anyFrameAttempt(still.planned) &&
+    return m_job.clues.canSeek && anyFrameAttempt(still.planned) &&
            !isBehindLast(still.planned, m_job.clues) &&
            (still.stage == Stage::Attempts || still.stage == Stage::Nearer) && still.attempt == 1 &&
            still.firstAttempt == 1;
@@ -90,9 +92,14 @@ bool PictureRounds::takesAnyFrame(const Still &still) const
 // Whether decoding up to the later one's frame passes that of the earlier one.
 bool PictureRounds::isInGroupOf(const Still &still, const Still &other) const
 {
+    if (!hasOneVideo(m_job.record) || !takesFrameAtInstant(still) || !takesFrameAtInstant(other)) {
+        return false;
+    }
+    if (!m_job.clues.seeksToKeys) {
+        return still.instant - other.instant <= longestRunUp;
+    }
     const auto behind = m_job.listed.keyBehind(still.instant);
-    return hasOneVideo(m_job.record) && behind && behind == m_job.listed.keyBehind(other.instant) &&
-           takesAnyFrame(still) && takesAnyFrame(other);
+    return behind && behind == m_job.listed.keyBehind(other.instant);
 }
 
 void PictureRounds::shareInput(Run &group) const
@@ -100,7 +107,8 @@ void PictureRounds::shareInput(Run &group) const
     if (group.stills.size() < 2) {
         return;
     }
-    const double from = group.stills.front()->instant;
+    const double first = group.stills.front()->instant;
+    const double from = m_job.clues.seeksToKeys ? first : std::max(0.0, first - longestRunUp);
     const double until = group.stills.back()->instant + plannedLength;
     for (std::size_t i = 0; i < group.stills.size(); ++i) {
         const PictureAttempt any = anyFrameWithin(group.stills[i]->planned, from, until);

@@ -7,7 +7,6 @@
 #include "support/log.h"
 
 #include <QFile>
-#include <QFileInfo>
 
 #include <algorithm>
 #include <cmath>
@@ -21,14 +20,6 @@ namespace
 // A tool that hangs once may have met a bad stretch; one that hangs again and again would cost the
 // idle limit for each still.
 constexpr int hungRunsLimit = 3;
-
-// Seconds by which a frame may be farther from its cell's instant than half a row of cells.
-constexpr double farAway = 2;
-
-bool hasArrived(const QString &file)
-{
-    return QFileInfo(file).size() > 0;
-}
 
 bool isSamePicture(const QString &file, const QString &other)
 {
@@ -348,7 +339,7 @@ bool PictureRounds::isTooFar(const Still &still) const
     constexpr double rounding = 0.005; // of the seconds in a command
     return still.shown &&
            (*still.shown >= still.next - rounding ||
-            std::abs(*still.shown - still.instant) >= std::max(m_job.clues.interval, farAway));
+            std::abs(*still.shown - still.instant) >= std::max(m_job.clues.interval, farFromPlan));
 }
 
 // ---- what a run gave
@@ -382,7 +373,7 @@ void PictureRounds::settleShot(Still &still, const Run &run, int shot, const Run
     const bool isOther =
         still.stage == Stage::Planned && shown &&
         (*shown >= still.instant + plannedLength || *shown < still.instant - someFrames);
-    if (hasArrived(still.file) && !isOther) {
+    if (hasPicture(still.file) && !isOther) {
         noteArrival(still, shown);
     } else {
         noteMissing(still, wasAlone, report);

@@ -92,7 +92,7 @@ private:
     int attemptNumber(const Still &still) const;
     std::vector<Run> nextRuns();
     std::vector<Run> spread(std::vector<Run> units) const;
-    bool takesAnyFrame(const Still &still) const;
+    bool takesFrameAtInstant(const Still &still) const;
     bool isInGroupOf(const Still &still, const Still &other) const;
     void shareInput(Run &group) const;
     void end();

@@ -10,6 +10,7 @@
 #include "support/numbers.h"
 #include "support/variant_values.h"
 
+#include <QFileInfo>
 #include <QJsonDocument>
 
 #include <algorithm>
@@ -277,6 +278,11 @@ QString pictureFile(const QString &stillsFolder, int index)
 {
     return QStringLiteral("%1/img%2.jpg")
         .arg(stillsFolder, QStringLiteral("%1").arg(index, 2, 10, QLatin1Char('0')));
+}
+
+bool hasPicture(const QString &file)
+{
+    return QFileInfo(file).size() > 0;
 }
 
 } // namespace qv

@@ -52,4 +52,10 @@ QStringList stampTexts(const QList<double> &instants, double sourceSeconds);
 // Where a planned run writes its picture: the last argument.
 QString pictureFile(const QString &stillsFolder, int index);
 
+// Whether a run has written it.
+bool hasPicture(const QString &file);
+
+// Seconds from its planned instant beyond which a picture counts as moved.
+inline constexpr double farFromPlan = 2;
+
 } // namespace qv

@@ -275,7 +275,6 @@ bool isBehindLast(const QStringList &plannedArguments, const AttemptClues &clues
 
 PictureAttempt runUpAttempt(const QStringList &plannedArguments)
 {
-    constexpr double longestRunUp = 30;
     const double instant = plannedInstant(plannedArguments);
     const double runUp = std::min(instant, longestRunUp);
     return {run(plannedArguments, instant - runUp, runUp + usualLength,

@@ -61,7 +61,9 @@ PictureAttempt keyFrameAttempt(const QStringList &plannedArguments, double key, 
 // instant.
 PictureAttempt anyFrameWithin(const QStringList &plannedArguments, double from, double until);
 
-// The command that begins half a minute earlier and takes the frame that stands at the instant.
+// The command that begins so many seconds earlier, or at the start, and takes the frame that stands
+// at the instant.
+inline constexpr double longestRunUp = 30;
 PictureAttempt runUpAttempt(const QStringList &plannedArguments);
 
 } // namespace qv
