@@ -2,6 +2,8 @@
 
 #include "support/numbers.h"
 
+#include <QStringList>
+
 #include <algorithm>
 
 namespace qv
