@@ -6,7 +6,7 @@
 
 #include "measuring.h"
 #include "support/copy_tree.h"
-#include "updater/zip_archive.h"
+#include "updater/archive/zip_archive.h"
 
 #include <QDir>
 #include <QElapsedTimer>

@@ -304,9 +304,8 @@ PictureShot PictureRounds::plannedShot(const Still &still) const
     const auto key = m_job.listed.nextKey(still.instant);
     if (key && m_job.startsAtKeys && anyFrameAttempt(still.planned)) {
         const PictureAttempt attempt = keyFrameAttempt(still.planned, key->instant, key->length);
-        return PictureShot{
-            0, isKnownByHead(m_job.record) ? readingHeadOnly(attempt.arguments) : attempt.arguments,
-            attempt.seek, false};
+        return PictureShot{0, withoutLookingAtStreams(attempt.arguments, m_job.record),
+                           attempt.seek, false};
     }
     return PictureShot{0, plannedCommand(still), still.instant, false};
 }

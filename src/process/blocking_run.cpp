@@ -3,6 +3,8 @@
 #include "process/cancellation.h"
 #include "support/log.h"
 
+#include <QStringDecoder>
+
 #include <algorithm>
 #include <poll.h>
 
@@ -60,6 +62,13 @@ bool waitForTool(ToolProcess &tool, RunUntil until)
     }
     tool.stop();
     return true;
+}
+
+QString textOfOutput(const QByteArray &bytes)
+{
+    QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
+    QString text = decoder.decode(bytes);
+    return decoder.hasError() ? QString() : text;
 }
 
 std::optional<ToolProcess> startBlockingTool(const ToolCommand &command)

@@ -20,6 +20,9 @@ bool waitForTool(ToolProcess &tool, RunUntil until);
 std::optional<QByteArray> outputOfTool(const ToolCommand &command,
                                        const ToolProcess::Receiver &receiver = {});
 
+// Null unless the bytes are UTF-8.
+QString textOfOutput(const QByteArray &bytes);
+
 // The parts of such a run.
 std::optional<ToolProcess> startBlockingTool(const ToolCommand &command);
 void logEarlyEnd();

@@ -8,8 +8,6 @@
 #include "support/files.h"
 #include "support/log.h"
 
-#include <QStringDecoder>
-
 #include <optional>
 #include <utility>
 
@@ -18,17 +16,9 @@ namespace qv
 namespace
 {
 
-// Null unless the bytes are UTF-8.
-QString decodedUtf8(const QByteArray &bytes)
-{
-    QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
-    QString text = decoder.decode(bytes);
-    return decoder.hasError() ? QString() : text;
-}
-
 QString outputText(const QByteArray &bytes)
 {
-    const QString text = decodedUtf8(bytes);
+    const QString text = textOfOutput(bytes);
     for (const char *blank : {"", " ", "\n", " \n"}) {
         if (text == QLatin1String(blank)) {
             return {};

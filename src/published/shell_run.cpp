@@ -7,8 +7,6 @@
 #include "support/log.h"
 #include "support/shell_word.h"
 
-#include <QStringDecoder>
-
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
@@ -21,14 +19,6 @@ namespace qv
 {
 namespace
 {
-
-// Null unless the bytes are UTF-8.
-QString decodedUtf8(const QByteArray &bytes)
-{
-    QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
-    QString text = decoder.decode(bytes);
-    return decoder.hasError() ? QString() : text;
-}
 
 // The folder that a command line is to work in; empty: the application's.
 QString enteredFolder(const QString &wanted)
@@ -101,7 +91,7 @@ QString taskWithStr(const QString &commandLine, const QString &workingFolder)
     }
     waitForExit(*tool);
     tool->read(ToolStream::Output);
-    QString text = decodedUtf8(tool->report().output);
+    QString text = textOfOutput(tool->report().output);
     if (text.endsWith(QLatin1Char('\n'))) {
         text.chop(1);
     }

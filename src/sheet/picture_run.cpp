@@ -127,16 +127,15 @@ QStringList withoutLookingAtEnd(QStringList arguments, const QVariantMap &record
                     : arguments;
 }
 
-// Without reading on, ffmpeg takes zero for the source's start.
-bool isKnownByHead(const QVariantMap &record)
+QStringList withoutLookingAtStreams(QStringList arguments, const QVariantMap &record)
 {
-    return stringIn(record, QStringLiteral("wrapper")).startsWith(QLatin1String("mov,")) &&
-           numberIn(record, QStringLiteral("w_offset")) == 0.0;
-}
-
-QStringList readingHeadOnly(QStringList arguments)
-{
-    return insertedBeforeInput(std::move(arguments), {QStringLiteral("-nofind_stream_info")});
+    const bool isMp4 =
+        stringIn(record, QStringLiteral("wrapper")).startsWith(QLatin1String("mov,"));
+    // Without reading on, ffmpeg takes zero for the source's start.
+    const bool isAtZero = numberIn(record, QStringLiteral("w_offset")) == 0.0;
+    return isMp4 && isAtZero
+               ? insertedBeforeInput(std::move(arguments), {QStringLiteral("-nofind_stream_info")})
+               : arguments;
 }
 
 bool isSmallToDecode(const QVariantMap &record)

@@ -46,11 +46,10 @@ bool mayStartAtKeys(const QVariantMap &record, bool areClosed);
 QStringList decodingInOneThread(QStringList arguments);
 // The command for a container whose end ffmpeg would read at each opening, to know its duration.
 QStringList withoutLookingAtEnd(QStringList arguments, const QVariantMap &record);
-// Whether the head of the container says all that ffmpeg must know to seek in it, and the command
-// that does not read on to find out. Without pictures read, the decoder does not know how many it
-// must hold back, so only its first one is sure.
-bool isKnownByHead(const QVariantMap &record);
-QStringList readingHeadOnly(QStringList arguments);
+// The command without reading on to learn of the streams, where the head of the container says all
+// that ffmpeg must know to seek in it. The decoder then does not know how many pictures it must
+// hold back, so only its first one is sure.
+QStringList withoutLookingAtStreams(QStringList arguments, const QVariantMap &record);
 // Whether starting more threads would take longer than they save.
 bool isSmallToDecode(const QVariantMap &record);
 

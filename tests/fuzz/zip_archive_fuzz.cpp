@@ -5,7 +5,7 @@
 #include "support/copy_tree.h"
 #include "support/platform.h"
 #include "support/tree_walk.h"
-#include "updater/zip_archive.h"
+#include "updater/archive/zip_archive.h"
 
 #include <QDir>
 #include <QFile>

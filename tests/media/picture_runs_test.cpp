@@ -82,10 +82,8 @@ public:
             if (startsAtKey) {
                 const PictureAttempt attempt =
                     keyFrameAttempt(m_planned[i], key->instant, key->length);
-                shots.push_back({0,
-                                 isKnownByHead(m_record) ? readingHeadOnly(attempt.arguments)
-                                                         : attempt.arguments,
-                                 attempt.seek, false});
+                shots.push_back(
+                    {0, withoutLookingAtStreams(attempt.arguments, m_record), attempt.seek, false});
             } else {
                 shots.push_back({0, decodingIntraOnly(telling), instant, false});
             }

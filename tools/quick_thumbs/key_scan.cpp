@@ -134,34 +134,43 @@ bool KeyScan::readOn(double instant, double limit)
     if (m_to >= limit || keyAfter(instant, limit) != nullptr) {
         return true;
     }
-    if (!m_isInPlace && !m_film.seek(m_to)) {
+    if (!returnToEnd()) {
         return false;
     }
-    m_isInPlace = true;
-    const double known = !m_keys.empty() ? m_keys.back().time + 2 * rounding
-                         : m_from > 0    ? m_from - rounding
-                                         : anywhere;
-    while (m_to < limit) {
+    const double from = firstUnknown();
+    while (m_to < limit && keyAfter(instant, limit) == nullptr) {
         PacketPtr packet = m_film.next();
-        if (!packet) {
-            m_to = behindAll;
-            break;
-        }
-        const auto time = m_film.timeOf(*packet);
-        m_to = std::max(m_to, time.value_or(m_to));
-        if (!time || *time < known || !isKey(*packet)) {
-            continue;
-        }
-        m_keys.push_back(keyOf(m_film, std::move(packet), *time));
-        if (m_keys.size() > mostKept) {
-            m_keys.pop_front();
-            m_from = m_keys.front().time;
-        }
-        if (*time > instant) {
-            break;
+        const auto time = packet ? m_film.timeOf(*packet) : std::nullopt;
+        m_to = packet ? std::max(m_to, time.value_or(m_to)) : behindAll;
+        if (time && *time >= from && isKey(*packet)) {
+            keep(keyOf(m_film, std::move(packet), *time));
         }
     }
     return true;
+}
+
+bool KeyScan::returnToEnd()
+{
+    m_isInPlace = m_isInPlace || m_film.seek(m_to);
+    return m_isInPlace;
+}
+
+// Where seeks lead to what has been read already, seconds of the first key picture that is new.
+double KeyScan::firstUnknown() const
+{
+    if (!m_keys.empty()) {
+        return m_keys.back().time + 2 * rounding;
+    }
+    return m_from > 0 ? m_from - rounding : anywhere;
+}
+
+void KeyScan::keep(KeyPicture key)
+{
+    m_keys.push_back(std::move(key));
+    if (m_keys.size() > mostKept) {
+        m_keys.pop_front();
+        m_from = m_keys.front().time;
+    }
 }
 
 // Extends the stretch at its beginning.

@@ -8,8 +8,8 @@
 namespace qv
 {
 
-// The next key picture of the film from `from` on, which must not begin behind `limit`; nothing
-// when there is none.
+// Reading on, the first key picture between these seconds. Nothing when the film passes `limit` or
+// ends without one.
 std::optional<KeyPicture> keyFrom(Film &film, double from, double limit);
 
 // Finds key pictures by reading, in a film whose container does not list them. Remembers the
@@ -31,6 +31,9 @@ private:
     bool coverUpTo(double instant, double limit);
     bool beginAt(double from);
     bool readOn(double instant, double limit);
+    bool returnToEnd();
+    double firstUnknown() const;
+    void keep(KeyPicture key);
     bool readBack(double from);
     double fartherBack(double instant) const;
     const KeyPicture *keyBefore(double instant) const;

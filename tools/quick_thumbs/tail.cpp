@@ -107,7 +107,6 @@ std::optional<Tail> readTail(Film &film)
 std::optional<double> lastRead(Film &film)
 {
     const auto key = film.keysAround(film.duration()).before;
-    film.readOnlyVideo();
     std::optional<double> last;
     if (key && film.seekToListed(*key)) {
         while (const PacketPtr packet = film.next()) {
@@ -125,8 +124,12 @@ std::optional<Tail> tailOf(Film &film)
     if (film.duration() <= 0 || wasFoundThere) {
         return std::nullopt;
     }
-    const auto tail = listedTail(film);
-    return tail ? tail : readTail(film);
+    auto tail = listedTail(film);
+    if (!tail) {
+        tail = readTail(film);
+        film.readOnlyVideo();
+    }
+    return tail;
 }
 
 std::optional<double> lastPictureOf(Film &film, const Tail &tail)

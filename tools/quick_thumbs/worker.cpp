@@ -71,7 +71,6 @@ void Worker::leaveOut(std::size_t index)
 
 std::optional<Worker::Taken> Worker::takeKeyFrom(double first, double last)
 {
-    m_film->readOnlyVideo();
     const auto key = m_keys.next(first - 3 * rounding, last);
     const FramePtr frame = key ? m_decoder->alone(*key) : nullptr;
     const bool isIntra = frame && frame->pict_type == AV_PICTURE_TYPE_I;

@@ -1,16 +1,15 @@
 #include "thumbs/picture_writer.h"
 
+#include "sheet/jpeg_errors.h"
+
 #include <algorithm>
 #include <cctype>
 #include <cerrno>
-#include <csetjmp>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
 #include <unistd.h>
 
-#include <jpeglib.h>
 #include <png.h>
 
 namespace qv
@@ -20,23 +19,12 @@ namespace
 
 using Bytes = std::vector<std::uint8_t>;
 
-struct JpegErrors {
-    jpeg_error_mgr base;
-    jmp_buf leave;
-};
-
-[[noreturn]] void leaveOnError(j_common_ptr codec)
-{
-    longjmp(reinterpret_cast<JpegErrors *>(codec->err)->leave, 1);
-}
-
-// Errors of the library jump back here, so nothing in this function may own anything.
+// Nothing in this function may own anything.
 bool compress(const Picture &picture, unsigned char *&bytes, unsigned long &size)
 {
     jpeg_compress_struct codec;
     JpegErrors errors;
-    codec.err = jpeg_std_error(&errors.base);
-    errors.base.error_exit = leaveOnError;
+    codec.err = jumpingErrors(errors);
     if (setjmp(errors.leave) != 0) {
         jpeg_destroy_compress(&codec);
         return false;

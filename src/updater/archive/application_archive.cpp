@@ -1,9 +1,9 @@
 #include "updater/archive/application_archive.h"
 
 #include "support/files.h"
+#include "updater/archive/zip_archive.h"
 #include "updater/install/program_run.h"
 #include "updater/update_reply.h"
-#include "updater/zip_archive.h"
 
 #include <QFile>
 #include <QFileInfo>

@@ -1,7 +1,7 @@
 #pragma once
 
+#include "updater/archive/zip_archive.h"
 #include "updater/archive/zip_reader.h"
-#include "updater/zip_archive.h"
 
 #include <vector>
 

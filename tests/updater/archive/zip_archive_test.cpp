@@ -1,4 +1,4 @@
-#include "updater/zip_archive.h"
+#include "updater/archive/zip_archive.h"
 
 #include "common/test_files.h"
 #include "support/copy_tree.h"

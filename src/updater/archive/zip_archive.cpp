@@ -1,4 +1,4 @@
-#include "updater/zip_archive.h"
+#include "updater/archive/zip_archive.h"
 
 #include "process/child_process.h"
 #include "support/log.h"
